@@ -1,0 +1,10 @@
+# cfwk_warnings(target): the warnings every target of ours compiles with. Generated code does not call it.
+function(cfwk_warnings target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+endfunction()
+
+if(CFWK_SANITIZE)
+  add_compile_options(-fsanitize=${CFWK_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${CFWK_SANITIZE})
+endif()

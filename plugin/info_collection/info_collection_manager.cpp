@@ -1,0 +1,184 @@
+#include "plugin/info_collection/info_collection_manager.h"
+
+#include <chrono>
+#include <mutex>
+#include <utility>
+
+#include "platform/host/asyn_thread_pool.h"
+#include "plugin/info_collection/app_info_collection.h"
+#include "plugin/info_collection/request_sa_manager.h"
+#include "plugin/utils/log.h"
+#include "plugin/utils/string_utils.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+constexpr LogDomain LOG = LogDomains::COLLECTION;
+
+constexpr std::chrono::seconds IDLE_TIME{300};
+constexpr std::chrono::seconds FIRST_SLEEP{300};
+constexpr int32_t DISCONNECT_TASK = 2;
+constexpr int HEXADECIMAL = 16;
+
+[[maybe_unused]] InfoCollectionManager* const g_builtAtLoad = InfoCollectionManager::GetInstance();
+
+std::string ServiceKey(const DynamicInfoMapByPak& record) {
+    return record.bundleName + "&" + record.serviceExtensionAbilityName;
+}
+
+std::map<std::string, DynamicInfoMapByPak> GetAppMap() {
+    CFWK_LOGI(LOG, "GetLocalDeviceDynamicInfo check dynamicMapByPak");
+    auto map = AppInfoCollection::GetInstance()->GetDynamicMap();
+    for (const auto& [key, record] : map) {
+        CFWK_LOGI(LOG, "dynamic key:%{public}s,info:%{public}s,bundle:%{public}s,%{public}s,Code:%{public}s,%{public}s",
+            key, record.infoName, record.bundleName, record.serviceExtensionAbilityName, record.commandCode,
+            record.variable);
+    }
+    return map;
+}
+
+std::map<std::string, DynamicInfoMapBySa> GetSystemAbilityMap() {
+    CFWK_LOGI(LOG, "GetLocalDeviceDynamicInfo check dynamicMapBySa");
+    auto map = RequestSAManager::GetInstance()->GetDynamicMap();
+    for (const auto& [key, record] : map) {
+        CFWK_LOGI(LOG, "dynamic key:%{public}s,saId:%{public}d,Code:%{public}d", key, record.saId, record.cmdCodeId);
+    }
+    return map;
+}
+
+}  // namespace
+
+InfoCollectionManager* InfoCollectionManager::GetInstance() {
+    static InfoCollectionManager instance;
+    return &instance;
+}
+
+void InfoCollectionManager::GetLocalDeviceDynamicInfo(
+    std::vector<std::string>& names, std::unordered_map<std::string, std::string>& result) {
+    auto appMap = GetAppMap();
+    const auto systemAbilityMap = GetSystemAbilityMap();
+    for (const std::string& name : names) {
+        const auto found = appMap.find(name);
+        if (found == appMap.end()) {
+            CFWK_LOGE(LOG, "info %{public}s not found in dynamicMapByPak", name);
+            result[name] = CheckAndGetDynamicInfoBySa(name, systemAbilityMap);
+            continue;
+        }
+        std::string value;
+        GetLocalSingleDynamicInfoByPak(name, found->second, value);
+        result[name] = std::move(value);
+    }
+}
+
+std::string InfoCollectionManager::CheckAndGetDynamicInfoBySa(
+    std::string name, std::map<std::string, DynamicInfoMapBySa> map) {
+    const auto found = map.find(name);
+    if (found == map.end()) {
+        CFWK_LOGE(LOG, "info %{public}s not found in dynamicMapBySa", name);
+        return {};
+    }
+    std::string value = RequestSAManager::GetInstance()->RequestSingleSaOnConfigInfo(found->second);
+    CFWK_LOGI(LOG, "info %{public}s Sa get result %{public}s", name, value);
+    return value;
+}
+
+void InfoCollectionManager::GetLocalSingleDynamicInfoByPak(
+    const std::string& name, DynamicInfoMapByPak& record, std::string& value) {
+    const std::string key = ServiceKey(record);
+    UseConnection(record.bundleName, record.serviceExtensionAbilityName, key);
+    const auto [isNumber, code] = StringUtils::GetResult(record.commandCode, HEXADECIMAL);
+    if (!isNumber) {
+        return;
+    }
+    // Held over the query: the connection is not closed under it.
+    std::shared_lock lock(connectionMutex_);
+    const auto found = abilityConnectionImps_.find(key);
+    if (found != abilityConnectionImps_.end()) {
+        value = found->second->QueryDeviceDynamicInfo(static_cast<int>(code), name);
+    }
+}
+
+void InfoCollectionManager::UseConnection(
+    const std::string& bundleName, const std::string& serviceName, const std::string& key) {
+    std::unique_lock lock(connectionMutex_);
+    const auto found = abilityConnectionImps_.find(key);
+    if (found == abilityConnectionImps_.end()) {
+        auto connection = MakeSptr<AbilityConnectionImp>();
+        abilityConnectionImps_[key] = connection;
+        connection->ConnectAbility(bundleName, serviceName);
+        AddDisconnectServiceTask(bundleName, serviceName, key);
+        CFWK_LOGI(LOG, "abilityConnectionImps_ find no imp, rebuid");
+    } else if (found->second->IsProxyNull()) {
+        CFWK_LOGI(LOG, "abilityConnectionImps_ find imp but no connection, reconnect");
+        found->second->ConnectAbility(bundleName, serviceName);
+    } else {
+        PostponeClose(key);
+    }
+}
+
+void InfoCollectionManager::PostponeClose(const std::string& key) {
+    std::unique_lock lock(disconnectMutex_);
+    disconnectTimes_[key] = TimeSource::GetInstance().Now() + IDLE_TIME;
+}
+
+void InfoCollectionManager::AddDisconnectServiceTask(
+    const std::string& bundleName, const std::string& serviceName, const std::string& key) {
+    PostponeClose(key);
+    const std::function<void()> task = [this, bundleName, serviceName, key] {
+        DisconnectService(bundleName, serviceName, key);
+    };
+    const bool isAdded = AsynThreadPool::GetInstance()->AddAsynTask(task, DISCONNECT_TASK);
+    disconnectTasks_[key] = task;
+    CFWK_LOGI(LOG, "add async result = %{public}d", isAdded);
+}
+
+void InfoCollectionManager::DisconnectService(
+    const std::string& bundleName, const std::string& serviceName, const std::string& key) {
+    CFWK_LOGI(LOG, "DisconnectService, start");
+    TimeSource::GetInstance().SleepFor(FIRST_SLEEP);
+    CFWK_LOGI(LOG, "DisconnectService, bundleName:%{public}s, serviceName:%{public}s", bundleName, serviceName);
+    do {
+        WaitUntilIdle(key);
+    } while (!CloseIfIdle(bundleName, serviceName, key));
+}
+
+TimeSource::TimePoint InfoCollectionManager::GetCloseTime(const std::string& key) {
+    std::shared_lock lock(disconnectMutex_);
+    const auto found = disconnectTimes_.find(key);
+    return found != disconnectTimes_.end() ? found->second : TimeSource::TimePoint::min();
+}
+
+void InfoCollectionManager::WaitUntilIdle(const std::string& key) {
+    TimeSource& time = TimeSource::GetInstance();
+    TimeSource::TimePoint closeTime = GetCloseTime(key);
+    while (time.Now() < closeTime) {
+        time.SleepUntil(closeTime);
+        closeTime = GetCloseTime(key);
+    }
+}
+
+bool InfoCollectionManager::CloseIfIdle(
+    const std::string& bundleName, const std::string& serviceName, const std::string& key) {
+    std::unique_lock lock(connectionMutex_);
+    if (TimeSource::GetInstance().Now() < GetCloseTime(key)) {
+        return false;  // used since the wait ended
+    }
+    const auto found = abilityConnectionImps_.find(key);
+    if (found == abilityConnectionImps_.end()) {
+        CFWK_LOGE(LOG, "cannot find serviceKey");
+    } else {
+        const bool isConnected = found->second->IsServiceConnected();
+        CFWK_LOGI(LOG, "DisconnectService check if connected: %{public}d", isConnected);
+        if (isConnected) {
+            found->second->DisconnectAbility(bundleName, serviceName);
+        } else {
+            CFWK_LOGE(LOG, "DisconnectService find no connection for %{public}s & %{public}s", bundleName, serviceName);
+        }
+        abilityConnectionImps_.erase(found);
+    }
+    std::unique_lock timesLock(disconnectMutex_);
+    disconnectTimes_.erase(key);
+    return true;
+}
+
+}  // namespace ZYNE::CollaborationFwk

@@ -1,0 +1,27 @@
+// Reading JSON texts that come from outside.
+#pragma once
+
+#include <json/json.h>
+
+#include <string>
+
+namespace ZYNE::CollaborationFwk {
+
+// Any thread. Never throws, never logs.
+class JsonUtils {
+public:
+    JsonUtils() = delete;
+
+    // Parses the whole of `text` into `*out`. False when it is empty or not JSON; `*out` is then null. Any JSON value
+    // is accepted, so test for the type that is expected before any access.
+    static bool StringToJsonInternal(const std::string& text, Json::Value* out);
+
+    // The member `key` of `obj` as a number that fits an int. False, with `out` as it was, when `obj` is no object,
+    // `key` is empty, or the member is missing or something else.
+    static bool GetInt(Json::Value& obj, const std::string& key, int& out);
+
+    // The same for a string.
+    static bool GetString(Json::Value& obj, const std::string& key, std::string& out);
+};
+
+}  // namespace ZYNE::CollaborationFwk

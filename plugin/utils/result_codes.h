@@ -1,0 +1,18 @@
+// What the library's operations answer when they fail; 0 is success.
+#pragma once
+
+#include <cstdint>
+
+namespace ZYNE::CollaborationFwk::ResultCodes {
+
+inline constexpr int32_t TOKEN_NOT_WRITTEN = 1006;  // an interface token did not fit the parcel
+inline constexpr int32_t FIELD_NOT_WRITTEN = 1007;  // a field did not fit the parcel
+inline constexpr int32_t IPC_NOT_SENT = 1008;       // the request failed on its way, or no answer came
+inline constexpr int32_t NO_REMOTE = 1009;          // the service does not run
+inline constexpr int32_t NO_ANSWER = 2201;          // from the peer in time, or nothing to answer the peer with
+inline constexpr int32_t NOT_SENT = 2203;           // the host could not send the request
+inline constexpr int32_t UNKNOWN_REQUEST = 2204;    // an answer that nobody waits for
+inline constexpr int32_t ANSWER_MISMATCH = 2205;    // the names answered are not the names asked for
+inline constexpr int32_t TASK_NOT_POSTED = 2209;    // the pool refused
+
+}  // namespace ZYNE::CollaborationFwk::ResultCodes
