@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Holds the rule which layer may include which: each line names a layer and the places it may include with quotes.
+set -u
+cd "$1" || exit 2
+
+failed=0
+while read -r layer allowed; do
+    pattern="^[^:]+:#include \"(${allowed// /|})/"
+    found=$(grep -rn --include='*.h' --include='*.cpp' '#include "' "$layer" | sed -E 's/^([^:]+):[0-9]+:/\1:/' | grep -vE "$pattern")
+    if [ -n "$found" ]; then
+        printf '%s/ may include only %s:\n%s\n' "$layer" "$allowed" "$found"
+        failed=1
+    fi
+done <<'RULES'
+platform platform
+plugin plugin platform
+linux linux platform
+client client linux/bus platform
+cli cli client linux/account linux/bus platform
+samples samples client linux/bus platform
+RULES
+if grep -rnE --include='*.h' --include='*.cpp' '#include <' platform | grep -vE '#include <[a-z_]+(\.h)?>' ; then
+    echo "platform/ may include the standard library alone"
+    failed=1
+fi
+exit $failed

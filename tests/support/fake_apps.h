@@ -1,0 +1,51 @@
+// Installed apps: the bundle manager, resource files, and connections to service extensions.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/ability/ability_manager_client.h"
+#include "platform/bundle/bundle_mgr.h"
+#include "tests/support/journal.h"
+
+namespace ZYNE::Testing {
+
+// One thread.
+class FakeApps final : public AbilityManagerClient {
+public:
+    explicit FakeApps(Journal& journal);
+
+    // "ConnectAbility(bundle, ability, user)". The connection is kept until the test completes it.
+    int32_t ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) override;
+    int32_t DisconnectAbility(const sptr<IAbilityConnection>& connection) override;
+
+    // The last connection that was asked for is made, or fails with a null remote.
+    void Connect(const sptr<IRemoteObject>& remote, int resultCode = 0);
+    // The platform reports the end of that connection.
+    void Disconnect();
+
+    // The bundle manager as a system ability.
+    sptr<IRemoteObject> GetBundleManager() const { return bundleManager_; }
+    // Appends the texts of a bundle; false when there are none.
+    bool ReadResources(
+        const std::string& bundleName, const std::string& metadataName, std::vector<std::string>& profiles) const;
+
+    std::vector<AbilityInfo> abilities;
+    std::vector<ExtensionAbilityInfo> extensions;
+    std::map<std::string, std::vector<std::string>> resources;  // by bundle name
+    int32_t abilityQueryResult = 0;
+    int32_t extensionQueryResult = 0;
+    int32_t connectResult = 0;
+
+private:
+    class BundleManager;
+
+    Journal& journal_;
+    sptr<IAbilityConnection> connection_;
+    ElementName element_;
+    sptr<IRemoteObject> bundleManager_;
+};
+
+}  // namespace ZYNE::Testing

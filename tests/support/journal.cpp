@@ -1,0 +1,65 @@
+#include "tests/support/journal.h"
+
+#include <algorithm>
+
+namespace ZYNE::Testing {
+
+void Journal::Call(const std::string& text) {
+    std::lock_guard lock(mutex_);
+    entries_.push_back({false, text, {}});
+}
+
+void Journal::Print(LogType, LogLevel level, const LogDomain& domain, std::string_view text) noexcept {
+    const size_t bracket = text.find(']');
+    const size_t hash = text.find("# ", bracket);
+    const std::string function(text.substr(bracket + 1, hash - bracket - 1));
+    const char letter = "DIWE"[static_cast<int>(level) - static_cast<int>(LogLevel::DEBUG)];
+    std::lock_guard lock(mutex_);
+    entries_.push_back(
+        {true, std::string(1, letter) + " " + domain.tag + ": " + std::string(text.substr(hash + 2)), function});
+}
+
+std::vector<Journal::Entry> Journal::Entries() const {
+    std::lock_guard lock(mutex_);
+    return entries_;
+}
+
+std::vector<std::string> Journal::All() const {
+    std::vector<std::string> texts;
+    for (const Entry& entry : Entries()) {
+        texts.push_back(entry.text);
+    }
+    return texts;
+}
+
+std::vector<std::string> Journal::Calls() const {
+    std::vector<std::string> texts;
+    for (const Entry& entry : Entries()) {
+        if (!entry.isLog) {
+            texts.push_back(entry.text);
+        }
+    }
+    return texts;
+}
+
+std::vector<std::string> Journal::Lines() const {
+    std::vector<std::string> texts;
+    for (const Entry& entry : Entries()) {
+        if (entry.isLog) {
+            texts.push_back(entry.text);
+        }
+    }
+    return texts;
+}
+
+size_t Journal::Count(const std::string& text) const {
+    const std::vector<std::string> all = All();
+    return static_cast<size_t>(std::count(all.begin(), all.end(), text));
+}
+
+void Journal::Clear() {
+    std::lock_guard lock(mutex_);
+    entries_.clear();
+}
+
+}  // namespace ZYNE::Testing

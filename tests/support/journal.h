@@ -1,0 +1,40 @@
+// Everything that a simulated device did, in order: calls into its services and log lines.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/log/log_service.h"
+
+namespace ZYNE::Testing {
+
+// Any thread.
+class Journal final : public LogService {
+public:
+    struct Entry {
+        bool isLog;
+        std::string text;      // a call as "Name(arguments)"; a line as "E Collection: message"
+        std::string function;  // that logged the line
+    };
+
+    void Call(const std::string& text);
+    // Takes the "[file:line]function# " head off the line.
+    void Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept override;
+
+    std::vector<std::string> Calls() const;
+    std::vector<std::string> Lines() const;
+    // Calls and lines together.
+    std::vector<std::string> All() const;
+    std::vector<Entry> Entries() const;
+    // How often `text` stands in it.
+    size_t Count(const std::string& text) const;
+    bool Has(const std::string& text) const { return Count(text) > 0; }
+    void Clear();
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<Entry> entries_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Testing

@@ -1,0 +1,108 @@
+#include "tests/support/simulated_device.h"
+
+#include <atomic>
+
+#include "platform/bundle/bundle_mgr_client.h"
+#include "platform/host/picker_result.h"
+#include "platform/host/system_partition.h"
+#include "tests/support/library_renewer.h"
+
+namespace ZYNE {
+
+using Testing::SimulatedDevice;
+
+namespace Testing {
+namespace {
+
+std::atomic<SimulatedDevice*> g_current{nullptr};
+
+}  // namespace
+
+SimulatedDevice& SimulatedDevice::Boot() {
+    static auto* const boot = new SimulatedDevice;
+    return *boot;
+}
+
+SimulatedDevice& SimulatedDevice::Current() {
+    SimulatedDevice* current = g_current;
+    return current != nullptr ? *current : Boot();
+}
+
+SimulatedDevice::SimulatedDevice() : previous_(g_current.exchange(this)) {
+    systemAbilities.running[401] = apps.GetBundleManager();
+}
+
+SimulatedDevice::~SimulatedDevice() {
+    g_current = previous_;
+}
+
+LibraryTest::LibraryTest() {
+    CollaborationFwk::LibraryRenewer::RenewAll();
+    device.journal.Clear();
+}
+
+LibraryTest::~LibraryTest() {
+    CollaborationFwk::LibraryRenewer::RenewAll();
+}
+
+}  // namespace Testing
+
+LogService& LogService::GetInstance() {
+    return SimulatedDevice::Current().journal;
+}
+
+TimeSource& TimeSource::GetInstance() {
+    return SimulatedDevice::Current().time;
+}
+
+SystemAbilityManagerClient& SystemAbilityManagerClient::GetInstance() {
+    return SimulatedDevice::Current().systemAbilities;
+}
+
+AbilityManagerClient* AbilityManagerClient::GetInstance() {
+    return &SimulatedDevice::Current().apps;
+}
+
+bool BundleMgrClient::GetResConfigFile(
+    const AbilityInfo& info, const std::string& metadataName, std::vector<std::string>& profiles) const {
+    return SimulatedDevice::Current().apps.ReadResources(info.bundleName, metadataName, profiles);
+}
+
+bool BundleMgrClient::GetResConfigFile(
+    const ExtensionAbilityInfo& info, const std::string& metadataName, std::vector<std::string>& profiles) const {
+    return SimulatedDevice::Current().apps.ReadResources(info.bundleName, metadataName, profiles);
+}
+
+namespace CollaborationFwk {
+
+PluginLoader& PluginLoader::GetLoader() {
+    return SimulatedDevice::Current().host;
+}
+
+ListenerManager* ListenerManager::GetInstance() {
+    Testing::FakeHost& host = SimulatedDevice::Current().host;
+    return host.hasListenerManager ? &host : nullptr;
+}
+
+CrossDeviceProtocol& CrossDeviceProtocol::GetInstance() {
+    return SimulatedDevice::Current().host;
+}
+
+SessionManager* SessionManager::GetInstance() {
+    return &SimulatedDevice::Current().host;
+}
+
+AsynThreadPool* AsynThreadPool::GetInstance() {
+    return &SimulatedDevice::Current().pool;
+}
+
+uint32_t CollaborationFwkServiceUtils::ObtainIdleCollaborationId() {
+    return SimulatedDevice::Current().host.nextCollaborationId++;
+}
+
+std::string SystemPartition::Locate(const std::string& path) {
+    return SimulatedDevice::Current().systemRoot + path;
+}
+
+}  // namespace CollaborationFwk
+}  // namespace ZYNE

@@ -1,0 +1,63 @@
+// One simulated device: a fake of every service that the library uses, one journal, simulated time.
+//
+//     class RemoteInfo : public LibraryTest {};
+//     TEST_F(RemoteInfo, GivesUpAfterFiveSeconds) {
+//         EXPECT_EQ(Ask({"hostname"}), 2201);
+//         EXPECT_EQ(device.time.Elapsed(), 5s);
+//     }
+//
+// The library reaches the device that was made last; before the first, while the library's static objects are built,
+// the boot device.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/fake_apps.h"
+#include "tests/support/fake_host.h"
+#include "tests/support/fake_pool.h"
+#include "tests/support/fake_remote.h"
+#include "tests/support/fake_system_abilities.h"
+#include "tests/support/journal.h"
+#include "tests/support/simulated_time.h"
+
+namespace ZYNE::Testing {
+
+class SimulatedDevice {
+public:
+    SimulatedDevice();
+    ~SimulatedDevice();
+    SimulatedDevice(const SimulatedDevice&) = delete;
+    SimulatedDevice& operator=(const SimulatedDevice&) = delete;
+
+    static SimulatedDevice& Boot();
+    static SimulatedDevice& Current();
+
+    sptr<FakeRemote> MakeRemote(const std::string& name, FakeRemote::Handler handler) {
+        return MakeSptr<FakeRemote>(journal, name, std::move(handler));
+    }
+
+    Journal journal;
+    SimulatedTime time;
+    FakePool pool{journal};
+    FakeHost host{journal};
+    FakeSystemAbilities systemAbilities{journal};
+    FakeApps apps{journal};
+    std::string systemRoot;  // stands before the path of every file of the system partition
+
+private:
+    SimulatedDevice* previous_;
+};
+
+// Starts each case with a fresh device and a fresh library on it.
+class LibraryTest : public ::testing::Test {
+protected:
+    LibraryTest();
+    ~LibraryTest() override;
+
+    SimulatedDevice device;
+};
+
+}  // namespace ZYNE::Testing

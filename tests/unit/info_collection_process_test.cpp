@@ -1,0 +1,82 @@
+#include "plugin/info_collection/info_collection_process.h"
+
+#include "plugin/info_collection/info_collection_service.h"
+#include "tests/support/simulated_device.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsSupersetOf;
+
+TEST(Loading, RegistersTheListenerAndThenThePlugin) {
+    std::vector<std::string> registrations;
+    for (const std::string& call : Testing::SimulatedDevice::Boot().journal.Calls()) {
+        if (call.starts_with("Register")) {
+            registrations.push_back(call);
+        }
+    }
+    EXPECT_THAT(registrations, ElementsAre("RegisterEventListener(3)", "RegisterInstance(5)"));
+    EXPECT_THAT(Testing::SimulatedDevice::Boot().journal.Lines(),
+        IsSupersetOf({"I Collection: create InfoCollectionProcess", "I Collection: create InfoCollectionService"}));
+}
+
+class ChannelListener : public Testing::LibraryTest {
+protected:
+    void Deliver(const std::string& id, std::shared_ptr<CollaborationFwkProtocol> message) {
+        device.host.listeners.back()->OnDataReceived(id, std::move(message), 4194305);
+    }
+    static std::shared_ptr<CollaborationFwkProtocol> Message(const std::string& text) {
+        return std::make_shared<CollaborationFwkProtocol>(text);
+    }
+};
+
+TEST_F(ChannelListener, IsRegisteredAfreshWhenTheHostAsksAndNeverWithoutAManager) {
+    InfoCollectionProcess::GetInstance()->InitEventListener();
+    ASSERT_EQ(device.host.listeners.size(), 2U);
+    EXPECT_NE(device.host.listeners[0], device.host.listeners[1]);
+
+    device.host.hasListenerManager = false;
+    InfoCollectionProcess::GetInstance()->InitEventListener();
+    EXPECT_THAT(device.journal.All(), ElementsAre("RegisterEventListener(3)"));
+    Deliver("00000000042-me", Message("{}"));
+    EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: FetchCollaborationId fail");
+    EXPECT_FALSE(device.host.listeners.back()->IsIdExist("00000000042-me"));
+}
+
+TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLength) {
+    Deliver("00000000042-me", Message(R"({"a":"1"})"));
+    EXPECT_TRUE(device.journal.Has("I Collection: SetDynamicInfo, collaborationId: 42"));
+    Deliver("00000000043-me", Message(std::string(4194306, ' ')));
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnDataReceived rawDataLen:4194306 is oversize");
+}
+
+TEST_F(ChannelListener, DropsAMessageWithoutPayloadOrId) {
+    Deliver("nobody", std::make_shared<CollaborationFwkProtocol>());
+    Deliver("nobody", nullptr);
+    Deliver("nobody", Message("{}"));
+    EXPECT_THAT(device.journal.Lines(),
+        ElementsAre("E CFWKService: rawData is null", "E CFWKService: rawData is null",
+            "E CFWKService: FetchCollaborationId fail"));
+}
+
+TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsAndShutDownsEndNoWait) {
+    EventListener& listener = *device.host.listeners.back();
+    EXPECT_FALSE(listener.IsIdExist("00000000042-me"));
+    device.time.At(std::chrono::seconds(1), [&listener] {
+        EXPECT_TRUE(listener.IsIdExist("00000000042-me"));
+        EXPECT_FALSE(listener.IsIdExist("nobody"));
+        listener.OnCtrlChannelShutDown("00000000042-me");
+        listener.OnWiFiShutDown();
+    });
+    DeviceInfo peer("udid", "network", "desk", DeviceType::PC);
+    std::vector<DeviceDynamicInfo> records;
+    EXPECT_EQ(InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(peer, "me", {"a"}, records), 2201);
+    EXPECT_EQ(device.time.Elapsed(), std::chrono::seconds(5));
+    EXPECT_FALSE(listener.IsIdExist("00000000042-me"));
+    EXPECT_THAT(device.journal.Lines(),
+        IsSupersetOf({"I CFWKService: on ctrl channel shutDown", "I CFWKService: on wifi shutDown"}));
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk

@@ -1,0 +1,115 @@
+#include "plugin/info_collection/info_collection_process.h"
+#include "plugin/info_collection/info_collection_service.h"
+#include "tests/support/simulated_device.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using namespace std::chrono_literals;
+using Answers = std::unordered_map<std::string, std::string>;
+
+class RemoteInfo : public Testing::LibraryTest {
+protected:
+    int32_t Ask(const std::vector<std::string>& keys) {
+        return service.GetRemoteDeviceDynamicInfo(peer, "me", keys, records);
+    }
+    int32_t Answer(Answers info, uint32_t id = 42) { return service.SetDynamicInfo(id, info); }
+    std::string Records() const {
+        std::string text;
+        for (const DeviceDynamicInfo& record : records) {
+            text += record.GetKey() + "=" + record.GetValue() + " ";
+        }
+        return text;
+    }
+    // Neither the id nor an answer is left.
+    bool IsForgotten(uint32_t id) {
+        service.IsValidDynamicInfoResult(id, {});
+        return !service.IsCollaborationIdExist(id) &&
+            device.journal.Lines().back() ==
+            "E Collection: cannot find collaborationId:" + std::to_string(id) + " in ResultList";
+    }
+
+    InfoCollectionService& service = InfoCollectionService::GetInstance();
+    DeviceInfo peer{"udid", "network-1", "desk", DeviceType::PC};
+    std::vector<DeviceDynamicInfo> records;
+};
+
+TEST_F(RemoteInfo, IsAskedForUnderAnIdThatAnAnswerMayFindAtOnce) {
+    device.host.onRequest = [this](const ServiceInfo& sent) {
+        EXPECT_EQ(sent.serviceType | sent.serviceVersion | sent.serviceFlags, 0);
+        EXPECT_EQ(sent.businessType, 3);
+        EXPECT_EQ(sent.priority, 1);
+        EXPECT_EQ(sent.collaborationIdStr, "00000000042-me");
+        EXPECT_EQ(sent.commandProp, InfoCollectionProcess::GetInstance()->GenerateInfoCollectionReqCommand({"a"}));
+        EXPECT_EQ(Answer({{"wrong", ""}}), 0);
+        EXPECT_EQ(Answer({{"a", "1"}}), 0);  // in place of the first
+    };
+    EXPECT_EQ(Ask({"a"}), 0);
+    EXPECT_EQ(device.time.Elapsed(), 0s);
+    EXPECT_EQ(Records(), "a=1 ");
+    EXPECT_THAT(device.journal.Calls(), ::testing::ElementsAre("Request(network-1, me, collaborationCtrlSession)"));
+    EXPECT_EQ(device.journal.Lines()[1], "I Collection: collaborationIdStr: 0**e");
+    EXPECT_EQ(device.journal.Lines()[2], "I Collection: commandPropStr: " + device.host.lastService->commandProp);
+    EXPECT_EQ(device.journal.Lines().back(),
+        "I Collection: infoRes result receive success, collaborationId: 42,         collaborationSessionId: 7");
+    EXPECT_TRUE(IsForgotten(42));
+}
+
+TEST_F(RemoteInfo, IsAppendedWhenThePeerAnswersAfterThreeSeconds) {
+    records.emplace_back("earlier", "kept");
+    device.time.At(1s, [this] { EXPECT_EQ(Answer({{"b", "foreign"}}, 41), 2204); });
+    device.time.At(3s, [this] { EXPECT_EQ(Answer({{"b", "2"}, {"a", ""}}), 0); });
+    EXPECT_EQ(Ask({"a", "b"}), 0);
+    EXPECT_EQ(device.time.Elapsed(), 3s);
+    EXPECT_THAT(Records(), ::testing::AnyOf("earlier=kept a= b=2 ", "earlier=kept b=2 a= "));
+    device.time.At(5s, [this] { EXPECT_EQ(Answer({}, 43), 0); });
+    EXPECT_EQ(Ask({}), 0);  // answered in the last moment
+}
+
+TEST_F(RemoteInfo, IsGivenUpAfterFiveSecondsAndALateAnswerRefused) {
+    EXPECT_EQ(Ask({"a"}), 2201);
+    EXPECT_EQ(device.time.Elapsed(), 5s);
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: infoRes result is empty, collaborationId: 42");
+    EXPECT_EQ(Answer({{"a", "1"}}), 2204);
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: SetDynamicInfo failed");
+    EXPECT_TRUE(IsForgotten(42));
+}
+
+TEST_F(RemoteInfo, IsRefusedAndForgottenWhenTheNamesAreNotThoseAskedFor) {
+    struct Row {
+        std::vector<std::string> keys;
+        Answers answer;
+        std::string line;
+    };
+    const std::string otherSize = "E Collection: infoResultSize is not the same as keyListSize";
+    const std::vector<Row> rows{{{"a"}, {{"a", "1"}, {"extra", "2"}}, otherSize},
+        {{"a", "missing"}, {{"a", "1"}}, otherSize}, {{"twice", "twice"}, {{"twice", "1"}}, otherSize},
+        {{"a", "b"}, {{"a", "1"}, {"c", "2"}}, "E Collection: cannot find the same key b in infoRes"}};
+    uint32_t id = 42;
+    for (const Row& row : rows) {
+        device.time.At(1s, [&] { EXPECT_EQ(Answer(row.answer, id), 0); });
+        EXPECT_EQ(Ask(row.keys), 2205) << row.keys.back();
+        const std::vector<std::string> lines = device.journal.Lines();
+        EXPECT_EQ(lines[lines.size() - 2], row.line) << row.keys.back();
+        EXPECT_EQ(lines.back(), "E Collection: infoRes result is not valid");
+        EXPECT_TRUE(IsForgotten(id++));
+    }
+    EXPECT_TRUE(records.empty());
+}
+
+TEST_F(RemoteInfo, ThatWasNotSentKeepsItsIdButLeavesNoAnswerToTheNextRequest) {
+    device.host.session = {-3, 9};
+    EXPECT_EQ(Ask({"a"}), 2203);
+    EXPECT_EQ(device.journal.Lines().back(),
+        "E Collection: CollaborationToDevice failed, errorCode: -3,             collaborationSessionId: 9");
+    EXPECT_EQ(Answer({{"a", "stale"}}), 0);
+    EXPECT_TRUE(service.IsValidDynamicInfoResult(42, {"a"}));
+
+    device.host.session = {0, 7};
+    device.host.nextCollaborationId = 42;
+    EXPECT_EQ(Ask({"a"}), 2201);
+    EXPECT_TRUE(records.empty());
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk
