@@ -47,7 +47,7 @@ RefBase::RefBase() : counter_(new RefCounter(this)) {}
 
 RefBase::RefBase(const RefBase&) : RefBase() {}
 
-RefBase& RefBase::operator=(const RefBase&) {
+RefBase& RefBase::operator=(const RefBase&) {  // NOLINT(bugprone-unhandled-self-assignment): assigns nothing
     return *this;
 }
 

@@ -30,7 +30,7 @@ std::string FindValue(const Json::Value& reply, const std::string& infoName) {
         return {};
     }
     const Json::Value& value = item[VALUE];
-    const std::string result = value.isBool() || value.isString() ? value.asString() : std::string();
+    std::string result = value.isBool() || value.isString() ? value.asString() : std::string();
     CFWK_LOGI(LOG, "RequestSaOnConfigInfo resultJson get value  %{public}s", result);
     return result;
 }
