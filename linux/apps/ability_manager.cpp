@@ -1,0 +1,85 @@
+#include "linux/apps/ability_manager.h"
+
+#include <vector>
+
+#include "linux/apps/bundle_manager.h"
+
+namespace ZYNE {
+
+AbilityManagerClient* AbilityManagerClient::GetInstance() {
+    return &Linux::AbilityManager::GetInstance();
+}
+
+ExtensionManagerClient& ExtensionManagerClient::GetInstance() {
+    return Linux::AbilityManager::GetInstance();
+}
+
+}  // namespace ZYNE
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr int32_t CURRENT_USER = -1;
+
+}  // namespace
+
+AbilityManager& AbilityManager::GetInstance() {
+    static auto& manager = *new AbilityManager();
+    return manager;
+}
+
+int32_t AbilityManager::ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) {
+    const ElementName& element = want.GetElement();
+    const std::shared_ptr<const BundleCatalogue> catalogue = BundleManager::GetInstance()->GetCatalogue();
+    const Bundle* bundle = catalogue->Find(element.GetBundleName());
+    const BundleExtension* extension = catalogue->FindExtension(element.GetBundleName(), element.GetAbilityName());
+    if (!connection) {
+        return NO_CONNECTION;
+    }
+    if (extension == nullptr) {
+        return NOT_INSTALLED;
+    }
+    if (bundle->user != (userId == CURRENT_USER ? DEVICE_USER : userId)) {
+        return UNKNOWN_USER;
+    }
+    if (!bundle->enabled) {
+        return DISABLED;
+    }
+    return FindOrMake(element, extension->service.name)->Connect(connection) ? 0 : NO_THREAD;
+}
+
+int32_t AbilityManager::ConnectServiceExtensionAbility(const Want& want, const sptr<IAbilityConnection>& connection,
+    const sptr<IRemoteObject>& /*callerToken*/, int32_t userId) {
+    return ConnectAbility(want, connection, userId);
+}
+
+int32_t AbilityManager::DisconnectAbility(const sptr<IAbilityConnection>& connection) {
+    if (!connection) {
+        return NO_CONNECTION;
+    }
+    std::vector<std::shared_ptr<Extension>> extensions;
+    {
+        const std::scoped_lock lock(mutex_);
+        for (const auto& [key, extension] : extensions_) {
+            extensions.push_back(extension);
+        }
+    }
+    int32_t result = NOT_CONNECTED;
+    for (const std::shared_ptr<Extension>& extension : extensions) {
+        if (extension->Disconnect(connection)) {
+            result = 0;
+        }
+    }
+    return result;
+}
+
+std::shared_ptr<Extension> AbilityManager::FindOrMake(const ElementName& element, const std::string& busName) {
+    const std::scoped_lock lock(mutex_);
+    std::shared_ptr<Extension>& extension = extensions_[Key(element.GetBundleName(), element.GetAbilityName())];
+    if (!extension) {
+        extension = std::make_shared<Extension>(element, busName);
+    }
+    return extension;
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,46 @@
+// Connects to the extensions of installed apps.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "linux/apps/extension.h"
+#include "platform/ability/ability_manager_client.h"
+#include "platform/ability/extension_manager_client.h"
+
+namespace ZYNE::Linux {
+
+// Any thread. Only extensions have a process that can be connected to.
+class AbilityManager final : public AbilityManagerClient, public ExtensionManagerClient {
+public:
+    // What the operations answer besides 0.
+    enum Result : int32_t {
+        NO_CONNECTION = 1,  // the connection is null
+        UNKNOWN_USER = 2,
+        NOT_INSTALLED = 3,  // no such app, or it has no such extension
+        DISABLED = 4,       // the app is
+        NO_THREAD = 5,      // the pool has none left, or the device is stopping
+        NOT_CONNECTED = 6,
+    };
+
+    // The process's manager; never destroyed.
+    static AbilityManager& GetInstance();
+
+    int32_t ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) override;
+    int32_t DisconnectAbility(const sptr<IAbilityConnection>& connection) override;
+    int32_t ConnectServiceExtensionAbility(const Want& want, const sptr<IAbilityConnection>& connection,
+        const sptr<IRemoteObject>& callerToken, int32_t userId) override;
+
+private:
+    using Key = std::pair<std::string, std::string>;  // bundle name, extension name
+
+    std::shared_ptr<Extension> FindOrMake(const ElementName& element, const std::string& busName);
+
+    std::mutex mutex_;
+    std::map<Key, std::shared_ptr<Extension>> extensions_;  // guarded by mutex_; those ever connected to
+};
+
+}  // namespace ZYNE::Linux

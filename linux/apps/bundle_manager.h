@@ -1,0 +1,50 @@
+// The device's bundle manager: an object of this process.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "linux/apps/bundle_catalogue.h"
+#include "linux/bus/local_object.h"
+#include "platform/bundle/bundle_mgr.h"
+
+namespace ZYNE::Linux {
+
+// Any thread.
+class BundleManager final : public LocalObject, public IBundleMgr {
+public:
+    static constexpr int32_t SYSTEM_ABILITY_ID = 401;
+
+    // What the queries answer besides 0.
+    enum QueryResult : int32_t { NOT_INSTALLED = 1 };
+
+    // The process's manager; never null.
+    static sptr<BundleManager> GetInstance();
+
+    // Before the bus is started. Throws std::runtime_error with one line when the directory cannot be read.
+    void LoadDirectory(const std::filesystem::path& directory);
+
+    // What is installed; never null.
+    std::shared_ptr<const BundleCatalogue> GetCatalogue() const;
+
+    sptr<IRemoteObject> AsObject() override { return sptr<IRemoteObject>(this); }
+
+    // An app that is disabled, or another user's, is in no query.
+    int32_t QueryAbilityInfosV9(
+        const Want& want, int32_t flags, int32_t userId, std::vector<AbilityInfo>& infos) override;
+    int32_t QueryExtensionAbilityInfosV9(
+        const Want& want, int32_t flags, int32_t userId, std::vector<ExtensionAbilityInfo>& infos) override;
+    // Tells of disabled apps as well.
+    int32_t GetApplicationInfo(
+        const std::string& bundleName, int32_t flags, int32_t userId, ApplicationInfo& info) override;
+
+private:
+    BundleManager() = default;
+
+    mutable std::mutex mutex_;
+    std::shared_ptr<const BundleCatalogue> catalogue_ = std::make_shared<BundleCatalogue>();  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

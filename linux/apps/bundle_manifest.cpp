@@ -1,0 +1,86 @@
+#include "linux/apps/bundle_manifest.h"
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
+#include "linux/bus/extension_name.h"
+#include "linux/bus/json_file.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr char FILE_NAME[] = "manifest.json";
+constexpr size_t LARGEST_FILE = 1u << 20;  // bytes
+
+// Names are logged, compared and made into bus names.
+std::string ReadName(const Json::Value& json, const char* member) {
+    std::string name = JsonString(json, member);
+    const bool printable = std::none_of(name.begin(), name.end(),
+        [](char character) { return static_cast<unsigned char>(character) < ' ' || character == '\x7f'; });
+    if (name.empty() || !printable) {
+        throw std::runtime_error(std::string("\"") + member + "\" must be a name");
+    }
+    return name;
+}
+
+BundleAbility ReadAbility(const Json::Value& json) {
+    BundleAbility ability;
+    ability.name = ReadName(json, "name");
+    ability.actions = JsonStrings(json, "actions");
+    for (const Json::Value& entry : JsonObjects(json, "metadata")) {
+        ability.metadata.push_back(
+            {JsonString(entry, "name"), JsonString(entry, "value", ""), JsonString(entry, "resource", "")});
+    }
+    return ability;
+}
+
+BundleExtension ReadExtension(const Json::Value& json, const Bundle& bundle) {
+    BundleExtension extension{ReadAbility(json), {}};
+    extension.service.name = ExtensionBusName(bundle.bundleName, extension.name);
+    extension.service.command = JsonStrings(json, "exec");
+    if (extension.service.name.empty()) {
+        throw std::runtime_error("the names of extension \"" + extension.name + "\" are too long");
+    }
+    if (extension.service.command.empty()) {
+        throw std::runtime_error("extension \"" + extension.name + "\" has no \"exec\"");
+    }
+    std::string& executable = extension.service.command.front();
+    executable = (bundle.folder / executable).lexically_normal().native();
+    return extension;
+}
+
+void ReadAbilities(const Json::Value& root, Bundle& bundle) {
+    std::set<std::string> names;
+    for (const Json::Value& json : JsonObjects(root, "abilities")) {
+        names.insert(bundle.abilities.emplace_back(ReadAbility(json)).name);
+    }
+    for (const Json::Value& json : JsonObjects(root, "extensions")) {
+        names.insert(bundle.extensions.emplace_back(ReadExtension(json, bundle)).name);
+    }
+    if (names.size() != bundle.abilities.size() + bundle.extensions.size()) {
+        throw std::runtime_error("two abilities or extensions have the same name");
+    }
+}
+
+}  // namespace
+
+Bundle ReadManifest(const std::filesystem::path& folder) {
+    const std::filesystem::path file = folder / FILE_NAME;
+    const Json::Value root = ReadJsonObject(file, LARGEST_FILE);
+    Bundle bundle;
+    bundle.folder = std::filesystem::absolute(folder);
+    try {
+        bundle.bundleName = ReadName(root, "bundleName");
+        bundle.label = JsonString(root, "label", "");
+        bundle.version = JsonString(root, "version", "");
+        bundle.enabled = JsonBool(root, "enabled", true);
+        bundle.user = JsonInt(root, "user", DEVICE_USER);
+        ReadAbilities(root, bundle);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(file.native() + ": " + error.what());
+    }
+    return bundle;
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,20 @@
+// Where a device's bus is, and how to connect to it.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "linux/bus/bus_handles.h"
+
+namespace ZYNE::Linux {
+
+// The socket of the bus that keeps its files in `directory`.
+std::filesystem::path BusSocket(const std::filesystem::path& directory);
+
+// The D-Bus address of that socket.
+std::string BusAddress(const std::filesystem::path& directory);
+
+// A connection of its own, registered with the bus. Throws std::runtime_error with one line that says why not.
+BusHandle OpenBus(const std::string& address);
+
+}  // namespace ZYNE::Linux

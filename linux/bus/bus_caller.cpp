@@ -1,0 +1,142 @@
+#include "linux/bus/bus_caller.h"
+
+#include <cerrno>
+#include <exception>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "linux/bus/bus_address.h"
+#include "platform/ipc/remote_object.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+// The bus answers for an object that cannot: nobody owns the name, or its owner left before it answered. A wait that is
+// over has a name of its own.
+int ResultOf(int code, const BusError& error) {
+    if (error.Is(SD_BUS_ERROR_NO_REPLY) || error.Is(SD_BUS_ERROR_SERVICE_UNKNOWN) ||
+        error.Is(SD_BUS_ERROR_NAME_HAS_NO_OWNER) || error.Is(SD_BUS_ERROR_DISCONNECTED)) {
+        return IRemoteObject::DEAD;
+    }
+    if (error.Is(SD_BUS_ERROR_LIMITS_EXCEEDED)) {
+        return IRemoteObject::TOO_LARGE;
+    }
+    switch (code) {
+    case -ETIMEDOUT:
+        return IRemoteObject::TIMED_OUT;
+    case -ECONNRESET:
+    case -ENOTCONN:
+    case -EPIPE:
+        return IRemoteObject::DEAD;
+    case -EMSGSIZE:
+        return IRemoteObject::TOO_LARGE;
+    default:
+        return IRemoteObject::REFUSED;
+    }
+}
+
+MessageHandle NewCall(sd_bus* bus, const BusMethod& method) {
+    sd_bus_message* message = nullptr;
+    sd_bus_message_new_method_call(
+        bus, &message, method.busName.c_str(), method.path.c_str(), method.interface.c_str(), method.name.c_str());
+    return MessageHandle(message);
+}
+
+int CallOn(sd_bus* bus, const BusMethod& method, std::chrono::microseconds timeout, const BusCaller::Access& write,
+    const BusCaller::Access& read, std::string* text) {
+    const MessageHandle request = NewCall(bus, method);
+    if (!request) {
+        return IRemoteObject::REFUSED;
+    }
+    if (const int written = write(request.get()); written < 0) {
+        return written == -EMSGSIZE ? IRemoteObject::TOO_LARGE : IRemoteObject::REFUSED;
+    }
+    BusError error;
+    sd_bus_message* answer = nullptr;
+    const int code = sd_bus_call(bus, request.get(), static_cast<uint64_t>(timeout.count()), error.Get(), &answer);
+    const MessageHandle reply(answer);
+    if (code < 0) {
+        if (text != nullptr) {
+            *text = error.GetText();
+        }
+        return ResultOf(code, error);
+    }
+    const int taken = read(reply.get());
+    if (taken < 0) {
+        return taken == -EMSGSIZE ? IRemoteObject::TOO_LARGE : IRemoteObject::BAD_MESSAGE;
+    }
+    return IRemoteObject::OK;
+}
+
+// Anything else that was sent to this connection: late answers, signals, strangers' calls.
+void DropUnasked(sd_bus* bus) {
+    uint64_t queued = 0;
+    while (sd_bus_get_n_queued_read(bus, &queued) >= 0 && queued > 0 && sd_bus_process(bus, nullptr) > 0) {
+    }
+}
+
+}  // namespace
+
+BusMethod BusDaemonMethod(const std::string& name) {
+    return {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", name};
+}
+
+BusCaller::BusCaller(std::string address) : address_(std::move(address)) {}
+
+int BusCaller::Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
+    std::string* error) noexcept {
+    try {
+        BusHandle bus = Borrow();
+        if (!bus) {
+            return IRemoteObject::DEAD;
+        }
+        const int result = CallOn(bus.get(), method, timeout, write, read, error);
+        if (result != IRemoteObject::TIMED_OUT) {
+            GiveBack(std::move(bus));
+        }
+        return result;
+    } catch (const std::bad_alloc&) {
+        return IRemoteObject::TOO_LARGE;
+    } catch (const std::exception& failure) {
+        if (error != nullptr) {
+            *error = failure.what();
+        }
+        return IRemoteObject::DEAD;
+    }
+}
+
+BusHandle BusCaller::Borrow() {
+    {
+        const std::scoped_lock lock(mutex_);
+        if (closed_) {
+            return nullptr;
+        }
+        if (!idle_.empty()) {
+            BusHandle bus = std::move(idle_.back());
+            idle_.pop_back();
+            return bus;
+        }
+    }
+    return OpenBus(address_);
+}
+
+void BusCaller::GiveBack(BusHandle bus) {
+    DropUnasked(bus.get());
+    if (sd_bus_is_open(bus.get()) <= 0) {
+        return;
+    }
+    const std::scoped_lock lock(mutex_);
+    if (!closed_ && idle_.size() < MOST_IDLE) {
+        idle_.push_back(std::move(bus));
+    }
+}
+
+void BusCaller::Close() {
+    std::vector<BusHandle> idle;
+    const std::scoped_lock lock(mutex_);
+    closed_ = true;
+    idle.swap(idle_);
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,55 @@
+// Calls methods over the bus and waits for their answers.
+//
+// A call has a connection to itself while it runs: it reads its own answer, with no other thread in between, so a call
+// costs one round trip over the bus and a slow one holds up no other. Connections are kept for the next calls.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "linux/bus/bus_handles.h"
+
+namespace ZYNE::Linux {
+
+// Which method of which object.
+struct BusMethod {
+    std::string busName;
+    std::string path;
+    std::string interface;
+    std::string name;
+};
+
+// A method of the bus itself.
+BusMethod BusDaemonMethod(const std::string& name);
+
+// Any thread.
+class BusCaller {
+public:
+    // Adds the arguments, or takes the results. Negative: an error number. Runs inside Call.
+    using Access = std::function<int(sd_bus_message*)>;
+
+    explicit BusCaller(std::string address);
+
+    // 0, or another IRemoteObject::Result. `error`, if given, receives the text of what went wrong. Never throws.
+    int Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
+        std::string* error = nullptr) noexcept;
+
+    // Ends idle connections. Later calls find everything dead; those under way go on.
+    void Close();
+
+private:
+    static constexpr size_t MOST_IDLE = 16;
+
+    BusHandle Borrow();
+    void GiveBack(BusHandle bus);
+
+    const std::string address_;
+    std::mutex mutex_;
+    std::vector<BusHandle> idle_;  // guarded by mutex_
+    bool closed_ = false;          // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

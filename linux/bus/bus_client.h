@@ -1,0 +1,60 @@
+// A process's calling side on one bus: who is there, and the objects that requests can be sent to.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "linux/bus/bus_caller.h"
+#include "linux/bus/name_watcher.h"
+#include "linux/bus/process_handle.h"
+#include "linux/bus/remote_object.h"
+
+namespace ZYNE::Linux {
+
+// Any thread.
+class BusClient {
+public:
+    // `post` carries death notices; `lost` is told once, on a thread that must not close the client, when the bus goes
+    // away. Throws std::runtime_error when the bus cannot be reached.
+    BusClient(const std::string& address, Post post, std::function<void()> lost);
+    ~BusClient();
+
+    // From now on every object is dead; nobody is told. Calls under way end when the bus does.
+    void Close();
+
+    // The object at `path` of the process `uniqueName`; the same one while anybody holds it. An object whose process is
+    // gone is dead.
+    sptr<RemoteObject> GetRemote(const std::string& uniqueName, const std::string& path);
+
+    // Has the bus start the service that owns `name` and waits until it does. The owner's unique name; empty when it did
+    // not start, with the reason in `error`.
+    std::string StartService(const std::string& name, std::string& error);
+
+    // Asks the bus itself, which knows of a connection's end a moment before everyone hears of it.
+    bool IsOnBus(const std::string& uniqueName);
+
+    // The process behind a connection; empty when it has left.
+    ProcessHandle FindProcess(const std::string& uniqueName);
+
+    NameWatcher& GetNames() { return names_; }
+    BusCaller& GetCaller() { return *caller_; }
+
+private:
+    using Key = std::pair<std::string, std::string>;  // unique name, path
+
+    sptr<RemoteObject> FindOrMake(const std::string& uniqueName, const std::string& path);
+    std::string AskOwner(const std::string& name);
+    void OnGone(const std::string& uniqueName);
+
+    const Post post_;
+    const std::shared_ptr<BusCaller> caller_;
+    std::mutex mutex_;
+    std::map<Key, wptr<RemoteObject>> remotes_;  // guarded by mutex_
+    NameWatcher names_;                          // the last to be built: its thread uses the others
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,108 @@
+// Serves objects of this process on the bus.
+//
+//     BusServer server(address);
+//     server.Serve(BusWire::DEFAULT_PATH, [](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext&) {
+//         reply.WriteString("hello");
+//         return 0;
+//     });
+//     server.OwnName("org.example.Greeter");
+//     server.Run();
+//
+// One thread at a time reads the connection. The thread that read a request answers it as well, after it has passed the
+// reading on, so a request changes no thread on its way and a handler that blocks holds up nobody. When all threads are in
+// handlers another one is started, up to a limit; behind the limit requests wait on the bus.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "linux/bus/bus_caller.h"
+#include "linux/bus/bus_handles.h"
+#include "linux/bus/bus_poller.h"
+#include "linux/bus/caller_identity.h"
+#include "platform/ipc/ipc_context.h"
+#include "platform/ipc/message_parcel.h"
+
+namespace ZYNE::Linux {
+
+// Lock order: turnMutex_, then busMutex_; stateMutex_ is never held together with another.
+class BusServer {
+public:
+    // Answers one request. Any thread, several at once. 0, or the reason to refuse; the caller then gets no reply. An
+    // exception refuses the request.
+    using Handler =
+        std::function<int32_t(uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context)>;
+
+    // Throws std::runtime_error when the bus cannot be reached.
+    explicit BusServer(const std::string& address);
+    BusServer(const BusServer&) = delete;
+    BusServer& operator=(const BusServer&) = delete;
+    ~BusServer();
+
+    // Before Run. Both throw std::runtime_error, as for a path that is none or a name that is taken.
+    void Serve(const std::string& path, Handler handler);
+    void OwnName(const std::string& name);
+
+    const std::string& GetUniqueName() const { return uniqueName_; }
+
+    // Serves until Stop is called, a caller asks the process to stop, or the bus is gone; returns when the last handler
+    // has. True when the bus is still there.
+    bool Run();
+
+    // Any thread, handlers included; does not wait.
+    void Stop();
+
+private:
+    struct Object {
+        BusServer* server;
+        Handler handler;
+    };
+    struct Request {
+        MessageHandle message;  // to be let go of under busMutex_
+        const Handler* handler;
+        std::string sender;
+        uint32_t code;
+        std::vector<uint8_t> data;
+    };
+
+    // Of threads: so many serve at most, and so many stay while there is nothing to do.
+    static constexpr size_t MOST_THREADS = 64;
+    static constexpr size_t MOST_WAITING = 4;
+
+    void ServeRequests();
+    std::optional<Request> TakeRequest();
+    std::optional<Request> ReadOne(BusInterest& interest);
+    void PassTurn(bool toAnswer);
+    bool IsNeeded();
+    void EndThread();
+    void Answer(Request request) noexcept;
+    void SendReply(Request& request, int32_t status, const MessageParcel& reply);
+    static int OnCall(sd_bus_message* message, void* object, sd_bus_error* error);
+    static int OnStop(sd_bus_message* message, void* object, sd_bus_error* error);
+
+    BusCaller caller_;
+    CallerIdentity identity_;
+    BusPoller poller_;
+    std::string uniqueName_;
+    std::list<Object> objects_;  // not changed while Run runs
+    std::atomic<bool> stopping_ = false;
+    std::atomic<bool> busGone_ = false;
+
+    std::mutex turnMutex_;         // held by the thread that reads the connection
+    std::mutex busMutex_;          // held for the length of a call into sd-bus
+    BusHandle bus_;                // guarded by busMutex_, and so is every message of it
+    std::optional<Request> read_;  // guarded by busMutex_; what the message being processed was
+
+    std::mutex stateMutex_;
+    std::condition_variable allGone_;  // threads_ has become 0
+    size_t threads_ = 0;               // guarded by stateMutex_
+    size_t waiting_ = 0;               // guarded by stateMutex_; threads that read, or wait for their turn to
+};
+
+}  // namespace ZYNE::Linux

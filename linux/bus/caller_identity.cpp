@@ -1,0 +1,62 @@
+#include "linux/bus/caller_identity.h"
+
+#include <chrono>
+#include <string_view>
+
+#include "platform/ipc/remote_object.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr std::chrono::seconds QUESTION_TIME{5};
+
+// a{sv}: the process's facts by name; what is not asked for is skipped.
+int ReadCredentials(sd_bus_message* message, IPCContext& context) {
+    int result = sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
+    while (result >= 0 && (result = sd_bus_message_enter_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv")) > 0) {
+        const char* key = nullptr;
+        uint32_t value = 0;
+        result = sd_bus_message_read(message, "s", &key);
+        if (result >= 0 && std::string_view(key) == "ProcessID") {
+            result = sd_bus_message_read(message, "v", "u", &value);
+            context.callingPid = static_cast<int32_t>(value);
+        } else if (result >= 0 && std::string_view(key) == "UnixUserID") {
+            result = sd_bus_message_read(message, "v", "u", &value);
+            context.callingUid = static_cast<int32_t>(value);
+        } else if (result >= 0) {
+            result = sd_bus_message_skip(message, "v");
+        }
+        if (result >= 0) {
+            result = sd_bus_message_exit_container(message);
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto found = known_.find(uniqueName);
+        if (found != known_.end()) {
+            context = found->second;
+            return true;
+        }
+    }
+    const int result = caller_.Call(
+        BusDaemonMethod("GetConnectionCredentials"), QUESTION_TIME,
+        [&](sd_bus_message* message) { return sd_bus_message_append(message, "s", uniqueName.c_str()); },
+        [&](sd_bus_message* message) { return ReadCredentials(message, context); });
+    if (result != IRemoteObject::OK) {
+        return false;
+    }
+    const std::scoped_lock lock(mutex_);
+    if (known_.size() >= MOST_KNOWN) {
+        known_.clear();
+    }
+    known_[uniqueName] = context;
+    return true;
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,30 @@
+// Which process is behind a connection on the bus.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "linux/bus/bus_caller.h"
+#include "platform/ipc/ipc_context.h"
+
+namespace ZYNE::Linux {
+
+// Asks the bus once for each connection. Any thread.
+class CallerIdentity {
+public:
+    explicit CallerIdentity(BusCaller& caller) : caller_(caller) {}
+
+    // False when the bus does not say, as for a connection that has left. Blocks for a round trip at the first question.
+    bool Find(const std::string& uniqueName, IPCContext& context);
+
+private:
+    static constexpr size_t MOST_KNOWN = 1024;
+
+    BusCaller& caller_;
+    std::mutex mutex_;
+    std::map<std::string, IPCContext> known_;  // guarded by mutex_; unique names are never given out again
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,197 @@
+#include "linux/bus/name_watcher.h"
+
+#include <exception>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "linux/bus/bus_address.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr char BUS[] = "org.freedesktop.DBus";
+constexpr char BUS_PATH[] = "/org/freedesktop/DBus";
+
+bool IsUnique(const std::string& name) {
+    return name.starts_with(':');
+}
+
+void Check(int result, const char* what) {
+    if (result < 0) {
+        throw std::runtime_error(std::string(what) + ": " + std::generic_category().message(-result));
+    }
+}
+
+std::vector<std::string> ListNames(sd_bus* bus) {
+    sd_bus_message* raw = nullptr;
+    int result = sd_bus_call_method(bus, BUS, BUS_PATH, BUS, "ListNames", nullptr, &raw, nullptr);
+    const MessageHandle reply(raw);
+    if (result >= 0) {
+        result = sd_bus_message_enter_container(raw, SD_BUS_TYPE_ARRAY, "s");
+    }
+    Check(result, "cannot list the names on the bus");
+    std::vector<std::string> names;
+    const char* name = nullptr;
+    while (sd_bus_message_read(raw, "s", &name) > 0) {
+        names.emplace_back(name);
+    }
+    return names;
+}
+
+// Empty when the owner has just left.
+std::string AskOwner(sd_bus* bus, const std::string& name) {
+    sd_bus_message* raw = nullptr;
+    const char* owner = nullptr;
+    const int result = sd_bus_call_method(bus, BUS, BUS_PATH, BUS, "GetNameOwner", nullptr, &raw, "s", name.c_str());
+    const MessageHandle reply(raw);
+    return result >= 0 && sd_bus_message_read(raw, "s", &owner) > 0 ? owner : std::string();
+}
+
+}  // namespace
+
+NameWatcher::NameWatcher(const std::string& address, Callbacks callbacks)
+    : callbacks_(std::move(callbacks)), bus_(OpenBus(address)) {
+    ReadPresentState();
+    thread_ = std::thread([this] { Run(); });
+}
+
+NameWatcher::~NameWatcher() {
+    Stop();
+}
+
+// Changes are asked for first: those that come while the state is read are applied to it by the thread, and end in what is
+// true then, whatever of them the state shows already.
+void NameWatcher::ReadPresentState() {
+    Check(sd_bus_match_signal(
+              bus_.get(), nullptr, BUS, BUS_PATH, BUS, "NameOwnerChanged", &NameWatcher::OnNameOwnerChanged, this),
+        "cannot watch the names on the bus");
+    for (const std::string& name : ListNames(bus_.get())) {
+        Change(name, IsUnique(name) ? name : AskOwner(bus_.get(), name));
+    }
+}
+
+void NameWatcher::Stop() {
+    stopping_ = true;
+    poller_.Wake();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+    const std::scoped_lock lock(mutex_);
+    owners_.clear();
+    alive_.clear();
+    changed_.notify_all();
+}
+
+void NameWatcher::Run() {
+    try {
+        while (!stopping_ && Process()) {
+        }
+    } catch (const std::exception&) {
+        // Out of memory: the state can no longer be trusted, as when the bus is gone.
+    }
+    if (stopping_) {
+        return;
+    }
+    LoseEveryone();
+    if (callbacks_.lost) {
+        callbacks_.lost();
+    }
+}
+
+// One message, or one wait for it. False when the bus is gone.
+bool NameWatcher::Process() {
+    const int result = sd_bus_process(bus_.get(), nullptr);
+    if (result != 0) {
+        return result > 0;
+    }
+    BusInterest interest;
+    interest.fd = sd_bus_get_fd(bus_.get());
+    interest.events = sd_bus_get_events(bus_.get());
+    if (interest.fd < 0 || interest.events < 0 || sd_bus_get_timeout(bus_.get(), &interest.deadline) < 0) {
+        return false;
+    }
+    poller_.Wait(interest);
+    return true;
+}
+
+int NameWatcher::OnNameOwnerChanged(sd_bus_message* message, void* watcher, sd_bus_error* /*error*/) {
+    const char* name = nullptr;
+    const char* before = nullptr;
+    const char* owner = nullptr;
+    if (sd_bus_message_read(message, "sss", &name, &before, &owner) <= 0) {
+        return 0;
+    }
+    try {
+        static_cast<NameWatcher*>(watcher)->Change(name, owner);
+        return 0;
+    } catch (const std::exception&) {
+        return -ENOMEM;
+    }
+}
+
+void NameWatcher::Change(const std::string& name, const std::string& owner) {
+    {
+        const std::scoped_lock lock(mutex_);
+        if (!IsUnique(name)) {
+            if (owner.empty()) {
+                owners_.erase(name);
+            } else {
+                owners_[name] = owner;
+            }
+        } else if (owner.empty()) {
+            alive_.erase(name);
+        } else {
+            alive_.insert(name);
+        }
+        changed_.notify_all();
+    }
+    if (IsUnique(name) && owner.empty() && callbacks_.gone) {
+        callbacks_.gone(name);
+    }
+}
+
+void NameWatcher::LoseEveryone() {
+    std::set<std::string> alive;
+    {
+        const std::scoped_lock lock(mutex_);
+        owners_.clear();
+        alive.swap(alive_);
+        changed_.notify_all();
+    }
+    for (const std::string& name : alive) {
+        if (callbacks_.gone) {
+            callbacks_.gone(name);
+        }
+    }
+}
+
+std::string NameWatcher::GetOwner(const std::string& name) const {
+    const std::scoped_lock lock(mutex_);
+    const auto found = owners_.find(name);
+    return found != owners_.end() ? found->second : std::string();
+}
+
+bool NameWatcher::IsAlive(const std::string& uniqueName) const {
+    const std::scoped_lock lock(mutex_);
+    return alive_.contains(uniqueName);
+}
+
+bool NameWatcher::WaitForOwner(
+    const std::string& name, const std::string& uniqueName, std::chrono::milliseconds timeout) {
+    const auto owns = [&] {
+        const auto found = owners_.find(name);
+        return found != owners_.end() && found->second == uniqueName;
+    };
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, timeout, [&] { return owns() || stopping_; });
+    return owns();
+}
+
+bool NameWatcher::WaitUntilGone(const std::string& uniqueName, std::chrono::milliseconds timeout) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, timeout, [&] { return !alive_.contains(uniqueName); });
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,67 @@
+// Knows who is on the bus: which connections live, and who owns which well-known name.
+//
+// A thread of its own follows the bus's signals, so a question costs no round trip.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "linux/bus/bus_handles.h"
+#include "linux/bus/bus_poller.h"
+
+namespace ZYNE::Linux {
+
+// Any thread, except that Stop and the destructor must not run inside a callback.
+class NameWatcher {
+public:
+    struct Callbacks {
+        // The connection `uniqueName` has left. On the watcher's thread, without a lock; must be quick.
+        std::function<void(const std::string& uniqueName)> gone;
+        // The bus itself is gone, once. Everyone else has been reported gone before. Likewise.
+        std::function<void()> lost;
+    };
+
+    // Returns when the present state of the bus is known. Throws std::runtime_error when the bus cannot be reached.
+    NameWatcher(const std::string& address, Callbacks callbacks);
+    ~NameWatcher();
+
+    // Ends the thread. No callback runs after this; everyone counts as gone.
+    void Stop();
+
+    // The connection that owns `name`; empty when nobody does.
+    std::string GetOwner(const std::string& name) const;
+    bool IsAlive(const std::string& uniqueName) const;
+
+    // Whether `uniqueName` owns `name`, waiting to hear of it.
+    bool WaitForOwner(const std::string& name, const std::string& uniqueName, std::chrono::milliseconds timeout);
+    // Whether the connection has left, waiting for it to leave.
+    bool WaitUntilGone(const std::string& uniqueName, std::chrono::milliseconds timeout);
+
+private:
+    void ReadPresentState();
+    void Run();
+    bool Process();
+    void Change(const std::string& name, const std::string& owner);
+    void LoseEveryone();
+    static int OnNameOwnerChanged(sd_bus_message* message, void* watcher, sd_bus_error* error);
+
+    const Callbacks callbacks_;
+    BusPoller poller_;
+    BusHandle bus_;  // the thread's own, once it runs
+    std::atomic<bool> stopping_ = false;
+
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;            // owners_ or alive_ has changed
+    std::map<std::string, std::string> owners_;  // guarded by mutex_; well-known name to unique name
+    std::set<std::string> alive_;                // guarded by mutex_; unique names
+    std::thread thread_;
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,28 @@
+// A process that is not a child of ours, held so that its number cannot come to mean another.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "linux/bus/unique_fd.h"
+
+namespace ZYNE::Linux {
+
+class ProcessHandle {
+public:
+    // Empty when there is no such process.
+    explicit ProcessHandle(int32_t pid);
+
+    explicit operator bool() const { return static_cast<bool>(fd_); }
+
+    // Whether the process has ended, waiting for it to. True for an empty handle.
+    bool WaitUntilEnded(std::chrono::milliseconds timeout) const;
+
+    // Ends the process at once, whatever it is doing.
+    void Kill() const;
+
+private:
+    UniqueFd fd_;
+};
+
+}  // namespace ZYNE::Linux

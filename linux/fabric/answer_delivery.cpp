@@ -1,0 +1,35 @@
+#include "linux/fabric/answer_delivery.h"
+
+#include <memory>
+#include <utility>
+
+#include "linux/fabric/fabric_log.h"
+#include "linux/fabric/guarded_call.h"
+#include "linux/fabric/listener_registry.h"
+
+namespace ZYNE::Linux {
+
+void DeliverAnswer(SessionTable& sessions, const std::string& networkId, ControlMessage answer) {
+    const auto session = sessions.TakeOpened(answer.session, networkId);
+    if (!session) {
+        FabricPrint(LogLevel::WARN, "an answer of device %{public}s is dropped: it was not asked for, or came before",
+            Anonymous(networkId));
+        return;
+    }
+    const auto length = static_cast<uint32_t>(answer.payload.size());
+    const auto protocol = std::make_shared<CollaborationFwk::CollaborationFwkProtocol>(std::move(answer.payload));
+    for (const auto& listener : ListenerRegistry::Get().Of(static_cast<int>(answer.type))) {
+        GuardedCall("delivering an answer",
+            [&] { listener->OnDataReceived(session->collaborationId, protocol, length); });
+    }
+}
+
+void TellChannelShutDown(const std::vector<std::string>& collaborationIds) {
+    for (const std::string& id : collaborationIds) {
+        for (const auto& listener : ListenerRegistry::Get().Of(ListenerRegistry::CONTROL_CHANNEL)) {
+            GuardedCall("telling of a channel's end", [&] { listener->OnCtrlChannelShutDown(id); });
+        }
+    }
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,76 @@
+#include "linux/fabric/fabric.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "linux/fabric/fabric_log.h"
+#include "linux/fabric/fabric_node.h"
+
+namespace ZYNE::Linux {
+
+Fabric& Fabric::GetInstance() {
+    static auto& fabric = *new Fabric();
+    return fabric;
+}
+
+void Fabric::SetDeviceStateHandler(DeviceStateHandler handler) {
+    const std::scoped_lock lock(mutex_);
+    std::swap(handler_, handler);
+}
+
+void Fabric::Start(const FabricOptions& options) {
+    const std::scoped_lock starting(startMutex_);
+    if (Node()) {
+        throw std::runtime_error("the network runs already");
+    }
+    DeviceStateHandler handler;
+    {
+        const std::scoped_lock lock(mutex_);
+        handler = handler_;
+    }
+    const auto node = std::make_shared<FabricNode>(options, std::move(handler));
+    FabricPrint(LogLevel::INFO, "on the network as %{public}s, udid %{public}s, network id %{public}s", options.deviceName,
+        Anonymous(node->Self().udid), Anonymous(node->Self().networkId));
+    // Callbacks and requests, which come from here on, find the network running.
+    SetNode(node);
+    try {
+        node->Begin();
+    } catch (...) {
+        SetNode(nullptr);
+        throw;
+    }
+}
+
+std::shared_ptr<FabricNode> Fabric::SetNode(std::shared_ptr<FabricNode> node) {
+    const std::scoped_lock lock(mutex_);
+    return std::exchange(node_, std::move(node));
+}
+
+void Fabric::Stop() {
+    const std::scoped_lock stopping(startMutex_);
+    if (const auto node = SetNode(nullptr)) {
+        node->Stop();
+    }
+}
+
+std::optional<DmDeviceInfo> Fabric::LocalDevice() const {
+    const auto node = Node();
+    return node ? std::optional(ToDeviceInfo(node->Self())) : std::nullopt;
+}
+
+std::vector<Fabric::PeerStatus> Fabric::ListPeers() const {
+    std::vector<PeerStatus> list;
+    if (const auto node = Node()) {
+        for (const PeerPtr& peer : node->Peers().All()) {
+            list.push_back({ToDeviceInfo(peer->device), peer->online});
+        }
+    }
+    return list;
+}
+
+std::shared_ptr<FabricNode> Fabric::Node() const {
+    const std::scoped_lock lock(mutex_);
+    return node_;
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,68 @@
+// The network half of a device: presence, and the control channel between devices of one account.
+//
+// The daemon starts and stops it; the library reaches it through the seam (SessionManager, DeviceManager, …), whose operations
+// fail with FABRIC_NOT_RUNNING before the start and after the stop.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "linux/fabric/fabric_options.h"
+#include "platform/device_manager/dm_device_info.h"
+
+namespace ZYNE::Linux {
+
+class FabricNode;
+
+// Any thread.
+class Fabric {
+public:
+    // Tells that a device has come online (0), gone offline (1) or tells something else about itself (2). Comes on one thread,
+    // in order, with no lock held; it may block. A device that restarts goes offline under its old network id first.
+    using DeviceStateHandler = std::function<void(int state, const DmDeviceInfo& device)>;
+
+    struct PeerStatus {
+        DmDeviceInfo info;  // as it was last
+        bool online;
+    };
+
+    // The process's fabric; never destroyed.
+    static Fabric& GetInstance();
+
+    // Takes effect with the next start.
+    void SetDeviceStateHandler(DeviceStateHandler handler);
+
+    // Joins the network and announces the device. Throws std::runtime_error with one line when that cannot be done: the
+    // credentials do not hold, the interface does not exist, it runs already …
+    void Start(const FabricOptions& options);
+
+    // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback comes
+    // any more, except from large messages that the thread pool has accepted. Does nothing when it does not run. Not to be
+    // called by a callback.
+    void Stop();
+
+    // This device; nothing while it is not started.
+    std::optional<DmDeviceInfo> LocalDevice() const;
+
+    // All devices of the account that announced themselves since the start, those that have gone included.
+    std::vector<PeerStatus> ListPeers() const;
+
+    // What the seam's operations work on; null while it does not run.
+    std::shared_ptr<FabricNode> Node() const;
+
+private:
+    Fabric() = default;
+
+    // The node that was there before.
+    std::shared_ptr<FabricNode> SetNode(std::shared_ptr<FabricNode> node);
+
+    std::mutex startMutex_;  // one start or stop at a time; taken before mutex_
+    mutable std::mutex mutex_;
+    DeviceStateHandler handler_;        // guarded by mutex_
+    std::shared_ptr<FabricNode> node_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,60 @@
+#include "linux/fabric/fabric_domain.h"
+
+#include <stdexcept>
+
+#include "linux/fabric/dds_log.h"
+#include "linux/fabric/domain_config.h"
+#include "linux/fabric/domain_ports.h"
+#include "linux/fabric/network_interface.h"
+#include "linux/fabric/security_properties.h"
+#include "linux/fabric/socket_restriction.h"
+#include "linux/fabric/wire.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+// The library's codes say little; what it has just printed says more.
+template <typename Make>
+DdsEntity MakeOrExplain(const std::string& what, Make make) {
+    TakeLastDdsError();
+    try {
+        return DdsEntity(make(), what);
+    } catch (const std::runtime_error& error) {
+        const std::string reason = TakeLastDdsError();
+        throw std::runtime_error(reason.empty() ? error.what() : what + ": " + reason);
+    }
+}
+
+DdsEntity MakeDomain(const FabricOptions& options) {
+    if (options.domain > LAST_DOMAIN) {
+        throw std::runtime_error("the network domain is a number from 0 to " + std::to_string(LAST_DOMAIN));
+    }
+    const NetworkInterface interface = FindNetworkInterface(options.interface);
+    RouteDdsLog();
+    DdsEntity domain = MakeOrExplain("no network domain " + std::to_string(options.domain),
+        [&] { return dds_create_domain(options.domain, DomainConfig(options, interface).c_str()); });
+    RestrictSockets(options.domain, interface, options.multicast);
+    return domain;
+}
+
+DdsEntity MakeParticipant(uint32_t domain, const std::optional<Credentials>& credentials) {
+    const QosHandle qos = NewQos();
+    if (credentials) {
+        SetSecurityProperties(qos.get(), *credentials);
+    }
+    return MakeOrExplain(credentials ? "the credentials in " + credentials->directory.string() + " are refused"
+                                     : "no way into the network domain",
+        [&] { return dds_create_participant(domain, qos.get(), nullptr); });
+}
+
+}  // namespace
+
+FabricDomain::FabricDomain(const FabricOptions& options, const std::optional<Credentials>& credentials)
+    : domain_(MakeDomain(options)), participant_(MakeParticipant(options.domain, credentials)),
+      presenceTopic_(
+          dds_create_topic(Participant(), &ZYNE_Linux_Wire_Presence_desc, "Presence", nullptr, nullptr), "no topic"),
+      controlTopic_(
+          dds_create_topic(Participant(), &ZYNE_Linux_Wire_ControlMessage_desc, "Control", nullptr, nullptr), "no topic") {
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,35 @@
+// This process's place in the DDS domain: the library's domain, one participant, the topics.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "linux/account/credentials.h"
+#include "linux/fabric/dds_entity.h"
+#include "linux/fabric/fabric_options.h"
+
+namespace ZYNE::Linux {
+
+// Immutable; the entities may be used on any thread.
+class FabricDomain {
+public:
+    // With credentials the participant proves who it is and meets only those who do. Throws std::runtime_error with one
+    // line.
+    FabricDomain(const FabricOptions& options, const std::optional<Credentials>& credentials);
+
+    dds_entity_t Participant() const { return participant_.Get(); }
+    dds_entity_t PresenceTopic() const { return presenceTopic_.Get(); }
+    dds_entity_t ControlTopic() const { return controlTopic_.Get(); }
+
+    // Deletes every entity that was made in the domain.
+    void Delete() { domain_.Delete(); }
+
+private:
+    // In the order in which they are made.
+    DdsEntity domain_;
+    DdsEntity participant_;
+    DdsEntity presenceTopic_;
+    DdsEntity controlTopic_;
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,166 @@
+#include "linux/fabric/fabric_node.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "linux/account/credentials.h"
+#include "linux/account/udid.h"
+#include "linux/fabric/device_id.h"
+#include "linux/fabric/fabric_log.h"
+#include "linux/fabric/guarded_call.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+// How often what has become too old is thrown away.
+constexpr std::chrono::seconds HOUSEKEEPING{1};
+// How long a device that leaves waits until the others have what it sent them last.
+constexpr std::chrono::milliseconds FAREWELL{200};
+
+}  // namespace
+
+// Who this device is, and how it proves that.
+struct FabricNode::Identity {
+    std::optional<Credentials> credentials;
+    std::string udid;
+    Partitions partitions;
+
+    explicit Identity(const FabricOptions& options) {
+        if (options.trust == FabricOptions::Trust::ACCOUNT) {
+            credentials = LoadCredentials(options.credentials);
+            udid = credentials->udid;
+            return;
+        }
+        udid = options.udid;
+        partitions = Partitions(options.accountName);
+        if (!IsUdid(udid) || options.accountName.empty()) {
+            throw std::runtime_error("open mode needs a udid and the name of an account");
+        }
+        FabricPrint(LogLevel::WARN,
+            "open mode: peers prove nothing, nothing is encrypted, and whoever reaches interface %{public}s can be a peer",
+            options.interface);
+    }
+};
+
+FabricNode::FabricNode(const FabricOptions& options, DeviceEvents::Handler handler)
+    : FabricNode(options, Identity(options), std::move(handler)) {}
+
+FabricNode::FabricNode(const FabricOptions& options, const Identity& identity, DeviceEvents::Handler handler)
+    : self_{identity.udid, NewNetworkId(), options.deviceName, options.deviceType, OS_TYPE},
+      partitions_(identity.partitions), domain_(options, identity.credentials),
+      waitset_(dds_create_waitset(domain_.Participant()), "no waitset"),
+      stopSignal_(dds_create_guardcondition(domain_.Participant()), "no guard condition"),
+      events_(peers_, std::move(handler)),
+      watch_(domain_, partitions_, self_, identity.credentials.has_value(), waitset_.Get(), peers_,
+          {[this](const Peer& peer) { OnPeerChanged(peer); }, [this](const Peer& peer) { OnPeerGone(peer); }}),
+      inbox_(domain_, partitions_.To(self_.udid, self_.networkId), peers_, sessions_),
+      presence_(domain_, partitions_, self_),
+      announcementArrived_(dds_create_readcondition(watch_.Reader(), DDS_ANY_STATE), "no read condition"),
+      messageArrived_(dds_create_readcondition(inbox_.Reader(), DDS_ANY_STATE), "no read condition") {
+    for (const DdsEntity* condition : {&stopSignal_, &announcementArrived_, &messageArrived_}) {
+        MustDds(dds_waitset_attach(waitset_.Get(), condition->Get(), condition->Get()), "no waitset");
+    }
+}
+
+void FabricNode::Begin() {
+    reader_ = std::thread([this] { Read(); });
+    presence_.Announce();
+}
+
+void FabricNode::Read() {
+    auto nextHousekeeping = SessionTable::Clock::now() + HOUSEKEEPING;
+    while (!stopping_) {
+        const bool isChannelChanged = WaitForArrivals();
+        GuardedCall("reading from the network", [&] {
+            // Messages first: those of a device that has left are still its own, and those of one that is new are held.
+            inbox_.TakeMessages();
+            watch_.TakeAnnouncements();
+            if (isChannelChanged) {
+                watch_.CheckChannels();
+            }
+            if (const auto now = SessionTable::Clock::now(); now >= nextHousekeeping) {
+                nextHousekeeping = now + HOUSEKEEPING;
+                inbox_.DropOldHeld();
+                sessions_->EndOld();
+            }
+        });
+    }
+}
+
+// Whether the channels to other devices are to be looked at.
+bool FabricNode::WaitForArrivals() {
+    std::array<dds_attach_t, 8> sources{};
+    const dds_return_t count =
+        dds_waitset_wait(waitset_.Get(), sources.data(), sources.size(), std::chrono::nanoseconds(HOUSEKEEPING).count());
+    const auto end = sources.begin() + std::clamp(count, 0, static_cast<dds_return_t>(sources.size()));
+    // When more have fired than fit, or waiting fails, any may have.
+    return count < 0 || count > static_cast<dds_return_t>(sources.size()) ||
+        std::find(sources.begin(), end, PeerWatch::CHANNEL) != end;
+}
+
+void FabricNode::OnPeerChanged(const Peer& peer) {
+    events_.Add(peer.device.udid, {});
+    inbox_.ReleaseHeld(peer);
+}
+
+void FabricNode::OnPeerGone(const Peer& peer) {
+    events_.Add(peer.device.udid, sessions_->EndAllWith(peer.device.networkId));
+}
+
+FabricCode FabricNode::SendRequest(const std::string& networkId, const std::string& callerString,
+    const std::string& sessionName, const CollaborationFwk::ServiceInfo& service, int32_t& session) {
+    const PeerPtr peer = peers_.FindOnline(networkId);
+    if (!peer) {
+        return FABRIC_PEER_OFFLINE;
+    }
+    // Opened before the request is sent: the answer may be here before the send returns.
+    session = sessions_->Open(networkId, service.collaborationIdStr);
+    const FabricCode code = peer->channel->SendRequest(session, callerString, sessionName, service);
+    if (code != FABRIC_OK) {
+        sessions_->End(session);
+    }
+    return code;
+}
+
+FabricCode FabricNode::SendAnswer(int32_t session, uint32_t type, std::string_view payload) {
+    const auto served = sessions_->FindServed(session);
+    if (!served) {
+        return FABRIC_SESSION_UNKNOWN;
+    }
+    const auto& [networkId, openersNumber] = *served;
+    const PeerPtr peer = peers_.FindOnline(networkId);
+    if (!peer) {
+        return FABRIC_PEER_OFFLINE;
+    }
+    const FabricCode code = peer->channel->SendMessage(openersNumber, type, payload);
+    if (code == FABRIC_OK) {
+        sessions_->End(session);
+    }
+    return code;
+}
+
+void FabricNode::Stop() {
+    if (stopping_.exchange(true)) {
+        return;
+    }
+    dds_set_guardcondition(stopSignal_.Get(), true);
+    if (reader_.joinable()) {
+        reader_.join();
+    }
+    events_.Stop();
+    const auto end = SessionTable::Clock::now() + FAREWELL;
+    for (const PeerPtr& peer : peers_.All()) {
+        const std::chrono::nanoseconds left = end - SessionTable::Clock::now();
+        if (peer->online && left.count() > 0) {
+            peer->channel->WaitForDelivery(left.count());
+        }
+    }
+    presence_.Withdraw();
+    domain_.Delete();
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,52 @@
+#include "linux/fabric/listener_registry.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <utility>
+
+#include "linux/fabric/fabric_code.h"
+
+namespace ZYNE::CollaborationFwk {
+
+ListenerManager* ListenerManager::GetInstance() {
+    return &Linux::ListenerRegistry::Get();
+}
+
+}  // namespace ZYNE::CollaborationFwk
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr size_t ID_DIGITS = 11;
+
+}  // namespace
+
+ListenerRegistry& ListenerRegistry::Get() {
+    static auto& registry = *new ListenerRegistry();
+    return registry;
+}
+
+void ListenerRegistry::RegisterEventListener(
+    int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) {
+    if (listener) {
+        const std::scoped_lock lock(mutex_);
+        listeners_[eventType].push_back(std::move(listener));
+    }
+}
+
+ListenerRegistry::CollaborationId ListenerRegistry::FetchCollaborationId(const std::string& id) {
+    uint32_t number = 0;
+    const char* const end = id.data() + std::min(id.find('-'), id.size());
+    const auto [behind, error] = std::from_chars(id.data(), end, number);
+    const bool isWhole = id.find('-') == ID_DIGITS && error == std::errc() && behind == end;
+    return {isWhole ? FABRIC_OK : FABRIC_INVALID_ARGUMENT, isWhole ? number : 0};
+}
+
+ListenerRegistry::Listeners ListenerRegistry::Of(int eventType) const {
+    const std::scoped_lock lock(mutex_);
+    const auto listeners = listeners_.find(eventType);
+    return listeners == listeners_.end() ? Listeners() : listeners->second;
+}
+
+}  // namespace ZYNE::Linux

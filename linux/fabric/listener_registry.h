@@ -1,0 +1,36 @@
+// Keeps the listeners of the channel between devices.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/host/listener_manager.h"
+
+namespace ZYNE::Linux {
+
+// Any thread, also while libraries are loaded.
+class ListenerRegistry final : public CollaborationFwk::ListenerManager {
+public:
+    using Listeners = std::vector<std::shared_ptr<CollaborationFwk::EventListener>>;
+
+    // The event type of the control channel.
+    static constexpr int CONTROL_CHANNEL = 3;
+
+    // The process's registry; never destroyed.
+    static ListenerRegistry& Get();
+
+    // A null listener is ignored.
+    void RegisterEventListener(int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) override;
+    CollaborationId FetchCollaborationId(const std::string& id) override;
+
+    Listeners Of(int eventType) const;
+
+private:
+    mutable std::mutex mutex_;
+    std::map<int, Listeners> listeners_;  // guarded by mutex_; by event type
+};
+
+}  // namespace ZYNE::Linux

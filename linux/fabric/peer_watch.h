@@ -1,0 +1,58 @@
+// Turns announcements and matched channels into devices that come, change and go.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "linux/fabric/fabric_domain.h"
+#include "linux/fabric/partitions.h"
+#include "linux/fabric/peer_table.h"
+#include "linux/fabric/presence.h"
+
+namespace ZYNE::Linux {
+
+// One thread, the one that reads.
+//
+// A device is online when it has announced itself and reads what this device writes to it: the first message to it arrives.
+// It has gone when either ends.
+class PeerWatch {
+public:
+    // What the waitset gives for a channel that CheckChannels is to look at. No entity has it as its handle.
+    static constexpr dds_attach_t CHANNEL = -1;
+
+    struct Events {
+        std::function<void(const Peer&)> onChanged;  // came, or tells something else about itself
+        std::function<void(const Peer&)> onGone;
+    };
+
+    // `isProved` is whether participants have proved who they are. Channels are attached to `waitset`.
+    PeerWatch(const FabricDomain& domain, const Partitions& partitions, const Announcement& self, bool isProved,
+        dds_entity_t waitset, PeerTable& peers, Events events);
+
+    dds_entity_t Reader() const { return presence_.Get(); }
+
+    void TakeAnnouncements();
+    // Looks which peers' channels have been matched, or are no longer.
+    void CheckChannels();
+
+private:
+    void OnAnnounced(const Announcement& device, dds_instance_handle_t writer);
+    void OnWithdrawn(const std::string& udid, dds_instance_handle_t writer);
+    bool IsCredible(const Announcement& device, const dds_guid_t& participant) const;
+    void Arrive(Peer peer);
+    void CheckChannel(const PeerPtr& peer);
+    void Leave(const Peer& peer);
+    void Tell(const Peer& peer);
+
+    const FabricDomain& domain_;
+    const Partitions partitions_;
+    const Announcement self_;
+    const bool isProved_;
+    const dds_entity_t waitset_;
+    PeerTable& peers_;
+    const Events events_;
+    PresenceReader presence_;
+};
+
+}  // namespace ZYNE::Linux

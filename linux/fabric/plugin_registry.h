@@ -1,0 +1,27 @@
+// Keeps the plug-ins that made themselves known.
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "platform/host/plugin_loader.h"
+
+namespace ZYNE::Linux {
+
+// Any thread, also while libraries are loaded.
+class PluginRegistry final : public CollaborationFwk::PluginLoader {
+public:
+    // The process's registry; never destroyed.
+    static PluginRegistry& Get();
+
+    bool RegisterInstance(CollaborationFwk::PluginType type, CollaborationFwk::AbilityPlugin* instance) override;
+
+    // Null when there is none.
+    CollaborationFwk::AbilityPlugin* Find(CollaborationFwk::PluginType type) const;
+
+private:
+    mutable std::mutex mutex_;
+    std::map<CollaborationFwk::PluginType, CollaborationFwk::AbilityPlugin*> plugins_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

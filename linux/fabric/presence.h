@@ -1,0 +1,46 @@
+// Announces this device and reads what others announce.
+#pragma once
+
+#include <functional>
+
+#include "linux/fabric/announcement.h"
+#include "linux/fabric/dds_entity.h"
+#include "linux/fabric/fabric_domain.h"
+#include "linux/fabric/partitions.h"
+
+namespace ZYNE::Linux {
+
+// Operations throw std::runtime_error.
+class PresenceWriter {
+public:
+    PresenceWriter(const FabricDomain& domain, const Partitions& partitions, const Announcement& device);
+
+    // Tells the others that this device is there, those that come later as well.
+    void Announce();
+
+    // Tells the others that this device leaves.
+    void Withdraw();
+
+private:
+    const Announcement device_;
+    DdsEntity writer_;
+};
+
+// One thread.
+class PresenceReader {
+public:
+    // One announcement, or the end of one; its writer's handle. Of an end only the udid is given.
+    using Handler = std::function<void(const Announcement& device, bool isThere, dds_instance_handle_t writer)>;
+
+    PresenceReader(const FabricDomain& domain, const Partitions& partitions);
+
+    dds_entity_t Get() const { return reader_.Get(); }
+
+    // Hands on everything that has arrived.
+    void Take(const Handler& handler);
+
+private:
+    DdsEntity reader_;
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,46 @@
+#include "linux/fabric/qos.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+// How many samples a reader keeps until they are taken; then the transport holds back the writers.
+constexpr int32_t MOST_SAMPLES = 256;
+
+QosHandle ReliableQos(const std::string& partition) {
+    QosHandle qos = NewQos();
+    dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, DDS_SECS(1));
+    dds_qset_partition1(qos.get(), partition.c_str());
+    dds_qset_ignorelocal(qos.get(), DDS_IGNORELOCAL_PARTICIPANT);
+    return qos;
+}
+
+void KeepAll(dds_qos_t& qos) {
+    dds_qset_history(&qos, DDS_HISTORY_KEEP_ALL, 0);
+    dds_qset_resource_limits(&qos, MOST_SAMPLES, DDS_LENGTH_UNLIMITED, DDS_LENGTH_UNLIMITED);
+}
+
+}  // namespace
+
+QosHandle PresenceWriterQos(const std::string& partition) {
+    QosHandle qos = ReliableQos(partition);
+    dds_qset_durability(qos.get(), DDS_DURABILITY_TRANSIENT_LOCAL);
+    dds_qset_history(qos.get(), DDS_HISTORY_KEEP_LAST, 1);
+    dds_qset_writer_data_lifecycle(qos.get(), false);
+    return qos;
+}
+
+QosHandle PresenceReaderQos(const std::string& partition) {
+    QosHandle qos = ReliableQos(partition);
+    dds_qset_durability(qos.get(), DDS_DURABILITY_TRANSIENT_LOCAL);
+    // A device that announces another's udid is not believed; it must not push out the other's own announcement either.
+    KeepAll(*qos);
+    return qos;
+}
+
+QosHandle ControlQos(const std::string& partition) {
+    QosHandle qos = ReliableQos(partition);
+    KeepAll(*qos);
+    return qos;
+}
+
+}  // namespace ZYNE::Linux

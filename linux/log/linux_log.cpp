@@ -1,0 +1,181 @@
+#include "linux/log/linux_log.h"
+
+#include <chrono>
+#include <exception>
+#include <unistd.h>
+#include <utility>
+
+#include "linux/log/log_journal.h"
+#include "platform/log/log_print.h"
+#include "platform/log/printable_text.h"
+
+namespace ZYNE {
+
+LogService& LogService::GetInstance() {
+    return Linux::LinuxLog::Get();
+}
+
+}  // namespace ZYNE
+
+namespace ZYNE::Linux {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr LogDomain LOG{0xD004634, "Log"};
+constexpr auto GATHER_TIME = 10ms;
+constexpr size_t MOST_PENDING_BYTES = size_t{4} << 20U;
+constexpr size_t MOST_UNOPENED_BYTES = size_t{256} << 10U;
+
+std::terminate_handler terminateBefore = nullptr;
+
+}  // namespace
+
+LinuxLog& LinuxLog::Get() {
+    static auto& log = *new LinuxLog();
+    return log;
+}
+
+void LinuxLog::Print(LogType /*type*/, LogLevel level, const LogDomain& domain, std::string_view text) noexcept {
+    try {
+        LogEntry entry{std::chrono::system_clock::now(), level, domain, text.size(), false};
+        const std::string_view cut = CutText(text, MOST_LINE_BYTES);
+        std::unique_lock lock(mutex_);
+        if (!opened_) {
+            PrintUnopened(entry, cut);
+            return;
+        }
+        const bool first = pending_.Empty();
+        pending_.Add(entry, cut, MOST_PENDING_BYTES);
+        if (!writing_) {
+            lock.unlock();
+            WritePending();
+            return;
+        }
+        const bool urgent = level >= LogLevel::ERROR && !urgent_;
+        urgent_ = urgent_ || urgent;
+        lock.unlock();
+        if (first || urgent) {
+            wake_.notify_one();
+        }
+    } catch (...) {
+        // There is nowhere to report it: the line is lost.
+    }
+}
+
+// Under mutex_: lines of several threads must not mix.
+void LinuxLog::PrintUnopened(const LogEntry& entry, std::string_view text) {
+    LogEntry kept = entry;
+    if (entry.level >= LogLevel::WARN) {
+        std::string line;
+        LogLineFormatter().Append(line, entry, text);
+        kept.shown = WriteAll(STDERR_FILENO, line);
+    }
+    pending_.Add(kept, text, MOST_UNOPENED_BYTES);
+}
+
+void LinuxLog::Open(const LogOptions& options) {
+    {
+        const std::scoped_lock lock(writeMutex_);
+        file_.Open(options.file);
+        device_ = options.device;
+        target_ = options.target;
+        if (target_ == LogTarget::AUTOMATIC) {
+            target_ = JournalRuns() ? LogTarget::JOURNAL : LogTarget::STDERR;
+        }
+    }
+    minLevel = options.level;
+    showPrivate = options.showPrivate;
+    terminateBefore = std::set_terminate(FlushAndTerminate);
+    {
+        const std::scoped_lock lock(mutex_);
+        opened_ = true;
+        writing_ = true;
+    }
+    writer_ = std::thread([this] { RunWriter(); });
+}
+
+void LinuxLog::RunWriter() {
+    std::unique_lock lock(mutex_);
+    while (writing_) {
+        wake_.wait(lock, [&] { return !writing_ || !pending_.Empty(); });
+        wake_.wait_for(lock, GATHER_TIME, [&] { return !writing_ || urgent_; });
+        lock.unlock();
+        WritePending();
+        lock.lock();
+    }
+}
+
+void LinuxLog::WritePending() {
+    const std::scoped_lock writeLock(writeMutex_);
+    if (!file_.IsOpen()) {
+        return;
+    }
+    {
+        const std::scoped_lock lock(mutex_);
+        std::swap(pending_, batch_);
+        urgent_ = false;
+    }
+    if (batch_.Dropped() > 0) {
+        const std::string note = std::to_string(batch_.Dropped()) + " lines came too fast and were dropped";
+        batch_.Add({std::chrono::system_clock::now(), LogLevel::WARN, LOG, note.size(), false}, note, SIZE_MAX);
+    }
+    try {
+        WriteLines(batch_);
+    } catch (const std::exception&) {
+        WriteAll(STDERR_FILENO, "log lines were lost: out of memory\n");
+    }
+    batch_.Clear();
+}
+
+void LinuxLog::WriteLines(const LogBatch& batch) {
+    std::string toFile;
+    std::string toStderr;
+    for (size_t i = 0; i < batch.Size(); ++i) {
+        const LogEntry& entry = batch.Entry(i);
+        if (entry.level < minLevel.load()) {
+            continue;
+        }
+        const size_t begin = toFile.size();
+        formatter_.Append(toFile, entry, batch.Text(i));
+        if (target_ == LogTarget::STDERR && !entry.shown) {
+            toStderr += std::string_view(toFile).substr(begin);
+        } else if (target_ == LogTarget::JOURNAL) {
+            SendToJournal(device_, entry, batch.Text(i));
+        }
+    }
+    file_.Write(toFile);
+    WriteAll(STDERR_FILENO, toStderr);
+}
+
+void LinuxLog::Flush() {
+    WritePending();
+}
+
+void LinuxLog::Close() {
+    {
+        const std::scoped_lock lock(mutex_);
+        writing_ = false;
+    }
+    wake_.notify_one();
+    if (writer_.joinable()) {
+        writer_.join();
+    }
+    WritePending();
+}
+
+// The thread that terminates may hold a lock of the log: what cannot be had soon is given up.
+void LinuxLog::FlushAndTerminate() {
+    LinuxLog& log = Get();
+    for (int i = 0; i < 100; ++i) {
+        if (log.writeMutex_.try_lock()) {
+            log.writeMutex_.unlock();
+            log.WritePending();
+            break;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    terminateBefore();
+}
+
+}  // namespace ZYNE::Linux

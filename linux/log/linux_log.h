@@ -1,0 +1,77 @@
+// The log on Linux.
+//
+// A thread that prints a line only copies it into a buffer; a writer thread passes what has gathered to the journal, or to
+// standard error, and always to the device's own file.
+#pragma once
+
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "linux/log/log_batch.h"
+#include "linux/log/log_file.h"
+#include "linux/log/log_line.h"
+#include "platform/log/log_service.h"
+
+namespace ZYNE::Linux {
+
+// Where lines go besides the file.
+enum class LogTarget { AUTOMATIC /* the journal where it runs, else standard error */, JOURNAL, STDERR, NONE };
+
+struct LogOptions {
+    std::filesystem::path file;
+    std::string device;  // named with each line in the journal
+    LogTarget target = LogTarget::AUTOMATIC;
+    LogLevel level = LogLevel::INFO;
+    bool showPrivate = false;
+};
+
+// Any thread. Until it is opened, lines of warning level and above go to standard error, and as many as fit a buffer are
+// kept for the file. A process that never opens it, such as a command, has its warnings on standard error.
+class LinuxLog final : public LogService {
+public:
+    // The process's log; never destroyed.
+    static LinuxLog& Get();
+
+    void Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept override;
+
+    // Begins to write, once. Lines are on their way within ten milliseconds, errors at once, and also when the process
+    // ends by std::terminate. Throws std::system_error when the file cannot be opened.
+    void Open(const LogOptions& options);
+
+    // Returns when everything printed so far is written.
+    void Flush();
+
+    // Flushes and ends the writer thread. Later lines are written by the thread that prints them.
+    void Close();
+
+private:
+    LinuxLog() = default;
+
+    void PrintUnopened(const LogEntry& entry, std::string_view text);
+    void RunWriter();
+    void WritePending();
+    void WriteLines(const LogBatch& batch);
+    static void FlushAndTerminate();
+
+    // Lock order: writeMutex_, then mutex_.
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    LogBatch pending_;      // guarded by mutex_
+    bool opened_ = false;   // guarded by mutex_
+    bool writing_ = false;  // guarded by mutex_; the writer thread runs
+    bool urgent_ = false;   // guarded by mutex_; pending_ holds an error
+    std::thread writer_;    // touched by Open and Close only
+
+    std::mutex writeMutex_;
+    LogBatch batch_;                        // guarded by writeMutex_; being written
+    LogLineFormatter formatter_;            // guarded by writeMutex_
+    LogFile file_;                          // guarded by writeMutex_
+    LogTarget target_ = LogTarget::STDERR;  // written before the writer thread starts
+    std::string device_;                    // likewise
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,40 @@
+// The device's log file.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace ZYNE::Linux {
+
+// Writes all of `text` to `descriptor`. False when that fails.
+bool WriteAll(int descriptor, std::string_view text);
+
+// One thread at a time. The file is the user's own (0600). When it would grow beyond its limit it is renamed to ".1", which
+// replaces an earlier one, and begun anew.
+class LogFile {
+public:
+    static constexpr size_t MOST_BYTES = size_t{8} << 20U;
+
+    LogFile() = default;
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+    ~LogFile();
+
+    // Appends to the file `path`. Throws std::system_error when that cannot be opened.
+    void Open(const std::filesystem::path& path);
+    bool IsOpen() const { return descriptor_ >= 0; }
+
+    // Lines whole. What cannot be written, as on a full disk, is lost.
+    void Write(std::string_view lines);
+
+private:
+    void Rotate();
+
+    std::filesystem::path path_;
+    int descriptor_ = -1;
+    size_t size_ = 0;
+};
+
+}  // namespace ZYNE::Linux
