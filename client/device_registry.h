@@ -1,0 +1,70 @@
+// Which devices run on this machine under this user, and where.
+//
+// A device NAME that runs has the directory devices/NAME in $XDG_RUNTIME_DIR/collaborationfwk, or in
+// /tmp/collaborationfwk-UID where there is no XDG_RUNTIME_DIR. It is the device's runtime directory: the socket of its bus
+// and what else lives as long as the process. In it, "state" leads to the state directory, "address" holds the address of
+// the bus once the device can be asked, and "device.lock" is locked as long as the device runs. In the state directory, "run" leads
+// back.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "client/file_lock.h"
+
+namespace ZYNE::Client {
+
+// Why a device cannot be registered or found, as one line.
+class RegistryError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct DeviceEntry {
+    std::string name;
+    std::filesystem::path runtimeDirectory;
+    std::filesystem::path stateDirectory;
+    std::string busAddress;  // of the device's bus; empty while the device is starting
+    bool running = false;    // false: it ended without leaving, as after a kill
+
+    // The file that the device logs to.
+    std::filesystem::path LogFile() const { return stateDirectory / "device.log"; }
+};
+
+// Every device of this user, in the order of names. Throws RegistryError when the registry belongs to somebody else.
+std::vector<DeviceEntry> ListDevices();
+
+// The device `name`.
+std::optional<DeviceEntry> FindDevice(const std::string& name);
+
+// The device that has, or last had, the state directory `directory`.
+std::optional<DeviceEntry> FindDeviceByDirectory(const std::filesystem::path& directory);
+
+// Makes sure that `directory` is there, a directory, of this user and closed to others (0700). Only its last part is
+// created. Throws RegistryError.
+void EnsureOwnDirectory(const std::filesystem::path& directory);
+
+// A running device's place in the registry: made by the device, removed with this object.
+class DeviceRegistration {
+public:
+    // Throws RegistryError when a device of that name, or with that state directory, runs already.
+    DeviceRegistration(const std::string& name, const std::filesystem::path& stateDirectory);
+    DeviceRegistration(const DeviceRegistration&) = delete;
+    DeviceRegistration& operator=(const DeviceRegistration&) = delete;
+    ~DeviceRegistration();
+
+    const DeviceEntry& Entry() const { return entry_; }
+
+    // Tells programs that the device can be asked at `busAddress`.
+    void Announce(const std::string& busAddress);
+
+private:
+    DeviceEntry entry_;
+    std::optional<FileLock> stateLock_;
+    std::optional<FileLock> runtimeLock_;
+};
+
+}  // namespace ZYNE::Client

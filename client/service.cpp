@@ -1,0 +1,61 @@
+#include "client/service.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+
+#include "linux/bus/bus_server.h"
+#include "linux/bus/bus_wire.h"
+#include "linux/bus/extension_name.h"
+
+namespace ZYNE::Client {
+namespace {
+
+constexpr char ADDRESS_VARIABLE[] = "DBUS_STARTER_ADDRESS";
+constexpr int32_t REFUSED = -1;
+
+int32_t Guard(const RequestHandler& handler, uint32_t code, MessageParcel& data, MessageParcel& reply,
+    const IPCContext& context) noexcept {
+    try {
+        return handler(code, data, reply, context);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "request %u refused: %s\n", code, error.what());
+    } catch (...) {
+        std::fprintf(stderr, "request %u refused: exception of unknown type\n", code);
+    }
+    return REFUSED;
+}
+
+void Serve(const std::string& busName, const RequestHandler& handler) {
+    const char* address = std::getenv(ADDRESS_VARIABLE);
+    if (address == nullptr) {
+        throw std::runtime_error(
+            std::string("a device's bus starts this program; ") + ADDRESS_VARIABLE + " is not set");
+    }
+    Linux::BusServer server(address);
+    server.Serve(Linux::BusWire::DEFAULT_PATH,
+        [&handler](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context) {
+            return Guard(handler, code, data, reply, context);
+        });
+    server.OwnName(busName);
+    server.Run();
+}
+
+}  // namespace
+
+int RunService(const std::string& busName, const RequestHandler& handler) {
+    try {
+        Serve(busName, handler);
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", busName.c_str(), error.what());
+        return EXIT_FAILURE;
+    }
+}
+
+int RunExtension(const std::string& bundleName, const std::string& extensionName, const RequestHandler& handler) {
+    return RunService(Linux::ExtensionBusName(bundleName, extensionName), handler);
+}
+
+}  // namespace ZYNE::Client
