@@ -1,0 +1,173 @@
+#include "host/config.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include <toml++/toml.h>
+
+#include "host/config_table.h"
+#include "host/device_type_name.h"
+#include "platform/log/printable_text.h"
+
+namespace ZYNE::Host {
+namespace {
+
+using Linux::FabricOptions;
+using Linux::LogTarget;
+namespace fs = std::filesystem;
+
+// A device's name is also a file name and travels with each announcement.
+constexpr size_t MOST_NAME_BYTES = 63;
+constexpr const char* LOOPBACK = "lo";
+constexpr size_t MOST_WORD_BYTES = 63;
+// The ports of a domain are computed from its number and must stay below 65536.
+constexpr uint32_t LAST_DOMAIN = 230;
+
+template <typename Value>
+using Word = std::pair<std::string_view, Value>;
+
+constexpr std::array<Word<FabricOptions::Trust>, 2> ACCOUNT_MODES{
+    {{"account", FabricOptions::Trust::ACCOUNT}, {"open", FabricOptions::Trust::OPEN}}};
+constexpr std::array<Word<LogLevel>, 4> LOG_LEVELS{
+    {{"debug", LogLevel::DEBUG}, {"info", LogLevel::INFO}, {"warning", LogLevel::WARN}, {"error", LogLevel::ERROR}}};
+constexpr std::array<Word<LogTarget>, 4> LOG_TARGETS{{{"auto", LogTarget::AUTOMATIC}, {"journal", LogTarget::JOURNAL},
+    {"stderr", LogTarget::STDERR}, {"none", LogTarget::NONE}}};
+
+void CheckName(const ConfigTable& table, const std::string& key, const std::string& name) {
+    std::string printable;
+    AppendPrintable(printable, name);
+    if (name.empty() || name.size() > MOST_NAME_BYTES || name.front() == '.' || printable != name ||
+        name.find('/') != std::string::npos) {
+        table.Fail(key,
+            "must have 1 to " + std::to_string(MOST_NAME_BYTES) +
+                " bytes of printable text without a slash and without a dot in front");
+    }
+}
+
+// These words become part of the transport's own configuration.
+void CheckWord(const ConfigTable& table, const std::string& key, const std::string& word) {
+    constexpr std::string_view ALLOWED = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:-";
+    if (word.size() > MOST_WORD_BYTES || word.find_first_not_of(ALLOWED) != std::string::npos) {
+        table.Fail(key, "may hold letters, digits and . _ : - only, at most " + std::to_string(MOST_WORD_BYTES));
+    }
+}
+
+void CheckExists(const ConfigTable& table, const std::string& key, const fs::path& path, fs::file_type type) {
+    std::error_code error;
+    if (!path.empty() && fs::status(path, error).type() != type) {
+        table.Fail(key, path.string() + (type == fs::file_type::directory ? " is not a directory" : " is not a file"));
+    }
+}
+
+void ReadDevice(const toml::table& root, const fs::path& file, Config& config) {
+    ConfigTable table(root, file, "device");
+    table.Require("name");
+    config.fabric.deviceName = table.String("name", "");
+    CheckName(table, "name", config.fabric.deviceName);
+    table.Require("type");
+    config.fabric.deviceType = table.Choice("type", DEVICE_TYPES, "");
+    table.Require("state_directory");
+    config.stateDirectory = table.Path("state_directory");
+    config.systemRoot = table.Path("system_root");
+    CheckExists(table, "system_root", config.systemRoot, fs::file_type::directory);
+    table.RefuseOthers();
+}
+
+void ReadAccount(const toml::table& root, const fs::path& file, FabricOptions& fabric) {
+    ConfigTable table(root, file, "account");
+    table.Require("mode");
+    fabric.trust = table.Choice("mode", ACCOUNT_MODES, "");
+    if (fabric.trust == FabricOptions::Trust::OPEN) {
+        table.Require("name");
+        fabric.accountName = table.String("name", "");
+        CheckName(table, "name", fabric.accountName);
+    } else {
+        table.Require("credentials");
+        fabric.credentials = table.Path("credentials");
+        CheckExists(table, "credentials", fabric.credentials, fs::file_type::directory);
+    }
+    table.RefuseOthers();
+}
+
+void ReadNetwork(const toml::table& root, const fs::path& file, FabricOptions& fabric) {
+    ConfigTable table(root, file, "network");
+    fabric.interface = table.String("interface", LOOPBACK);
+    CheckWord(table, "interface", fabric.interface);
+    const bool local = fabric.interface == LOOPBACK;
+    fabric.peers = table.Strings("peers", local ? std::vector<std::string>{"127.0.0.1"} : std::vector<std::string>{});
+    for (const std::string& peer : fabric.peers) {
+        CheckWord(table, "peers", peer);
+    }
+    fabric.domain = table.Number("domain", 0, LAST_DOMAIN);
+    fabric.tag = table.String("tag", "");
+    CheckWord(table, "tag", fabric.tag);
+    fabric.multicast = table.Bool("multicast", false);
+    if (fabric.peers.empty() && !fabric.multicast) {
+        table.Fail("peers", "must name a host, or multicast must be true: no device would be found");
+    }
+    table.RefuseOthers();
+}
+
+void ReadApps(const toml::table& root, const fs::path& file, Config& config) {
+    ConfigTable table(root, file, "apps");
+    config.appsDirectory = table.Path("directory");
+    CheckExists(table, "directory", config.appsDirectory, fs::file_type::directory);
+    table.RefuseOthers();
+}
+
+void ReadServices(const toml::table& root, const fs::path& file, Config& config) {
+    ConfigTable table(root, file, "services");
+    config.serviceTable = table.Path("table");
+    CheckExists(table, "table", config.serviceTable, fs::file_type::regular);
+    table.RefuseOthers();
+}
+
+void ReadLog(const toml::table& root, const fs::path& file, Linux::LogOptions& log) {
+    ConfigTable table(root, file, "log");
+    log.level = table.Choice("level", LOG_LEVELS, "info");
+    log.target = table.Choice("target", LOG_TARGETS, "auto");
+    log.showPrivate = table.Bool("show_private", false);
+    table.RefuseOthers();
+}
+
+void RefuseOtherTables(const toml::table& root, const fs::path& file) {
+    constexpr std::array<std::string_view, 6> KNOWN{"device", "account", "network", "apps", "services", "log"};
+    for (const auto& [key, node] : root) {
+        if (std::ranges::find(KNOWN, key.str()) == KNOWN.end()) {
+            throw ConfigError(file.string() + ":" + std::to_string(node.source().begin.line) + ": " +
+                std::string(key.str()) + " is not a known " + (node.is_table() ? "table" : "key"));
+        }
+    }
+}
+
+toml::table Parse(const fs::path& file) {
+    std::error_code error;
+    if (fs::status(file, error).type() != fs::file_type::regular) {
+        throw ConfigError(file.string() + ": " + (error ? error.message() : "is not a file"));
+    }
+    try {
+        return toml::parse_file(file.string());
+    } catch (const toml::parse_error& problem) {
+        throw ConfigError(file.string() + ":" + std::to_string(problem.source().begin.line) + ": " +
+            std::string(problem.description()));
+    }
+}
+
+}  // namespace
+
+Config ReadConfig(const fs::path& file) {
+    const toml::table root = Parse(file);
+    RefuseOtherTables(root, file);
+    Config config;
+    ReadDevice(root, file, config);
+    ReadAccount(root, file, config.fabric);
+    ReadNetwork(root, file, config.fabric);
+    ReadApps(root, file, config);
+    ReadServices(root, file, config);
+    ReadLog(root, file, config.log);
+    return config;
+}
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,31 @@
+// The configuration file of a device; docs/configuration.md describes every key.
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "linux/fabric/fabric_options.h"
+#include "linux/log/linux_log.h"
+
+namespace ZYNE::Host {
+
+// Paths are absolute, or empty where the key is not given.
+struct Config {
+    std::filesystem::path stateDirectory;
+    std::filesystem::path systemRoot;
+    std::filesystem::path appsDirectory;
+    std::filesystem::path serviceTable;
+    Linux::FabricOptions fabric;  // the udid is not configured
+    Linux::LogOptions log;        // nor are the file and the device
+};
+
+// What is wrong with a configuration, as one line: the file, the line and the key.
+class ConfigError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Reads and checks `file`. Relative paths are taken from its directory. Throws ConfigError.
+Config ReadConfig(const std::filesystem::path& file);
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,123 @@
+#include "host/config_table.h"
+
+#include <optional>
+
+#include "host/config.h"
+
+namespace ZYNE::Host {
+
+ConfigTable::ConfigTable(const toml::table& root, std::filesystem::path file, std::string name)
+    : file_(std::move(file)), name_(std::move(name)) {
+    const toml::node* node = root.get(name_);
+    if (node == nullptr) {
+        return;
+    }
+    table_ = node->as_table();
+    if (table_ == nullptr) {
+        throw ConfigError(file_.string() + ":" + std::to_string(node->source().begin.line) + ": " + name_ +
+            " must be a table, written as [" + name_ + "]");
+    }
+}
+
+bool ConfigTable::Has(const std::string& key) const {
+    return table_ != nullptr && table_->contains(key);
+}
+
+const toml::node* ConfigTable::Find(const std::string& key) {
+    known_.insert(key);
+    return table_ == nullptr ? nullptr : table_->get(key);
+}
+
+std::string ConfigTable::String(const std::string& key, const std::string& byDefault) {
+    const toml::node* node = Find(key);
+    if (node == nullptr) {
+        return byDefault;
+    }
+    const auto value = node->value_exact<std::string>();
+    if (!value) {
+        Fail(key, "must be a string");
+    }
+    return *value;
+}
+
+bool ConfigTable::Bool(const std::string& key, bool byDefault) {
+    const toml::node* node = Find(key);
+    if (node == nullptr) {
+        return byDefault;
+    }
+    const auto value = node->value_exact<bool>();
+    if (!value) {
+        Fail(key, "must be true or false");
+    }
+    return *value;
+}
+
+uint32_t ConfigTable::Number(const std::string& key, uint32_t byDefault, uint32_t most) {
+    const toml::node* node = Find(key);
+    if (node == nullptr) {
+        return byDefault;
+    }
+    const auto value = node->value_exact<int64_t>();
+    if (!value || *value < 0 || *value > most) {
+        Fail(key, "must be a number from 0 to " + std::to_string(most));
+    }
+    return static_cast<uint32_t>(*value);
+}
+
+std::vector<std::string> ConfigTable::Strings(const std::string& key, const std::vector<std::string>& byDefault) {
+    const toml::node* node = Find(key);
+    if (node == nullptr) {
+        return byDefault;
+    }
+    const toml::array* array = node->as_array();
+    if (array == nullptr || !(array->empty() || array->is_homogeneous<std::string>())) {
+        Fail(key, "must be a list of strings");
+    }
+    std::vector<std::string> values;
+    for (const toml::node& element : *array) {
+        values.push_back(*element.value_exact<std::string>());
+    }
+    return values;
+}
+
+std::filesystem::path ConfigTable::Path(const std::string& key) {
+    if (!Has(key)) {
+        known_.insert(key);
+        return {};
+    }
+    const std::string text = String(key, "");
+    if (text.empty() || text.find('\0') != std::string::npos) {
+        Fail(key, "must name a path");
+    }
+    const std::filesystem::path path = std::filesystem::absolute(file_).parent_path() / text;
+    return path.lexically_normal();
+}
+
+void ConfigTable::Require(const std::string& key) const {
+    if (!Has(key)) {
+        Fail(key, "is missing");
+    }
+}
+
+// A key that is missing is looked for in its table, a missing table in the file.
+void ConfigTable::Fail(const std::string& key, const std::string& problem) const {
+    std::string place = file_.string();
+    if (table_ != nullptr) {
+        const toml::node* node = table_->get(key);
+        place += ":" + std::to_string((node != nullptr ? node : table_)->source().begin.line);
+    }
+    throw ConfigError(place + ": " + name_ + "." + key + " " + problem);
+}
+
+void ConfigTable::RefuseOthers() const {
+    if (table_ == nullptr) {
+        return;
+    }
+    for (const auto& [key, node] : *table_) {
+        if (!known_.contains(key.str())) {
+            Fail(std::string(key.str()), "is not a known key");
+        }
+    }
+}
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,191 @@
+#include "host/daemon.h"
+
+#include <atomic>
+#include <csignal>
+#include <optional>
+#include <utility>
+
+#include <unistd.h>
+
+#include "client/device_registry.h"
+#include "host/device_api.h"
+#include "host/device_identity.h"
+#include "host/device_type_name.h"
+#include "linux/apps/bundle_manager.h"
+#include "linux/bus/device_bus.h"
+#include "linux/bus/system_abilities.h"
+#include "linux/fabric/fabric.h"
+#include "linux/log/linux_log.h"
+#include "linux/runtime/steady_time.h"
+#include "linux/runtime/system_root.h"
+#include "linux/runtime/thread_pool.h"
+#include "platform/device_manager/dm_device_state.h"
+#include "platform/host/picker_result.h"
+#include "platform/log/log_print.h"
+#include "plugin/info_collection/app_info_collection.h"
+#include "plugin/info_collection/request_sa_manager.h"
+
+namespace ZYNE::Host {
+namespace {
+
+using namespace std::chrono_literals;
+using CollaborationFwk::AppInfoCollection;
+using CollaborationFwk::PickerResult;
+using CollaborationFwk::RequestSAManager;
+using Linux::Fabric;
+using Linux::FabricOptions;
+
+constexpr LogDomain LOG{0xD004640, "Device"};
+
+// How long programs that wait for an answer get it while the device stops. Answers that need the bus come no more when
+// this is over.
+constexpr auto LAST_ANSWERS_TIME = 500ms;
+
+std::string Masked(const std::string& id) {
+    return PickerResult::StringToAnonymous(id);
+}
+
+bool IsOpen(const Config& config) {
+    return config.fabric.trust == FabricOptions::Trust::OPEN;
+}
+
+std::vector<KnownPeer> KnownPeers() {
+    std::vector<KnownPeer> peers;
+    for (const Fabric::PeerStatus& peer : Fabric::GetInstance().ListPeers()) {
+        const DmDeviceInfo& info = peer.info;
+        peers.push_back({info.deviceId, info.networkId, info.deviceName, info.deviceTypeId, peer.online,
+            info.authForm == DmDeviceInfo::IDENTICAL_ACCOUNT});
+    }
+    return peers;
+}
+
+void LogDeviceState(int state, const DmDeviceInfo& device) {
+    const char* what = state == DEVICE_STATE_ONLINE ? "online" : state == DEVICE_STATE_OFFLINE ? "offline" : "changed";
+    LogPrint(LogType::CORE, LogLevel::INFO, LOG, "device %{public}s, udid %{public}s, is %{public}s", device.deviceName,
+        Masked(device.deviceId), what);
+}
+
+}  // namespace
+
+struct Daemon::Parts {
+    std::optional<Client::DeviceRegistration> registration;
+    std::optional<DeviceApi> api;
+    std::atomic<bool> busLost{false};
+};
+
+Daemon::Daemon(Config config) : config_(std::move(config)), parts_(std::make_unique<Parts>()) {}
+
+Daemon::~Daemon() {
+    Stop();
+}
+
+void Daemon::Start() {
+    Client::EnsureOwnDirectory(config_.stateDirectory);
+    parts_->registration.emplace(config_.fabric.deviceName, config_.stateDirectory);
+    StartLog();
+    Linux::SystemRoot::Set(config_.systemRoot);
+    StartBus();
+    StartLibrary();
+    StartApi();
+    StartFabric();
+    parts_->registration->Announce(Linux::DeviceBus::GetInstance().GetAddress());
+    LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the device is up");
+}
+
+void Daemon::StartLog() {
+    Linux::LogOptions options = config_.log;
+    options.file = parts_->registration->Entry().LogFile();
+    options.device = config_.fabric.deviceName;
+    Linux::LinuxLog::Get().Open(options);
+    LogPrint(LogType::CORE, LogLevel::INFO, LOG, "collabd %{public}s starts the device %{public}s, process %{public}d",
+        COLLAB_VERSION, config_.fabric.deviceName, getpid());
+    if (IsOpen(config_)) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG,
+            "open mode: nothing that devices say of themselves is proved, nothing is encrypted; for one machine only");
+    }
+}
+
+void Daemon::StartBus() {
+    auto& abilities = *Linux::SystemAbilities::GetInstance();
+    auto& bundles = *Linux::BundleManager::GetInstance();
+    if (!config_.serviceTable.empty()) {
+        abilities.LoadTable(config_.serviceTable);
+    }
+    if (!config_.appsDirectory.empty()) {
+        bundles.LoadDirectory(config_.appsDirectory);
+    }
+    abilities.AddLocalAbility(Linux::BundleManager::SYSTEM_ABILITY_ID, bundles.AsObject());
+
+    Linux::BusOptions options;
+    options.directory = parts_->registration->Entry().runtimeDirectory;
+    options.services = abilities.GetServices();
+    for (Linux::BusService& service : bundles.GetCatalogue()->GetServices()) {
+        options.services.push_back(std::move(service));
+    }
+    options.lost = [this] {
+        OnBusLost();
+    };
+    Linux::DeviceBus::GetInstance().Start(options);
+}
+
+// Before other devices can see this one: no request finds the library without its providers. Neither call takes long,
+// since no provider runs yet and those are loaded in the background.
+void Daemon::StartLibrary() {
+    AppInfoCollection::GetInstance()->Init();
+    RequestSAManager::GetInstance()->StartRequestSa();
+}
+
+void Daemon::StartApi() {
+    DeviceApi::Options options;
+    options.busAddress = Linux::DeviceBus::GetInstance().GetAddress();
+    options.deviceName = config_.fabric.deviceName;
+    options.deviceType = DeviceTypeName(config_.fabric.deviceType);
+    options.accountMode = IsOpen(config_) ? "open" : "account";
+    options.peers = KnownPeers;
+    options.onLost = [this] {
+        OnBusLost();
+    };
+    parts_->api.emplace(std::move(options));
+}
+
+void Daemon::StartFabric() {
+    FabricOptions options = config_.fabric;
+    if (IsOpen(config_)) {
+        options.udid = KeptUdid(config_.stateDirectory);
+    }
+    Fabric& fabric = Fabric::GetInstance();
+    fabric.SetDeviceStateHandler([this](int state, const DmDeviceInfo& device) {
+        LogDeviceState(state, device);
+        parts_->api->TellDevicesChanged();
+    });
+    fabric.Start(options);
+}
+
+// Any thread. The main thread waits for this signal.
+void Daemon::OnBusLost() {
+    if (!parts_->busLost.exchange(true)) {
+        kill(getpid(), SIGTERM);
+    }
+}
+
+bool Daemon::Stop() {
+    const bool busLost = parts_->busLost;
+    Fabric::GetInstance().Stop();
+    Linux::SteadyTime::Get().RunOut();
+    if (parts_->api) {
+        parts_->api->Stop();
+    }
+    Linux::ThreadPool::Get().Drain(LAST_ANSWERS_TIME);
+    // Ends the calls that tasks still wait in.
+    Linux::DeviceBus::GetInstance().Stop();
+    Linux::ThreadPool::Get().Stop();
+    parts_->api.reset();
+    if (parts_->registration) {
+        LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the device has stopped");
+    }
+    Linux::LinuxLog::Get().Close();
+    parts_->registration.reset();
+    return !busLost;
+}
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,64 @@
+// What the device offers to programs of its user, on its own bus: see device_api.xml.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace sdbus {
+class IConnection;
+}
+
+namespace ZYNE::Host {
+
+// A peer that was seen in this run.
+struct KnownPeer {
+    std::string udid;
+    std::string networkId;
+    std::string name;
+    uint32_t type;
+    bool online;
+    bool sameAccount;
+};
+
+// Any thread. A request that waits for a peer does so on the pool, so none holds up another.
+class DeviceApi {
+public:
+    struct Options {
+        std::string busAddress;
+        std::string deviceName;
+        std::string deviceType;
+        std::string accountMode;
+        std::function<std::vector<KnownPeer>()> peers;  // any thread
+        std::function<void()> onLost;                   // the bus is gone; on a thread of this object
+    };
+
+    // Serves from now on. Throws std::runtime_error when the bus cannot be reached.
+    explicit DeviceApi(Options options);
+    DeviceApi(const DeviceApi&) = delete;
+    DeviceApi& operator=(const DeviceApi&) = delete;
+    // Requests that were taken must have ended: the pool is drained before.
+    ~DeviceApi();
+
+    // Takes no further request.
+    void Stop();
+
+    // Tells programs that the peers have changed.
+    void TellDevicesChanged();
+
+private:
+    class Adaptor;
+
+    void Serve();
+
+    const Options options_;
+    std::unique_ptr<sdbus::IConnection> connection_;
+    std::unique_ptr<Adaptor> adaptor_;
+    std::atomic<bool> stopping_{false};
+    std::thread server_;
+};
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,86 @@
+// collabd: one device.
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "host/config.h"
+#include "host/daemon.h"
+
+namespace {
+
+constexpr int FAILED = 1;
+constexpr int WRONG_USAGE = 2;
+
+constexpr const char* FOOTER = R"(
+Stops on SIGTERM and SIGINT.
+Exit status: 0 stopped; 1 could not start, or lost its bus; 2 wrong usage or configuration.
+
+Example:
+  collabd --config phone.toml)";
+
+int Fail(const std::string& problem, int status) {
+    std::cerr << "collabd: " << problem << '\n';
+    return status;
+}
+
+// Blocked before any thread is started, so that all threads inherit it and the main thread alone takes them.
+sigset_t BlockStopSignals() {
+    sigset_t stop;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGTERM);
+    sigaddset(&stop, SIGINT);
+    sigaddset(&stop, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+    return stop;
+}
+
+int RunDevice(const ZYNE::Host::Config& config) {
+    const sigset_t stop = BlockStopSignals();
+    std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
+    ZYNE::Host::Daemon daemon(config);
+    daemon.Start();
+    int signal = 0;
+    sigwait(&stop, &signal);
+    return daemon.Stop() ? 0 : FAILED;
+}
+
+int Main(int argc, char** argv) {
+    CLI::App app("Runs one device of an account.", "collabd");
+    std::string file;
+    bool checkOnly = false;
+    app.add_option("--config", file, "The device's configuration")->required()->type_name("FILE");
+    app.add_flag("--check", checkOnly, "Check the configuration and start nothing");
+    app.set_version_flag("--version", COLLAB_VERSION);
+    app.footer(FOOTER);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        const std::vector<std::string> unknown = app.remaining();
+        const std::string problem = unknown.empty() ? error.what() : unknown.front() + " is not a known option";
+        return error.get_exit_code() == 0 ? app.exit(error) : Fail(problem + " (see collabd --help)", WRONG_USAGE);
+    }
+    try {
+        const ZYNE::Host::Config config = ZYNE::Host::ReadConfig(file);
+        if (checkOnly) {
+            std::cout << file << ": no mistakes found\n";
+            return 0;
+        }
+        return RunDevice(config);
+    } catch (const ZYNE::Host::ConfigError& error) {
+        return Fail(error.what(), WRONG_USAGE);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Main(argc, argv);
+    } catch (const std::exception& error) {
+        return Fail(error.what(), FAILED);
+    }
+}
