@@ -1,0 +1,25 @@
+#include <iostream>
+
+#include "cli/commands.h"
+#include "linux/account/account.h"
+#include "linux/account/udid.h"
+
+namespace ZYNE::Cli {
+
+int CreateAccount(const std::string& directory, const std::string& name) {
+    Linux::CreateAccount(directory, name);
+    std::cout << "The account \"" << name << "\" is in " << directory
+              << ". Keep it secret: who has it can add devices.\n";
+    return 0;
+}
+
+int EnrollDevice(const std::string& account, const std::string& directory, const std::string& udid) {
+    if (!udid.empty() && !Linux::IsUdid(udid)) {
+        throw CommandError("a udid has 8 to 64 letters, digits, \"-\" and \"_\"");
+    }
+    Linux::EnrollDevice(account, directory, udid.empty() ? Linux::NewUdid() : udid);
+    std::cout << "The device's credentials are in " << directory << ". Name them in its configuration.\n";
+    return 0;
+}
+
+}  // namespace ZYNE::Cli

@@ -1,0 +1,98 @@
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+
+#include "cli/commands.h"
+
+namespace ZYNE::Cli {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto LOOK_INTERVAL = 100ms;
+
+// Where the last `lines` lines of the file begin.
+std::streamoff LastLines(std::ifstream& file, size_t lines) {
+    constexpr std::streamoff BLOCK = 64 << 10;
+    file.seekg(0, std::ios::end);
+    std::streamoff begin = file.tellg();
+    const std::streamoff end = begin;
+    if (lines == 0) {
+        return end;
+    }
+    std::string block;
+    while (begin > 0) {
+        const std::streamoff from = std::max<std::streamoff>(0, begin - BLOCK);
+        block.resize(static_cast<size_t>(begin - from));
+        file.seekg(from);
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        for (size_t i = block.size(); i-- > 0;) {
+            const std::streamoff lineStart = from + static_cast<std::streamoff>(i) + 1;
+            if (block[i] == '\n' && lineStart != end && lines-- == 1) {
+                return lineStart;
+            }
+        }
+        begin = from;
+    }
+    return 0;
+}
+
+// Prints what has been added, whole lines only: the rest is still being written.
+void PrintNewLines(std::ifstream& file, std::streamoff& position) {
+    file.clear();
+    file.seekg(position);
+    std::string line;
+    while (std::getline(file, line) && !file.eof()) {
+        std::cout << line << '\n';
+        position = file.tellg();
+    }
+    std::cout.flush();
+}
+
+ino_t FileNumber(const std::filesystem::path& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
+void Follow(const Client::DeviceEntry& device, std::ifstream& file, std::streamoff position) {
+    ino_t number = FileNumber(device.LogFile());
+    for (bool running = true; running && std::cout;) {
+        // Asked before the file is read, so that the last lines of a device that ends are not lost.
+        const auto now = Client::FindDeviceByDirectory(device.stateDirectory);
+        running = now && now->running;
+        PrintNewLines(file, position);
+        const ino_t current = FileNumber(device.LogFile());
+        if (current != number && current != 0) {
+            PrintNewLines(file, position);  // what came in before the file was replaced
+            number = current;
+            position = 0;
+            file = std::ifstream(device.LogFile(), std::ios::binary);
+            running = true;
+        }
+        std::this_thread::sleep_for(LOOK_INTERVAL);
+    }
+    std::cerr << "the device has ended\n";
+}
+
+}  // namespace
+
+int ShowLog(const DeviceChoice& choice, size_t lines, bool follow) {
+    const Client::DeviceEntry device = ChooseDevice(choice, true);
+    std::ifstream file(device.LogFile(), std::ios::binary);
+    if (!file) {
+        throw CommandError(device.LogFile().string() + " cannot be read: no device has logged there");
+    }
+    std::streamoff position = LastLines(file, lines);
+    PrintNewLines(file, position);
+    if (follow) {
+        Follow(device, file, position);
+    }
+    return 0;
+}
+
+}  // namespace ZYNE::Cli
