@@ -78,18 +78,15 @@ void AbilityConnectionImp::WatchForDeath() {
 void AbilityConnectionImp::OnServiceDied(const sptr<IRemoteObject>& remote) {
     CFWK_LOGI(LOG, "AbilityConnectionDeathRecipient handler");
     // A late word about an earlier service must not end the connection to its successor.
-    if (ClearProxy(remote)) {
-        isConnected_ = false;
-    }
+    EndConnection(remote);
 }
 
-bool AbilityConnectionImp::ClearProxy(const sptr<IRemoteObject>& remote) {
+void AbilityConnectionImp::EndConnection(const sptr<IRemoteObject>& remote) {
     std::unique_lock lock(proxyMutex_);
-    if (!remote || !(proxy_ == remote)) {
-        return false;
+    if (remote && proxy_ == remote) {
+        proxy_ = nullptr;
+        isConnected_ = false;  // with the lock held: a new proxy may be set right behind it
     }
-    proxy_ = nullptr;
-    return true;
 }
 
 void AbilityConnectionImp::OnAbilityDisconnectDone(const ElementName& element, int resultCode) {
@@ -108,7 +105,7 @@ void AbilityConnectionImp::OnAbilityDisconnectDone(const ElementName& element, i
         return;
     }
     proxy->RemoveDeathRecipient(recipient);
-    ClearProxy(proxy);
+    EndConnection(proxy);
 }
 
 void AbilityConnectionImp::SetProxy(sptr<IRemoteObject> proxy) {

@@ -39,8 +39,8 @@ private:
     sptr<IRemoteObject> WaitForProxy();
     void WatchForDeath();
     void OnServiceDied(const sptr<IRemoteObject>& remote);
-    // Sets the proxy to null if it still is `remote`. Whether it was.
-    bool ClearProxy(const sptr<IRemoteObject>& remote);
+    // Forgets the proxy if it still is `remote`.
+    void EndConnection(const sptr<IRemoteObject>& remote);
 
     std::mutex connectMutex_;            // a query waits under it; whoever brings a proxy passes through it
     std::condition_variable connectCv_;  // a proxy has arrived

@@ -11,7 +11,7 @@ void SimulatedTime::At(Clock::duration delay, std::function<void()> event) {
 }
 
 TimeSource::TimePoint SimulatedTime::Now() {
-    return speed_ > 0 ? START + (Clock::now() - START) * speed_ : now_;
+    return speed_ > 0 ? START + (Clock::now() - realStart_) * speed_ : now_;
 }
 
 void SimulatedTime::SleepFor(Clock::duration duration) {

@@ -16,7 +16,10 @@ public:
     // Since the device was made.
     Clock::duration Elapsed() { return Now() - START; }
     // From now on sleeps and waits are real, and `speed` times as short as asked for: for tests with threads.
-    void UseRealTime(int speed = 1) { speed_ = speed; }
+    void UseRealTime(int speed = 1) {
+        realStart_ = Clock::now();
+        speed_ = speed;
+    }
 
     TimePoint Now() override;
     void SleepFor(Clock::duration duration) override;
@@ -30,9 +33,10 @@ private:
     bool RunNextUntil(TimePoint deadline);
 
     // The moment of the real clock at which it is `time` here.
-    TimePoint ToReal(TimePoint time) const { return START + (time - START) / speed_; }
+    TimePoint ToReal(TimePoint time) const { return realStart_ + (time - START) / speed_; }
 
     int speed_ = 0;  // 0: simulated
+    TimePoint realStart_;
     TimePoint now_ = START;
     std::multimap<TimePoint, std::function<void()>> events_;
 };

@@ -1,5 +1,7 @@
 #include "plugin/info_collection/info_collection_command.h"
 
+#include <algorithm>
+
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {

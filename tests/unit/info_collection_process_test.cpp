@@ -23,11 +23,9 @@ TEST(Loading, RegistersTheListenerAndThenThePlugin) {
 
 class ChannelListener : public Testing::LibraryTest {
 protected:
-    void Deliver(const std::string& id, std::shared_ptr<CollaborationFwkProtocol> message) {
-        device.host.listeners.back()->OnDataReceived(id, std::move(message), 4194305);
-    }
-    static std::shared_ptr<CollaborationFwkProtocol> Message(const std::string& text) {
-        return std::make_shared<CollaborationFwkProtocol>(text);
+    void Deliver(const std::string& id, const CollaborationFwkProtocol& message) {
+        const auto protocol = std::make_shared<CollaborationFwkProtocol>(message);
+        device.host.listeners.back()->OnDataReceived(id, protocol, 4194305);
     }
 };
 
@@ -39,22 +37,22 @@ TEST_F(ChannelListener, IsRegisteredAfreshWhenTheHostAsksAndNeverWithoutAManager
     device.host.hasListenerManager = false;
     InfoCollectionProcess::GetInstance()->InitEventListener();
     EXPECT_THAT(device.journal.All(), ElementsAre("RegisterEventListener(3)"));
-    Deliver("00000000042-me", Message("{}"));
+    Deliver("00000000042-me", CollaborationFwkProtocol("{}"));
     EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: FetchCollaborationId fail");
     EXPECT_FALSE(device.host.listeners.back()->IsIdExist("00000000042-me"));
 }
 
 TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLength) {
-    Deliver("00000000042-me", Message(R"({"a":"1"})"));
+    Deliver("00000000042-me", CollaborationFwkProtocol("{}"));
     EXPECT_TRUE(device.journal.Has("I Collection: SetDynamicInfo, collaborationId: 42"));
-    Deliver("00000000043-me", Message(std::string(4194306, ' ')));
+    Deliver("00000000043-me", CollaborationFwkProtocol(std::string(4194306, ' ')));
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnDataReceived rawDataLen:4194306 is oversize");
 }
 
 TEST_F(ChannelListener, DropsAMessageWithoutPayloadOrId) {
-    Deliver("nobody", std::make_shared<CollaborationFwkProtocol>());
-    Deliver("nobody", nullptr);
-    Deliver("nobody", Message("{}"));
+    device.host.listeners.back()->OnDataReceived("nobody", nullptr, 5);
+    Deliver("nobody", CollaborationFwkProtocol());
+    Deliver("nobody", CollaborationFwkProtocol("{}"));
     EXPECT_THAT(device.journal.Lines(),
         ElementsAre("E CFWKService: rawData is null", "E CFWKService: rawData is null",
             "E CFWKService: FetchCollaborationId fail"));

@@ -1,0 +1,162 @@
+// What the users of two devices see when one asks the other.
+#include <csignal>
+#include <future>
+#include <thread>
+
+#include "tests/scenario/scenario.h"
+
+namespace ZYNE::Testing {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using namespace std::chrono_literals;
+
+constexpr int32_t NO_ANSWER = 2201;
+constexpr int32_t NOT_SENT = 2203;
+
+bool IsRunning(const std::string& pid) {
+    return kill(std::stoi(pid), 0) == 0;
+}
+
+class Exchange : public Scenario {
+protected:
+    void SetUp() override {
+        StartPhoneAndPc();
+        // The library asks each service once when it comes up, and so has it loaded.
+        ASSERT_TRUE(Eventually([this] { return pc->CountInLog("load SA success") > 0; }));
+    }
+
+    // The value of `name`, once there is one: what is loaded or connected on demand has none at first.
+    std::string Await(const std::string& name) {
+        std::string value;
+        EXPECT_TRUE(Eventually([&] { return !(value = phone->AskOne("pc", name)).empty(); })) << name;
+        return value;
+    }
+};
+
+TEST_F(Exchange, BringsFactsOfAServiceAndOfAnAppInTheOrderAsked) {
+    Await("app.hello");
+    const auto answer = phone->Ask("pc", {"service.hello", "app.hello", "nobody.knows"});
+
+    EXPECT_EQ(answer.code, 0);
+    EXPECT_THAT(answer.records,
+        ElementsAre(Pair("service.hello", "hello from the service"), Pair("app.hello", "hello from the app"),
+            Pair("nobody.knows", "")));
+}
+
+TEST_F(Exchange, WorksInBothDirectionsAndAfterARestartOfThePeer) {
+    EXPECT_EQ(pc->AskOne("phone", "anything"), "");
+    EXPECT_EQ(pc->Stop(), 0);
+    ASSERT_TRUE(Eventually([this] { return phone->MissesPeer("pc"); }));
+    EXPECT_EQ(phone->Ask("pc", {"service.hello"}).code, NOT_SENT);
+
+    pc->Start();
+    ASSERT_TRUE(Eventually([this] { return phone->Sees("pc"); }));
+    EXPECT_EQ(Await("service.hello"), "hello from the service");
+}
+
+TEST_F(Exchange, AnswersAtOnceWhenAServiceDiesWhileItIsAskedAndLoadsItOnTheNextAsk) {
+    const std::string pid = Await("service.pid");
+
+    EXPECT_EQ(phone->AskOne("pc", "service.die"), "");
+    EXPECT_NE(Await("service.hello"), "");
+    EXPECT_NE(phone->AskOne("pc", "service.pid"), pid);
+}
+
+TEST_F(Exchange, ReconnectsAnAppExtensionThatWasKilled) {
+    const std::string pid = Await("app.pid");
+
+    EXPECT_EQ(phone->AskOne("pc", "app.die"), "");
+    EXPECT_TRUE(Eventually([&] { return !IsRunning(pid); }));
+    EXPECT_NE(Await("app.pid"), pid);
+}
+
+TEST_F(Exchange, IsNotHeldUpByASlowProvider) {
+    auto slow = std::async(std::launch::async, [this] { return phone->AskOne("pc", "service.slow"); });
+    ASSERT_TRUE(Eventually([this] { return pc->CountInLog("executeInfoCollect, infoName:service.slow") > 0; }));
+
+    EXPECT_EQ(phone->AskOne("pc", "service.hello"), "hello from the service");
+    EXPECT_EQ(slow.wait_for(0s), std::future_status::timeout);
+    EXPECT_EQ(slow.get(), "slept");
+}
+
+TEST_F(Exchange, GivesUpAfterFiveSecondsAndRefusesTheLateAnswer) {
+    EXPECT_EQ(phone->Ask("pc", {"service.late"}).code, NO_ANSWER);
+    EXPECT_TRUE(Eventually([this] { return phone->CountInLog("SetDynamicInfo failed") > 0; }));
+}
+
+TEST_F(Exchange, EndsInTimeWhenThePeerIsKilledWhileItIsAsked) {
+    auto asked = std::async(std::launch::async, [this] { return phone->Ask("pc", {"service.late"}).code; });
+    ASSERT_TRUE(Eventually([this] { return pc->CountInLog("executeInfoCollect, infoName:service.late") > 0; }));
+    pc->Kill();
+
+    EXPECT_EQ(asked.get(), NO_ANSWER);
+    EXPECT_TRUE(Eventually([this] { return phone->MissesPeer("pc"); }));
+    EXPECT_EQ(phone->Ask("pc", {"service.hello"}).code, NOT_SENT);
+}
+
+TEST_F(Exchange, TakesAnAnswerOfFourMebibytesAndNotOneByteMore) {
+    EXPECT_GT(phone->AskOne("pc", "service.exact").size(), 4194000u);
+    EXPECT_EQ(phone->Ask("pc", {"service.oversize"}).code, NO_ANSWER);
+    EXPECT_EQ(phone->CountInLog("OnDataReceived rawDataLen:4194305 is oversize"), 1u);
+}
+
+TEST_F(Exchange, ServesFiftyRequestsAtOnce) {
+    Await("app.hello");
+    std::vector<std::future<Client::InfoAnswer>> asked;
+    for (int i = 0; i < 50; ++i) {
+        asked.push_back(std::async(std::launch::async, [this] {
+            return phone->Ask("pc", {"service.slow", "service.hello", "app.hello"});
+        }));
+    }
+    for (auto& each : asked) {
+        const Client::InfoAnswer answer = each.get();
+        EXPECT_EQ(answer.code, 0);
+        EXPECT_THAT(answer.records,
+            ElementsAre(Pair("service.slow", "slept"), Pair("service.hello", "hello from the service"),
+                Pair("app.hello", "hello from the app")));
+    }
+}
+
+TEST_F(Exchange, SurvivesAServiceThatAnswersNonsense) {
+    for (const std::string name :
+        {"service.notJson", "service.deep", "service.wrongTypes", "service.noValue", "service.notAParcel"}) {
+        EXPECT_EQ(phone->AskOne("pc", name), "") << name;
+    }
+    EXPECT_EQ(
+        phone->Ask("pc", {"service.duplicates", "service.hello"}).records.back().second, "hello from the service");
+    EXPECT_EQ(pc->CountInLog("RequestSingleSaOnConfigInfo StringToJson failed"), 3u);
+}
+
+TEST_F(Exchange, LeavesNothingBehindWhenADeviceStops) {
+    const std::string service = Await("service.pid");
+    const std::string app = Await("app.pid");
+
+    EXPECT_EQ(pc->Stop(), 0);
+    EXPECT_TRUE(Eventually([&] { return !IsRunning(service) && !IsRunning(app); }));
+    EXPECT_EQ(pc->Entry(), std::nullopt);
+}
+
+TEST_F(Exchange, LeavesNoProcessBehindWhenADeviceIsKilled) {
+    const std::string service = Await("service.pid");
+    const std::string app = Await("app.pid");
+    pc->Kill();
+
+    EXPECT_TRUE(Eventually([&] { return !IsRunning(service) && !IsRunning(app); }));
+}
+
+TEST_F(Exchange, HidesUdidsAndNetworkIdsFromTheLog) {
+    Await("service.hello");
+    const std::string udid = pc->Udid();
+
+    EXPECT_EQ(phone->CountInLog(udid), 0u);
+    EXPECT_EQ(pc->CountInLog(udid), 0u);
+}
+
+}  // namespace
+}  // namespace ZYNE::Testing

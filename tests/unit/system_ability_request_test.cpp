@@ -1,0 +1,166 @@
+#include "plugin/info_collection/request_sa_manager.h"
+#include "tests/support/simulated_device.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using ::testing::ElementsAre;
+
+constexpr int32_t FACTS = 70801;
+constexpr int32_t OTHER = 70802;
+
+class SystemAbilityRequest : public Testing::LibraryTest {
+protected:
+    // A service that answers every request with `reply` and keeps what it was asked for.
+    sptr<Testing::FakeRemote> Service(const std::string& reply, int32_t result = 0) {
+        return device.MakeRemote("service", [=, this](uint32_t, MessageParcel& data, MessageParcel& out) {
+            EXPECT_EQ(data.ReadInterfaceToken(), u"sample.IFacts");
+            EXPECT_TRUE(data.ReadStringVector(names));
+            EXPECT_EQ(data.GetReadableBytes(), 0U);
+            asked.insert(asked.end(), names.begin(), names.end());
+            out.WriteString(reply);
+            return result;
+        });
+    }
+    std::string Ask(const std::string& name, int32_t saId = FACTS) {
+        return manager.RequestSingleSaOnConfigInfo({name, saId, -1, u"sample.IFacts"});
+    }
+
+    RequestSAManager& manager = *RequestSAManager::GetInstance();
+    std::vector<std::string> names;
+    std::vector<std::string> asked;
+};
+
+TEST_F(SystemAbilityRequest, LoadsAServiceThatDoesNotRunOnceForEachDifferentRequest) {
+    EXPECT_EQ(Ask("hostname"), "");
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("CheckSystemAbility(70801)", "LoadSystemAbility(70801)", "I Collection: LoadSystemAbility ret:0",
+            "E Collection: CheckSystemAbility LoadSystemAbility 1", "E Collection: CheckSystemAbility is nullptr",
+            "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"));
+
+    device.journal.Clear();
+    EXPECT_EQ(Ask("hostname"), "");
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("CheckSystemAbility(70801)", "E Collection: CheckSystemAbility is nullptr",
+            "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"));
+
+    manager.RequestSingleSaOnConfigInfo({"hostname", FACTS, 2, u"sample.IFacts"});
+    manager.RequestSingleSaOnConfigInfo({"hostname", FACTS, -1, u"other"});
+    Ask("hostname", OTHER);
+    Ask("kernel");
+    EXPECT_EQ(device.journal.Count("LoadSystemAbility(70801)"), 3U);
+    EXPECT_EQ(manager.GetReqTasks().size(), 5U);
+
+    device.systemAbilities.FailLoad(FACTS);
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnLoadSystemAbilityFail load SA failed");
+    Ask("hostname");
+    EXPECT_EQ(device.journal.Count("LoadSystemAbility(70801)"), 3U);  // not even after it has failed
+}
+
+TEST_F(SystemAbilityRequest, IsRepeatedInOrderAtEverySuccessfulLoadOfItsService) {
+    Ask("kernel");
+    Ask("battery", OTHER);
+    Ask("hostname");
+    device.journal.Clear();
+    device.systemAbilities.FinishLoad(FACTS, nullptr);
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Collection: load SA success, systemAbilityId:70801, remoteObject result:false",
+            "E Collection: OnLoadSystemAbilitySuccess remoteObject is nullptr"));
+
+    device.journal.Clear();
+    device.systemAbilities.FinishLoad(FACTS, Service("not parsed"));
+    EXPECT_THAT(asked, ElementsAre("kernel", "hostname"));
+    const std::vector<std::string> once{"CheckSystemAbility(70801)",
+        "I Collection: RequestSaOnConfigInfo CheckSystemAbility pass", "SendRequest(service, 4294967295, 0, 8)",
+        "I Collection: RequestSaOnConfigInfo ReadString result not parsed",
+        "I Collection: OnLoadSaSuccess for sa:70801 result:0, resultJsonnot parsed"};
+    std::vector<std::string> all{"I Collection: load SA success, systemAbilityId:70801, remoteObject result:true"};
+    all.insert(all.end(), once.begin(), once.end());
+    all.insert(all.end(), once.begin(), once.end());
+    EXPECT_EQ(device.journal.All(), all);
+
+    device.systemAbilities.running.clear();
+    Ask("uptime");
+    device.systemAbilities.FinishLoad(FACTS, Service("{}"));
+    EXPECT_THAT(asked, ElementsAre("kernel", "hostname", "kernel", "hostname", "uptime"));
+}
+
+TEST_F(SystemAbilityRequest, IsKeptWhenItsLoadIsRefusedButNotWithoutAManager) {
+    device.systemAbilities.hasManager = false;
+    EXPECT_EQ(Ask("hostname"), "");
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("E Collection: CheckSystemAbility samgr is nullptr",
+            "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"));
+    EXPECT_TRUE(manager.GetReqTasks().empty());
+
+    device.systemAbilities.hasManager = true;
+    device.systemAbilities.loadResult = 4;
+    device.journal.Clear();
+    EXPECT_EQ(Ask("hostname"), "");
+    EXPECT_THAT(device.journal.Lines(),
+        ElementsAre("I Collection: LoadSystemAbility ret:4", "E Collection: LoadSystemAbility failed",
+            "E Collection: CheckSystemAbility LoadSystemAbility 0", "E Collection: CheckSystemAbility is nullptr",
+            "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"));
+    EXPECT_EQ(manager.GetReqTasks().size(), 1U);
+}
+
+TEST_F(SystemAbilityRequest, TakesABooleanOrATextOutOfTheReply) {
+    const std::string value = "I Collection: RequestSaOnConfigInfo resultJson get value  ";
+    const std::string noJson = "E Collection: RequestSingleSaOnConfigInfo StringToJson failed";
+    struct Row {
+        std::string reply;
+        std::string result;
+        std::string lastLine;  // empty: that of the reply itself
+    };
+    const std::vector<Row> rows{
+        {R"({"other":{"value":"x"},"k":{"value":"desk","more":1}})", "desk", value + "desk"},
+        {R"({"k":{"value":true}})", "true", value + "true"},
+        {R"({"k":{"value":false}})", "false", value + "false"},
+        {R"({"k":{"value":5}})", "", value},
+        {R"({"k":{"value":["x"]}})", "", value},
+        {R"({"k":{}})", "", value},
+        {R"({"k":"desk"})", "", ""},
+        {R"({"other":{"value":"x"}})", "", ""},
+        {R"(["k"])", "", noJson},
+        {"desk", "", noJson},
+        {"", "", noJson},
+        {std::string(100000, '['), "", noJson},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.reply.substr(0, 100));
+        device.systemAbilities.running[FACTS] = Service(row.reply);
+        device.journal.Clear();
+        EXPECT_EQ(Ask("k"), row.result);
+        EXPECT_EQ(device.journal.Lines().back(),
+            row.lastLine.empty() ? "I Collection: RequestSaOnConfigInfo ReadString result " + row.reply : row.lastLine);
+    }
+    EXPECT_TRUE(manager.GetReqTasks().empty());
+}
+
+TEST_F(SystemAbilityRequest, EndsWithACodeForEachStepThatFailsAndLeavesTheResultAlone) {
+    device.systemAbilities.running[FACTS] = Service("answer", -7);
+    struct Row {
+        SaReqTask task;
+        int32_t code;
+        std::string lastLine;
+    };
+    const std::vector<Row> rows{
+        {{OTHER, 1, u"sample.IFacts", {}}, 1009, "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"},
+        {{FACTS, 1, std::u16string(Parcel::MAX_SIZE / 2, u'x'), {}}, 1006,
+            "E Collection: RequestSaOnConfigInfo WriteInterfaceToken failed"},
+        {{FACTS, 1, u"sample.IFacts", {std::string(Parcel::MAX_SIZE, 'x')}}, 1007,
+            "E Collection: WriteStrongParcelable failed"},
+        {{FACTS, 1, u"sample.IFacts", {"k"}}, 1008, "E Collection: failed to SendRequest, error: -7"},
+    };
+    for (Row row : rows) {
+        std::string result = "kept";
+        EXPECT_EQ(manager.RequestSaOnConfigInfo(row.task, result), row.code);
+        EXPECT_EQ(device.journal.Lines().back(), row.lastLine);
+        EXPECT_EQ(result, "kept");
+    }
+    EXPECT_THAT(asked, ElementsAre("k"));
+    EXPECT_EQ(Ask("k"), "");
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk
