@@ -6,7 +6,7 @@ cd "$1" || exit 2
 failed=0
 while read -r layer allowed; do
     pattern="^[^:]+:#include \"(${allowed// /|})/"
-    found=$(grep -rn --include='*.h' --include='*.cpp' '#include "' "$layer" | sed -E 's/^([^:]+):[0-9]+:/\1:/' | grep -vE "$pattern")
+    found=$(grep -rn --include='*.h' --include='*.cpp' '^#include "' "$layer" | sed -E 's/^([^:]+):[0-9]+:/\1:/' | grep -vE "$pattern")
     if [ -n "$found" ]; then
         printf '%s/ may include only %s:\n%s\n' "$layer" "$allowed" "$found"
         failed=1

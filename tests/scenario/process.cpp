@@ -58,7 +58,7 @@ bool ReadSome(int fd, std::string& text) {
 
 }  // namespace
 
-Outcome Run(const std::vector<std::string>& command) {
+Outcome RunCommand(const std::vector<std::string>& command) {
     Pipe out;
     Pipe err;
     const pid_t pid = Spawn(command, out.ends[1], err.ends[1]);

@@ -17,7 +17,7 @@ struct Outcome {
 };
 
 // Runs a program to its end.
-Outcome Run(const std::vector<std::string>& command);
+Outcome RunCommand(const std::vector<std::string>& command);
 
 // A program that runs until it is stopped; its output goes to a file.
 class Process {

@@ -25,7 +25,7 @@ std::string ReadAll(const fs::path& file) {
 }
 
 void MustSucceed(const std::vector<std::string>& command) {
-    const Outcome outcome = Run(command);
+    const Outcome outcome = RunCommand(command);
     if (outcome.status != 0) {
         throw std::runtime_error(command[1] + " failed: " + outcome.err);
     }
@@ -111,7 +111,7 @@ void TestDevice::Kill() {
 
 Outcome TestDevice::Ctl(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), {COLLABCTL, "--device", name_});
-    return Run(arguments);
+    return RunCommand(arguments);
 }
 
 Client::InfoAnswer TestDevice::Ask(const std::string& peer, const std::vector<std::string>& names) const {

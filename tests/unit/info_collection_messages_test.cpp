@@ -20,14 +20,6 @@ TEST_F(Messages, RequestIsStyledAndKeepsOrderAndDuplicates) {
     EXPECT_EQ(process.UIntToElevenLengthString(4294967295), "04294967295");
 }
 
-std::string KeyList(size_t count) {
-    std::string list = "\"k\"";
-    for (size_t i = 1; i < count; ++i) {
-        list += ",\"k\"";
-    }
-    return R"({"commandType":1,"keyList":[)" + list + "]}";
-}
-
 TEST_F(Messages, RequestBecomesOneCommandOrALineThatSaysWhyNot) {
     struct Row {
         std::string text;
@@ -35,6 +27,7 @@ TEST_F(Messages, RequestBecomesOneCommandOrALineThatSaysWhyNot) {
         std::vector<std::string> names;
         std::string lastLine;
     };
+    const std::vector<std::string> most(1024, "k"), tooMany(1025, "k");
     const std::string complete = "I Collection: complete infoCollectionCommand";
     const std::string noJson = "E Collection: get commandProp json invalid!";
     const std::string noMember = "E CFWKService: invalid jsonObj inner param!";
@@ -45,8 +38,8 @@ TEST_F(Messages, RequestBecomesOneCommandOrALineThatSaysWhyNot) {
         {R"({"commandType":1,"keyList":null})", 1, {}, complete},
         {R"({"commandType":1,"keyList":{"x":"a"}})", 1, {"a"}, complete},
         {R"({"commandType":2,"keyList":["a"]})", 0, {}, complete},
-        {KeyList(1024), 1, std::vector<std::string>(1024, "k"), complete},
-        {KeyList(1025), 0, {}, "E Collection: external input over limit"},
+        {process.GenerateInfoCollectionReqCommand(most), 1, most, complete},
+        {process.GenerateInfoCollectionReqCommand(tooMany), 0, {}, "E Collection: external input over limit"},
         {R"({"commandType":1,"keyList":["a",5]})", 0, {}, "E CFWKService: invalid keyList value param!"},
         {R"({"commandType":"1","keyList":["a"]})", 0, {}, noType},
         {R"({"commandType":4294967297,"keyList":["a"]})", 0, {}, noType},

@@ -42,20 +42,17 @@ TEST_F(ChannelListener, IsRegisteredAfreshWhenTheHostAsksAndNeverWithoutAManager
     EXPECT_FALSE(device.host.listeners.back()->IsIdExist("00000000042-me"));
 }
 
-TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLength) {
-    Deliver("00000000042-me", CollaborationFwkProtocol("{}"));
-    EXPECT_TRUE(device.journal.Has("I Collection: SetDynamicInfo, collaborationId: 42"));
-    Deliver("00000000043-me", CollaborationFwkProtocol(std::string(4194306, ' ')));
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnDataReceived rawDataLen:4194306 is oversize");
-}
-
-TEST_F(ChannelListener, DropsAMessageWithoutPayloadOrId) {
+TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLengthUnlessItLacksPayloadOrId) {
     device.host.listeners.back()->OnDataReceived("nobody", nullptr, 5);
     Deliver("nobody", CollaborationFwkProtocol());
     Deliver("nobody", CollaborationFwkProtocol("{}"));
     EXPECT_THAT(device.journal.Lines(),
         ElementsAre("E CFWKService: rawData is null", "E CFWKService: rawData is null",
             "E CFWKService: FetchCollaborationId fail"));
+    Deliver("00000000042-me", CollaborationFwkProtocol("{}"));
+    EXPECT_TRUE(device.journal.Has("I Collection: SetDynamicInfo, collaborationId: 42"));
+    Deliver("00000000043-me", CollaborationFwkProtocol(std::string(4194306, ' ')));
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnDataReceived rawDataLen:4194306 is oversize");
 }
 
 TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsAndShutDownsEndNoWait) {

@@ -37,8 +37,7 @@ protected:
 TEST_F(RemoteInfo, IsAskedForUnderAnIdThatAnAnswerMayFindAtOnce) {
     device.host.onRequest = [this](const ServiceInfo& sent) {
         EXPECT_EQ(sent.serviceType | sent.serviceVersion | sent.serviceFlags, 0);
-        EXPECT_EQ(sent.businessType, 3);
-        EXPECT_EQ(sent.priority, 1);
+        EXPECT_EQ(std::pair(sent.businessType, sent.priority), std::pair(3, 1));
         EXPECT_EQ(sent.collaborationIdStr, "00000000042-me");
         EXPECT_EQ(sent.commandProp, InfoCollectionProcess::GetInstance()->GenerateInfoCollectionReqCommand({"a"}));
         EXPECT_EQ(Answer({{"wrong", ""}}), 0);
