@@ -1,4 +1,4 @@
-// Real devices on loopback, each a collabd with a bus and directories of its own, for one test.
+// The devices of one test, in a directory of their own.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -7,60 +7,11 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "client/device_client.h"
-#include "tests/scenario/process.h"
+#include "tests/scenario/test_device.h"
 
 namespace ZYNE::Testing {
-
-// What a device is made with. All has a working default.
-struct DeviceSetup {
-    std::string type = "pc";
-    std::string account = "home";  // the account that enrolled it
-    bool open = false;             // no certificates; `account` is but a name
-    bool hasTestProvider = false;  // the service and the app of test_provider.cpp
-};
-
-class TestDevice {
-public:
-    TestDevice(std::filesystem::path directory, std::string name, const DeviceSetup& setup);
-
-    // Starts it and waits until it can be asked.
-    void Start();
-    // SIGTERM, and waits for the end; the exit status.
-    int Stop();
-    void Kill();
-    Process& GetProcess() { return *process_; }
-
-    // collabctl --device NAME arguments...
-    Outcome Ctl(std::vector<std::string> arguments) const;
-    // One info request over the device's API.
-    Client::InfoAnswer Ask(const std::string& peer, const std::vector<std::string>& names) const;
-    // The value of one item that must be there.
-    std::string AskOne(const std::string& peer, const std::string& name) const;
-
-    // Whether it lists `peer` as online, or as offline.
-    bool Sees(const std::string& peer) const { return ListsAs(peer, true); }
-    bool MissesPeer(const std::string& peer) const { return ListsAs(peer, false); }
-    bool Lists(const std::string& peer) const;
-
-    std::string Udid() const;
-    size_t CountInLog(const std::string& text) const;
-    const std::filesystem::path& Directory() const { return directory_; }
-    std::filesystem::path ConfigFile() const { return directory_ / "collabd.toml"; }
-    std::optional<Client::DeviceEntry> Entry() const { return Client::FindDevice(name_); }
-
-private:
-    bool ListsAs(const std::string& peer, bool online) const;
-    void WriteProvider() const;
-
-    const std::filesystem::path directory_;
-    const std::string name_;
-    std::unique_ptr<Process> process_;
-};
 
 class Scenario : public ::testing::Test {
 protected:

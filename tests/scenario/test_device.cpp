@@ -1,0 +1,150 @@
+#include "tests/scenario/test_device.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <utility>
+
+namespace ZYNE::Testing {
+namespace fs = std::filesystem;
+namespace {
+
+void Write(const fs::path& file, const std::string& text) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text;
+}
+
+void MustSucceed(const std::vector<std::string>& command) {
+    const Outcome outcome = RunCommand(command);
+    if (outcome.status != 0) {
+        throw std::runtime_error(command[1] + " failed: " + outcome.err);
+    }
+}
+
+std::string Quoted(const fs::path& text) {
+    return "\"" + text.string() + "\"";
+}
+
+}  // namespace
+
+std::string ReadAll(const fs::path& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TestDevice::TestDevice(fs::path directory, std::string name, const DeviceSetup& setup)
+    : directory_(std::move(directory)), name_(std::move(name)) {
+    std::string config = "[device]\nname = " + Quoted(name_) + "\ntype = " + Quoted(setup.type) +
+        "\nstate_directory = \"state\"\nsystem_root = \"root\"\n";
+    if (setup.open) {
+        config += "[account]\nmode = \"open\"\nname = " + Quoted(setup.account) + "\n";
+    } else {
+        config += "[account]\nmode = \"account\"\ncredentials = \"credentials\"\n";
+        const fs::path account = directory_.parent_path() / ("account-" + setup.account);
+        if (!fs::exists(account)) {
+            MustSucceed({COLLABCTL, "account", "create", account, "--name", setup.account});
+        }
+        fs::create_directories(directory_);
+        MustSucceed({COLLABCTL, "device", "enroll", "--account", account, "--directory", directory_ / "credentials"});
+    }
+    config += "[network]\ntag = " + Quoted(directory_.parent_path().filename()) + "\n[log]\ntarget = \"none\"\n";
+    fs::create_directories(directory_ / "root");
+    if (setup.hasTestProvider) {
+        WriteProvider();
+        config += "[apps]\ndirectory = \"apps\"\n[services]\ntable = \"services.json\"\n";
+    }
+    Write(ConfigFile(), config);
+}
+
+// The files through which the library, the bus and the app manager know the test provider.
+void TestDevice::WriteProvider() const {
+    std::string serviceItems;
+    for (const char* name : {"hello", "pid", "die", "slow", "late", "exact", "oversize", "notJson", "deep",
+             "wrongTypes", "noValue", "duplicates", "notAParcel"}) {
+        serviceItems += std::string(serviceItems.empty() ? "" : ", ") + "{\"service." + name + "\": \"\"}";
+    }
+    Write(directory_ / "root/system/etc/CollaborationFwk/requestSaPre.json",
+        R"({"info_config": [{"sa_id": 90100, "sa_descriptor": "test.IProvider", "cmdCode_id": 7, "static_info": [],
+            "dynamic_info": [)" +
+            serviceItems + "]}]}");
+    Write(directory_ / "services.json",
+        R"({"abilities": [{"id": 90100, "busName": "test.Provider", "exec": [")" TEST_PROVIDER R"("]}]})");
+    std::string appItems;
+    for (const char* name : {"hello", "pid", "die"}) {
+        appItems += std::string(appItems.empty() ? "" : ", ") + "{\"app." + name +
+            R"(": {"serviceExtensionAbilityName": "Provider", "commandCode": "1f", "variable": "", "dataShareUri": ""}})";
+    }
+    Write(directory_ / "apps/test.app/resources/profile/info.json",
+        R"({"static_info": {}, "dynamic_info": [)" + appItems + "]}");
+    Write(directory_ / "apps/test.app/manifest.json",
+        R"({"bundleName": "test.app", "extensions": [{"name": "Provider", "exec": [")" TEST_PROVIDER R"(", "app"],
+            "actions": ["com.varn.collaborationFwk.infoCollection.setting"], "metadata": [
+            {"name": "collaborationFwk.infoCollection.configFile", "resource": "$profile:info"}]}]})");
+}
+
+void TestDevice::Start() {
+    process_ = std::make_unique<Process>(
+        std::vector<std::string>{COLLABD, "--config", ConfigFile()}, directory_ / "output.txt");
+    const bool isUp = Eventually([this] {
+        const auto entry = Entry();
+        return process_->HasEnded() || (entry && entry->running && !entry->busAddress.empty());
+    });
+    if (!isUp || process_->HasEnded()) {
+        throw std::runtime_error(name_ + " does not start: " + ReadAll(directory_ / "output.txt"));
+    }
+}
+
+int TestDevice::Stop() {
+    process_->Signal(SIGTERM);
+    return process_->Wait();
+}
+
+void TestDevice::Kill() {
+    process_->Signal(SIGKILL);
+    process_->Wait();
+}
+
+Outcome TestDevice::Ctl(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {COLLABCTL, "--device", name_});
+    return RunCommand(arguments);
+}
+
+Client::InfoAnswer TestDevice::Ask(const std::string& peer, const std::vector<std::string>& names) const {
+    return Client::DeviceClient(*Entry(), std::chrono::seconds(60)).GetInfo(peer, names);
+}
+
+std::string TestDevice::AskOne(const std::string& peer, const std::string& name) const {
+    const Client::InfoAnswer answer = Ask(peer, {name});
+    if (answer.code != 0) {
+        throw std::runtime_error(name + " is not answered: " + std::to_string(answer.code));
+    }
+    return answer.records.front().second;
+}
+
+bool TestDevice::ListsAs(const std::string& peer, bool online) const {
+    const auto peers = Client::DeviceClient(*Entry()).ListPeers();
+    return std::any_of(peers.begin(), peers.end(),
+        [&](const Client::Peer& known) { return known.name == peer && known.online == online; });
+}
+
+bool TestDevice::Lists(const std::string& peer) const {
+    return ListsAs(peer, true) || ListsAs(peer, false);
+}
+
+std::string TestDevice::Udid() const {
+    const std::string text = ReadAll(directory_ / "credentials" / "udid");
+    return text.substr(0, text.find('\n'));
+}
+
+size_t TestDevice::CountInLog(const std::string& text) const {
+    const std::string log = ReadAll(directory_ / "state" / "device.log");
+    size_t count = 0;
+    for (size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+}  // namespace ZYNE::Testing
