@@ -1,7 +1,5 @@
 // A service of a device: a process that the device's bus starts when somebody needs it, and that answers requests.
 //
-//     #include "client/service.h"
-//
 //     int main() {
 //         return ZYNE::Client::RunService("org.example.Greeter",
 //             [](uint32_t code, ZYNE::MessageParcel& data, ZYNE::MessageParcel& reply, const ZYNE::IPCContext&) {

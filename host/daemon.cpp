@@ -39,7 +39,7 @@ constexpr LogDomain LOG{0xD004640, "Device"};
 
 // How long programs that wait for an answer get it while the device stops. Answers that need the bus come no more when
 // this is over.
-constexpr auto LAST_ANSWERS_TIME = 500ms;
+constexpr auto LAST_ANSWERS_TIME = 250ms;
 
 std::string Masked(const std::string& id) {
     return PickerResult::StringToAnonymous(id);

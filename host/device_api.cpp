@@ -4,6 +4,7 @@
 #include <exception>
 #include <map>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include <sdbus-c++/sdbus-c++.h>
@@ -78,7 +79,8 @@ void AskPeer(const KnownPeer& peer, const std::vector<std::string>& names, const
         InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(*device, CALLER, names, answered);
     const std::vector<Record> records = code == 0 ? InOrder(answered, names) : std::vector<Record>();
     if (Bytes(records) > MOST_REPLY_BYTES) {
-        result.returnError(ApiError("TooLarge", "the answer of \"" + peer.name + "\" is too large for the bus"));
+        result.returnError(
+            ApiError("TooLarge", "the answer of \"" + BusText(peer.name) + "\" is too large for the bus"));
         return;
     }
     result.returnResults(code, records);
@@ -99,7 +101,7 @@ public:
 private:
     std::vector<Device> ListDevices() override {
         std::vector<KnownPeer> peers = options_.peers();
-        std::ranges::sort(peers, {}, &KnownPeer::name);
+        std::ranges::sort(peers, {}, [](const KnownPeer& peer) { return std::tie(peer.name, peer.udid); });
         std::vector<Device> devices;
         devices.reserve(peers.size());
         for (const KnownPeer& peer : peers) {

@@ -77,8 +77,7 @@ void EnrollDevice(const fs::path& accountDirectory, const fs::path& deviceDirect
     const KeyHandle key = NewKey();
     const CertificateHandle certificate =
         NewDeviceCertificate(udid, *key, *account.certificate, *account.key, validity);
-    const std::string permissions =
-        SignDocument(PermissionsXml(udid, validity), *account.certificate, *account.key);
+    const std::string permissions = SignDocument(PermissionsXml(udid, validity), *account.certificate, *account.key);
     WriteNewFiles(deviceDirectory,
         {{CredentialFiles::KEY, ToPem(*key), true}, {CredentialFiles::CERTIFICATE, ToPem(*certificate), false},
             {CredentialFiles::AUTHORITY, ToPem(*account.certificate), false},

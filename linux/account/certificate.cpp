@@ -9,7 +9,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr std::time_t DAY = 24 * 60 * 60;
+constexpr std::time_t DAY = 86400;
 constexpr int SERIAL_BITS = 127;
 constexpr const char* NO_MEMORY = "no memory";
 
@@ -135,7 +135,8 @@ std::string ToPem(X509& certificate) {
 
 std::string ToPem(EVP_PKEY& key) {
     const BioHandle memory = MustHave<BioHandle>(BIO_new(BIO_s_mem()), NO_MEMORY);
-    Must(PEM_write_bio_PrivateKey(memory.get(), &key, nullptr, nullptr, 0, nullptr, nullptr), "the key cannot be written");
+    Must(PEM_write_bio_PrivateKey(memory.get(), &key, nullptr, nullptr, 0, nullptr, nullptr),
+        "the key cannot be written");
     return TextOf(memory.get());
 }
 

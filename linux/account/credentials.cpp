@@ -38,7 +38,7 @@ void CheckIssuedBy(X509& authority, X509& certificate) {
 
 std::string ReadUdid(const fs::path& file) {
     return OfFile(file, [](const std::string& content) {
-        const std::string udid = content.substr(0, content.find_first_of("\r\n"));
+        std::string udid = content.substr(0, content.find_first_of("\r\n"));
         if (!IsUdid(udid)) {
             throw std::runtime_error("not a udid");
         }
@@ -48,7 +48,8 @@ std::string ReadUdid(const fs::path& file) {
 
 void CheckPermissions(const fs::path& file, X509& authority, const std::string& udid) {
     OfFile(file, [&](const std::string& content) {
-        if (VerifiedText(content, authority).find("<subject_name>CN=" + udid + "</subject_name>") == std::string::npos) {
+        if (VerifiedText(content, authority).find("<subject_name>CN=" + udid + "</subject_name>") ==
+            std::string::npos) {
             throw std::runtime_error("not the permissions of this device");
         }
     });

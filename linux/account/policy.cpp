@@ -72,7 +72,8 @@ std::string PermissionsXml(const std::string& udid, const Validity& validity) {
       <subject_name>CN=)") +
         udid + R"(</subject_name>
       <validity><not_before>)" +
-        XmlTime(validity.notBefore) + "</not_before><not_after>" + XmlTime(validity.notAfter) + R"(</not_after></validity>
+        XmlTime(validity.notBefore) + "</not_before><not_after>" + XmlTime(validity.notAfter) +
+        R"(</not_after></validity>
       <allow_rule>
         )" +
         ALL_DOMAINS + R"(

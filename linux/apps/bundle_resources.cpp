@@ -26,7 +26,7 @@ std::filesystem::path FindProfile(const std::filesystem::path& folder, const std
         throw std::runtime_error("\"" + resource + "\" is no resource");
     }
     const std::filesystem::path home = std::filesystem::canonical(folder);
-    const std::filesystem::path file = std::filesystem::canonical(home / "resources" / "profile" / (name + ".json"));
+    std::filesystem::path file = std::filesystem::canonical(home / "resources" / "profile" / (name + ".json"));
     if (std::mismatch(home.begin(), home.end(), file.begin(), file.end()).first != home.end()) {
         throw std::runtime_error("\"" + resource + "\" lies outside of the app");
     }

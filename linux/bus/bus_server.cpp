@@ -43,7 +43,7 @@ void BusServer::Serve(const std::string& path, Handler handler) {
         SD_BUS_VTABLE_END};
     static const sd_bus_vtable PROCESS[] = {SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD(BusWire::STOP, "", "", &BusServer::OnStop, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
-    Object& object = objects_.emplace_back(this, std::move(handler));
+    Object& object = objects_.emplace_back(Object{this, std::move(handler)});
     const std::scoped_lock lock(busMutex_);
     for (const auto& [interface, table] :
         {std::pair(BusWire::OBJECT_INTERFACE, OBJECT), std::pair(BusWire::PROCESS_INTERFACE, PROCESS)}) {

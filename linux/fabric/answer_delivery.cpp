@@ -19,8 +19,8 @@ void DeliverAnswer(SessionTable& sessions, const std::string& networkId, Control
     const auto length = static_cast<uint32_t>(answer.payload.size());
     const auto protocol = std::make_shared<CollaborationFwk::CollaborationFwkProtocol>(std::move(answer.payload));
     for (const auto& listener : ListenerRegistry::Get().Of(static_cast<int>(answer.type))) {
-        GuardedCall("delivering an answer",
-            [&] { listener->OnDataReceived(session->collaborationId, protocol, length); });
+        GuardedCall(
+            "delivering an answer", [&] { listener->OnDataReceived(session->collaborationId, protocol, length); });
     }
 }
 

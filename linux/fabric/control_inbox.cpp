@@ -100,20 +100,20 @@ void ControlInbox::Handle(const std::string& networkId, ControlMessage message) 
 void ControlInbox::HandleOnPool(const std::string& networkId, ControlMessage message) {
     const size_t bytes = BytesOf(message);
     if (*bytesOnPool_ + bytes > MOST_BYTES_ON_POOL) {
-        FabricPrint(LogLevel::WARN, "a message of device %{public}s, %{public}zu bytes, is dropped: too many are under way",
+        FabricPrint(LogLevel::WARN,
+            "a message of device %{public}s, %{public}zu bytes, is dropped: too many are under way",
             Anonymous(networkId), bytes);
         return;
     }
     // Gives the bytes back wherever the task ends, unrun as well.
     *bytesOnPool_ += bytes;
     const std::shared_ptr<void> share(nullptr, [count = bytesOnPool_, bytes](void*) { *count -= bytes; });
-    auto task = [sessions = sessions_, networkId, share,
-                    held = std::make_shared<ControlMessage>(std::move(message))] {
+    auto task = [sessions = sessions_, networkId, share, held = std::make_shared<ControlMessage>(std::move(message))] {
         GuardedCall("handling a message", [&] { HandleHere(*sessions, networkId, std::move(*held)); });
     };
     if (!CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(std::move(task), INFO_COLLECTION_TASK)) {
-        FabricPrint(LogLevel::WARN, "a message of device %{public}s is dropped: the pool refuses it",
-            Anonymous(networkId));
+        FabricPrint(
+            LogLevel::WARN, "a message of device %{public}s is dropped: the pool refuses it", Anonymous(networkId));
     }
 }
 

@@ -11,28 +11,14 @@ namespace {
 
 using Sample = ZYNE_Linux_Wire_ControlMessage;
 
+constexpr std::chrono::seconds STALLED_FOR{1};
+
 // The sample borrows `payload`.
 void SetPayload(Sample& sample, std::string_view payload) {
     sample.payload._length = static_cast<uint32_t>(payload.size());
     sample.payload._maximum = sample.payload._length;
     // The library takes no pointer to constants, but does not change what it sends.
     sample.payload._buffer = reinterpret_cast<uint8_t*>(const_cast<char*>(payload.data()));
-}
-
-FabricCode Write(dds_entity_t writer, const Sample& sample) {
-    const dds_return_t result = dds_write(writer, &sample);
-    switch (result) {
-    case DDS_RETCODE_OK:
-        return FABRIC_OK;
-    case DDS_RETCODE_TIMEOUT:
-        return FABRIC_PEER_STALLED;
-    case DDS_RETCODE_BAD_PARAMETER:
-    case DDS_RETCODE_ALREADY_DELETED:
-        return FABRIC_PEER_OFFLINE;
-    default:
-        FabricPrint(LogLevel::ERROR, "a message is not sent: %{public}s", dds_strretcode(result));
-        return FABRIC_TRANSPORT_FAILED;
-    }
 }
 
 }  // namespace
@@ -59,7 +45,7 @@ FabricCode ControlWriter::SendRequest(int32_t session, const std::string& caller
         return FABRIC_TOO_LARGE;
     }
     SetPayload(sample, service.commandProp);
-    return Write(writer_.Get(), sample);
+    return Write(&sample);
 }
 
 FabricCode ControlWriter::SendMessage(int32_t session, uint32_t type, std::string_view payload) const {
@@ -71,7 +57,28 @@ FabricCode ControlWriter::SendMessage(int32_t session, uint32_t type, std::strin
     sample.session = session;
     sample.type = type;
     SetPayload(sample, payload);
-    return Write(writer_.Get(), sample);
+    return Write(&sample);
+}
+
+FabricCode ControlWriter::Write(const void* sample) const {
+    const std::scoped_lock lock(mutex_);
+    if (Clock::now() < stalledUntil_) {
+        return FABRIC_PEER_STALLED;
+    }
+    const dds_return_t result = dds_write(writer_.Get(), sample);
+    switch (result) {
+    case DDS_RETCODE_OK:
+        return FABRIC_OK;
+    case DDS_RETCODE_TIMEOUT:
+        stalledUntil_ = Clock::now() + STALLED_FOR;
+        return FABRIC_PEER_STALLED;
+    case DDS_RETCODE_BAD_PARAMETER:
+    case DDS_RETCODE_ALREADY_DELETED:
+        return FABRIC_PEER_OFFLINE;
+    default:
+        FabricPrint(LogLevel::ERROR, "a message is not sent: %{public}s", dds_strretcode(result));
+        return FABRIC_TRANSPORT_FAILED;
+    }
 }
 
 }  // namespace ZYNE::Linux

@@ -1,7 +1,9 @@
 // Sends control messages to one device.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -12,7 +14,9 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Sending blocks until the transport has taken the message, for a second when the device has stopped taking any.
+// Any thread. Sending blocks until the transport has taken the message: for a second when the device has frozen, for four when
+// it is there but takes nothing. For a second after that, sending fails at once, so that one device does not hold up the
+// threads of all.
 class ControlWriter {
 public:
     // Throws std::runtime_error.
@@ -28,7 +32,13 @@ public:
     void WaitForDelivery(dds_duration_t longest) const { dds_wait_for_acks(writer_.Get(), longest); }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    FabricCode Write(const void* sample) const;
+
     DdsEntity writer_;
+    mutable std::mutex mutex_;  // held while the transport takes a message: it takes one after the other
+    mutable Clock::time_point stalledUntil_{};  // guarded by mutex_
 };
 
 }  // namespace ZYNE::Linux

@@ -17,16 +17,16 @@ namespace {
 constexpr std::string_view COMMON_NAME = "CN=";
 constexpr size_t MOST_BYTES = 500;
 
-// A device of another account in reach makes the library complain of it every second. The same line again is left out for
-// this long.
+// A device of another account in reach makes the library complain of it every second, and whoever sends it rubbish of each
+// datagram. In this time no line is printed twice, and not more than so many.
 constexpr std::chrono::minutes REPEAT_AFTER{1};
-constexpr size_t MOST_REMEMBERED = 64;
+constexpr size_t MOST_LINES = 64;
 
 using Clock = std::chrono::steady_clock;
 
 struct Complaints {
     std::mutex mutex;
-    std::string lastError;                            // guarded by mutex
+    std::string lastError;                             // guarded by mutex
     std::map<std::string, Clock::time_point> printed;  // guarded by mutex; when each line was printed
 };
 
@@ -39,7 +39,7 @@ Complaints& GetComplaints() {
 bool IsDue(std::map<std::string, Clock::time_point>& printed, const std::string& line) {
     const Clock::time_point now = Clock::now();
     std::erase_if(printed, [&](const auto& entry) { return now - entry.second > REPEAT_AFTER; });
-    return printed.size() >= MOST_REMEMBERED || printed.emplace(line, now).second;
+    return printed.size() < MOST_LINES && printed.emplace(line, now).second;
 }
 
 std::string MaskNames(std::string_view text) {

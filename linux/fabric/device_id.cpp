@@ -43,8 +43,9 @@ bool IsNetworkId(std::string_view text) {
 }
 
 bool IsParticipantOf(const std::string& udid, const dds_guid_t& participant) {
-    return std::ranges::equal(ProofOf(udid), std::array<unsigned char, PROOF_BYTES>{participant.v[0], participant.v[1],
-                                                 participant.v[2], participant.v[3], participant.v[4], participant.v[5]});
+    return std::ranges::equal(ProofOf(udid),
+        std::array<unsigned char, PROOF_BYTES>{participant.v[0], participant.v[1], participant.v[2], participant.v[3],
+            participant.v[4], participant.v[5]});
 }
 
 }  // namespace ZYNE::Linux

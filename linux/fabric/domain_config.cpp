@@ -28,8 +28,8 @@ std::string Escaped(const std::string& text) {
 std::string General(const FabricOptions& options, const NetworkInterface& interface) {
     const std::string multicast = options.multicast ? "true" : "false";
     // Datagrams of nearly the greatest size: a message of megabytes in as few of them as can be.
-    return "<General><Interfaces><NetworkInterface address=\"" + interface.AddressText() + "\" multicast=\"" + multicast +
-        "\"/></Interfaces><AllowMulticast>" + multicast +
+    return "<General><Interfaces><NetworkInterface address=\"" + interface.AddressText() + "\" multicast=\"" +
+        multicast + "\"/></Interfaces><AllowMulticast>" + multicast +
         "</AllowMulticast><MaxMessageSize>65500B</MaxMessageSize><FragmentSize>64000B</FragmentSize></General>";
 }
 

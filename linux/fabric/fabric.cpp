@@ -29,8 +29,8 @@ void Fabric::Start(const FabricOptions& options) {
         handler = handler_;
     }
     const auto node = std::make_shared<FabricNode>(options, std::move(handler));
-    FabricPrint(LogLevel::INFO, "on the network as %{public}s, udid %{public}s, network id %{public}s", options.deviceName,
-        Anonymous(node->Self().udid), Anonymous(node->Self().networkId));
+    FabricPrint(LogLevel::INFO, "on the network as %{public}s, udid %{public}s, network id %{public}s",
+        options.deviceName, Anonymous(node->Self().udid), Anonymous(node->Self().networkId));
     // Callbacks and requests, which come from here on, find the network running.
     SetNode(node);
     try {

@@ -53,8 +53,7 @@ FabricDomain::FabricDomain(const FabricOptions& options, const std::optional<Cre
     : domain_(MakeDomain(options)), participant_(MakeParticipant(options.domain, credentials)),
       presenceTopic_(
           dds_create_topic(Participant(), &ZYNE_Linux_Wire_Presence_desc, "Presence", nullptr, nullptr), "no topic"),
-      controlTopic_(
-          dds_create_topic(Participant(), &ZYNE_Linux_Wire_ControlMessage_desc, "Control", nullptr, nullptr), "no topic") {
-}
+      controlTopic_(dds_create_topic(Participant(), &ZYNE_Linux_Wire_ControlMessage_desc, "Control", nullptr, nullptr),
+          "no topic") {}
 
 }  // namespace ZYNE::Linux

@@ -3,14 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <optional>
-#include <stdexcept>
 #include <utility>
 
-#include "linux/account/credentials.h"
-#include "linux/account/udid.h"
 #include "linux/fabric/device_id.h"
-#include "linux/fabric/fabric_log.h"
+#include "linux/fabric/endpoint_owner.h"
 #include "linux/fabric/guarded_call.h"
 
 namespace ZYNE::Linux {
@@ -20,43 +16,25 @@ namespace {
 constexpr std::chrono::seconds HOUSEKEEPING{1};
 // How long a device that leaves waits until the others have what it sent them last.
 constexpr std::chrono::milliseconds FAREWELL{200};
+// A send that takes longer was held back.
+constexpr std::chrono::milliseconds NOTICEABLE{50};
 
 }  // namespace
 
-// Who this device is, and how it proves that.
-struct FabricNode::Identity {
-    std::optional<Credentials> credentials;
-    std::string udid;
-    Partitions partitions;
-
-    explicit Identity(const FabricOptions& options) {
-        if (options.trust == FabricOptions::Trust::ACCOUNT) {
-            credentials = LoadCredentials(options.credentials);
-            udid = credentials->udid;
-            return;
-        }
-        udid = options.udid;
-        partitions = Partitions(options.accountName);
-        if (!IsUdid(udid) || options.accountName.empty()) {
-            throw std::runtime_error("open mode needs a udid and the name of an account");
-        }
-        FabricPrint(LogLevel::WARN,
-            "open mode: peers prove nothing, nothing is encrypted, and whoever reaches interface %{public}s can be a peer",
-            options.interface);
-    }
-};
-
 FabricNode::FabricNode(const FabricOptions& options, DeviceEvents::Handler handler)
-    : FabricNode(options, Identity(options), std::move(handler)) {}
+    : FabricNode(options, FabricIdentity(options), std::move(handler)) {}
 
-FabricNode::FabricNode(const FabricOptions& options, const Identity& identity, DeviceEvents::Handler handler)
+FabricNode::FabricNode(const FabricOptions& options, const FabricIdentity& identity, DeviceEvents::Handler handler)
     : self_{identity.udid, NewNetworkId(), options.deviceName, options.deviceType, OS_TYPE},
       partitions_(identity.partitions), domain_(options, identity.credentials),
       waitset_(dds_create_waitset(domain_.Participant()), "no waitset"),
       stopSignal_(dds_create_guardcondition(domain_.Participant()), "no guard condition"),
       events_(peers_, std::move(handler)),
       watch_(domain_, partitions_, self_, identity.credentials.has_value(), waitset_.Get(), peers_,
-          {[this](const Peer& peer) { OnPeerChanged(peer); }, [this](const Peer& peer) { OnPeerGone(peer); }}),
+          {[this](const Peer& peer) { OnPeerChanged(peer); },
+              [this](const Peer& peer) {
+                  OnPeerGone(peer);
+              }}),
       inbox_(domain_, partitions_.To(self_.udid, self_.networkId), peers_, sessions_),
       presence_(domain_, partitions_, self_),
       announcementArrived_(dds_create_readcondition(watch_.Reader(), DDS_ANY_STATE), "no read condition"),
@@ -94,8 +72,8 @@ void FabricNode::Read() {
 // Whether the channels to other devices are to be looked at.
 bool FabricNode::WaitForArrivals() {
     std::array<dds_attach_t, 8> sources{};
-    const dds_return_t count =
-        dds_waitset_wait(waitset_.Get(), sources.data(), sources.size(), std::chrono::nanoseconds(HOUSEKEEPING).count());
+    const dds_return_t count = dds_waitset_wait(
+        waitset_.Get(), sources.data(), sources.size(), std::chrono::nanoseconds(HOUSEKEEPING).count());
     const auto end = sources.begin() + std::clamp(count, 0, static_cast<dds_return_t>(sources.size()));
     // When more have fired than fit, or waiting fails, any may have.
     return count < 0 || count > static_cast<dds_return_t>(sources.size()) ||
@@ -119,7 +97,13 @@ FabricCode FabricNode::SendRequest(const std::string& networkId, const std::stri
     }
     // Opened before the request is sent: the answer may be here before the send returns.
     session = sessions_->Open(networkId, service.collaborationIdStr);
-    const FabricCode code = peer->channel->SendRequest(session, callerString, sessionName, service);
+    const auto before = SessionTable::Clock::now();
+    FabricCode code = peer->channel->SendRequest(session, callerString, sessionName, service);
+    if (code == FABRIC_OK && SessionTable::Clock::now() - before > NOTICEABLE &&
+        !IsReadBy(peer->channel->Get(), peer->participant)) {
+        // It froze, and the transport took the message when it gave the device up.
+        code = FABRIC_PEER_OFFLINE;
+    }
     if (code != FABRIC_OK) {
         sessions_->End(session);
     }

@@ -12,6 +12,7 @@
 #include "linux/fabric/device_events.h"
 #include "linux/fabric/fabric_code.h"
 #include "linux/fabric/fabric_domain.h"
+#include "linux/fabric/fabric_identity.h"
 #include "linux/fabric/fabric_options.h"
 #include "linux/fabric/partitions.h"
 #include "linux/fabric/peer_table.h"
@@ -37,8 +38,8 @@ public:
     const PeerTable& Peers() const { return peers_; }
 
     // Opens a session with the device `networkId` and sends a request on it. `session` is its number when that succeeds.
-    FabricCode SendRequest(const std::string& networkId, const std::string& callerString, const std::string& sessionName,
-        const CollaborationFwk::ServiceInfo& service, int32_t& session);
+    FabricCode SendRequest(const std::string& networkId, const std::string& callerString,
+        const std::string& sessionName, const CollaborationFwk::ServiceInfo& service, int32_t& session);
     // Answers on a session that another device opened, which ends it.
     FabricCode SendAnswer(int32_t session, uint32_t type, std::string_view payload);
 
@@ -47,8 +48,7 @@ public:
     void Stop();
 
 private:
-    struct Identity;
-    FabricNode(const FabricOptions& options, const Identity& identity, DeviceEvents::Handler handler);
+    FabricNode(const FabricOptions& options, const FabricIdentity& identity, DeviceEvents::Handler handler);
 
     void Read();
     bool WaitForArrivals();

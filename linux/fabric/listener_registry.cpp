@@ -27,8 +27,7 @@ ListenerRegistry& ListenerRegistry::Get() {
     return registry;
 }
 
-void ListenerRegistry::RegisterEventListener(
-    int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) {
+void ListenerRegistry::RegisterEventListener(int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) {
     if (listener) {
         const std::scoped_lock lock(mutex_);
         listeners_[eventType].push_back(std::move(listener));

@@ -47,8 +47,10 @@ bool PeerWatch::IsCredible(const Announcement& device, const dds_guid_t& partici
         return false;
     }
     const std::string holder = peers_.UdidOf(device.networkId);
-    if (device.udid == self_.udid || device.networkId == self_.networkId || (!holder.empty() && holder != device.udid)) {
-        FabricPrint(LogLevel::WARN, "a device with an id of another is ignored, udid %{public}s", Anonymous(device.udid));
+    if (device.udid == self_.udid || device.networkId == self_.networkId ||
+        (!holder.empty() && holder != device.udid)) {
+        FabricPrint(
+            LogLevel::WARN, "a device with an id of another is ignored, udid %{public}s", Anonymous(device.udid));
         return false;
     }
     return true;
@@ -83,8 +85,8 @@ void PeerWatch::OnAnnounced(const Announcement& announced, dds_instance_handle_t
 // The channel may be matched already by the time that the waitset knows it.
 void PeerWatch::Arrive(Peer peer) {
     try {
-        peer.channel = std::make_shared<const ControlWriter>(
-            domain_, partitions_.To(peer.device.udid, peer.device.networkId));
+        peer.channel =
+            std::make_shared<const ControlWriter>(domain_, partitions_.To(peer.device.udid, peer.device.networkId));
         MustDds(dds_waitset_attach(waitset_, peer.channel->Get(), CHANNEL), "no control channel");
     } catch (const std::exception& error) {
         FabricPrint(LogLevel::ERROR, "device %{public}s cannot be reached: %{public}s", Anonymous(peer.device.udid),

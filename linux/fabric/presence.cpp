@@ -4,7 +4,6 @@
 
 #include "linux/fabric/qos.h"
 #include "linux/fabric/taken_samples.h"
-#include "linux/fabric/wire.h"
 #include "linux/fabric/wire_text.h"
 
 namespace ZYNE::Linux {
@@ -30,23 +29,21 @@ Announcement FromSample(const Sample& sample) {
 }  // namespace
 
 PresenceWriter::PresenceWriter(const FabricDomain& domain, const Partitions& partitions, const Announcement& device)
-    : device_(device), writer_(dds_create_writer(domain.Participant(), domain.PresenceTopic(),
-                                   PresenceWriterQos(partitions.Of(device.udid)).get(), nullptr),
-                           "the device cannot be announced") {}
+    : sample_(ToSample(device)), writer_(dds_create_writer(domain.Participant(), domain.PresenceTopic(),
+                                             PresenceWriterQos(partitions.Of(device.udid)).get(), nullptr),
+                                     "the device cannot be announced") {}
 
-void PresenceWriter::Announce() {
-    const Sample sample = ToSample(device_);
-    MustDds(dds_write(writer_.Get(), &sample), "the device cannot be announced");
+void PresenceWriter::Announce() const {
+    MustDds(dds_write(writer_.Get(), &sample_), "the device cannot be announced");
 }
 
-void PresenceWriter::Withdraw() {
-    const Sample sample = ToSample(device_);
-    dds_dispose(writer_.Get(), &sample);
+void PresenceWriter::Withdraw() const {
+    dds_dispose(writer_.Get(), &sample_);
 }
 
 PresenceReader::PresenceReader(const FabricDomain& domain, const Partitions& partitions)
-    : reader_(dds_create_reader(domain.Participant(), domain.PresenceTopic(),
-                  PresenceReaderQos(partitions.OfAll()).get(), nullptr),
+    : reader_(dds_create_reader(
+                  domain.Participant(), domain.PresenceTopic(), PresenceReaderQos(partitions.OfAll()).get(), nullptr),
           "other devices cannot be seen") {}
 
 void PresenceReader::Take(const Handler& handler) {

@@ -7,22 +7,23 @@
 #include "linux/fabric/dds_entity.h"
 #include "linux/fabric/fabric_domain.h"
 #include "linux/fabric/partitions.h"
+#include "linux/fabric/wire.h"
 
 namespace ZYNE::Linux {
 
-// Operations throw std::runtime_error.
 class PresenceWriter {
 public:
+    // Throws std::runtime_error, also when the device's name is too long.
     PresenceWriter(const FabricDomain& domain, const Partitions& partitions, const Announcement& device);
 
-    // Tells the others that this device is there, those that come later as well.
-    void Announce();
+    // Tells the others that this device is there, those that come later as well. Throws std::runtime_error.
+    void Announce() const;
 
     // Tells the others that this device leaves.
-    void Withdraw();
+    void Withdraw() const;
 
 private:
-    const Announcement device_;
+    const ZYNE_Linux_Wire_Presence sample_;
     DdsEntity writer_;
 };
 

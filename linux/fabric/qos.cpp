@@ -6,9 +6,12 @@ namespace {
 // How many samples a reader keeps until they are taken; then the transport holds back the writers.
 constexpr int32_t MOST_SAMPLES = 256;
 
+// How long a write waits for a device that is slow to take what was sent before. One that has frozen is given up by then.
+constexpr dds_duration_t LONGEST_WRITE = DDS_SECS(4);
+
 QosHandle ReliableQos(const std::string& partition) {
     QosHandle qos = NewQos();
-    dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, DDS_SECS(1));
+    dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, LONGEST_WRITE);
     dds_qset_partition1(qos.get(), partition.c_str());
     dds_qset_ignorelocal(qos.get(), DDS_IGNORELOCAL_PARTICIPANT);
     return qos;

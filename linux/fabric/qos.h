@@ -11,7 +11,7 @@ namespace ZYNE::Linux {
 QosHandle PresenceWriterQos(const std::string& partition);
 QosHandle PresenceReaderQos(const std::string& partition);
 
-// Reliable, none is left out. A writer blocks for at most a second when the reader does not take.
+// Reliable, none is left out. A writer blocks for at most four seconds when the reader does not take.
 QosHandle ControlQos(const std::string& partition);
 
 }  // namespace ZYNE::Linux

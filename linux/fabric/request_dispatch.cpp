@@ -18,12 +18,14 @@ constexpr uint32_t REFUSED = 1;
 bool Run(Command& command, int32_t session, const std::string& networkId) {
     int32_t code = 0;
     bool isAllowed = false;
-    const bool isStarted = GuardedCall("a command", [&] {
+    const bool isDone = GuardedCall("a command", [&] {
         isAllowed = command.AuthenticationCheck(networkId);
         code = isAllowed ? command.Execute(session) : 0;
-    }) && isAllowed && code == 0;
+    });
+    const bool isStarted = isDone && isAllowed && code == 0;
     if (!isStarted) {
-        FabricPrint(LogLevel::WARN, "a command of device %{public}s is not started, allowed: %{public}d, code: %{public}d",
+        FabricPrint(LogLevel::WARN,
+            "a command of device %{public}s is not started, allowed: %{public}d, code: %{public}d",
             Anonymous(networkId), isAllowed, code);
     }
     GuardedCall("releasing a command", [&] { command.Release(isStarted ? STARTED : REFUSED); });

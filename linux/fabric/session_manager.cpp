@@ -16,14 +16,17 @@ public:
         int32_t session = 0;
         FabricCode code = FABRIC_TRANSPORT_FAILED;
         GuardedCall("sending a request", [&] {
+            if (service == nullptr) {
+                code = FABRIC_INVALID_ARGUMENT;
+                return;
+            }
             const auto node = Fabric::GetInstance().Node();
             code = node == nullptr ? FABRIC_NOT_RUNNING
-                : service == nullptr
-                ? FABRIC_INVALID_ARGUMENT
-                : node->SendRequest(networkId, callerString, sessionName, *service, session);
+                                   : node->SendRequest(networkId, callerString, sessionName, *service, session);
         });
         if (code != FABRIC_OK) {
-            FabricPrint(LogLevel::WARN, "no request to device %{public}s, code: %{public}d", Anonymous(networkId), code);
+            FabricPrint(
+                LogLevel::WARN, "no request to device %{public}s, code: %{public}d", Anonymous(networkId), code);
             return {code, 0};
         }
         return {FABRIC_OK, session};
@@ -33,13 +36,17 @@ public:
         int collaborationSessionId, const char* data, uint32_t length, uint32_t type, bool /*reserved*/) override {
         FabricCode code = FABRIC_TRANSPORT_FAILED;
         GuardedCall("sending an answer", [&] {
+            if (data == nullptr && length != 0) {
+                code = FABRIC_INVALID_ARGUMENT;
+                return;
+            }
             const auto node = Fabric::GetInstance().Node();
-            code = node == nullptr                ? FABRIC_NOT_RUNNING
-                : data == nullptr && length != 0 ? FABRIC_INVALID_ARGUMENT
-                                                 : node->SendAnswer(collaborationSessionId, type, {data, length});
+            code =
+                node == nullptr ? FABRIC_NOT_RUNNING : node->SendAnswer(collaborationSessionId, type, {data, length});
         });
         if (code != FABRIC_OK) {
-            FabricPrint(LogLevel::WARN, "no answer on session %{public}d, code: %{public}d", collaborationSessionId, code);
+            FabricPrint(
+                LogLevel::WARN, "no answer on session %{public}d, code: %{public}d", collaborationSessionId, code);
         }
         return code;
     }

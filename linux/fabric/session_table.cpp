@@ -42,8 +42,7 @@ int32_t SessionTable::NewNumber() {
 int32_t SessionTable::Open(const std::string& networkId, const std::string& collaborationId) {
     const std::scoped_lock lock(mutex_);
     if (opened_.size() >= MOST_OPENED) {
-        opened_.erase(std::ranges::min_element(
-            opened_, {}, [](const auto& entry) { return entry.second.since; }));
+        opened_.erase(std::ranges::min_element(opened_, {}, [](const auto& entry) { return entry.second.since; }));
     }
     const int32_t number = NewNumber();
     opened_.emplace(number, Opened{networkId, collaborationId, now_()});
@@ -96,7 +95,9 @@ void SessionTable::End(int32_t number) {
 }
 
 std::vector<std::string> SessionTable::EndAllWith(const std::string& networkId) {
-    const auto isWithIt = [&](const auto& session) { return session.networkId == networkId; };
+    const auto isWithIt = [&](const auto& session) {
+        return session.networkId == networkId;
+    };
     std::vector<Served> ended;
     std::vector<std::string> ids;
     const std::scoped_lock lock(mutex_);
@@ -109,7 +110,9 @@ std::vector<std::string> SessionTable::EndAllWith(const std::string& networkId) 
 
 void SessionTable::EndOld() {
     const Clock::time_point eldest = now_() - LONGEST;
-    const auto isOld = [&](const auto& session) { return session.since < eldest; };
+    const auto isOld = [&](const auto& session) {
+        return session.since < eldest;
+    };
     std::vector<Served> ended;
     const std::scoped_lock lock(mutex_);
     ended = TakeIf(served_, isOld);

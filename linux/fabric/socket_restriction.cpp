@@ -41,10 +41,12 @@ int SocketOption(int descriptor, int option) {
     return getsockopt(descriptor, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
 }
 
-bool IsSocketOf(uint32_t domain, int descriptor) {
-    if (SocketOption(descriptor, SO_DOMAIN) != AF_INET || SocketOption(descriptor, SO_PROTOCOL) != IPPROTO_UDP) {
-        return false;
-    }
+bool IsUdp(int descriptor) {
+    return SocketOption(descriptor, SO_DOMAIN) == AF_INET && SocketOption(descriptor, SO_PROTOCOL) == IPPROTO_UDP;
+}
+
+// Whether the transport receives with it.
+bool IsReceiverOf(uint32_t domain, int descriptor) {
     sockaddr_in bound{};
     socklen_t size = sizeof(bound);
     return getsockname(descriptor, reinterpret_cast<sockaddr*>(&bound), &size) == 0 &&
@@ -76,7 +78,11 @@ void Filter(int descriptor, uint32_t address, bool multicast) {
 
 void RestrictSockets(uint32_t domain, const NetworkInterface& interface, bool multicast) {
     for (const int descriptor : OpenDescriptors()) {
-        if (!IsSocketOf(domain, descriptor)) {
+        if (!IsUdp(descriptor)) {
+            continue;
+        }
+        Must(fcntl(descriptor, F_SETFD, FD_CLOEXEC));
+        if (!IsReceiverOf(domain, descriptor)) {
             continue;
         }
         Filter(descriptor, interface.address, multicast);
@@ -86,7 +92,6 @@ void RestrictSockets(uint32_t domain, const NetworkInterface& interface, bool mu
             setsockopt(descriptor, SOL_SOCKET, SO_BINDTODEVICE, interface.name.data(),
                 static_cast<socklen_t>(interface.name.size()));
         }
-        Must(fcntl(descriptor, F_SETFD, FD_CLOEXEC));
     }
 }
 

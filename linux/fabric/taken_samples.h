@@ -1,8 +1,8 @@
 // Takes what has arrived at a reader, one sample after the other.
 #pragma once
 
-#include <cstddef>
 #include <array>
+#include <cstddef>
 
 #include <dds/dds.h>
 

@@ -26,7 +26,9 @@ std::string Describe(const std::vector<std::string>& names) {
             answer[name]["value"] = fact->second();
         }
     }
-    return Json::writeString(Json::StreamWriterBuilder(), answer);
+    Json::StreamWriterBuilder writer;
+    writer["indentation"] = "";
+    return Json::writeString(writer, answer);
 }
 
 // The request: the interface token, then the names as a string vector. The reply: one string.

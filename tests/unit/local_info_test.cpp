@@ -126,13 +126,13 @@ TEST_F(LocalInfo, OfAServiceThatNeverConnectsIsEmptyAndItsConnectionForgottenAnd
     EXPECT_TRUE(device.journal.Has("I Collection: add async result = 1"));
     EXPECT_TRUE(device.journal.Has("I Collection: abilityConnectionImps_ find no imp, rebuid"));
     device.journal.Clear();
-    device.pool.RunNext();
+    InfoCollectionManager::GetInstance()->DisconnectService("com.app", "Facts", "com.app&Facts");
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Collection: DisconnectService, start",
             "I Collection: DisconnectService, bundleName:com.app, serviceName:Facts",
             "I Collection: DisconnectService check if connected: 0",
             "E Collection: DisconnectService find no connection for com.app & Facts"));
-    InfoCollectionManager::GetInstance()->DisconnectService("com.app", "Facts", "com.app&Facts");
+    device.pool.RunNext();
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: cannot find serviceKey");
     device.pool.refuses = true;
     StartApp();

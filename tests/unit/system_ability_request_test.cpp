@@ -55,6 +55,7 @@ TEST_F(SystemAbilityRequest, IsRepeatedInOrderAtEverySuccessfulLoadOfItsService)
     Ask("kernel");
     Ask("battery", OTHER);
     Ask("hostname");
+    device.systemAbilities.running[OTHER] = Service("of no interest");
     device.systemAbilities.FinishLoad(FACTS, nullptr);
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnLoadSystemAbilitySuccess remoteObject is nullptr");
     device.journal.Clear();
