@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -31,14 +32,21 @@ fs::path DevicesDirectory() {
     return registry / "devices";
 }
 
+// Empty when the process that wrote it is gone: the next one takes the lock before it can remove the file.
+std::string ReadAddress(const fs::path& file) {
+    pid_t process = 0;
+    std::string address;
+    std::ifstream stream(file);
+    return stream >> process >> address && kill(process, 0) == 0 ? address : std::string();
+}
+
 DeviceEntry ReadEntry(const fs::path& runtimeDirectory) {
     std::error_code ignored;
     DeviceEntry entry;
     entry.name = runtimeDirectory.filename();
     entry.runtimeDirectory = runtimeDirectory;
     entry.stateDirectory = fs::read_symlink(runtimeDirectory / STATE_LINK, ignored);
-    std::ifstream address(runtimeDirectory / ADDRESS_FILE);
-    std::getline(address, entry.busAddress);
+    entry.busAddress = ReadAddress(runtimeDirectory / ADDRESS_FILE);
     entry.running = FileLock::IsHeldBySomebody(runtimeDirectory / LOCK_FILE);
     return entry;
 }
@@ -123,7 +131,7 @@ DeviceRegistration::DeviceRegistration(const std::string& name, const fs::path& 
 void DeviceRegistration::Announce(const std::string& busAddress) {
     // Renamed into place, so that nobody reads half of it.
     const fs::path written = entry_.runtimeDirectory / "address.new";
-    std::ofstream(written) << busAddress << '\n';
+    std::ofstream(written) << getpid() << ' ' << busAddress << '\n';
     fs::rename(written, entry_.runtimeDirectory / ADDRESS_FILE);
     entry_.busAddress = busAddress;
 }

@@ -1,10 +1,10 @@
 // Which devices run on this machine under this user, and where.
 //
 // A device NAME that runs has the directory devices/NAME in $XDG_RUNTIME_DIR/collaborationfwk, or in
-// /tmp/collaborationfwk-UID where there is no XDG_RUNTIME_DIR. It is the device's runtime directory: the socket of its bus
-// and what else lives as long as the process. In it, "state" leads to the state directory, "address" holds the address of
-// the bus once the device can be asked, and "device.lock" is locked as long as the device runs. In the state directory, "run" leads
-// back.
+// /tmp/collaborationfwk-UID where there is no XDG_RUNTIME_DIR. It is the device's runtime directory: the socket of its
+// bus and what else lives as long as the process. In it, "state" leads to the state directory, "address" holds the
+// process and, behind a blank, the address of the bus once the device can be asked, and "device.lock" is locked as long
+// as the device runs. In the state directory, "run" leads back.
 #pragma once
 
 #include <filesystem>
