@@ -33,7 +33,7 @@ std::string General(const FabricOptions& options, const NetworkInterface& interf
         "</AllowMulticast><MaxMessageSize>65500B</MaxMessageSize><FragmentSize>64000B</FragmentSize></General>";
 }
 
-// A device that is killed is missed after LeaseDuration; one that runs has four announcements in that time.
+// A device that is killed is missed after LeaseDuration; one that runs is heard of twice in that time.
 std::string Discovery(const FabricOptions& options) {
     std::string peers;
     for (const std::string& peer : options.peers) {
@@ -42,7 +42,7 @@ std::string Discovery(const FabricOptions& options) {
     return "<Discovery><Tag>" + Escaped(options.tag) +
         "</Tag><ParticipantIndex>auto</ParticipantIndex><MaxAutoParticipantIndex>" +
         std::to_string(MOST_DEVICES_ON_A_MACHINE) + "</MaxAutoParticipantIndex><Peers>" + peers +
-        "</Peers><LeaseDuration>1s</LeaseDuration><SPDPInterval>250ms</SPDPInterval></Discovery>";
+        "</Peers><LeaseDuration>1s</LeaseDuration><SPDPInterval>400ms</SPDPInterval></Discovery>";
 }
 
 }  // namespace

@@ -52,10 +52,8 @@ void LinuxLog::Print(LogType /*type*/, LogLevel level, const LogDomain& domain, 
             WritePending();
             return;
         }
-        const bool urgent = level >= LogLevel::ERROR && !urgent_;
-        urgent_ = urgent_ || urgent;
         lock.unlock();
-        if (first || urgent) {
+        if (first) {
             wake_.notify_one();
         }
     } catch (...) {
@@ -99,7 +97,7 @@ void LinuxLog::RunWriter() {
     std::unique_lock lock(mutex_);
     while (writing_) {
         wake_.wait(lock, [&] { return !writing_ || !pending_.Empty(); });
-        wake_.wait_for(lock, GATHER_TIME, [&] { return !writing_ || urgent_; });
+        wake_.wait_for(lock, GATHER_TIME, [&] { return !writing_; });
         lock.unlock();
         WritePending();
         lock.lock();
@@ -114,7 +112,6 @@ void LinuxLog::WritePending() {
     {
         const std::scoped_lock lock(mutex_);
         std::swap(pending_, batch_);
-        urgent_ = false;
     }
     if (batch_.Dropped() > 0) {
         const std::string note = std::to_string(batch_.Dropped()) + " lines came too fast and were dropped";

@@ -1,7 +1,7 @@
 // The log on Linux.
 //
-// A thread that prints a line only copies it into a buffer; a writer thread passes what has gathered to the journal, or to
-// standard error, and always to the device's own file.
+// A thread that prints a line only copies it into a buffer; a writer thread passes what has gathered to the journal, or
+// to standard error, and always to the device's own file.
 #pragma once
 
 #include <condition_variable>
@@ -29,8 +29,8 @@ struct LogOptions {
     bool showPrivate = false;
 };
 
-// Any thread. Until it is opened, lines of warning level and above go to standard error, and as many as fit a buffer are
-// kept for the file. A process that never opens it, such as a command, has its warnings on standard error.
+// Any thread. Until it is opened, lines of warning level and above go to standard error, and as many as fit a buffer
+// are kept for the file. A process that never opens it, such as a command, has its warnings on standard error.
 class LinuxLog final : public LogService {
 public:
     // The process's log; never destroyed.
@@ -38,8 +38,9 @@ public:
 
     void Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept override;
 
-    // Begins to write, once. Lines are on their way within ten milliseconds, errors at once, and also when the process
-    // ends by std::terminate. Throws std::system_error when the file cannot be opened.
+    // Begins to write, once. Lines are on their way within ten milliseconds, errors too: the library logs some for what
+    // is no fault. None is lost when the process ends by std::terminate. Throws std::system_error when the file cannot
+    // be opened.
     void Open(const LogOptions& options);
 
     // Returns when everything printed so far is written.
@@ -63,7 +64,6 @@ private:
     LogBatch pending_;      // guarded by mutex_
     bool opened_ = false;   // guarded by mutex_
     bool writing_ = false;  // guarded by mutex_; the writer thread runs
-    bool urgent_ = false;   // guarded by mutex_; pending_ holds an error
     std::thread writer_;    // touched by Open and Close only
 
     std::mutex writeMutex_;

@@ -23,7 +23,7 @@ Outcome RunCommand(const std::vector<std::string>& command);
 class Process {
 public:
     Process(const std::vector<std::string>& command, const std::string& outputFile);
-    ~Process();  // kills what still runs
+    ~Process();  // kills it if it still runs
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 

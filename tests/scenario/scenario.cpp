@@ -14,6 +14,12 @@ Scenario::Scenario() {
     setenv("XDG_RUNTIME_DIR", directory.c_str(), 1);
 }
 
+void Scenario::TearDown() {
+    for (const auto& [name, device] : devices) {
+        EXPECT_EQ(device->Stop(), 0) << name;
+    }
+}
+
 Scenario::~Scenario() {
     for (const auto& [name, device] : devices) {
         if (HasFailure()) {

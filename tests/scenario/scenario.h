@@ -17,6 +17,8 @@ class Scenario : public ::testing::Test {
 protected:
     Scenario();
     ~Scenario() override;
+    // Stops what still runs: each device must end well, also in the eyes of a sanitizer.
+    void TearDown() override;
 
     // Makes a device, and its account where that is new. Not started yet.
     TestDevice& Add(const std::string& name, const DeviceSetup& setup = {});

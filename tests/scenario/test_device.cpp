@@ -97,13 +97,17 @@ void TestDevice::Start() {
 }
 
 int TestDevice::Stop() {
+    if (process_ == nullptr) {
+        return 0;
+    }
     process_->Signal(SIGTERM);
-    return process_->Wait();
+    const int status = process_->Wait();
+    process_ = nullptr;
+    return status;
 }
 
 void TestDevice::Kill() {
-    process_->Signal(SIGKILL);
-    process_->Wait();
+    process_ = nullptr;
 }
 
 Outcome TestDevice::Ctl(std::vector<std::string> arguments) const {

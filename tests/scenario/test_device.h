@@ -26,10 +26,9 @@ public:
 
     // Starts it and waits until it can be asked.
     void Start();
-    // SIGTERM, and waits for the end; the exit status.
+    // SIGTERM, and waits for the end; the exit status. 0 when it does not run.
     int Stop();
     void Kill();
-    Process& GetProcess() { return *process_; }
 
     // collabctl --device NAME arguments...
     Outcome Ctl(std::vector<std::string> arguments) const;

@@ -25,10 +25,10 @@ protected:
     std::string Contents() {
         std::string contents;
         for (const auto& [key, value] : apps.GetStaticMap()) {
-            contents += key + "=" + value + " ";
+            contents.append(key).append("=").append(value).append(" ");
         }
         for (const auto& [name, record] : apps.GetDynamicMap()) {
-            contents += name + (name == record.infoName ? "@" : "!@") + record.bundleName + " ";
+            contents.append(name).append(name == record.infoName ? "@" : "!@").append(record.bundleName).append(" ");
         }
         return contents;
     }

@@ -36,7 +36,7 @@ protected:
         InfoCollectionManager::GetInstance()->GetLocalDeviceDynamicInfo(names, result);
         std::string text;
         for (const auto& [name, value] : std::map(result.begin(), result.end())) {
-            text += name + "=" + value + " ";
+            text.append(name).append("=").append(value).append(" ");
         }
         return text;
     }
