@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "platform/host/system_partition.h"
+#include "platform/ipc/string_conversion.h"
 #include "plugin/info_collection/request_sa_manager.h"
 #include "plugin/utils/log.h"
-#include "plugin/utils/utf16.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
@@ -110,17 +110,18 @@ void RequestSAManager::ParseEntry(const Json::Value& entry, int index) {
         CFWK_LOGE(LOG, "infoConfigObj not have dynamic_info");
         return;
     }
-    const std::optional<std::u16string> descriptor = Utf8ToUtf16(entry[SA_DESCRIPTOR].asString());
-    if (!descriptor) {
+    const std::string descriptorText = entry[SA_DESCRIPTOR].asString();
+    const std::u16string descriptor = ToU16String(descriptorText);
+    if (descriptor.empty() && !descriptorText.empty()) {
         LogMissingFields();
         return;
     }
     std::vector<std::string> names;
     ParseDynamicInfo(entry[DYNAMIC_INFO], names);
-    SetDynamicMapBySa(saId, cmdCode, *descriptor, names);
+    SetDynamicMapBySa(saId, cmdCode, descriptor, names);
     {
         std::unique_lock lock(infoConfigMutex_);
-        infoConfigs_.emplace_back(saId, cmdCode, *descriptor, std::move(names));
+        infoConfigs_.emplace_back(saId, cmdCode, descriptor, std::move(names));
     }
     CFWK_LOGI(LOG, "ParseInfoConfig for infoConfigArray index:%{public}d", index);
 }
@@ -180,7 +181,9 @@ void RequestSAManager::SetDynamicMapBySa(
 }
 
 std::u16string RequestSAManager::ToU16String(const std::string& str) {
-    return Utf8ToUtf16(str).value_or(std::u16string());
+    std::u16string converted = Str8ToStr16(str);
+    // The platform's conversion replaces what it cannot read: only text that it read as it stands comes back the same.
+    return Str16ToStr8(converted) == str ? converted : std::u16string();
 }
 
 std::map<std::string, DynamicInfoMapBySa> RequestSAManager::GetDynamicMap() {

@@ -31,7 +31,9 @@ void SimulatedTime::SleepUntil(TimePoint deadline) {
 bool SimulatedTime::WaitUntil(
     std::condition_variable& condition, std::unique_lock<std::mutex>& lock, TimePoint deadline) {
     if (speed_ > 0) {
-        return condition.wait_until(lock, ToReal(deadline)) == std::cv_status::no_timeout;
+        const bool woken = condition.wait_until(lock, ToReal(deadline)) == std::cv_status::no_timeout;
+        expiredWaits_ += woken ? 0 : 1;
+        return woken;
     }
     lock.unlock();
     const bool ran = RunNextUntil(deadline);

@@ -1,6 +1,7 @@
 // Time as a list of events on one thread: whoever sleeps or waits runs what is due meanwhile, in order, at no cost.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 
@@ -15,6 +16,8 @@ public:
     void At(Clock::duration delay, std::function<void()> event);
     // Since the device was made.
     Clock::duration Elapsed() { return Now() - START; }
+    // How many real waits nobody ended before their deadline.
+    int ExpiredWaits() const { return expiredWaits_; }
     // From now on sleeps and waits are real, and `speed` times as short as asked for: for tests with threads.
     void UseRealTime(int speed = 1) {
         realStart_ = Clock::now();
@@ -37,6 +40,7 @@ private:
 
     int speed_ = 0;  // 0: simulated
     TimePoint realStart_;
+    std::atomic<int> expiredWaits_{0};
     TimePoint now_ = START;
     std::multimap<TimePoint, std::function<void()>> events_;
 };

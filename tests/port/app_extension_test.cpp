@@ -1,0 +1,148 @@
+// Connections to a real extension process on a real bus.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+
+#include "linux/apps/ability_manager.h"
+#include "linux/apps/bundle_manager.h"
+#include "linux/bus/device_bus.h"
+#include "platform/ipc/string_conversion.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+constexpr int32_t CURRENT_USER = -1;
+constexpr uint32_t APP_CODE = 0x1f;
+
+class Connection final : public AbilityConnectionStub {
+public:
+    void OnAbilityConnectDone(const ElementName&, const sptr<IRemoteObject>& remoteObject, int) override {
+        std::lock_guard lock(mutex_);
+        remote_ = remoteObject;
+        ++connects_;
+        changed_.notify_all();
+    }
+    void OnAbilityDisconnectDone(const ElementName&, int) override {
+        std::lock_guard lock(mutex_);
+        ++disconnects_;
+        changed_.notify_all();
+    }
+
+    sptr<IRemoteObject> AwaitRemote() {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, 30s, [this] { return connects_ > 0; });
+        return remote_;
+    }
+    bool AwaitDisconnect() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 30s, [this] { return disconnects_ > 0; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    sptr<IRemoteObject> remote_;
+    int connects_ = 0;
+    int disconnects_ = 0;
+};
+
+class Death final : public IRemoteObject::DeathRecipient {
+public:
+    void OnRemoteDied(const wptr<IRemoteObject>&) override {
+        std::lock_guard lock(mutex_);
+        dead_ = true;
+        changed_.notify_all();
+    }
+    bool Await() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 30s, [this] { return dead_; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool dead_ = false;
+};
+
+class AppExtension : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
+        directory_ = mkdtemp(path.data());
+        fs::create_directories(directory_ / "apps" / "test.app");
+        std::ofstream(directory_ / "apps/test.app/manifest.json")
+            << R"({"bundleName": "test.app", "extensions": [{"name": "Provider", "exec": [")" TEST_PROVIDER
+               R"(", "app"]}]})";
+        BundleManager::GetInstance()->LoadDirectory(directory_ / "apps");
+        DeviceBus::GetInstance().Start(
+            {directory_ / "run", BundleManager::GetInstance()->GetCatalogue()->GetServices(), {}});
+    }
+    void TearDown() override {
+        DeviceBus::GetInstance().Stop();
+        fs::remove_all(directory_);
+    }
+
+    static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider") {
+        Want want;
+        want.SetElementName("test.app", extension);
+        return AbilityManager::GetInstance().ConnectAbility(want, connection, CURRENT_USER);
+    }
+    // Empty when it does not answer.
+    static std::string Ask(const sptr<IRemoteObject>& remote, const std::string& name) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        data.WriteString16(Str8ToStr16(name));
+        if (remote->SendRequest(APP_CODE, data, reply, option) != 0) {
+            return "";
+        }
+        reply.ReadUint32();
+        return Str16ToStr8(reply.ReadString16());
+    }
+
+private:
+    fs::path directory_;
+};
+
+TEST_F(AppExtension, RunsUntilItsLastConnectionHasGoneAndIsStartedAnewForTheNext) {
+    const auto first = MakeSptr<Connection>();
+    const auto second = MakeSptr<Connection>();
+    ASSERT_EQ(Connect(first), 0);
+    ASSERT_EQ(Connect(second), 0);
+    const std::string pid = Ask(first->AwaitRemote(), "app.pid");
+    EXPECT_EQ(Ask(second->AwaitRemote(), "app.pid"), pid);
+    const auto death = MakeSptr<Death>();
+    EXPECT_TRUE(second->AwaitRemote()->AddDeathRecipient(death));
+
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(first), 0);
+    EXPECT_TRUE(first->AwaitDisconnect());
+    EXPECT_EQ(Ask(second->AwaitRemote(), "app.pid"), pid);
+
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(second), 0);
+    EXPECT_TRUE(second->AwaitDisconnect());
+    EXPECT_TRUE(death->Await());
+    EXPECT_FALSE(second->AwaitRemote()->AddDeathRecipient(death));
+
+    const auto third = MakeSptr<Connection>();
+    ASSERT_EQ(Connect(third), 0);
+    const std::string next = Ask(third->AwaitRemote(), "app.pid");
+    EXPECT_NE(next, "");
+    EXPECT_NE(next, pid);
+}
+
+TEST_F(AppExtension, ThatIsNotInstalledOrNotConnectedIsRefusedAtOnce) {
+    EXPECT_EQ(Connect(MakeSptr<Connection>(), "NoSuch"), AbilityManager::NOT_INSTALLED);
+    EXPECT_EQ(Connect(nullptr), AbilityManager::NO_CONNECTION);
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(MakeSptr<Connection>()), AbilityManager::NOT_CONNECTED);
+}
+
+}  // namespace
+}  // namespace ZYNE::Linux

@@ -1,0 +1,120 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "linux/apps/bundle_manager.h"
+#include "linux/bus/system_ability_table.h"
+#include "platform/bundle/bundle_mgr_client.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+
+constexpr char ACTION[] = "an.action";
+constexpr int32_t OTHER_USER = 101;
+
+class InstalledApps : public ::testing::Test {
+protected:
+    InstalledApps() {
+        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
+        directory = mkdtemp(path.data());
+    }
+    ~InstalledApps() override { fs::remove_all(directory); }
+
+    void Write(const fs::path& file, const std::string& text) const {
+        fs::create_directories((directory / file).parent_path());
+        std::ofstream(directory / file) << text;
+    }
+    void Install(const std::string& name, const std::string& more = "", const std::string& resource = "$profile:info") {
+        Write(name + "/manifest.json",
+            R"({"bundleName": ")" + name + "\"" + more + R"(, "extensions": [{"name": "Facts", "exec": ["bin/facts"],
+                "actions": [")" +
+                ACTION + R"("], "metadata": [{"name": "config", "resource": ")" + resource + "\"}]}]}");
+    }
+    std::vector<ExtensionAbilityInfo> Query(int32_t userId = DEVICE_USER) const {
+        BundleManager::GetInstance()->LoadDirectory(directory);
+        std::vector<ExtensionAbilityInfo> infos;
+        Want want;
+        want.SetAction(ACTION);
+        EXPECT_EQ(BundleManager::GetInstance()->QueryExtensionAbilityInfosV9(
+                      want, IBundleMgr::GET_WITH_METADATA, userId, infos),
+            0);
+        return infos;
+    }
+    std::vector<std::string> QueriedBundles(int32_t userId = DEVICE_USER) const {
+        std::vector<std::string> names;
+        for (const ExtensionAbilityInfo& info : Query(userId)) {
+            names.push_back(info.bundleName);
+        }
+        return names;
+    }
+
+    fs::path directory;
+};
+
+TEST_F(InstalledApps, AreFoundByActionInTheOrderOfNamesForTheirUserWhileEnabled) {
+    Install("c.app");
+    Install("a.app");
+    Install("b.disabled", R"(, "enabled": false)");
+    Install("d.other", R"(, "user": 101)");
+    EXPECT_THAT(QueriedBundles(), ElementsAre("a.app", "c.app"));
+    EXPECT_THAT(QueriedBundles(OTHER_USER), ElementsAre("d.other"));
+    ApplicationInfo info;
+    EXPECT_EQ(BundleManager::GetInstance()->GetApplicationInfo("b.disabled", 0, DEVICE_USER, info), 0);
+    EXPECT_FALSE(info.enabled);
+    EXPECT_NE(BundleManager::GetInstance()->GetApplicationInfo("no.such", 0, DEVICE_USER, info), 0);
+}
+
+TEST_F(InstalledApps, DoNotSufferFromMalformedOnes) {
+    Install("good.app");
+    Write("1/manifest.json", "not json");
+    Write("2/manifest.json", std::string(100000, '['));
+    Write("3/manifest.json", "[]");
+    Write("4/manifest.json", R"({"bundleName": 7})");
+    Write("5/manifest.json", R"({"bundleName": "x", "extensions": [{"name": ["y"]}]})");
+    Write("6/manifest.json", R"({"bundleName": "good.app", "extensions": {}})");
+    fs::create_directories(directory / "7" / "manifest.json");
+    fs::create_directories(directory / "8");
+    EXPECT_THAT(QueriedBundles(), ElementsAre("good.app"));
+}
+
+TEST_F(InstalledApps, GiveTheirProfilesAndNothingFromOutsideTheirFolder) {
+    Install("a.app");
+    Write("a.app/resources/profile/info.json", "the profile");
+    Install("b.escapes", "", "$profile:../../../a.app/resources/profile/info");
+    std::vector<std::string> profiles{"earlier"};
+    const auto infos = Query();
+    EXPECT_TRUE(BundleMgrClient().GetResConfigFile(infos[0], "config", profiles));
+    EXPECT_THAT(profiles, ElementsAre("earlier", "the profile"));
+    EXPECT_FALSE(BundleMgrClient().GetResConfigFile(infos[0], "other", profiles));
+    EXPECT_FALSE(BundleMgrClient().GetResConfigFile(infos[1], "config", profiles));
+    EXPECT_EQ(profiles.size(), 2u);
+}
+
+TEST_F(InstalledApps, HaveServicesWhoseTableNamesItsFaults) {
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"abilities": [{"id": "1", "busName": "a.b"}]})", "id"},
+        {R"({"abilities": [{"id": 1, "busName": "no name"}]})", "busName"},
+        {R"({"abilities": [{"id": 1, "busName": "a.b"}, {"id": 1, "busName": "a.c"}]})", "entry 2"},
+        {R"({"abilities": [{"id": 1, "busName": "a.b", "path": "no path"}]})", "path"},
+        {"{", "table.json"},
+    };
+    for (const auto& [text, part] : cases) {
+        Write("table.json", text);
+        EXPECT_THAT([&] { ReadSystemAbilityTable(directory / "table.json"); },
+            ThrowsMessage<std::runtime_error>(HasSubstr(part)));
+    }
+    Write("table.json", R"({"abilities": [{"id": 1, "busName": "a.b", "exec": ["bin/service", "x"]}]})");
+    EXPECT_THAT(ReadSystemAbilityTable(directory / "table.json").at(1).service.command,
+        ElementsAre((directory / "bin/service").string(), "x"));
+}
+
+}  // namespace
+}  // namespace ZYNE::Linux
