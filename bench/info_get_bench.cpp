@@ -1,5 +1,5 @@
-// How long one whole `info get` of one item takes, beside the raw floor in the same run: one bare DDS round trip of the same
-// size plus one bare bus call to the same service. Two devices run, in account mode.
+// How long one whole `info get` of one item takes, beside the raw floor in the same run: one bare DDS round trip of the
+// same size plus one bare bus call to the same service. Two devices run, in account mode.
 //
 //     info_get_bench [REQUESTS]        2000 unless given
 #include <unistd.h>

@@ -24,8 +24,8 @@ struct DeviceChoice {
     std::string directory;
 };
 
-// Throws CommandError when there is no such device, or when nothing was chosen and several run. With `mayHaveEnded` a device
-// that ended without leaving is found too.
+// Throws CommandError when there is no such device, or when nothing was chosen and several run. With `mayHaveEnded` a
+// device that ended without leaving is found too.
 Client::DeviceEntry ChooseDevice(const DeviceChoice& choice, bool mayHaveEnded);
 
 int ShowDevices(const DeviceChoice& choice, bool json);

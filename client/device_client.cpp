@@ -42,8 +42,8 @@ std::unique_ptr<sdbus::IConnection> Connect(const DeviceEntry& device, std::chro
 
 }  // namespace
 
-// Without an event loop of its own: the calling thread waits for its answer on the socket itself. The price is that it is
-// told of no signals.
+// Without an event loop of its own: the calling thread waits for its answer on the socket itself. The price is that it
+// is told of no signals.
 class DeviceClient::Proxy final : private sdbus::ProxyObjectHolder, public io::collaborationfwk::Device1_proxy {
 public:
     explicit Proxy(sdbus::IConnection& connection)

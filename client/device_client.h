@@ -57,8 +57,8 @@ public:
     // The peers that were seen since the device came up, in the order of names.
     std::vector<Peer> ListPeers();
 
-    // Asks `peer`, which is a peer's name, its id as ListPeers gives it, or its network id, for the items `names`. Blocks
-    // until it answers, for five seconds at most.
+    // Asks `peer`, which is a peer's name, its id as ListPeers gives it, or its network id, for the items `names`.
+    // Blocks until it answers, for five seconds at most.
     InfoAnswer GetInfo(const std::string& peer, const std::vector<std::string>& names);
 
 private:

@@ -11,9 +11,9 @@
 //             });
 //     }
 //
-// For a system service, name the same bus name and the executable in the device's table of system services; for an app's
-// extension, name the executable in the app's manifest.json. The process ends by itself when the device asks it to, or
-// when the device is gone.
+// For a system service, name the same bus name and the executable in the device's table of system services; for an
+// app's extension, name the executable in the app's manifest.json. The process ends by itself when the device asks it
+// to, or when the device is gone.
 #pragma once
 
 #include <cstdint>
@@ -25,9 +25,9 @@
 
 namespace ZYNE::Client {
 
-// Answers one request: reads `data`, writes `reply`, returns 0; any other result refuses the request, and the caller gets
-// no reply. `context` tells which process asks. Called on several threads at once, so a slow answer holds up no other. An
-// exception refuses the request and is printed on standard error.
+// Answers one request: reads `data`, writes `reply`, returns 0; any other result refuses the request, and the caller
+// gets no reply. `context` tells which process asks. Called on several threads at once, so a slow answer holds up no
+// other. An exception refuses the request and is printed on standard error.
 using RequestHandler =
     std::function<int32_t(uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context)>;
 

@@ -12,7 +12,8 @@
 
 namespace ZYNE::Host {
 
-// Every reading operation returns the default when the key is not given and throws ConfigError when its value does not fit.
+// Every reading operation returns the default when the key is not given and throws ConfigError when its value does not
+// fit.
 class ConfigTable {
 public:
     // The table `name` of `root`, which was read from `file`. A table that is not given counts as empty.

@@ -16,8 +16,8 @@ public:
     // Stops.
     ~Daemon();
 
-    // Throws std::exception with one line when the device cannot start. When the device can go on no more it sends SIGTERM
-    // to the process.
+    // Throws std::exception with one line when the device cannot start. When the device can go on no more it sends
+    // SIGTERM to the process.
     void Start();
 
     // Ends every part and every thread. Requests under way are given up, and so is what waits or sleeps. False when the

@@ -22,8 +22,8 @@ public:
 // A peer's id as people see it.
 std::string ShortId(const KnownPeer& peer);
 
-// The peer of `peers` with the network id, the name or the short id `wanted`. Of several of one name that online counts, if
-// only one is. Throws UnknownPeer or AmbiguousPeer.
+// The peer of `peers` with the network id, the name or the short id `wanted`. Of several of one name that online
+// counts, if only one is. Throws UnknownPeer or AmbiguousPeer.
 KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wanted);
 
 }  // namespace ZYNE::Host

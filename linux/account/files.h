@@ -13,8 +13,8 @@ struct NewFile {
     bool isSecret;  // for its owner only
 };
 
-// Writes `files` into `directory`, which is made for its owner only when it is missing. All or none: a file that is there
-// already is not touched, and nothing is written. Throws std::runtime_error with one line that names the file.
+// Writes `files` into `directory`, which is made for its owner only when it is missing. All or none: a file that is
+// there already is not touched, and nothing is written. Throws std::runtime_error with one line that names the file.
 void WriteNewFiles(const std::filesystem::path& directory, const std::vector<NewFile>& files);
 
 // The content of a file of at most a MiB. Throws std::runtime_error with one line that names the file.

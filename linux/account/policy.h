@@ -20,7 +20,8 @@ std::string PartitionOfAll();
 // Nothing unauthenticated, everything encrypted. The same for every device of every account.
 std::string GovernanceXml();
 
-// A device may publish in its own partition and to any other device, and read what all publish and what is meant for it.
+// A device may publish in its own partition and to any other device, and read what all publish and what is meant for
+// it.
 std::string PermissionsXml(const std::string& udid, const Validity& validity);
 
 }  // namespace ZYNE::Linux

@@ -16,8 +16,8 @@ class BundleCatalogue {
 public:
     BundleCatalogue() = default;
 
-    // Reads every folder's manifest; one that is malformed costs a log line and that app alone, and of two apps with one
-    // name the one in the first folder stays. Throws std::runtime_error when `directory` cannot be read.
+    // Reads every folder's manifest; one that is malformed costs a log line and that app alone, and of two apps with
+    // one name the one in the first folder stays. Throws std::runtime_error when `directory` cannot be read.
     explicit BundleCatalogue(const std::filesystem::path& directory);
 
     // Null when it is not installed.

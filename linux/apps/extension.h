@@ -14,8 +14,9 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Connecting, disconnecting and the process's death are worked off one after the other, so a connection hears
-// of them in the order in which they happened, and a process that is being ended is gone before the next one starts.
+// Any thread. Connecting, disconnecting and the process's death are worked off one after the other, so a connection
+// hears of them in the order in which they happened, and a process that is being ended is gone before the next one
+// starts.
 class Extension : public std::enable_shared_from_this<Extension> {
 public:
     // What the callbacks are told besides 0.
@@ -23,8 +24,8 @@ public:
 
     Extension(ElementName element, std::string busName);
 
-    // Starts the process if it does not run and adds `connection`, which is told the outcome. False when that could not be
-    // begun.
+    // Starts the process if it does not run and adds `connection`, which is told the outcome. False when that could not
+    // be begun.
     bool Connect(const sptr<IAbilityConnection>& connection);
 
     // Removes `connection`, which is told, and ends the process with the last one. False when it is not connected, nor

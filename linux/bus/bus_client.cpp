@@ -29,8 +29,8 @@ void BusClient::Close() {
 
 sptr<RemoteObject> BusClient::GetRemote(const std::string& uniqueName, const std::string& path) {
     sptr<RemoteObject> remote = FindOrMake(uniqueName, path);
-    // OnGone knows it by now: whoever is on the bus at this moment will be reported when it leaves. One that is so new that
-    // its arrival has not been reported yet is asked for.
+    // OnGone knows it by now: whoever is on the bus at this moment will be reported when it leaves. One that is so new
+    // that its arrival has not been reported yet is asked for.
     if (!names_.IsAlive(uniqueName) && !IsOnBus(uniqueName)) {
         OnGone(uniqueName);
     }

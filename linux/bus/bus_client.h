@@ -30,8 +30,8 @@ public:
     // gone is dead.
     sptr<RemoteObject> GetRemote(const std::string& uniqueName, const std::string& path);
 
-    // Has the bus start the service that owns `name` and waits until it does. The owner's unique name; empty when it did
-    // not start, with the reason in `error`.
+    // Has the bus start the service that owns `name` and waits until it does. The owner's unique name; empty when it
+    // did not start, with the reason in `error`.
     std::string StartService(const std::string& name, std::string& error);
 
     // Asks the bus itself, which knows of a connection's end a moment before everyone hears of it.

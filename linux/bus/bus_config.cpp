@@ -29,7 +29,8 @@ std::string EscapeXml(std::string_view text) {
     return escaped;
 }
 
-// Quoted for the daemon's shell-like split, and its backslashes doubled for the file's own escapes, which are undone first.
+// Quoted for the daemon's shell-like split, and its backslashes doubled for the file's own escapes, which are undone
+// first.
 std::string QuoteArgument(std::string_view argument) {
     std::string quoted = "'";
     for (const char character : argument) {
@@ -63,8 +64,8 @@ void CheckService(const BusService& service) {
 
 }  // namespace
 
-// Only the daemon's own user is let in, which is its rule where the policy names no user. The limits are those that a busy
-// device could meet: many requests under way at once, each with a connection and perhaps a file.
+// Only the daemon's own user is let in, which is its rule where the policy names no user. The limits are those that a
+// busy device could meet: many requests under way at once, each with a connection and perhaps a file.
 std::string BusConfig(const std::string& address, const std::filesystem::path& serviceDirectory) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

@@ -33,8 +33,8 @@ constexpr int HELD_FD = 4;     // in the child
     signal(SIGPIPE, SIG_DFL);
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    // Moved out of each other's way first. Nothing else of ours is passed on: libraries may have opened sockets without a
-    // thought of children. What services print goes where our own errors go.
+    // Moved out of each other's way first. Nothing else of ours is passed on: libraries may have opened sockets without
+    // a thought of children. What services print goes where our own errors go.
     const int address = fcntl(addressFd, F_DUPFD, HELD_FD + 1);
     const int held = fcntl(heldFd, F_DUPFD, HELD_FD + 1);
     const bool ready = address >= 0 && held >= 0 && dup2(address, ADDRESS_FD) >= 0 && dup2(held, HELD_FD) >= 0 &&

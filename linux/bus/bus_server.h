@@ -9,8 +9,8 @@
 //     server.Run();
 //
 // One thread at a time reads the connection. The thread that read a request answers it as well, after it has passed the
-// reading on, so a request changes no thread on its way and a handler that blocks holds up nobody. When all threads are in
-// handlers another one is started, up to a limit; behind the limit requests wait on the bus.
+// reading on, so a request changes no thread on its way and a handler that blocks holds up nobody. When all threads are
+// in handlers another one is started, up to a limit; behind the limit requests wait on the bus.
 #pragma once
 
 #include <atomic>

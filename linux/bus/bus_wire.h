@@ -5,10 +5,10 @@
 //     com.zyne.RemoteObject   Call(in u code, in v data, out i status, out v reply)
 //     com.zyne.Process        Stop()
 //
-// `data` and `reply` are the bytes of a parcel: an `ay` up to INLINE_LIMIT, above that an `h`, the descriptor of a memory
-// file that holds them from its first to its last byte. The file is sealed against writing, growing and shrinking, so that
-// neither side can change it while the other reads; a file without the seals, or of more than Parcel::MAX_SIZE bytes, is
-// refused. The bus copies inline bytes twice and passes a descriptor on as it is.
+// `data` and `reply` are the bytes of a parcel: an `ay` up to INLINE_LIMIT, above that an `h`, the descriptor of a
+// memory file that holds them from its first to its last byte. The file is sealed against writing, growing and
+// shrinking, so that neither side can change it while the other reads; a file without the seals, or of more than
+// Parcel::MAX_SIZE bytes, is refused. The bus copies inline bytes twice and passes a descriptor on as it is.
 //
 // `status` is 0, or the object's reason to refuse the request; `reply` is then empty. A caller also sees refusals as
 // D-Bus errors: of the bus (no such object) or of the object's process (the message is no request).
@@ -37,8 +37,8 @@ inline constexpr size_t INLINE_LIMIT = 16u << 10;  // bytes
 // Adds `bytes` to a message. Negative: an error number, -EMSGSIZE for more than a parcel holds.
 int AppendBytes(sd_bus_message* message, const std::vector<uint8_t>& bytes);
 
-// Takes bytes out of a message that a stranger wrote. Negative: an error number, -EMSGSIZE for more than a parcel holds,
-// -EBADMSG for what is not as described above.
+// Takes bytes out of a message that a stranger wrote. Negative: an error number, -EMSGSIZE for more than a parcel
+// holds, -EBADMSG for what is not as described above.
 int ReadBytes(sd_bus_message* message, std::vector<uint8_t>& bytes);
 
 }  // namespace ZYNE::Linux::BusWire

@@ -16,7 +16,8 @@ class CallerIdentity {
 public:
     explicit CallerIdentity(BusCaller& caller) : caller_(caller) {}
 
-    // False when the bus does not say, as for a connection that has left. Blocks for a round trip at the first question.
+    // False when the bus does not say, as for a connection that has left. Blocks for a round trip at the first
+    // question.
     bool Find(const std::string& uniqueName, IPCContext& context);
 
 private:

@@ -1,5 +1,5 @@
-// JSON files that people and apps write: read with a limit, parsed strictly, and taken apart by type. Whatever is wrong with
-// one is a std::runtime_error with one line that says where.
+// JSON files that people and apps write: read with a limit, parsed strictly, and taken apart by type. Whatever is wrong
+// with one is a std::runtime_error with one line that says where.
 #pragma once
 
 #include <cstddef>

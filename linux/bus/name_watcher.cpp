@@ -61,8 +61,8 @@ NameWatcher::~NameWatcher() {
     Stop();
 }
 
-// Changes are asked for first: those that come while the state is read are applied to it by the thread, and end in what is
-// true then, whatever of them the state shows already.
+// Changes are asked for first: those that come while the state is read are applied to it by the thread, and end in what
+// is true then, whatever of them the state shows already.
 void NameWatcher::ReadPresentState() {
     Check(sd_bus_match_signal(
               bus_.get(), nullptr, BUS, BUS_PATH, BUS, "NameOwnerChanged", &NameWatcher::OnNameOwnerChanged, this),

@@ -29,7 +29,8 @@ public:
     const std::string& GetUniqueName() const { return method_.busName; }
     const std::string& GetPath() const { return method_.path; }
 
-    // The process is gone: has every recipient told, one after the other, by a posted task. The second time does nothing.
+    // The process is gone: has every recipient told, one after the other, by a posted task. The second time does
+    // nothing.
     void Die();
 
 private:

@@ -10,8 +10,8 @@ namespace ZYNE::Linux {
 
 class RuntimeDirectory {
 public:
-    // Makes the directory, with mode 0700, and locks it. Throws std::runtime_error with one line when another daemon has
-    // it, or when it is not ours to use.
+    // Makes the directory, with mode 0700, and locks it. Throws std::runtime_error with one line when another daemon
+    // has it, or when it is not ours to use.
     explicit RuntimeDirectory(const std::filesystem::path& path);
     RuntimeDirectory(const RuntimeDirectory&) = delete;
     RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;

@@ -13,11 +13,11 @@
 
 namespace ZYNE::Linux {
 
-// One thread, the one that reads. Small messages are handled on it; large ones on a thread of the pool, so that they do not
-// hold up the others.
+// One thread, the one that reads. Small messages are handled on it; large ones on a thread of the pool, so that they do
+// not hold up the others.
 //
-// A device may be heard before it is known to be online, since each half of a channel is matched on its own. Its messages are
-// held for a moment: until it is online, and can be answered.
+// A device may be heard before it is known to be online, since each half of a channel is matched on its own. Its
+// messages are held for a moment: until it is online, and can be answered.
 class ControlInbox {
 public:
     ControlInbox(const FabricDomain& domain, const std::string& partition, const PeerTable& peers,

@@ -14,9 +14,9 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Sending blocks until the transport has taken the message: for a second when the device has frozen, for four when
-// it is there but takes nothing. For a second after that, sending fails at once, so that one device does not hold up the
-// threads of all.
+// Any thread. Sending blocks until the transport has taken the message: for a second when the device has frozen, for
+// four when it is there but takes nothing. For a second after that, sending fails at once, so that one device does not
+// hold up the threads of all.
 class ControlWriter {
 public:
     // Throws std::runtime_error.

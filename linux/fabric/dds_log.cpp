@@ -17,8 +17,8 @@ namespace {
 constexpr std::string_view COMMON_NAME = "CN=";
 constexpr size_t MOST_BYTES = 500;
 
-// A device of another account in reach makes the library complain of it every second, and whoever sends it rubbish of each
-// datagram. In this time no line is printed twice, and not more than so many.
+// A device of another account in reach makes the library complain of it every second, and whoever sends it rubbish of
+// each datagram. In this time no line is printed twice, and not more than so many.
 constexpr std::chrono::minutes REPEAT_AFTER{1};
 constexpr size_t MOST_LINES = 64;
 

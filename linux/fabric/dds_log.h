@@ -5,8 +5,8 @@
 
 namespace ZYNE::Linux {
 
-// From now on, and for good, the library's warnings and errors are logged as warnings instead of going to standard error.
-// The names in certificates, which are udids, are masked.
+// From now on, and for good, the library's warnings and errors are logged as warnings instead of going to standard
+// error. The names in certificates, which are udids, are masked.
 void RouteDdsLog();
 
 // The last error that the library printed since it was asked before; empty when there is none.

@@ -15,8 +15,8 @@
 
 namespace ZYNE::Linux {
 
-// Any thread may add; one thread of its own calls out, with no lock held. What is told is the difference between what was told
-// last and what is: a device that flickers while a callback runs does not fill a queue.
+// Any thread may add; one thread of its own calls out, with no lock held. What is told is the difference between what
+// was told last and what is: a device that flickers while a callback runs does not fill a queue.
 class DeviceEvents {
 public:
     using Handler = std::function<void(int state, const DmDeviceInfo& device)>;

@@ -48,8 +48,8 @@ std::string Discovery(const FabricOptions& options) {
 }  // namespace
 
 std::string DomainConfig(const FabricOptions& options, const NetworkInterface& interface) {
-    // A lost datagram of a large message is asked for again within milliseconds. Whoever deletes a writer has waited for
-    // its peer already, if it wants to.
+    // A lost datagram of a large message is asked for again within milliseconds. Whoever deletes a writer has waited
+    // for its peer already, if it wants to.
     return "<CycloneDDS><Domain id=\"any\">" + General(options, interface) + Discovery(options) +
         "<Internal><SocketReceiveBufferSize max=\"8MB\"/><NackDelay>1 ms</NackDelay>"
         "<HeartbeatInterval min=\"5 ms\" minsched=\"5 ms\">20 ms</HeartbeatInterval>"

@@ -7,8 +7,8 @@
 
 namespace ZYNE::Linux {
 
-// The participant of `writer`, which `reader` reads. In account mode it has proved that it is of this account. Nothing when
-// the writer is gone.
+// The participant of `writer`, which `reader` reads. In account mode it has proved that it is of this account. Nothing
+// when the writer is gone.
 std::optional<dds_guid_t> OwnerOfWriter(dds_entity_t reader, dds_instance_handle_t writer);
 
 // Whether `participant` reads what `writer` writes.

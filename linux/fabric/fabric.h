@@ -1,7 +1,7 @@
 // The network half of a device: presence, and the control channel between devices of one account.
 //
-// The daemon starts and stops it; the library reaches it through the seam (SessionManager, DeviceManager, …), whose operations
-// fail with FABRIC_NOT_RUNNING before the start and after the stop.
+// The daemon starts and stops it; the library reaches it through the seam (SessionManager, DeviceManager, …), whose
+// operations fail with FABRIC_NOT_RUNNING before the start and after the stop.
 #pragma once
 
 #include <functional>
@@ -20,8 +20,9 @@ class FabricNode;
 // Any thread.
 class Fabric {
 public:
-    // Tells that a device has come online (0), gone offline (1) or tells something else about itself (2). Comes on one thread,
-    // in order, with no lock held; it may block. A device that restarts goes offline under its old network id first.
+    // Tells that a device has come online (0), gone offline (1) or tells something else about itself (2). Comes on one
+    // thread, in order, with no lock held; it may block. A device that restarts goes offline under its old network id
+    // first.
     using DeviceStateHandler = std::function<void(int state, const DmDeviceInfo& device)>;
 
     struct PeerStatus {
@@ -39,9 +40,9 @@ public:
     // credentials do not hold, the interface does not exist, it runs already …
     void Start(const FabricOptions& options);
 
-    // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback comes
-    // any more, except from large messages that the thread pool has accepted. Does nothing when it does not run. Not to be
-    // called by a callback.
+    // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback
+    // comes any more, except from large messages that the thread pool has accepted. Does nothing when it does not run.
+    // Not to be called by a callback.
     void Stop();
 
     // This device; nothing while it is not started.

@@ -91,6 +91,10 @@ void FabricNode::OnPeerGone(const Peer& peer) {
 
 FabricCode FabricNode::SendRequest(const std::string& networkId, const std::string& callerString,
     const std::string& sessionName, const CollaborationFwk::ServiceInfo& service, int32_t& session) {
+    const std::shared_lock sending(leaveMutex_);
+    if (hasLeft_) {
+        return FABRIC_NOT_RUNNING;
+    }
     const PeerPtr peer = peers_.FindOnline(networkId);
     if (!peer) {
         return FABRIC_PEER_OFFLINE;
@@ -111,6 +115,10 @@ FabricCode FabricNode::SendRequest(const std::string& networkId, const std::stri
 }
 
 FabricCode FabricNode::SendAnswer(int32_t session, uint32_t type, std::string_view payload) {
+    const std::shared_lock sending(leaveMutex_);
+    if (hasLeft_) {
+        return FABRIC_NOT_RUNNING;
+    }
     const auto served = sessions_->FindServed(session);
     if (!served) {
         return FABRIC_SESSION_UNKNOWN;
@@ -144,6 +152,8 @@ void FabricNode::Stop() {
         }
     }
     presence_.Withdraw();
+    const std::scoped_lock leaving(leaveMutex_);
+    hasLeft_ = true;
     domain_.Delete();
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -37,14 +38,15 @@ public:
     const Announcement& Self() const { return self_; }
     const PeerTable& Peers() const { return peers_; }
 
-    // Opens a session with the device `networkId` and sends a request on it. `session` is its number when that succeeds.
+    // Opens a session with the device `networkId` and sends a request on it. `session` is its number when that
+    // succeeds.
     FabricCode SendRequest(const std::string& networkId, const std::string& callerString,
         const std::string& sessionName, const CollaborationFwk::ServiceInfo& service, int32_t& session);
     // Answers on a session that another device opened, which ends it.
     FabricCode SendAnswer(int32_t session, uint32_t type, std::string_view payload);
 
-    // Leaves the network: other devices see it at once. Later sends fail; no callback comes any more but from tasks that the
-    // pool holds already. Once, and not by a callback.
+    // Leaves the network: other devices see it at once. Later sends fail; no callback comes any more but from tasks
+    // that the pool holds already. Once, and not by a callback.
     void Stop();
 
 private:
@@ -69,6 +71,8 @@ private:
     DdsEntity announcementArrived_;
     DdsEntity messageArrived_;
     std::atomic<bool> stopping_{false};
+    std::shared_mutex leaveMutex_;  // shared while a message is sent, exclusive while the domain is deleted
+    bool hasLeft_ = false;          // guarded by leaveMutex_
     std::thread reader_;
 };
 

@@ -14,8 +14,8 @@ namespace ZYNE::Linux {
 
 // One thread, the one that reads.
 //
-// A device is online when it has announced itself and reads what this device writes to it: the first message to it arrives.
-// It has gone when either ends.
+// A device is online when it has announced itself and reads what this device writes to it: the first message to it
+// arrives. It has gone when either ends.
 class PeerWatch {
 public:
     // What the waitset gives for a channel that CheckChannels is to look at. No entity has it as its handle.

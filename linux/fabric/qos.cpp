@@ -6,7 +6,8 @@ namespace {
 // How many samples a reader keeps until they are taken; then the transport holds back the writers.
 constexpr int32_t MOST_SAMPLES = 256;
 
-// How long a write waits for a device that is slow to take what was sent before. One that has frozen is given up by then.
+// How long a write waits for a device that is slow to take what was sent before. One that has frozen is given up by
+// then.
 constexpr dds_duration_t LONGEST_WRITE = DDS_SECS(4);
 
 QosHandle ReliableQos(const std::string& partition) {

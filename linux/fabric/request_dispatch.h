@@ -9,8 +9,8 @@
 
 namespace ZYNE::Linux {
 
-// Makes commands of a request of the device `networkId` and runs them, on a session on which their answer finds its way back.
-// Any thread.
+// Makes commands of a request of the device `networkId` and runs them, on a session on which their answer finds its way
+// back. Any thread.
 void DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request);
 
 }  // namespace ZYNE::Linux

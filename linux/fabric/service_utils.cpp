@@ -11,8 +11,8 @@ namespace ZYNE::CollaborationFwk {
 
 using Linux::Fabric;
 
-// Counts from a random number: an id comes again after 2^32 requests, long after the one that had it is over, and what is
-// meant for an earlier run of this device does not hit a request of this one but by chance.
+// Counts from a random number: an id comes again after 2^32 requests, long after the one that had it is over, and what
+// is meant for an earlier run of this device does not hit a request of this one but by chance.
 uint32_t CollaborationFwkServiceUtils::ObtainIdleCollaborationId() {
     static std::atomic<uint32_t> next(std::random_device{}());
     return next.fetch_add(1);

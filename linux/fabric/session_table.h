@@ -15,8 +15,8 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. A session carries one request and its answer. It ends with the answer, with the device at the other end, when it
-// has become too old, or when too many newer ones have begun.
+// Any thread. A session carries one request and its answer. It ends with the answer, with the device at the other end,
+// when it has become too old, or when too many newer ones have begun.
 class SessionTable {
 public:
     using Clock = std::chrono::steady_clock;
@@ -46,8 +46,8 @@ public:
     int32_t Open(const std::string& networkId, const std::string& collaborationId);
     int32_t Serve(const std::string& networkId, int32_t openersNumber, Commands commands);
 
-    // Ends the session that this device opened as `number` with the device `networkId`. Nothing when there is none: an answer
-    // counts from the device that was asked, and once.
+    // Ends the session that this device opened as `number` with the device `networkId`. Nothing when there is none: an
+    // answer counts from the device that was asked, and once.
     std::optional<Opened> TakeOpened(int32_t number, const std::string& networkId);
 
     // The device and its number of the session that is served as `number`.

@@ -87,8 +87,8 @@ void RestrictSockets(uint32_t domain, const NetworkInterface& interface, bool mu
         }
         Filter(descriptor, interface.address, multicast);
         if (interface.isLoopback) {
-            // The filter does the work, also where an old kernel reserves this for the superuser; with this, listings of
-            // sockets tell.
+            // The filter does the work, also where an old kernel reserves this for the superuser; with this, listings
+            // of sockets tell.
             setsockopt(descriptor, SOL_SOCKET, SO_BINDTODEVICE, interface.name.data(),
                 static_cast<socklen_t>(interface.name.size()));
         }

@@ -8,8 +8,8 @@
 
 namespace ZYNE::Linux {
 
-// Walks through everything that has arrived and all that arrives meanwhile. A sample belongs to the reader and is valid until
-// the next one. One thread.
+// Walks through everything that has arrived and all that arrives meanwhile. A sample belongs to the reader and is valid
+// until the next one. One thread.
 template <typename T>
 class TakenSamples {
 public:

@@ -21,8 +21,8 @@ struct LogEntry {
     bool shown;       // on standard error already
 };
 
-// Not shared between threads: its owner holds a lock. Texts lie one behind the other, so that a batch that is filled and
-// cleared again and again allocates nothing.
+// Not shared between threads: its owner holds a lock. Texts lie one behind the other, so that a batch that is filled
+// and cleared again and again allocates nothing.
 class LogBatch {
 public:
     // False, and counted as dropped, when the batch would grow beyond `mostBytes` of text.

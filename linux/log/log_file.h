@@ -11,8 +11,8 @@ namespace ZYNE::Linux {
 // Writes all of `text` to `descriptor`. False when that fails.
 bool WriteAll(int descriptor, std::string_view text);
 
-// One thread at a time. The file is the user's own (0600). When it would grow beyond its limit it is renamed to ".1", which
-// replaces an earlier one, and begun anew.
+// One thread at a time. The file is the user's own (0600). When it would grow beyond its limit it is renamed to ".1",
+// which replaces an earlier one, and begun anew.
 class LogFile {
 public:
     static constexpr size_t MOST_BYTES = size_t{8} << 20U;

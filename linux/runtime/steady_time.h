@@ -18,8 +18,8 @@ public:
     void SleepUntil(TimePoint deadline) override;
     bool WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, TimePoint deadline) override;
 
-    // From now on a sleep or wait returns at once and moves the clock to its deadline, which no deadline computed earlier
-    // lies behind. Sleepers wake up at once, waiters within a tenth of a second. For good.
+    // From now on a sleep or wait returns at once and moves the clock to its deadline, which no deadline computed
+    // earlier lies behind. Sleepers wake up at once, waiters within a tenth of a second. For good.
     void RunOut();
 
 private:

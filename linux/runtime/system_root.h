@@ -10,7 +10,8 @@ class SystemRoot {
 public:
     SystemRoot() = delete;
 
-    // System files lie under `directory` from now on. Until then, and when it is empty, they lie where their own paths say.
+    // System files lie under `directory` from now on. Until then, and when it is empty, they lie where their own paths
+    // say.
     static void Set(std::string directory);
 };
 

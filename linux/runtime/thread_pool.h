@@ -15,12 +15,13 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. A task gets the thread that became idle last, or a new one when all are busy, so a task that sleeps or blocks
-// never keeps another from running. A thread that has been idle for a while ends. An exception that leaves a task is
-// logged.
+// Any thread. A task gets the thread that became idle last, or a new one when all are busy, so a task that sleeps or
+// blocks never keeps another from running. A thread that has been idle for a while ends. An exception that leaves a
+// task is logged.
 class ThreadPool final : public CollaborationFwk::AsynThreadPool {
 public:
-    // Each idle close of an app connection holds a thread for five minutes, so the limit is far above the number of cores.
+    // Each idle close of an app connection holds a thread for five minutes, so the limit is far above the number of
+    // cores.
     static constexpr size_t MOST_THREADS = 512;
     static constexpr std::chrono::seconds IDLE_TIME{10};
 
@@ -36,8 +37,8 @@ public:
     // Refuses when every thread of the limit is busy, when the system gives no further thread, and once stopped.
     bool AddAsynTask(std::function<void()> task, int32_t param) override;
 
-    // Refuses new tasks from now on and waits until those accepted have ended, for `limit` at most. Whether they have. Not
-    // to be called by a task.
+    // Refuses new tasks from now on and waits until those accepted have ended, for `limit` at most. Whether they have.
+    // Not to be called by a task.
     bool Drain(std::chrono::milliseconds limit);
 
     // Refuses new tasks from now on and returns when those accepted have ended and every thread is joined. Not to be

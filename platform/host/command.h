@@ -8,8 +8,9 @@
 
 namespace ZYNE::CollaborationFwk {
 
-// Held by std::shared_ptr. The host calls AuthenticationCheck, Execute and Release, in this order and on one thread,
-// and then drops the command; what the command posted to the pool may outlive that.
+// Held by std::shared_ptr. The host calls AuthenticationCheck, Execute and Release, in this order and on one thread.
+// What Execute posts to the pool may hold the command weakly: the host keeps it until it has answered its session, or
+// the session is over.
 class PLATFORM_API Command {
 public:
     virtual ~Command() = default;

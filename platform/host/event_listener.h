@@ -32,7 +32,8 @@ public:
     virtual void OnPowerSleep(bool /*sleeping*/) {}
     virtual void OnPowerWakeup(bool /*awake*/) {}
 
-    // Whether this listener waits for messages of `id`: the port asks before it delivers one.
+    // Whether this listener waits for messages of `id`. A port delivers messages that nobody waits for as well, so that
+    // the listener can tell that they come too late.
     virtual bool IsIdExist(const std::string& /*id*/) { return false; }
     virtual bool IsIdExist(int /*sessionId*/) { return false; }
 };

@@ -27,9 +27,10 @@ public:
     virtual Session CollaborationToDeviceByCtrlSession(const std::string& networkId, const std::string& callerString,
         std::shared_ptr<ServiceInfo> service, const std::string& sessionName) = 0;
 
-    // Sends `length` bytes of `data` to the other end of an open session. `data` is copied before the call returns.
-    // `type` is the event type under which the other end delivers it. 0 sent; otherwise the port's own error, as for a
-    // session that is over or bytes that do not fit the transport, which takes at least 8 MiB.
+    // Sends `length` bytes of `data` to the device that opened the session; only the device that was asked may. `data`
+    // is copied before the call returns. `type` is the event type under which the other end delivers it. 0 sent;
+    // otherwise the port's own error, as for a session that is over or bytes that do not fit the transport, which takes
+    // at least 8 MiB.
     virtual int32_t TransmitMsg(
         int collaborationSessionId, const char* data, uint32_t length, uint32_t type, bool reserved) = 0;
 

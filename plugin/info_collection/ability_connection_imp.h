@@ -30,8 +30,8 @@ public:
     bool IsProxyNull();
     bool IsServiceConnected();
 
-    // Asks the service for the item `key` with the request code `code`. Waits up to 500 milliseconds for a connection that
-    // is being made and eight seconds for the answer. Empty when there is none.
+    // Asks the service for the item `key` with the request code `code`. Waits up to 500 milliseconds for a connection
+    // that is being made and eight seconds for the answer. Empty when there is none.
     std::string QueryDeviceDynamicInfo(int code, const std::string& key);
 
 private:

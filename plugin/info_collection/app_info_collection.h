@@ -1,8 +1,8 @@
 // Finds the installed apps that offer info, and keeps what they offer.
 //
 // An app declares, on an ability or extension ability that answers the action
-// "com.varn.collaborationFwk.infoCollection.setting", a metadata entry "collaborationFwk.infoCollection.configFile" whose
-// resource is a profile:
+// "com.varn.collaborationFwk.infoCollection.setting", a metadata entry "collaborationFwk.infoCollection.configFile"
+// whose resource is a profile:
 //
 //     {"static_info": {"vendor": "example"},
 //      "dynamic_info": [{"cpuModel": {"serviceExtensionAbilityName": "FactsService", "commandCode": "1",

@@ -20,8 +20,8 @@ class LibraryRenewer;
 // Any thread. Keeps a connection to each app service that was asked, and closes it 300 seconds after its last use. A
 // service's key is its bundle name, "&" and its name.
 //
-// Lock order: connectionMutex_, then disconnectMutex_. connectionMutex_ is held exclusively while a connection is made or
-// removed, and shared while a query runs, so that nothing is closed under a query.
+// Lock order: connectionMutex_, then disconnectMutex_. connectionMutex_ is held exclusively while a connection is made
+// or removed, and shared while a query runs, so that nothing is closed under a query.
 class InfoCollectionManager {
 public:
     static InfoCollectionManager* GetInstance();  // never null

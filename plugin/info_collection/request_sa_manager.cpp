@@ -79,7 +79,8 @@ sptr<IRemoteObject> RequestSAManager::CheckSystemAbility(int32_t systemAbilityId
         // A task is never forgotten: what was asked for once does not have its ability loaded again.
         if (std::find(reqTasks_.begin(), reqTasks_.end(), task) == reqTasks_.end()) {
             reqTasks_.push_back(task);
-            // With the lock held, so that loads are asked for one after the other; the callback comes on another thread.
+            // With the lock held, so that loads are asked for one after the other; the callback comes on another
+            // thread.
             const bool isAccepted = LoadSystemAbility(systemAbilityId);
             CFWK_LOGE(LOG, "CheckSystemAbility LoadSystemAbility %{public}d", isAccepted);
         }

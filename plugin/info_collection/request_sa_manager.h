@@ -24,8 +24,8 @@ namespace ZYNE::CollaborationFwk {
 
 class LibraryRenewer;
 
-// Any thread. Its tables only grow. Lock order: parseMutex_, then dynamicMapMutex_ or infoConfigMutex_; infoConfigMutex_,
-// then reqTasksMutex_.
+// Any thread. Its tables only grow. Lock order: parseMutex_, then dynamicMapMutex_ or infoConfigMutex_;
+// infoConfigMutex_, then reqTasksMutex_.
 class RequestSAManager {
 public:
     CFWK_EXPORT static RequestSAManager* GetInstance();  // never null

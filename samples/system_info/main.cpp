@@ -1,7 +1,7 @@
 // A system service that tells facts about the machine.
 //
-// A device knows it by two files beside this one: system_abilities.json says under which number and bus name it runs and
-// how it is started, requestSaPre.json which facts it offers and with which token and code it is asked.
+// A device knows it by two files beside this one: system_abilities.json says under which number and bus name it runs
+// and how it is started, requestSaPre.json which facts it offers and with which token and code it is asked.
 #include <string>
 #include <vector>
 

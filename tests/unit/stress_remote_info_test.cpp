@@ -18,7 +18,8 @@ constexpr int REQUESTS = 1600;
 
 class RemoteInfoStress : public Testing::LibraryTest {
 protected:
-    // Some threads ask; others keep calling `answer` with each requester's slot, which holds the id of its last request.
+    // Some threads ask; others keep calling `answer` with each requester's slot, which holds the id of its last
+    // request.
     void Run(int requesters, const std::function<void(std::atomic<uint32_t>& id)>& answer) {
         asked_ = std::vector<std::atomic<uint32_t>>(requesters);
         device.host.nextCollaborationId = FIRST_ID;
