@@ -49,7 +49,8 @@ constexpr Placeholder FindPlaceholder(std::string_view format, size_t from) {
         ++at;
     }
     const char conversion = at < format.size() ? format[at] : '\0';
-    const bool known = conversion == 'd' || conversion == 'u' || conversion == 'x' || conversion == 'f' || conversion == 's';
+    const bool known =
+        conversion == 'd' || conversion == 'u' || conversion == 'x' || conversion == 'f' || conversion == 's';
     return {begin, at + 1, known ? conversion : '\0', isPrivate};
 }
 
