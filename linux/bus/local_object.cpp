@@ -1,7 +1,5 @@
 #include "linux/bus/local_object.h"
 
-#include <algorithm>
-
 namespace ZYNE::Linux {
 
 int32_t LocalObject::SendRequest(
@@ -14,20 +12,15 @@ bool LocalObject::AddDeathRecipient(const sptr<DeathRecipient>& recipient) {
         return false;
     }
     const std::scoped_lock lock(mutex_);
-    recipients_.push_back(recipient);
+    recipients_.Add(recipient);
     return true;
 }
 
 bool LocalObject::RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) {
     sptr<DeathRecipient> removed;  // let go of behind the lock: it may be the last reference
     const std::scoped_lock lock(mutex_);
-    const auto found = std::find(recipients_.begin(), recipients_.end(), recipient);
-    if (found == recipients_.end()) {
-        return false;
-    }
-    removed = *found;
-    recipients_.erase(found);
-    return true;
+    removed = recipients_.Remove(recipient);
+    return static_cast<bool>(removed);
 }
 
 }  // namespace ZYNE::Linux

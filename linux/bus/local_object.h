@@ -2,8 +2,8 @@
 #pragma once
 
 #include <mutex>
-#include <vector>
 
+#include "linux/bus/death_recipients.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
@@ -18,7 +18,7 @@ public:
 
 private:
     std::mutex mutex_;
-    std::vector<sptr<DeathRecipient>> recipients_;  // guarded by mutex_
+    DeathRecipients recipients_;  // guarded by mutex_
 };
 
 }  // namespace ZYNE::Linux

@@ -49,20 +49,15 @@ bool RemoteObject::AddDeathRecipient(const sptr<DeathRecipient>& recipient) {
     if (dead_ || !recipient) {
         return false;
     }
-    recipients_.push_back(recipient);
+    recipients_.Add(recipient);
     return true;
 }
 
 bool RemoteObject::RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) {
     sptr<DeathRecipient> removed;  // let go of behind the lock: it may be the last reference
     const std::scoped_lock lock(mutex_);
-    const auto found = std::find(recipients_.begin(), recipients_.end(), recipient);
-    if (found == recipients_.end()) {
-        return false;
-    }
-    removed = *found;
-    recipients_.erase(found);
-    return true;
+    removed = recipients_.Remove(recipient);
+    return static_cast<bool>(removed);
 }
 
 bool RemoteObject::IsDead() const {
@@ -73,7 +68,7 @@ bool RemoteObject::IsDead() const {
 void RemoteObject::Die() {
     {
         const std::scoped_lock lock(mutex_);
-        if (std::exchange(dead_, true) || recipients_.empty()) {
+        if (std::exchange(dead_, true) || recipients_.Empty()) {
             return;
         }
     }
@@ -89,12 +84,7 @@ void RemoteObject::TellRecipients() {
 
 sptr<IRemoteObject::DeathRecipient> RemoteObject::TakeRecipient() {
     const std::scoped_lock lock(mutex_);
-    if (recipients_.empty()) {
-        return nullptr;
-    }
-    sptr<DeathRecipient> recipient = std::move(recipients_.front());
-    recipients_.pop_front();
-    return recipient;
+    return recipients_.TakeFirst();
 }
 
 }  // namespace ZYNE::Linux

@@ -1,13 +1,13 @@
 // An object of another process on the bus.
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 
 #include "linux/bus/bus_caller.h"
+#include "linux/bus/death_recipients.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
@@ -42,8 +42,8 @@ private:
     const BusMethod method_;
 
     mutable std::mutex mutex_;
-    std::deque<sptr<DeathRecipient>> recipients_;  // guarded by mutex_; those not told yet
-    bool dead_ = false;                            // guarded by mutex_
+    DeathRecipients recipients_;  // guarded by mutex_; those not told yet
+    bool dead_ = false;           // guarded by mutex_
 };
 
 }  // namespace ZYNE::Linux
