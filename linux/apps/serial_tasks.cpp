@@ -1,27 +1,14 @@
 #include "linux/apps/serial_tasks.h"
 
-#include <exception>
 #include <utility>
 
+#include "linux/runtime/run_task.h"
 #include "platform/host/asyn_thread_pool.h"
-#include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004632, "Apps"};
 constexpr int32_t POOL_PARAM = 0;
-
-void RunAndDrop(std::function<void()> task) noexcept {
-    try {
-        task();
-        task = nullptr;
-    } catch (const std::exception& error) {
-        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "a task ended with an exception: %{public}s", error.what());
-    } catch (...) {
-        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "a task ended with an exception of unknown type");
-    }
-}
 
 }  // namespace
 
@@ -51,7 +38,7 @@ void SerialTasks::RunAll() {
             task = std::move(tasks_.front());
             tasks_.pop_front();
         }
-        RunAndDrop(std::move(task));
+        RunTask(std::move(task));
     }
 }
 

@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "linux/runtime/run_task.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -18,18 +19,6 @@ namespace ZYNE::Linux {
 namespace {
 
 constexpr LogDomain LOG{0xD004630, "Runtime"};
-
-// The task is destroyed here as well: what it holds may be the last reference to something large or slow to end.
-void RunAndDrop(std::function<void()> task) noexcept {
-    try {
-        task();
-        task = nullptr;
-    } catch (const std::exception& error) {
-        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "a task ended with an exception: %{public}s", error.what());
-    } catch (...) {
-        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "a task ended with an exception of unknown type");
-    }
-}
 
 }  // namespace
 
@@ -85,7 +74,7 @@ void ThreadPool::Run(std::list<Worker>::iterator self) {
     do {
         std::function<void()> task = std::exchange(self->task, nullptr);
         lock.unlock();
-        RunAndDrop(std::move(task));
+        RunTask(std::move(task));
         lock.lock();
     } while (WaitForTask(lock, *self));
     Retire(lock, self);
