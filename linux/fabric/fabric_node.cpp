@@ -1,7 +1,6 @@
 #include "linux/fabric/fabric_node.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -18,6 +17,8 @@ constexpr std::chrono::seconds HOUSEKEEPING{1};
 constexpr std::chrono::milliseconds FAREWELL{200};
 // A send that takes longer was held back.
 constexpr std::chrono::milliseconds NOTICEABLE{50};
+// How many things that have happened are looked at in one go.
+constexpr size_t MOST_SOURCES = 64;
 
 }  // namespace
 
@@ -52,13 +53,13 @@ void FabricNode::Begin() {
 void FabricNode::Read() {
     auto nextHousekeeping = SessionTable::Clock::now() + HOUSEKEEPING;
     while (!stopping_) {
-        const bool isChannelChanged = WaitForArrivals();
+        const std::vector<dds_attach_t> sources = WaitForArrivals();
         GuardedCall("reading from the network", [&] {
             // Messages first: those of a device that has left are still its own, and those of one that is new are held.
             inbox_.TakeMessages();
             watch_.TakeAnnouncements();
-            if (isChannelChanged) {
-                watch_.CheckChannels();
+            for (const dds_attach_t source : sources) {
+                watch_.CheckChannel(source);
             }
             if (const auto now = SessionTable::Clock::now(); now >= nextHousekeeping) {
                 nextHousekeeping = now + HOUSEKEEPING;
@@ -69,15 +70,13 @@ void FabricNode::Read() {
     }
 }
 
-// Whether the channels to other devices are to be looked at.
-bool FabricNode::WaitForArrivals() {
-    std::array<dds_attach_t, 8> sources{};
+// What has arrived, or changed, somewhere: what does not fit is there again the next time.
+std::vector<dds_attach_t> FabricNode::WaitForArrivals() {
+    std::vector<dds_attach_t> sources(MOST_SOURCES);
     const dds_return_t count = dds_waitset_wait(
         waitset_.Get(), sources.data(), sources.size(), std::chrono::nanoseconds(HOUSEKEEPING).count());
-    const auto end = sources.begin() + std::clamp(count, 0, static_cast<dds_return_t>(sources.size()));
-    // When more have fired than fit, or waiting fails, any may have.
-    return count < 0 || count > static_cast<dds_return_t>(sources.size()) ||
-        std::find(sources.begin(), end, PeerWatch::CHANNEL) != end;
+    sources.resize(std::min(static_cast<size_t>(std::max(count, 0)), sources.size()));
+    return sources;
 }
 
 void FabricNode::OnPeerChanged(const Peer& peer) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "linux/fabric/control_inbox.h"
 #include "linux/fabric/device_events.h"
@@ -53,7 +54,7 @@ private:
     FabricNode(const FabricOptions& options, const FabricIdentity& identity, DeviceEvents::Handler handler);
 
     void Read();
-    bool WaitForArrivals();
+    std::vector<dds_attach_t> WaitForArrivals();
     void OnPeerChanged(const Peer& peer);
     void OnPeerGone(const Peer& peer);
 

@@ -46,23 +46,19 @@ PeerPtr PeerTable::FindByUdid(const std::string& udid) const {
     return known == peers_.end() ? nullptr : known->second;
 }
 
-template <typename Matches>
-PeerPtr PeerTable::FindOnlineIf(Matches matches) const {
+PeerPtr PeerTable::FindOnline(const std::string& networkId) const {
+    const PeerPtr peer = FindByUdid(UdidOf(networkId));
+    return peer && peer->online && peer->device.networkId == networkId ? peer : nullptr;
+}
+
+PeerPtr PeerTable::FindOnline(const dds_guid_t& participant) const {
     const std::scoped_lock lock(mutex_);
     for (const auto& [udid, peer] : peers_) {
-        if (peer->online && matches(*peer)) {
+        if (peer->online && IsSame(peer->participant, participant)) {
             return peer;
         }
     }
     return nullptr;
-}
-
-PeerPtr PeerTable::FindOnline(const std::string& networkId) const {
-    return FindOnlineIf([&](const Peer& peer) { return peer.device.networkId == networkId; });
-}
-
-PeerPtr PeerTable::FindOnline(const dds_guid_t& participant) const {
-    return FindOnlineIf([&](const Peer& peer) { return IsSame(peer.participant, participant); });
 }
 
 std::vector<PeerPtr> PeerTable::All() const {

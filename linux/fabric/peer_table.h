@@ -46,8 +46,6 @@ public:
 
 private:
     void Remember(const Announcement& device);  // under mutex_
-    template <typename Matches>
-    PeerPtr FindOnlineIf(Matches matches) const;
 
     mutable std::mutex mutex_;
     std::unordered_map<std::string, PeerPtr> peers_;      // guarded by mutex_; by udid

@@ -87,7 +87,9 @@ void PeerWatch::Arrive(Peer peer) {
     try {
         peer.channel =
             std::make_shared<const ControlWriter>(domain_, partitions_.To(peer.device.udid, peer.device.networkId));
-        MustDds(dds_waitset_attach(waitset_, peer.channel->Get(), CHANNEL), "no control channel");
+        const dds_entity_t channel = peer.channel->Get();
+        MustDds(dds_waitset_attach(waitset_, channel, channel), "no control channel");
+        channels_[channel] = peer.device.udid;
     } catch (const std::exception& error) {
         FabricPrint(LogLevel::ERROR, "device %{public}s cannot be reached: %{public}s", Anonymous(peer.device.udid),
             error.what());
@@ -96,6 +98,7 @@ void PeerWatch::Arrive(Peer peer) {
     const auto arrived = std::make_shared<const Peer>(std::move(peer));
     if (!peers_.Put(arrived)) {
         FabricPrint(LogLevel::WARN, "too many devices, %{public}s is ignored", Anonymous(arrived->device.udid));
+        channels_.erase(arrived->channel->Get());
         return;
     }
     CheckChannel(arrived);
@@ -108,11 +111,11 @@ void PeerWatch::OnWithdrawn(const std::string& udid, dds_instance_handle_t write
     }
 }
 
-void PeerWatch::CheckChannels() {
-    for (const PeerPtr& peer : peers_.All()) {
-        if (peer->channel) {
-            CheckChannel(peer);
-        }
+void PeerWatch::CheckChannel(dds_attach_t channel) {
+    const auto found = channels_.find(channel);
+    const PeerPtr peer = found != channels_.end() ? peers_.FindByUdid(found->second) : nullptr;
+    if (peer && peer->channel) {
+        CheckChannel(peer);
     }
 }
 
@@ -136,6 +139,7 @@ void PeerWatch::Leave(const Peer& peer) {
     gone.channel = nullptr;
     gone.online = false;
     dds_waitset_detach(waitset_, peer.channel->Get());
+    channels_.erase(peer.channel->Get());
     peers_.Put(std::make_shared<const Peer>(gone));
     if (peer.online) {
         Tell(gone);

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <string>
+#include <unordered_map>
 
 #include "linux/fabric/fabric_domain.h"
 #include "linux/fabric/partitions.h"
@@ -18,23 +18,21 @@ namespace ZYNE::Linux {
 // arrives. It has gone when either ends.
 class PeerWatch {
 public:
-    // What the waitset gives for a channel that CheckChannels is to look at. No entity has it as its handle.
-    static constexpr dds_attach_t CHANNEL = -1;
-
     struct Events {
         std::function<void(const Peer&)> onChanged;  // came, or tells something else about itself
         std::function<void(const Peer&)> onGone;
     };
 
-    // `isProved` is whether participants have proved who they are. Channels are attached to `waitset`.
+    // `isProved` is whether participants have proved who they are. Channels are attached to `waitset`, each with its
+    // own handle.
     PeerWatch(const FabricDomain& domain, const Partitions& partitions, const Announcement& self, bool isProved,
         dds_entity_t waitset, PeerTable& peers, Events events);
 
     dds_entity_t Reader() const { return presence_.Get(); }
 
     void TakeAnnouncements();
-    // Looks which peers' channels have been matched, or are no longer.
-    void CheckChannels();
+    // Looks whether the channel with this handle has been matched, or is no longer. Passes over what is no channel.
+    void CheckChannel(dds_attach_t channel);
 
 private:
     void OnAnnounced(const Announcement& device, dds_instance_handle_t writer);
@@ -53,6 +51,7 @@ private:
     PeerTable& peers_;
     const Events events_;
     PresenceReader presence_;
+    std::unordered_map<dds_attach_t, std::string> channels_;  // the udid of each peer's channel, by handle
 };
 
 }  // namespace ZYNE::Linux
