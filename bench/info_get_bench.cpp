@@ -2,15 +2,13 @@
 // same size plus one bare bus call to the same service. Two devices run, in account mode.
 //
 //     info_get_bench [REQUESTS]        2000 unless given
-#include <unistd.h>
-
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <string>
 
+#include "bench/bench_main.h"
 #include "bench/bus_floor.h"
 #include "bench/dds_floor.h"
 #include "bench/latencies.h"
@@ -116,21 +114,14 @@ void Run(const std::string& self, const fs::path& directory, int requests) {
 }  // namespace ZYNE::Bench
 
 int main(int count, char** arguments) {
-    try {
+    using namespace ZYNE::Bench;
+    return BenchMain("info_get_bench", [&] {
         if (count == 5 && std::string(arguments[1]) == "--echo") {
-            ZYNE::Bench::DdsEnd(arguments[2], arguments[3], arguments[4]).Echo();
-            return 0;
+            DdsEnd(arguments[2], arguments[3], arguments[4]).Echo();
+            return;
         }
-        std::string directory = (std::filesystem::temp_directory_path() / "cfwkbenchXXXXXX").string();
-        if (mkdtemp(directory.data()) == nullptr) {
-            throw std::runtime_error("no temporary directory");
-        }
-        ZYNE::Bench::Run(
-            std::filesystem::read_symlink("/proc/self/exe"), directory, count > 1 ? std::atoi(arguments[1]) : 2000);
-        std::filesystem::remove_all(directory);
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "info_get_bench: %s\n", error.what());
-        return 1;
-    }
+        const TemporaryDirectory directory;
+        Run(std::filesystem::read_symlink("/proc/self/exe"), directory.Path(),
+            count > 1 ? std::atoi(arguments[1]) : 2000);
+    });
 }

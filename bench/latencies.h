@@ -15,9 +15,9 @@ public:
     void Time(Operation operation) {
         const auto start = std::chrono::steady_clock::now();
         operation();
-        const std::chrono::duration<double, std::micro> taken = std::chrono::steady_clock::now() - start;
-        microseconds_.push_back(taken.count());
+        Add(std::chrono::steady_clock::now() - start);
     }
+    void Add(std::chrono::duration<double, std::micro> taken) { microseconds_.push_back(taken.count()); }
 
     // The duration, in microseconds, that `percent` of the runs did not pass.
     double Percentile(double percent) {

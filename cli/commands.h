@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -32,6 +33,38 @@ int ShowDevices(const DeviceChoice& choice, bool json);
 
 int GetInfo(const DeviceChoice& choice, const std::string& peer, const std::vector<std::string>& names,
     std::chrono::seconds timeout, bool json);
+
+// Whether the device's set-up is complete, and the device itself.
+int ShowStatus(const DeviceChoice& choice, bool json);
+
+// One value of a profile: its service, the service's type, its key.
+struct ProfileKey {
+    std::string service;
+    std::string serviceType;
+    std::string key;
+};
+
+// Of the profile of `device`, which is a peer or the chosen device itself.
+int GetProfile(const DeviceChoice& choice, const std::string& device, const ProfileKey& key, bool json);
+// Both change the chosen device's profile. The value "-" is what standard input has.
+int PutProfile(const DeviceChoice& choice, const ProfileKey& key, const std::string& value, bool json);
+int DeleteProfile(const DeviceChoice& choice, const ProfileKey& key, bool json);
+// Of every device when `device` is empty.
+int ListProfiles(const DeviceChoice& choice, const std::string& device, bool json);
+
+// Which changes are shown; what is empty does not matter.
+struct ProfileFilter {
+    std::string device;
+    std::string service;
+    std::string key;
+};
+
+// Prints changes of profiles, one line each, until the user interrupts. Throws when the device has ended.
+int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& filter, bool json);
+
+// A setting of `user`, or of all users, see client/device_client.h.
+int GetSetting(const DeviceChoice& choice, const std::string& key, int32_t user, bool json);
+int PutSetting(const DeviceChoice& choice, const std::string& key, const std::string& value, int32_t user, bool json);
 
 // The last `lines` lines of the device's log; with `follow` goes on until the device has ended or the user interrupts.
 int ShowLog(const DeviceChoice& choice, size_t lines, bool follow);

@@ -1,42 +1,29 @@
 #include "client/device_client.h"
 
+#include <algorithm>
+#include <initializer_list>
+#include <string_view>
+
 #include <sdbus-c++/sdbus-c++.h>
 
 #include "client/device_api_proxy.h"
+#include "client/device_connection.h"
+#include "platform/ipc/string_conversion.h"
 
 namespace ZYNE::Client {
 namespace {
 
-constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
-constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
+constexpr size_t MOST_BYTES = 8 << 20;  // of one text; the bus cuts off whoever sends 16 MiB
 
-std::string Explain(const std::string& device, const sdbus::Error& error) {
-    const std::string& name = error.getName();
-    if (name.starts_with("io.collaborationfwk.Error.")) {
-        return error.getMessage();
-    }
-    if (name == "org.freedesktop.DBus.Error.Timeout" || name == "org.freedesktop.DBus.Error.NoReply") {
-        return "the device \"" + device + "\" did not answer in time, or ended";
-    }
-    if (name == "org.freedesktop.DBus.Error.ServiceUnknown") {
-        return "the device \"" + device + "\" is not ready yet, or is ending";
-    }
-    return "the device \"" + device + "\" cannot be asked: " + error.getMessage();
-}
-
-std::unique_ptr<sdbus::IConnection> Connect(const DeviceEntry& device, std::chrono::milliseconds answerTime) {
-    if (!device.running) {
-        throw DeviceError("the device \"" + device.name + "\" is not running");
-    }
-    if (device.busAddress.empty()) {
-        throw DeviceError("the device \"" + device.name + "\" is starting");
-    }
-    try {
-        auto connection = sdbus::createSessionBusConnectionWithAddress(device.busAddress);
-        connection->setMethodCallTimeout(answerTime);
-        return connection;
-    } catch (const sdbus::Error& error) {
-        throw DeviceError("the device \"" + device.name + "\" cannot be reached: " + error.getMessage());
+// The bus cuts off whoever sends anything but UTF-8 without zero bytes.
+void CheckTexts(std::initializer_list<std::string_view> texts) {
+    for (const std::string_view text : texts) {
+        if (text.size() > MOST_BYTES) {
+            throw DeviceError("a text of " + std::to_string(text.size()) + " bytes is too large");
+        }
+        if (text.find('\0') != std::string_view::npos || Str16ToStr8(Str8ToStr16(text)) != text) {
+            throw DeviceError("texts must be UTF-8, without zero bytes");
+        }
     }
 }
 
@@ -47,14 +34,18 @@ std::unique_ptr<sdbus::IConnection> Connect(const DeviceEntry& device, std::chro
 class DeviceClient::Proxy final : private sdbus::ProxyObjectHolder, public io::collaborationfwk::Device1_proxy {
 public:
     explicit Proxy(sdbus::IConnection& connection)
-        : ProxyObjectHolder(sdbus::createProxy(connection, BUS_NAME, OBJECT_PATH)), Device1_proxy(getProxy()) {}
+        : ProxyObjectHolder(sdbus::createProxy(connection, DEVICE_BUS_NAME, DEVICE_OBJECT_PATH)),
+          Device1_proxy(getProxy()) {}
 
 private:
     void onDevicesChanged() override {}
+    void onProfileChanged(const std::string&, const std::string&, const std::string&, const std::string&,
+        const std::string&, const std::string&, const bool&) override {}
 };
 
 DeviceClient::DeviceClient(const DeviceEntry& device, std::chrono::milliseconds answerTime)
-    : name_(device.name), connection_(Connect(device, answerTime)), proxy_(std::make_unique<Proxy>(*connection_)) {}
+    : name_(device.name), connection_(ConnectToDevice(device, answerTime)),
+      proxy_(std::make_unique<Proxy>(*connection_)) {}
 
 DeviceClient::~DeviceClient() = default;
 
@@ -63,7 +54,7 @@ auto DeviceClient::Ask(Operation operation) {
     try {
         return operation();
     } catch (const sdbus::Error& error) {
-        throw DeviceError(Explain(name_, error));
+        throw DeviceError(ExplainBusError(name_, error));
     }
 }
 
@@ -89,12 +80,61 @@ std::vector<Peer> DeviceClient::ListPeers() {
 }
 
 InfoAnswer DeviceClient::GetInfo(const std::string& peer, const std::vector<std::string>& names) {
+    CheckTexts({peer});
+    std::ranges::for_each(names, [](const std::string& name) { CheckTexts({name}); });
     const auto [code, records] = Ask([&] { return proxy_->GetInfo(peer, names); });
     InfoAnswer answer{code, {}};
     for (const auto& record : records) {
         answer.records.emplace_back(std::get<0>(record), std::get<1>(record));
     }
     return answer;
+}
+
+std::string DeviceClient::GetProfile(
+    const std::string& device, const std::string& service, const std::string& serviceType, const std::string& key) {
+    CheckTexts({device, service, serviceType, key});
+    return Ask([&] { return proxy_->GetProfile(device, service, serviceType, key); });
+}
+
+int32_t DeviceClient::PutProfile(
+    const std::string& service, const std::string& serviceType, const std::string& key, const std::string& value) {
+    CheckTexts({service, serviceType, key, value});
+    return Ask([&] { return proxy_->PutProfile(service, serviceType, key, value); });
+}
+
+int32_t DeviceClient::DeleteProfile(const std::string& service, const std::string& key) {
+    CheckTexts({service, key});
+    return Ask([&] { return proxy_->DeleteProfile(service, key); });
+}
+
+std::vector<ProfileEntry> DeviceClient::ListProfiles(const std::string& device) {
+    CheckTexts({device});
+    std::vector<ProfileEntry> entries;
+    for (const auto& entry : Ask([&] { return proxy_->ListProfiles(device); })) {
+        entries.push_back({std::get<0>(entry), std::get<1>(entry), std::get<2>(entry), std::get<3>(entry),
+            std::get<4>(entry), std::get<5>(entry), std::get<6>(entry)});
+    }
+    return entries;
+}
+
+Setup DeviceClient::GetSetup() {
+    const auto [complete, settings] = Ask([&] { return proxy_->GetSetup(); });
+    Setup setup{complete, {}};
+    for (const auto& setting : settings) {
+        setup.settings.push_back(
+            {std::get<0>(setting), std::get<1>(setting), std::get<2>(setting), std::get<3>(setting)});
+    }
+    return setup;
+}
+
+std::string DeviceClient::GetSetting(const std::string& key, int32_t user) {
+    CheckTexts({key});
+    return Ask([&] { return proxy_->GetSetting(key, user); });
+}
+
+void DeviceClient::PutSetting(const std::string& key, const std::string& value, int32_t user) {
+    CheckTexts({key, value});
+    Ask([&] { proxy_->PutSetting(key, value, user); });
 }
 
 }  // namespace ZYNE::Client

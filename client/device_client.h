@@ -37,10 +37,36 @@ struct InfoAnswer {
     std::vector<std::pair<std::string, std::string>> records;
 };
 
+// A value that a device publishes, as it is known on the device that was asked.
+struct ProfileEntry {
+    std::string deviceName;  // empty when it is not known
+    std::string deviceId;    // shortened
+    std::string service;
+    std::string serviceType;  // empty when it is not known
+    std::string key;
+    std::string value;
+    bool whole;  // `value` is all of it, not its beginning
+};
+
+struct SetupSetting {
+    std::string name;
+    bool isSet;
+    std::string value;
+    bool isInTheWay;  // set-up is not complete because of it
+};
+
+struct Setup {
+    bool complete;  // stays so until the device is restarted, whatever the settings say since
+    std::vector<SetupSetting> settings;
+};
+
 // One thread at a time; a program that asks from several threads makes one for each. Every operation throws DeviceError
-// when the device cannot be reached, does not answer in time or refuses.
+// when the device cannot be reached, does not answer in time or refuses, and when a text is not UTF-8 or too large.
 class DeviceClient {
 public:
+    // Whose settings are meant when no user is.
+    static constexpr int32_t ALL_USERS = -1;
+
     // How long the device may take for an answer.
     static constexpr std::chrono::seconds ANSWER_TIME{10};
 
@@ -60,6 +86,24 @@ public:
     // Asks `peer`, which is a peer's name, its id as ListPeers gives it, or its network id, for the items `names`.
     // Blocks until it answers, for five seconds at most.
     InfoAnswer GetInfo(const std::string& peer, const std::vector<std::string>& names);
+
+    // What is known of the profile of `device`, a peer as for GetInfo or the device itself: the value of `key` under
+    // `service`. Empty when nothing is known.
+    std::string GetProfile(
+        const std::string& device, const std::string& service, const std::string& serviceType, const std::string& key);
+    // Both change the device's own profile: 0 once that is kept, or why it is not, see device_api.xml.
+    int32_t PutProfile(
+        const std::string& service, const std::string& serviceType, const std::string& key, const std::string& value);
+    int32_t DeleteProfile(const std::string& service, const std::string& key);
+    // All that is known of `device`, or of every device when it is empty, in the order of device names, services and
+    // keys. Of large values there is the beginning.
+    std::vector<ProfileEntry> ListProfiles(const std::string& device);
+
+    Setup GetSetup();
+
+    // A setting of `user`. One that is to be written need not be there yet.
+    std::string GetSetting(const std::string& key, int32_t user);
+    void PutSetting(const std::string& key, const std::string& value, int32_t user);
 
 private:
     class Proxy;

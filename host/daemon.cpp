@@ -11,17 +11,22 @@
 #include "host/device_api.h"
 #include "host/device_identity.h"
 #include "host/device_type_name.h"
+#include "linux/account/credentials.h"
 #include "linux/apps/bundle_manager.h"
 #include "linux/bus/device_bus.h"
 #include "linux/bus/system_abilities.h"
+#include "linux/datashare/data_share_service.h"
 #include "linux/fabric/fabric.h"
 #include "linux/log/linux_log.h"
+#include "linux/profile/profile_service.h"
 #include "linux/runtime/steady_time.h"
 #include "linux/runtime/system_root.h"
 #include "linux/runtime/thread_pool.h"
 #include "platform/device_manager/dm_device_state.h"
+#include "platform/host/asyn_thread_pool.h"
 #include "platform/host/picker_result.h"
 #include "platform/log/log_print.h"
+#include "plugin/device_profile/device_profile_manager.h"
 #include "plugin/info_collection/app_info_collection.h"
 #include "plugin/info_collection/request_sa_manager.h"
 
@@ -30,16 +35,24 @@ namespace {
 
 using namespace std::chrono_literals;
 using CollaborationFwk::AppInfoCollection;
+using CollaborationFwk::AsynThreadPool;
+using CollaborationFwk::DeviceProfileManager;
 using CollaborationFwk::PickerResult;
 using CollaborationFwk::RequestSAManager;
+using Linux::DataShareService;
 using Linux::Fabric;
 using Linux::FabricOptions;
+using Linux::ProfileService;
 
 constexpr LogDomain LOG{0xD004640, "Device"};
 
 // How long programs that wait for an answer get it while the device stops. Answers that need the bus come no more when
 // this is over.
 constexpr auto LAST_ANSWERS_TIME = 250ms;
+
+constexpr const char* PROFILE_FILE = "profiles.db";
+constexpr const char* DATA_SHARE_FILE = "datashare.db";
+constexpr int32_t INFO_COLLECTION = 2;  // what the pool is told of a task
 
 std::string Masked(const std::string& id) {
     return PickerResult::StringToAnonymous(id);
@@ -65,6 +78,15 @@ void LogDeviceState(int state, const DmDeviceInfo& device) {
         Masked(device.deviceId), what);
 }
 
+// The identity that the network will know the device by.
+std::string OwnUdid(const Config& config) {
+    return IsOpen(config) ? KeptUdid(config.stateDirectory) : Linux::LoadCredentials(config.fabric.credentials).udid;
+}
+
+void FindApps() {
+    AppInfoCollection::GetInstance()->Init();
+}
+
 }  // namespace
 
 struct Daemon::Parts {
@@ -84,9 +106,11 @@ void Daemon::Start() {
     parts_->registration.emplace(config_.fabric.deviceName, config_.stateDirectory);
     StartLog();
     Linux::SystemRoot::Set(config_.systemRoot);
+    udid_ = OwnUdid(config_);
     StartBus();
-    StartLibrary();
+    StartStores();
     StartApi();
+    StartLibrary();
     StartFabric();
     parts_->registration->Announce(Linux::DeviceBus::GetInstance().GetAddress());
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the device is up");
@@ -115,6 +139,7 @@ void Daemon::StartBus() {
         bundles.LoadDirectory(config_.appsDirectory);
     }
     abilities.AddLocalAbility(Linux::BundleManager::SYSTEM_ABILITY_ID, bundles.AsObject());
+    abilities.AddLocalAbility(DataShareService::SYSTEM_ABILITY_ID, DataShareService::GetInstance()->AsObject());
 
     Linux::BusOptions options;
     options.directory = parts_->registration->Entry().runtimeDirectory;
@@ -128,11 +153,10 @@ void Daemon::StartBus() {
     Linux::DeviceBus::GetInstance().Start(options);
 }
 
-// Before other devices can see this one: no request finds the library without its providers. Neither call takes long,
-// since no provider runs yet and those are loaded in the background.
-void Daemon::StartLibrary() {
-    AppInfoCollection::GetInstance()->Init();
-    RequestSAManager::GetInstance()->StartRequestSa();
+void Daemon::StartStores() {
+    DataShareService::GetInstance()->Start(
+        config_.stateDirectory / DATA_SHARE_FILE, Linux::BundleManager::GetInstance()->GetCatalogue()->GetDataShares());
+    ProfileService::Get().Open(config_.stateDirectory / PROFILE_FILE, udid_);
 }
 
 void Daemon::StartApi() {
@@ -146,16 +170,27 @@ void Daemon::StartApi() {
         OnBusLost();
     };
     parts_->api.emplace(std::move(options));
+    ProfileService::Get().SetWatcher([this](Linux::ProfileChange change, const CharacteristicProfile& profile) {
+        parts_->api->TellProfileChanged(change, profile);
+    });
+}
+
+// Before other devices can see this one: requests find the library with its providers. The scan of apps is over long
+// before the network is up; but then each app is asked for its values, and one that is slow must not hold up the device.
+void Daemon::StartLibrary() {
+    if (!AsynThreadPool::GetInstance()->AddAsynTask(&FindApps, INFO_COLLECTION)) {
+        FindApps();
+    }
+    RequestSAManager::GetInstance()->StartRequestSa();
 }
 
 void Daemon::StartFabric() {
     FabricOptions options = config_.fabric;
-    if (IsOpen(config_)) {
-        options.udid = KeptUdid(config_.stateDirectory);
-    }
+    options.udid = udid_;
     Fabric& fabric = Fabric::GetInstance();
     fabric.SetDeviceStateHandler([this](int state, const DmDeviceInfo& device) {
         LogDeviceState(state, device);
+        DeviceProfileManager::GetInstance().HandleDeviceProfileChange(state, device);
         parts_->api->TellDevicesChanged();
     });
     fabric.Start(options);
@@ -176,6 +211,8 @@ bool Daemon::Stop() {
         parts_->api->Stop();
     }
     Linux::ThreadPool::Get().Drain(LAST_ANSWERS_TIME);
+    ProfileService::Get().Close();
+    DataShareService::GetInstance()->Stop();
     // Ends the calls that tasks still wait in.
     Linux::DeviceBus::GetInstance().Stop();
     Linux::ThreadPool::Get().Stop();

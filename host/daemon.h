@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "host/config.h"
 
@@ -29,12 +30,14 @@ private:
 
     void StartLog();
     void StartBus();
-    void StartLibrary();
+    void StartStores();
     void StartApi();
+    void StartLibrary();
     void StartFabric();
     void OnBusLost();
 
     const Config config_;
+    std::string udid_;
     std::unique_ptr<Parts> parts_;
 };
 

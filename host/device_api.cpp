@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <exception>
-#include <map>
+#include <optional>
 #include <stdexcept>
 #include <tuple>
 #include <utility>
@@ -10,80 +10,33 @@
 #include <sdbus-c++/sdbus-c++.h>
 
 #include "client/device_api_adaptor.h"
+#include "host/api_error.h"
+#include "host/bus_text.h"
 #include "host/device_type_name.h"
+#include "host/info_api.h"
 #include "host/peer_choice.h"
-#include "platform/host/asyn_thread_pool.h"
-#include "platform/ipc/string_conversion.h"
+#include "host/pool_answer.h"
+#include "host/profile_api.h"
+#include "host/setting_api.h"
+#include "host/status_api.h"
 #include "platform/log/log_print.h"
-#include "plugin/info_collection/info_collection_service.h"
 
 namespace ZYNE::Host {
 namespace {
 
-using CollaborationFwk::AsynThreadPool;
-using CollaborationFwk::DeviceDynamicInfo;
-using CollaborationFwk::InfoCollectionService;
-
 constexpr LogDomain LOG{0xD004640, "Device"};
 constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
 constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
-constexpr const char* CALLER = "device_api";  // travels with each request
-constexpr int32_t INFO_COLLECTION = 2;
-
-// The bus takes messages of 16 MiB and cuts off whoever sends a larger one. Peers' answers are well below it.
-constexpr size_t MOST_REPLY_BYTES = size_t{15} << 20U;
 
 using Device = sdbus::Struct<std::string, std::string, std::string, bool, bool>;
-using Record = sdbus::Struct<std::string, std::string>;
-using InfoResult = sdbus::Result<int32_t, std::vector<Record>>;
+using Profile = sdbus::Struct<std::string, std::string, std::string, std::string, std::string, std::string, bool>;
 
-sdbus::Error ApiError(const char* name, const std::string& message) {
-    return {std::string("io.collaborationfwk.Error.") + name, message};
-}
-
-// A peer may send any bytes; the bus takes UTF-8 without zero bytes alone and drops whoever sends anything else.
-std::string BusText(const std::string& text) {
-    std::u16string characters = Str8ToStr16(text);
-    std::ranges::replace(characters, u'\0', u'\ufffd');
-    return Str16ToStr8(characters);
-}
-
-// In the order of `names`: the library answers in that of a hash table.
-std::vector<Record> InOrder(const std::vector<DeviceDynamicInfo>& answered, const std::vector<std::string>& names) {
-    std::map<std::string, std::string> values;
-    for (const DeviceDynamicInfo& info : answered) {
-        values[info.GetKey()] = info.GetValue();
+std::string SettingText(const std::string& key, int32_t user) {
+    const std::optional<std::string> value = ReadSetting(key, user);
+    if (!value) {
+        throw ApiError("NotFound", "there is no setting \"" + key + "\"");
     }
-    std::vector<Record> records;
-    records.reserve(names.size());
-    for (const std::string& name : names) {
-        records.emplace_back(name, BusText(values[name]));
-    }
-    return records;
-}
-
-size_t Bytes(const std::vector<Record>& records) {
-    constexpr size_t BESIDES_TEXT = 32;  // lengths, ends and padding of one record
-    size_t bytes = 0;
-    for (const Record& record : records) {
-        bytes += std::get<0>(record).size() + std::get<1>(record).size() + BESIDES_TEXT;
-    }
-    return bytes;
-}
-
-void AskPeer(const KnownPeer& peer, const std::vector<std::string>& names, const InfoResult& result) {
-    const sptr<CollaborationFwk::DeviceInfo> device(
-        new CollaborationFwk::DeviceInfo(peer.udid, peer.networkId, peer.name, peer.type));
-    std::vector<DeviceDynamicInfo> answered;
-    const int32_t code =
-        InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(*device, CALLER, names, answered);
-    const std::vector<Record> records = code == 0 ? InOrder(answered, names) : std::vector<Record>();
-    if (Bytes(records) > MOST_REPLY_BYTES) {
-        result.returnError(
-            ApiError("TooLarge", "the answer of \"" + BusText(peer.name) + "\" is too large for the bus"));
-        return;
-    }
-    result.returnResults(code, records);
+    return BusText(*value);
 }
 
 }  // namespace
@@ -91,12 +44,17 @@ void AskPeer(const KnownPeer& peer, const std::vector<std::string>& names, const
 class DeviceApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborationfwk::Device1_adaptor> {
 public:
     Adaptor(sdbus::IConnection& connection, const Options& options)
-        : AdaptorInterfaces(connection, OBJECT_PATH), options_(options) {
+        : AdaptorInterfaces(connection, OBJECT_PATH), options_(options), profiles_(options.peers) {
         registerAdaptor();
     }
     Adaptor(const Adaptor&) = delete;
     Adaptor& operator=(const Adaptor&) = delete;
     ~Adaptor() { unregisterAdaptor(); }
+
+    void TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile) {
+        const auto [what, entry] = profiles_.Describe(change, profile);
+        emitProfileChanged(what, entry.deviceName, entry.deviceId, entry.service, entry.key, entry.value, entry.whole);
+    }
 
 private:
     std::vector<Device> ListDevices() override {
@@ -106,29 +64,66 @@ private:
         devices.reserve(peers.size());
         for (const KnownPeer& peer : peers) {
             devices.emplace_back(
-                BusText(peer.name), DeviceTypeName(peer.type), ShortId(peer), peer.online, peer.sameAccount);
+                BusText(peer.name), DeviceTypeName(peer.type), ShortId(peer.udid), peer.online, peer.sameAccount);
         }
         return devices;
     }
 
-    void GetInfo(InfoResult&& result, std::string peer, std::vector<std::string> names) override {
-        const auto answer = std::make_shared<InfoResult>(std::move(result));
-        const bool accepted = AsynThreadPool::GetInstance()->AddAsynTask(
-            [this, answer, peer = std::move(peer), names = std::move(names)] { Answer(*answer, peer, names); },
-            INFO_COLLECTION);
-        if (!accepted) {
-            answer->returnError(ApiError("Busy", "too many requests are under way, or the device is stopping"));
-        }
+    void GetInfo(sdbus::Result<int32_t, std::vector<InfoAnswer::Record>>&& result, std::string peer,
+        std::vector<std::string> names) override {
+        AnswerOnPool(std::move(result), [this, peer = std::move(peer), names = std::move(names)] {
+            InfoAnswer answer = AskPeer(ChoosePeer(options_.peers(), peer), names);
+            return std::tuple(answer.code, std::move(answer.records));
+        });
     }
 
-    void Answer(const InfoResult& result, const std::string& peer, const std::vector<std::string>& names) const {
-        try {
-            AskPeer(ChoosePeer(options_.peers(), peer), names, result);
-        } catch (const UnknownPeer& error) {
-            result.returnError(ApiError("UnknownPeer", error.what()));
-        } catch (const AmbiguousPeer& error) {
-            result.returnError(ApiError("AmbiguousPeer", error.what()));
-        }
+    void GetProfile(sdbus::Result<std::string>&& result, std::string device, std::string service,
+        std::string serviceType, std::string key) override {
+        AnswerOnPool(std::move(result),
+            [this, device = std::move(device), service = std::move(service), serviceType = std::move(serviceType),
+                key = std::move(key)] { return std::tuple(profiles_.Get(device, service, serviceType, key)); });
+    }
+
+    void PutProfile(sdbus::Result<int32_t>&& result, std::string service, std::string serviceType, std::string key,
+        std::string value) override {
+        AnswerOnPool(std::move(result),
+            [this, service = std::move(service), serviceType = std::move(serviceType), key = std::move(key),
+                value = std::move(value)] { return std::tuple(profiles_.Put(service, serviceType, key, value)); });
+    }
+
+    void DeleteProfile(sdbus::Result<int32_t>&& result, std::string service, std::string key) override {
+        AnswerOnPool(std::move(result), [this, service = std::move(service), key = std::move(key)] {
+            return std::tuple(profiles_.Delete(service, key));
+        });
+    }
+
+    void ListProfiles(sdbus::Result<std::vector<Profile>>&& result, std::string device) override {
+        AnswerOnPool(std::move(result), [this, device = std::move(device)] {
+            std::vector<Profile> profiles;
+            for (const ProfileApi::Entry& each : profiles_.List(device)) {
+                profiles.emplace_back(
+                    each.deviceName, each.deviceId, each.service, each.serviceType, each.key, each.value, each.whole);
+            }
+            return std::tuple(std::move(profiles));
+        });
+    }
+
+    void GetSetup(sdbus::Result<bool, std::vector<Setup::Setting>>&& result) override {
+        AnswerOnPool(std::move(result), [] {
+            Setup setup = ReadSetup();
+            return std::tuple(setup.complete, std::move(setup.settings));
+        });
+    }
+
+    void GetSetting(sdbus::Result<std::string>&& result, std::string key, int32_t user) override {
+        AnswerOnPool(std::move(result), [key = std::move(key), user] { return std::tuple(SettingText(key, user)); });
+    }
+
+    void PutSetting(sdbus::Result<>&& result, std::string key, std::string value, int32_t user) override {
+        AnswerOnPool(std::move(result), [key = std::move(key), value = std::move(value), user] {
+            WriteSetting(key, value, user);
+            return std::tuple();
+        });
     }
 
     std::string Name() override { return options_.deviceName; }
@@ -136,6 +131,7 @@ private:
     std::string AccountMode() override { return options_.accountMode; }
 
     const Options& options_;
+    const ProfileApi profiles_;
 };
 
 DeviceApi::DeviceApi(Options options) : options_(std::move(options)) {
@@ -177,6 +173,14 @@ void DeviceApi::TellDevicesChanged() {
         adaptor_->emitDevicesChanged();
     } catch (const sdbus::Error& error) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "DevicesChanged was not sent: %{public}s", error.what());
+    }
+}
+
+void DeviceApi::TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile) {
+    try {
+        adaptor_->TellProfileChanged(change, profile);
+    } catch (const std::exception& error) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "ProfileChanged was not sent: %{public}s", error.what());
     }
 }
 

@@ -2,29 +2,27 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "host/known_peer.h"
+#include "platform/device_profile/characteristic_profile.h"
+
 namespace sdbus {
 class IConnection;
 }
 
+namespace ZYNE::Linux {
+enum class ProfileChange : int32_t;
+}
+
 namespace ZYNE::Host {
 
-// A peer that was seen in this run.
-struct KnownPeer {
-    std::string udid;
-    std::string networkId;
-    std::string name;
-    uint32_t type;
-    bool online;
-    bool sameAccount;
-};
-
-// Any thread. A request that waits for a peer does so on the pool, so none holds up another.
+// Any thread. A request that may wait does so on the pool, so none holds up another.
 class DeviceApi {
 public:
     struct Options {
@@ -48,6 +46,10 @@ public:
 
     // Tells programs that the peers have changed.
     void TellDevicesChanged();
+
+    // Tells programs of a change of a profile, of a peer or of this device. Changes of one characteristic must come one
+    // after another.
+    void TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile);
 
 private:
     class Adaptor;

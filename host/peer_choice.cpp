@@ -1,6 +1,7 @@
 #include "host/peer_choice.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/host/picker_result.h"
 
@@ -8,13 +9,13 @@ namespace ZYNE::Host {
 namespace {
 
 bool IsMeant(const KnownPeer& peer, const std::string& wanted) {
-    return peer.networkId == wanted || peer.name == wanted || ShortId(peer) == wanted;
+    return peer.networkId == wanted || peer.name == wanted || ShortId(peer.udid) == wanted;
 }
 
 }  // namespace
 
-std::string ShortId(const KnownPeer& peer) {
-    return CollaborationFwk::PickerResult::StringToAnonymous(peer.udid);
+std::string ShortId(const std::string& udid) {
+    return CollaborationFwk::PickerResult::StringToAnonymous(udid);
 }
 
 KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wanted) {
@@ -29,11 +30,23 @@ KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wan
     if (meant.size() > 1) {
         std::string ids;
         for (const KnownPeer& peer : meant) {
-            ids += (ids.empty() ? "" : ", ") + ShortId(peer);
+            ids += (ids.empty() ? "" : ", ") + ShortId(peer.udid);
         }
         throw AmbiguousPeer("several peers are \"" + wanted + "\", choose one by its id: " + ids);
     }
     return meant.front();
+}
+
+KnownPeer ChooseDevice(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& wanted) {
+    return IsMeant(self, wanted) ? self : ChoosePeer(peers, wanted);
+}
+
+std::string NameOf(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& udid) {
+    if (self.udid == udid) {
+        return self.name;
+    }
+    const auto peer = std::ranges::find(peers, udid, &KnownPeer::udid);
+    return peer != peers.end() ? peer->name : std::string();
 }
 
 }  // namespace ZYNE::Host

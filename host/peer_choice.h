@@ -1,29 +1,35 @@
-// Finds the peer that a program means.
+// Finds the device that a program means.
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "host/device_api.h"
+#include "host/api_error.h"
+#include "host/known_peer.h"
 
 namespace ZYNE::Host {
 
-class UnknownPeer : public std::runtime_error {
+class UnknownPeer : public ApiError {
 public:
-    using std::runtime_error::runtime_error;
+    explicit UnknownPeer(const std::string& message) : ApiError("UnknownPeer", message) {}
 };
 
-class AmbiguousPeer : public std::runtime_error {
+class AmbiguousPeer : public ApiError {
 public:
-    using std::runtime_error::runtime_error;
+    explicit AmbiguousPeer(const std::string& message) : ApiError("AmbiguousPeer", message) {}
 };
 
-// A peer's id as people see it.
-std::string ShortId(const KnownPeer& peer);
+// A device's id as people see it.
+std::string ShortId(const std::string& udid);
 
 // The peer of `peers` with the network id, the name or the short id `wanted`. Of several of one name that online
 // counts, if only one is. Throws UnknownPeer or AmbiguousPeer.
 KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wanted);
+
+// The same, where `self`, this device, may be meant as well, and is when it has the name.
+KnownPeer ChooseDevice(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& wanted);
+
+// The name of the device `udid`; empty when it is neither `self` nor one of `peers`.
+std::string NameOf(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& udid);
 
 }  // namespace ZYNE::Host

@@ -69,4 +69,12 @@ std::vector<BusService> BundleCatalogue::GetServices() const {
     return services;
 }
 
+std::vector<std::string> BundleCatalogue::GetDataShares() const {
+    std::vector<std::string> shares;
+    for (const auto& [name, bundle] : bundles_) {
+        shares.insert(shares.end(), bundle.dataShares.begin(), bundle.dataShares.end());
+    }
+    return shares;
+}
+
 }  // namespace ZYNE::Linux

@@ -30,6 +30,9 @@ public:
     // The processes of all extensions, for the bus to start on demand.
     std::vector<BusService> GetServices() const;
 
+    // The shared data that all apps declare, disabled ones included.
+    std::vector<std::string> GetDataShares() const;
+
 private:
     void Add(const std::filesystem::path& folder);
 

@@ -6,6 +6,8 @@
 
 #include "linux/bus/extension_name.h"
 #include "linux/bus/json_file.h"
+#include "linux/datashare/share_name.h"
+#include "linux/datashare/share_providers.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -50,6 +52,19 @@ BundleExtension ReadExtension(const Json::Value& json, const Bundle& bundle) {
     return extension;
 }
 
+// An app cannot declare the system's settings as its own.
+std::vector<std::string> ReadDataShares(const Json::Value& root) {
+    std::vector<std::string> shares = JsonStrings(root, "dataShares");
+    for (const std::string& share : shares) {
+        const std::optional<ShareName> name = ParseShareName(share);
+        if (!name || name->path != share || share.ends_with('/') || IsAtOrBelow(ShareProviders::SETTINGS, share) ||
+            IsAtOrBelow(share, ShareProviders::SETTINGS)) {
+            throw std::runtime_error("\"dataShares\" must name data of the app such as datashare:///org.example.app");
+        }
+    }
+    return shares;
+}
+
 void ReadAbilities(const Json::Value& root, Bundle& bundle) {
     std::set<std::string> names;
     for (const Json::Value& json : JsonObjects(root, "abilities")) {
@@ -76,6 +91,7 @@ Bundle ReadManifest(const std::filesystem::path& folder) {
         bundle.version = JsonString(root, "version", "");
         bundle.enabled = JsonBool(root, "enabled", true);
         bundle.user = JsonInt(root, "user", DEVICE_USER);
+        bundle.dataShares = ReadDataShares(root);
         ReadAbilities(root, bundle);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(file.native() + ": " + error.what());

@@ -4,6 +4,8 @@
 //         "bundleName": "org.example.deskfacts",
 //         "label": "Desk facts", "version": "1.0",     optional
 //         "enabled": true, "user": 100,                optional, these are the defaults
+//         "dataShares": ["datashare:///org.example.deskfacts"],
+//                                                      optional: the app's own shared data, see docs/data_share.md
 //         "abilities": [],                             optional
 //         "extensions": [{
 //             "name": "FactsExtension",
@@ -47,6 +49,7 @@ struct Bundle {
     std::string version;
     bool enabled = true;
     int32_t user = DEVICE_USER;
+    std::vector<std::string> dataShares;
     std::vector<BundleAbility> abilities;
     std::vector<BundleExtension> extensions;
 };

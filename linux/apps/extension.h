@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "linux/apps/serial_tasks.h"
 #include "linux/bus/remote_object.h"
+#include "linux/runtime/serial_tasks.h"
 #include "platform/ability/ability_connection.h"
 
 namespace ZYNE::Linux {

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <systemd/sd-bus.h>
+
 #include "linux/bus/unique_fd.h"
 
 namespace ZYNE::Linux {
@@ -20,6 +22,10 @@ public:
 
     // Returns when `interest` is met, or at once when Wake was called since the last return.
     void Wait(const BusInterest& interest);
+
+    // Handles one message of a connection that the calling thread has to itself, or waits for one. False when the bus is
+    // gone.
+    bool Process(sd_bus* bus);
 
     // Any thread.
     void Wake();

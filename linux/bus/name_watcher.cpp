@@ -86,7 +86,7 @@ void NameWatcher::Stop() {
 
 void NameWatcher::Run() {
     try {
-        while (!stopping_ && Process()) {
+        while (!stopping_ && poller_.Process(bus_.get())) {
         }
     } catch (const std::exception&) {
         // Out of memory: the state can no longer be trusted, as when the bus is gone.
@@ -98,22 +98,6 @@ void NameWatcher::Run() {
     if (callbacks_.lost) {
         callbacks_.lost();
     }
-}
-
-// One message, or one wait for it. False when the bus is gone.
-bool NameWatcher::Process() {
-    const int result = sd_bus_process(bus_.get(), nullptr);
-    if (result != 0) {
-        return result > 0;
-    }
-    BusInterest interest;
-    interest.fd = sd_bus_get_fd(bus_.get());
-    interest.events = sd_bus_get_events(bus_.get());
-    if (interest.fd < 0 || interest.events < 0 || sd_bus_get_timeout(bus_.get(), &interest.deadline) < 0) {
-        return false;
-    }
-    poller_.Wait(interest);
-    return true;
 }
 
 int NameWatcher::OnNameOwnerChanged(sd_bus_message* message, void* watcher, sd_bus_error* /*error*/) {

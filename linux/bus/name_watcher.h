@@ -47,7 +47,6 @@ public:
 private:
     void ReadPresentState();
     void Run();
-    bool Process();
     void Change(const std::string& name, const std::string& owner);
     void LoseEveryone();
     static int OnNameOwnerChanged(sd_bus_message* message, void* watcher, sd_bus_error* error);

@@ -47,13 +47,16 @@ DdsEntity MakeParticipant(uint32_t domain, const std::optional<Credentials>& cre
         [&] { return dds_create_participant(domain, qos.get(), nullptr); });
 }
 
+DdsEntity MakeTopic(dds_entity_t participant, const dds_topic_descriptor_t& type, const char* name) {
+    return {dds_create_topic(participant, &type, name, nullptr, nullptr), "no topic"};
+}
+
 }  // namespace
 
 FabricDomain::FabricDomain(const FabricOptions& options, const std::optional<Credentials>& credentials)
     : domain_(MakeDomain(options)), participant_(MakeParticipant(options.domain, credentials)),
-      presenceTopic_(
-          dds_create_topic(Participant(), &ZYNE_Linux_Wire_Presence_desc, "Presence", nullptr, nullptr), "no topic"),
-      controlTopic_(dds_create_topic(Participant(), &ZYNE_Linux_Wire_ControlMessage_desc, "Control", nullptr, nullptr),
-          "no topic") {}
+      presenceTopic_(MakeTopic(Participant(), ZYNE_Linux_Wire_Presence_desc, "Presence")),
+      controlTopic_(MakeTopic(Participant(), ZYNE_Linux_Wire_ControlMessage_desc, "Control")),
+      profileTopic_(MakeTopic(Participant(), ZYNE_Linux_Wire_Profile_desc, "Profile")) {}
 
 }  // namespace ZYNE::Linux

@@ -20,6 +20,7 @@ public:
     dds_entity_t Participant() const { return participant_.Get(); }
     dds_entity_t PresenceTopic() const { return presenceTopic_.Get(); }
     dds_entity_t ControlTopic() const { return controlTopic_.Get(); }
+    dds_entity_t ProfileTopic() const { return profileTopic_.Get(); }
 
     // Deletes every entity that was made in the domain.
     void Delete() { domain_.Delete(); }
@@ -30,6 +31,7 @@ private:
     DdsEntity participant_;
     DdsEntity presenceTopic_;
     DdsEntity controlTopic_;
+    DdsEntity profileTopic_;
 };
 
 }  // namespace ZYNE::Linux

@@ -38,6 +38,7 @@ FabricNode::FabricNode(const FabricOptions& options, const FabricIdentity& ident
               }}),
       inbox_(domain_, partitions_.To(self_.udid, self_.networkId), peers_, sessions_),
       presence_(domain_, partitions_, self_),
+      profiles_(domain_, partitions_, self_.udid, identity.credentials.has_value(), ProfileService::Get()),
       announcementArrived_(dds_create_readcondition(watch_.Reader(), DDS_ANY_STATE), "no read condition"),
       messageArrived_(dds_create_readcondition(inbox_.Reader(), DDS_ANY_STATE), "no read condition") {
     for (const DdsEntity* condition : {&stopSignal_, &announcementArrived_, &messageArrived_}) {
@@ -47,6 +48,7 @@ FabricNode::FabricNode(const FabricOptions& options, const FabricIdentity& ident
 
 void FabricNode::Begin() {
     reader_ = std::thread([this] { Read(); });
+    profiles_.Begin();
     presence_.Announce();
 }
 
@@ -150,6 +152,7 @@ void FabricNode::Stop() {
             peer->channel->WaitForDelivery(left.count());
         }
     }
+    profiles_.Stop(std::chrono::nanoseconds(end - SessionTable::Clock::now()));
     presence_.Withdraw();
     const std::scoped_lock leaving(leaveMutex_);
     hasLeft_ = true;

@@ -20,11 +20,13 @@
 #include "linux/fabric/peer_table.h"
 #include "linux/fabric/peer_watch.h"
 #include "linux/fabric/presence.h"
+#include "linux/fabric/profile_channel.h"
 #include "linux/fabric/session_table.h"
 
 namespace ZYNE::Linux {
 
-// Any thread. Two threads of its own: one reads announcements and messages, one tells the host of devices.
+// Any thread. Two threads of its own: one reads announcements and messages, one tells the host of devices. Profiles are
+// read on those of the profile service, which is joined for as long as the device is on the network.
 class FabricNode {
 public:
     // Joins the network, unseen as yet. Throws std::runtime_error with one line.
@@ -69,6 +71,7 @@ private:
     PeerWatch watch_;
     ControlInbox inbox_;
     PresenceWriter presence_;
+    ProfileChannel profiles_;
     DdsEntity announcementArrived_;
     DdsEntity messageArrived_;
     std::atomic<bool> stopping_{false};

@@ -3,6 +3,7 @@
 
 #include "platform/system_ability/system_ability_manager_client.h"
 #include "plugin/utils/log.h"
+#include "plugin/utils/system_ability_ids.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
@@ -12,7 +13,6 @@ constexpr LogDomain LOG = LogDomains::COLLECTION;
 constexpr char INFO_ACTION_KEY[] = "INFO";
 constexpr char INFO_ACTION[] = "com.varn.collaborationFwk.infoCollection.setting";
 constexpr char CONFIG_FILE_METADATA[] = "collaborationFwk.infoCollection.configFile";
-constexpr int32_t BUNDLE_MANAGER_ID = 401;
 constexpr int32_t USER_ID = 100;
 
 [[maybe_unused]] AppInfoCollection* const g_builtAtLoad = AppInfoCollection::GetInstance();
@@ -34,7 +34,10 @@ void AppInfoCollection::Init() {
     CollectAppInfo();
     if (!HasAppIntegrated()) {
         CFWK_LOGI(LOG, "no app integrated found");
+        return;
     }
+    GetInfoAndPutToDpOnStart();
+    InitDataShareManager();
 }
 
 void AppInfoCollection::CollectAppInfo() {
@@ -59,7 +62,7 @@ sptr<IBundleMgr> AppInfoCollection::GetBundleMgrProxy() {
         CFWK_LOGE(LOG, "failed to get system manager");
         return nullptr;
     }
-    const sptr<IRemoteObject> remote = manager->GetSystemAbility(BUNDLE_MANAGER_ID);
+    const sptr<IRemoteObject> remote = manager->GetSystemAbility(SystemAbilityIds::BUNDLE_MANAGER);
     if (!remote) {
         CFWK_LOGE(LOG, "failed to get BUNDLE_MGR_SERVICE_SYS_ABILITY_ID");
         return nullptr;

@@ -36,7 +36,9 @@ class AppInfoCollection {
 public:
     CFWK_EXPORT static AppInfoCollection* GetInstance();  // never null
 
-    // Scans the installed apps. For the host to call once at start; blocks while the bundle manager answers.
+    // Scans the installed apps, publishes the current values of what they offer, and has their changes published from
+    // then on. For the host to call once at start; blocks while the bundle manager and the apps answer. A second call
+    // scans nothing, but publishes again, and has every later change published twice.
     CFWK_EXPORT void Init();
     // Whether any app offers dynamic info.
     CFWK_EXPORT bool HasAppIntegrated();
@@ -64,6 +66,11 @@ public:
     std::map<std::string, DynamicInfoMapByPak> GetDynamicMap();
     // The current values of all items that apps serve, asked one by one; null when none has a value.
     Json::Value GetDeviceDynamicInfos();
+
+    // Publishes the current values in the device profile, if there are any.
+    void GetInfoAndPutToDpOnStart();
+    // Observes the data-share URI of every item.
+    void InitDataShareManager();
 
 private:
     friend class LibraryRenewer;  // tests start each case with a fresh library

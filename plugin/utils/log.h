@@ -14,6 +14,8 @@ namespace ZYNE::CollaborationFwk::LogDomains {
 inline constexpr LogDomain CFWK_SERVICE{0xD004615, "CFWKService"};
 inline constexpr LogDomain DEVICE_DETECT{0xD004617, "DeviceDetect"};
 inline constexpr LogDomain COLLECTION{0xD00461B, "Collection"};
+inline constexpr LogDomain DETECT{0xD00461C, "Detect"};
+inline constexpr LogDomain DATASHARE{0xD00461D, "Datashare"};
 
 }  // namespace ZYNE::CollaborationFwk::LogDomains
 

@@ -85,6 +85,20 @@ TEST_F(InstalledApps, DoNotSufferFromMalformedOnes) {
     EXPECT_THAT(QueriedBundles(), ElementsAre("good.app"));
 }
 
+TEST_F(InstalledApps, DeclareSharedDataThatIsTheirOwn) {
+    Install("good.app", R"(, "dataShares": ["datashare:///good.app", "datashare:///good.more/a"])");
+    const std::string wrong[] = {R"("datashare:///x")", "[7]", R"(["x"])", R"(["datashare:///"])",
+        R"(["datashare:///x?y"])", R"(["datashare:///x/"])", R"(["datashare:///com.zyne.settingsdata"])",
+        R"(["datashare:///com.zyne.settingsdata/entry"])"};
+    for (const std::string& shares : wrong) {
+        Write("wrong/manifest.json", R"({"bundleName": "wrong", "dataShares": )" + shares + "}");
+        EXPECT_THAT(
+            [&] { ReadManifest(directory / "wrong"); }, ThrowsMessage<std::runtime_error>(HasSubstr("dataShares")));
+    }
+    EXPECT_THAT(
+        BundleCatalogue(directory).GetDataShares(), ElementsAre("datashare:///good.app", "datashare:///good.more/a"));
+}
+
 TEST_F(InstalledApps, GiveTheirProfilesAndNothingFromOutsideTheirFolder) {
     Install("a.app");
     Write("a.app/resources/profile/info.json", "the profile");

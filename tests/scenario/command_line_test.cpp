@@ -49,9 +49,12 @@ TEST_F(CommandLine, TellsWhyARequestFailedAndEndsWithOne) {
 }
 
 TEST_F(CommandLine, RefusesWrongUsageWithOneLine) {
-    for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{{COLLABCTL, "--bogus"},
-             {COLLABCTL, "info", "get", "pc"}, {COLLABCTL, "info", "get", "pc", "a", "--timeout", "soon"},
-             {COLLABCTL, "account", "create"}, {COLLABD}, {COLLABD, "--config"}}) {
+    for (const std::vector<std::string>& wrong :
+        std::vector<std::vector<std::string>>{{COLLABCTL, "--bogus"}, {COLLABCTL, "info", "get", "pc"},
+            {COLLABCTL, "info", "get", "pc", "a", "--timeout", "soon"},
+            {COLLABCTL, "profile", "put", "key", "value", "--service", "s"}, {COLLABCTL, "profile", "get", "pc", "key"},
+            {COLLABCTL, "setting", "put", "key"}, {COLLABCTL, "setting", "get", "key", "--user", "-1"},
+            {COLLABCTL, "account", "create"}, {COLLABD}, {COLLABD, "--config"}}) {
         ExpectFailure(RunCommand(wrong), 2, {"--help"});
     }
     EXPECT_EQ(RunCommand({COLLABCTL, "--help"}).status, 0);

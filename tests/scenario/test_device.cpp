@@ -55,6 +55,11 @@ TestDevice::TestDevice(fs::path directory, std::string name, const DeviceSetup& 
         WriteProvider();
         config += "[apps]\ndirectory = \"apps\"\n[services]\ntable = \"services.json\"\n";
     }
+    if (setup.hasBoard) {
+        fs::create_directories(directory_ / "apps");
+        fs::create_directory_symlink(BOARD_BUNDLE, directory_ / "apps/org.example.deskboard");
+        config += "[apps]\ndirectory = \"apps\"\n";
+    }
     Write(ConfigFile(), config);
 }
 
@@ -116,7 +121,7 @@ Outcome TestDevice::Ctl(std::vector<std::string> arguments) const {
 }
 
 Client::InfoAnswer TestDevice::Ask(const std::string& peer, const std::vector<std::string>& names) const {
-    return Client::DeviceClient(*Entry(), std::chrono::seconds(60)).GetInfo(peer, names);
+    return Api().GetInfo(peer, names);
 }
 
 std::string TestDevice::AskOne(const std::string& peer, const std::string& name) const {
@@ -128,7 +133,7 @@ std::string TestDevice::AskOne(const std::string& peer, const std::string& name)
 }
 
 bool TestDevice::ListsAs(const std::string& peer, bool online) const {
-    const auto peers = Client::DeviceClient(*Entry()).ListPeers();
+    const auto peers = Api().ListPeers();
     return std::any_of(peers.begin(), peers.end(),
         [&](const Client::Peer& known) { return known.name == peer && known.online == online; });
 }

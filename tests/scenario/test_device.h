@@ -18,6 +18,7 @@ struct DeviceSetup {
     std::string account = "home";  // the account that enrolled it
     bool open = false;             // no certificates; `account` is but a name
     bool hasTestProvider = false;  // the service and the app of test_provider.cpp
+    bool hasBoard = false;         // the sample app with a board; not together with the test provider
 };
 
 class TestDevice {
@@ -32,6 +33,8 @@ public:
 
     // collabctl --device NAME arguments...
     Outcome Ctl(std::vector<std::string> arguments) const;
+    // A connection to the device's API.
+    Client::DeviceClient Api() const { return Client::DeviceClient(*Entry(), std::chrono::seconds(60)); }
     // One info request over the device's API.
     Client::InfoAnswer Ask(const std::string& peer, const std::vector<std::string>& names) const;
     // The value of one item. Throws when the peer does not answer.
@@ -44,6 +47,7 @@ public:
 
     std::string Udid() const;
     size_t CountInLog(const std::string& text) const;
+    const std::string& Name() const { return name_; }
     const std::filesystem::path& Directory() const { return directory_; }
     std::filesystem::path ConfigFile() const { return directory_ / "collabd.toml"; }
     std::optional<Client::DeviceEntry> Entry() const { return Client::FindDevice(name_); }

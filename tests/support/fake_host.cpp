@@ -53,4 +53,9 @@ int32_t FakeHost::TransmitMsg(
     return transmitResult;
 }
 
+std::string FakeHost::FindUdid(const std::string& networkId) const {
+    const auto found = udids.find(networkId);
+    return found != udids.end() ? found->second : std::string();
+}
+
 }  // namespace ZYNE::Testing

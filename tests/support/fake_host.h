@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -35,6 +36,9 @@ public:
     int32_t TransmitMsg(
         int collaborationSessionId, const char* data, uint32_t length, uint32_t type, bool reserved) override;
 
+    // Empty when nobody has the network id.
+    std::string FindUdid(const std::string& networkId) const;
+
     CollaborationFwk::AbilityPlugin* plugin = nullptr;
     std::vector<std::shared_ptr<CollaborationFwk::EventListener>> listeners;
     std::shared_ptr<CollaborationFwk::ServiceInfo> lastService;  // of the last request
@@ -43,6 +47,9 @@ public:
     int32_t transmitResult = 0;
     std::atomic<uint32_t> nextCollaborationId{42};
     bool hasListenerManager = true;
+    sptr<CollaborationFwk::DeviceInfo> localDevice =
+        MakeSptr<CollaborationFwk::DeviceInfo>("local-udid", "local-network", "here", CollaborationFwk::DeviceType::PC);
+    std::map<std::string, std::string> udids{{"local-network", "local-udid"}};  // by network id
     // Runs inside a request, before it returns.
     std::function<void(const CollaborationFwk::ServiceInfo& service)> onRequest;
 

@@ -73,6 +73,11 @@ bool BundleMgrClient::GetResConfigFile(
     return SimulatedDevice::Current().apps.ReadResources(info.bundleName, metadataName, profiles);
 }
 
+std::shared_ptr<DataShareHelper> DataShareHelper::Creator(
+    const sptr<IRemoteObject>& token, const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
+    return SimulatedDevice::Current().dataShare.Create(token, uri, extUri, waitTimeSeconds);
+}
+
 namespace CollaborationFwk {
 
 PluginLoader& PluginLoader::GetLoader() {
@@ -98,6 +103,26 @@ AsynThreadPool* AsynThreadPool::GetInstance() {
 
 uint32_t CollaborationFwkServiceUtils::ObtainIdleCollaborationId() {
     return SimulatedDevice::Current().host.nextCollaborationId++;
+}
+
+sptr<DeviceInfo> CollaborationFwkServiceUtils::GetLocalDeviceInfo() {
+    return SimulatedDevice::Current().host.localDevice;
+}
+
+std::string CollaborationFwkServiceUtils::GetPeerDeviceUdid(const std::string& networkId) {
+    return SimulatedDevice::Current().host.FindUdid(networkId);
+}
+
+DeviceProfileClient& DeviceProfileClient::GetInstance() {
+    return SimulatedDevice::Current().profiles;
+}
+
+int32_t DataShareUtils::QueryStringValue(const std::string& uri, const std::string& key, std::string& value) {
+    return SimulatedDevice::Current().dataShare.QueryStringValue(uri, key, value);
+}
+
+std::shared_ptr<DataShareHelper> DataShareUtils::GetDataShareHelper(const std::string& uri, int32_t systemAbilityId) {
+    return SimulatedDevice::Current().dataShare.GetDataShareHelper(uri, systemAbilityId);
 }
 
 std::string SystemPartition::Locate(const std::string& path) {

@@ -16,6 +16,8 @@
 #include <string>
 
 #include "tests/support/fake_apps.h"
+#include "tests/support/fake_data_share.h"
+#include "tests/support/fake_device_profile_client.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/fake_pool.h"
 #include "tests/support/fake_remote.h"
@@ -45,6 +47,8 @@ public:
     FakeHost host{journal};
     FakeSystemAbilities systemAbilities{journal};
     FakeApps apps{journal};
+    FakeDeviceProfileClient profiles{journal};
+    FakeDataShare dataShare{journal};
     std::string systemRoot;  // stands before the path of every file of the system partition
 
 private:

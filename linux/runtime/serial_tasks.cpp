@@ -1,4 +1,4 @@
-#include "linux/apps/serial_tasks.h"
+#include "linux/runtime/serial_tasks.h"
 
 #include <utility>
 

@@ -1,0 +1,195 @@
+// How long a value takes from its put on one device to the listener on the other, beside one bare DDS write-to-read of
+// the same size in the same run. Two processes, account mode. Either is half a round trip by one clock: the far side
+// answers a value with one of its own.
+//
+//     profile_bench [ROUND_TRIPS]      of each size; 2000 unless given
+#include <condition_variable>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "bench/bench_main.h"
+#include "bench/dds_floor.h"
+#include "bench/latencies.h"
+#include "linux/account/account.h"
+#include "linux/account/credentials.h"
+#include "linux/fabric/fabric.h"
+#include "linux/profile/profile_service.h"
+#include "tests/scenario/process.h"
+#include "tests/support/profile_listener.h"
+
+namespace ZYNE::Bench {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+using Linux::Fabric;
+using Linux::ProfileService;
+
+constexpr size_t SIZES[] = {200, 4096, 65536};
+constexpr int ROUND = 50;  // round trips of one kind in a row
+constexpr char SERVICE[] = "bench";
+constexpr char QUESTION[] = "question";
+constexpr char ANSWER[] = "answer";
+// Not the floor's: a process has one participant in each.
+constexpr uint32_t DEVICE_DOMAIN = 1;
+
+void Put(const char* key, const std::string& value) {
+    CharacteristicProfile profile;
+    profile.SetDeviceId(ProfileService::LOCAL_DEVICE);
+    profile.SetServiceName(SERVICE);
+    profile.SetCharacteristicKey(key);
+    profile.SetCharacteristicValue(value);
+    if (ProfileService::Get().PutCharacteristicProfile(profile) != 0) {
+        throw std::runtime_error("a put fails");
+    }
+}
+
+// What one side runs with: a device with its profile.
+class Device {
+public:
+    Device(const fs::path& directory, const std::string& tag) {
+        ProfileService::Get().Open(directory / "profiles.db", Linux::LoadCredentials(directory).udid);
+        Linux::FabricOptions options;
+        options.deviceName = "bench";
+        options.credentials = directory;
+        options.peers = {"127.0.0.1"};
+        options.domain = DEVICE_DOMAIN;
+        options.tag = tag;
+        Fabric::GetInstance().Start(options);
+    }
+    ~Device() {
+        Fabric::GetInstance().Stop();
+        ProfileService::Get().Close();
+    }
+};
+
+// Answers every question of the other device with its value, and every bare message with itself.
+void Echo(const fs::path& directory, const std::string& peerUdid, const std::string& tag) {
+    const Device device(directory, tag);
+    ProfileService::Get().SubscribeDeviceProfile(Testing::SubscriptionOf(peerUdid, SERVICE, QUESTION,
+        [](ProfileChangeType, const CharacteristicProfile& asked) { Put(ANSWER, asked.GetCharacteristicValue()); }));
+    DdsEnd(directory, peerUdid, tag).Echo();
+}
+
+// Puts values and takes the answers, each question put by the listener that got the answer before.
+class Asker {
+public:
+    explicit Asker(const std::string& peerUdid) {
+        ProfileService::Get().SubscribeDeviceProfile(Testing::SubscriptionOf(peerUdid, SERVICE, ANSWER,
+            [this](ProfileChangeType, const CharacteristicProfile& answer) { OnAnswer(answer); }));
+    }
+
+    // Adds half of each of `count` round trips.
+    void Ask(size_t size, int count, Latencies& latencies) {
+        std::unique_lock lock(mutex_);
+        size_ = size;
+        left_ = count;
+        latencies_ = &latencies;
+        AskNext();
+        if (!done_.wait_for(lock, std::chrono::seconds(30), [this] { return left_ == 0; })) {
+            throw std::runtime_error("the far device does not answer");
+        }
+    }
+
+private:
+    void OnAnswer(const CharacteristicProfile& answer) {
+        const auto now = Clock::now();
+        const std::scoped_lock lock(mutex_);
+        if (left_ == 0 || answer.GetCharacteristicValue() != asked_) {
+            return;
+        }
+        latencies_->Add((now - start_) / 2);
+        if (--left_ == 0) {
+            done_.notify_one();
+        } else {
+            AskNext();
+        }
+    }
+    void AskNext() {
+        asked_ = std::to_string(++number_);
+        asked_.resize(size_, 'x');
+        start_ = Clock::now();
+        Put(QUESTION, asked_);
+    }
+
+    std::mutex mutex_;
+    std::condition_variable done_;
+    size_t size_ = 0;  // from here on: guarded by mutex_
+    int left_ = 0;
+    int number_ = 0;
+    std::string asked_;
+    Clock::time_point start_;
+    Latencies* latencies_ = nullptr;
+};
+
+struct Figures {
+    Latencies profile;
+    Latencies dds;
+};
+
+void Measure(Asker& asker, DdsEnd& dds, size_t size, int roundTrips, Figures& figures) {
+    for (int done = -ROUND; done < roundTrips; done += ROUND) {
+        Figures warmUp;
+        Figures& used = done < 0 ? warmUp : figures;
+        asker.Ask(size, ROUND, used.profile);
+        for (int i = 0; i < ROUND; ++i) {
+            const auto start = Clock::now();
+            dds.RoundTrip(size);
+            used.dds.Add((Clock::now() - start) / 2);
+        }
+    }
+}
+
+void Report(size_t size, Figures& figures) {
+    std::printf("%8zu", size);
+    for (const double percent : {50.0, 99.0}) {
+        const double whole = figures.profile.Percentile(percent);
+        const double floor = figures.dds.Percentile(percent);
+        std::printf("%12.0f %8.0f %8.2f", whole, floor, whole / floor);
+    }
+    std::printf("\n");
+}
+
+void Run(const std::string& self, const fs::path& directory, int roundTrips) {
+    const std::string tag = directory.filename();
+    const std::string nearUdid(64, 'a');
+    const std::string farUdid(64, 'b');
+    Linux::CreateAccount(directory / "account", "bench");
+    Linux::EnrollDevice(directory / "account", directory / "near", nearUdid);
+    Linux::EnrollDevice(directory / "account", directory / "far", farUdid);
+    Testing::Process echo({self, "--echo", directory / "far", nearUdid, tag}, directory / "echo.txt");
+    const Device device(directory / "near", tag);
+    Asker asker(farUdid);
+    DdsEnd dds(directory / "near", farUdid, tag);
+    std::printf(
+        "%8s%12s %8s %8s%12s %8s %8s\n", "bytes", "profile p50", "DDS p50", "ratio", "profile p99", "DDS p99", "ratio");
+    for (const size_t size : SIZES) {
+        Figures figures;
+        Measure(asker, dds, size, roundTrips, figures);
+        Report(size, figures);
+    }
+    std::printf("microseconds one way, %d round trips of each kind, two processes, account mode\n", roundTrips);
+    echo.Signal(SIGKILL);
+}
+
+}  // namespace
+}  // namespace ZYNE::Bench
+
+int main(int count, char** arguments) {
+    using namespace ZYNE::Bench;
+    return BenchMain("profile_bench", [&] {
+        if (count == 5 && std::string(arguments[1]) == "--echo") {
+            Echo(arguments[2], arguments[3], arguments[4]);
+            return;
+        }
+        const TemporaryDirectory directory;
+        Run(std::filesystem::read_symlink("/proc/self/exe"), directory.Path(),
+            count > 1 ? std::atoi(arguments[1]) : 2000);
+    });
+}

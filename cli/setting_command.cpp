@@ -1,0 +1,45 @@
+#include <iostream>
+#include <string>
+
+#include <json/value.h>
+
+#include "cli/commands.h"
+#include "cli/json_output.h"
+#include "client/device_client.h"
+#include "platform/log/printable_text.h"
+
+namespace ZYNE::Cli {
+namespace {
+
+void Print(const std::string& key, const std::string& value) {
+    Json::Value setting(Json::objectValue);
+    setting["key"] = key;
+    setting["value"] = value;
+    PrintJson(setting);
+}
+
+}  // namespace
+
+int GetSetting(const DeviceChoice& choice, const std::string& key, int32_t user, bool json) {
+    Client::DeviceClient device(ChooseDevice(choice, false));
+    const std::string value = device.GetSetting(key, user);
+    if (json) {
+        Print(key, value);
+        return 0;
+    }
+    std::string line;
+    AppendPrintable(line, value);
+    std::cout << line << '\n';
+    return 0;
+}
+
+int PutSetting(const DeviceChoice& choice, const std::string& key, const std::string& value, int32_t user, bool json) {
+    Client::DeviceClient device(ChooseDevice(choice, false));
+    device.PutSetting(key, value, user);
+    if (json) {
+        Print(key, value);
+    }
+    return 0;
+}
+
+}  // namespace ZYNE::Cli

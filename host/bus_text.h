@@ -1,0 +1,24 @@
+// Text as the bus takes it.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace ZYNE::Host {
+
+// The bus takes messages of 16 MiB and cuts off whoever sends a larger one: no answer is longer than this.
+inline constexpr size_t MOST_REPLY_BYTES = size_t{15} << 20U;
+
+// Others may send any bytes; the bus takes UTF-8 without zero bytes alone and drops whoever sends anything else.
+std::string BusText(const std::string& text);
+
+// A text, and whether it is all of it.
+struct BusExtract {
+    std::string text;
+    bool whole;
+};
+
+// The beginning of `text`, at most `most` bytes.
+BusExtract BusTextOfAtMost(const std::string& text, size_t most);
+
+}  // namespace ZYNE::Host

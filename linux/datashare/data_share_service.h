@@ -1,0 +1,57 @@
+// The device's side of data share: what the daemon starts so that its own process and those of apps can use the shared
+// data of the device.
+//
+//     auto& service = *DataShareService::GetInstance();
+//     SystemAbilities::GetInstance()->AddLocalAbility(DataShareService::SYSTEM_ABILITY_ID, service.AsObject());
+//     DeviceBus::GetInstance().Start(options);
+//     service.Start(stateDirectory / "datashare.db", bundles.GetCatalogue()->GetDataShares());
+//     ...
+//     service.Stop();
+//
+// The rows lie in one SQLite file that every process of the device opens by itself. The service only says where it is,
+// as the remote object behind system ability 70635 and, for processes of apps, under ShareToken::BUS_NAME.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "linux/bus/local_object.h"
+
+namespace ZYNE::Linux {
+
+// Any thread, except where said.
+class DataShareService final : public LocalObject {
+public:
+    static constexpr int32_t SYSTEM_ABILITY_ID = 70635;
+
+    // The process's service; never null.
+    static sptr<DataShareService> GetInstance();
+
+    // When the device's bus is up. Makes `databaseFile` if need be and notes in it who provides data: `shares`, as the
+    // manifests of apps declare them. Throws std::runtime_error with one line, and has then started nothing.
+    void Start(const std::filesystem::path& databaseFile, const std::vector<std::string>& shares);
+
+    // From now on nothing that uses shared data in this process succeeds, and no observer is called anew; calls that
+    // run are not waited for. Before the thread pool is stopped. Not on a thread of an observer. Does nothing when it
+    // is not up.
+    void Stop();
+
+    sptr<IRemoteObject> AsObject() { return sptr<IRemoteObject>(this); }
+
+    // REFUSED while the service is not up.
+    int32_t SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
+
+private:
+    struct Running;
+
+    DataShareService();
+    ~DataShareService() override;
+
+    std::mutex mutex_;
+    std::shared_ptr<Running> running_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,174 @@
+#include "linux/datashare/share_observers.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <utility>
+
+#include "linux/datashare/share_limits.h"
+#include "linux/runtime/serial_tasks.h"
+#include "platform/log/log_print.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr LogDomain LOG{0xD004635, "DataShare"};
+
+// Takes the entries that `leaves` picks out of `entries`, ended. They are let go of by the caller, without the lock:
+// that may end an observer.
+template <typename Entry, typename Leaves>
+std::vector<std::shared_ptr<Entry>> TakeOut(std::vector<std::shared_ptr<Entry>>& entries, const Leaves& leaves) {
+    const auto first = std::stable_partition(
+        entries.begin(), entries.end(), [&](const std::shared_ptr<Entry>& entry) { return !leaves(*entry); });
+    std::vector<std::shared_ptr<Entry>> taken(std::make_move_iterator(first), std::make_move_iterator(entries.end()));
+    entries.erase(first, entries.end());
+    for (const std::shared_ptr<Entry>& entry : taken) {
+        entry->ended = true;
+    }
+    return taken;
+}
+
+template <typename Entry, typename Wanted>
+std::vector<std::shared_ptr<Entry>> Pick(
+    std::mutex& mutex, const std::vector<std::shared_ptr<Entry>>& entries, const Wanted& wanted) {
+    std::vector<std::shared_ptr<Entry>> picked;
+    const std::scoped_lock lock(mutex);
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(picked),
+        [&](const std::shared_ptr<Entry>& entry) { return wanted(*entry); });
+    return picked;
+}
+
+void LogLost(const char* why) {
+    LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "an observer is not told of a change: %{public}s", why);
+}
+
+}  // namespace
+
+struct ShareObservers::NoticeEntry {
+    const void* const owner;
+    const ShareName name;
+    const bool descendants;
+    const std::shared_ptr<DataShareObserver> observer;
+    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
+    std::atomic<bool> ended = false;
+    std::atomic<size_t> waiting = 0;  // bytes of the notices that it has not been told
+
+    bool IsMeant(const Notice& notice) const {
+        return std::any_of(notice.uris.begin(), notice.uris.end(), [this](const std::string& uri) {
+            const std::optional<ShareName> told = ParseShareName(uri);
+            return told && (descendants ? IsAtOrBelow(told->path, name.path) : told->path == name.path);
+        });
+    }
+
+    static void Post(const std::shared_ptr<NoticeEntry>& self, const std::shared_ptr<const Notice>& notice) {
+        const size_t size = notice->GetSize();
+        if (self->waiting.fetch_add(size) + size > ShareLimits::WAITING_NOTICES) {
+            self->waiting -= size;
+            LogLost("too much waits for it");
+            return;
+        }
+        const bool posted = self->tasks->Post([self, notice, size] {
+            self->waiting -= size;
+            if (!self->ended) {
+                self->observer->OnChange(notice->GetInfo());
+            }
+        });
+        if (!posted) {
+            self->waiting -= size;
+            LogLost("no thread");
+        }
+    }
+};
+
+struct ShareObservers::RowEntry {
+    const ShareName name;
+    const sptr<IDataAbilityObserver> observer;
+    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
+    std::atomic<bool> ended = false;
+    std::atomic<bool> posted = false;  // a call that has not begun tells of all changes until then
+
+    bool IsMeant(const RowsChanged& change) const {
+        return IsAtOrBelow(change.share, name.path) &&
+            (name.key.empty() || std::find(change.keys.begin(), change.keys.end(), name.key) != change.keys.end());
+    }
+
+    static void Post(const std::shared_ptr<RowEntry>& self) {
+        if (self->posted.exchange(true)) {
+            return;
+        }
+        const bool accepted = self->tasks->Post([self] {
+            self->posted = false;
+            if (!self->ended) {
+                self->observer->OnChange();
+            }
+        });
+        if (!accepted) {
+            self->posted = false;
+            LogLost("no thread");
+        }
+    }
+};
+
+ShareObservers::ShareObservers() = default;
+
+ShareObservers::~ShareObservers() = default;
+
+void ShareObservers::AddForNotices(
+    const void* owner, const ShareName& name, bool descendants, std::shared_ptr<DataShareObserver> observer) {
+    auto entry = std::shared_ptr<NoticeEntry>(new NoticeEntry{owner, name, descendants, std::move(observer)});
+    const std::scoped_lock lock(mutex_);
+    forNotices_.push_back(std::move(entry));
+}
+
+void ShareObservers::RemoveForNotices(const void* owner) {
+    std::vector<std::shared_ptr<NoticeEntry>> removed;
+    const std::scoped_lock lock(mutex_);
+    removed = TakeOut(forNotices_, [owner](const NoticeEntry& entry) { return entry.owner == owner; });
+}
+
+void ShareObservers::AddForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer) {
+    auto entry = std::shared_ptr<RowEntry>(new RowEntry{name, observer});
+    const std::scoped_lock lock(mutex_);
+    const bool known = std::any_of(forRows_.begin(), forRows_.end(),
+        [&](const std::shared_ptr<RowEntry>& other) { return other->name == name && other->observer == observer; });
+    if (!known) {
+        forRows_.push_back(std::move(entry));
+    }
+}
+
+bool ShareObservers::RemoveForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer) {
+    std::vector<std::shared_ptr<RowEntry>> removed;
+    const std::scoped_lock lock(mutex_);
+    removed =
+        TakeOut(forRows_, [&](const RowEntry& entry) { return entry.name == name && entry.observer == observer; });
+    return !removed.empty();
+}
+
+void ShareObservers::Clear() {
+    std::vector<std::shared_ptr<NoticeEntry>> notices;
+    std::vector<std::shared_ptr<RowEntry>> rows;
+    const std::scoped_lock lock(mutex_);
+    notices = TakeOut(forNotices_, [](const NoticeEntry&) { return true; });
+    rows = TakeOut(forRows_, [](const RowEntry&) { return true; });
+}
+
+void ShareObservers::Tell(const RowsChanged& change) {
+    const auto meant = [&](const RowEntry& entry) {
+        return entry.IsMeant(change);
+    };
+    for (const std::shared_ptr<RowEntry>& entry : Pick(mutex_, forRows_, meant)) {
+        RowEntry::Post(entry);
+    }
+}
+
+void ShareObservers::Tell(Notice notice) {
+    const auto shared = std::make_shared<const Notice>(std::move(notice));
+    const auto meant = [&](const NoticeEntry& entry) {
+        return entry.IsMeant(*shared);
+    };
+    for (const std::shared_ptr<NoticeEntry>& entry : Pick(mutex_, forNotices_, meant)) {
+        NoticeEntry::Post(entry, shared);
+    }
+}
+
+}  // namespace ZYNE::Linux

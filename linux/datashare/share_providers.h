@@ -1,0 +1,27 @@
+// Whose data a URI means: each installed app declares the beginnings of its URIs, and those of the system settings are
+// always there.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ZYNE::Linux {
+
+// Never changes once it is built. Any thread.
+class ShareProviders {
+public:
+    // The system settings, with every table below.
+    static constexpr std::string_view SETTINGS = "datashare:///com.zyne.settingsdata";
+
+    explicit ShareProviders(std::vector<std::string> declared);
+
+    // The beginning under which `path` is served; empty when nobody provides it. Where an app declares a share and one
+    // below it, this is the upper one: who may use a share may use all below.
+    std::string_view Find(std::string_view path) const;
+
+private:
+    std::vector<std::string> beginnings_;  // the shortest first
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,269 @@
+#include "linux/datashare/share_table.h"
+
+#include <exception>
+
+#include <SQLiteCpp/Transaction.h>
+
+#include "linux/datashare/share_limits.h"
+#include "platform/log/log_print.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr LogDomain LOG{0xD004635, "DataShare"};
+
+// Names and values are blobs: they may hold zero bytes and need not be UTF-8.
+constexpr char SCHEMA[] = R"(
+    CREATE TABLE IF NOT EXISTS provider (beginning BLOB NOT NULL);
+    CREATE TABLE IF NOT EXISTS row (
+        id INTEGER PRIMARY KEY, share BLOB NOT NULL, name BLOB NOT NULL, UNIQUE (share, name));
+    CREATE TABLE IF NOT EXISTS cell (
+        row INTEGER NOT NULL, column BLOB NOT NULL, value BLOB NOT NULL, PRIMARY KEY (row, column)) WITHOUT ROWID;
+)";
+
+constexpr int64_t NO_ROW = 0;  // SQLite counts from 1
+
+// Ends the operation, and its transaction with it.
+struct Refusal {
+    ShareCode code;
+};
+
+void Bind(SQLite::Statement& statement, int index, const std::string& bytes) {
+    statement.bind(index, bytes.data(), static_cast<int>(bytes.size()));
+}
+
+std::string ReadBytes(SQLite::Statement& statement, int index) {
+    const SQLite::Column column = statement.getColumn(index);
+    const void* bytes = column.getBlob();  // null where there are none
+    return bytes != nullptr ? std::string(static_cast<const char*>(bytes), static_cast<size_t>(column.getBytes()))
+                            : std::string();
+}
+
+std::string NameOfKey(const std::string& key) {
+    return "k" + key;
+}
+
+// Each column's name behind its length, so that no two sets of columns have one name.
+std::string NameOf(const ShareTable::Row& row) {
+    const auto key = row.find(ShareTable::KEY_COLUMN);
+    if (key != row.end()) {
+        return NameOfKey(key->second);
+    }
+    std::string name = "c";
+    for (const auto& [column, value] : row) {
+        name += std::to_string(column.size()) + ":" + column;
+    }
+    return name;
+}
+
+void CheckRow(const ShareTable::Row& row) {
+    size_t size = 0;
+    bool fits = !row.empty() && row.size() <= ShareLimits::COLUMNS;
+    for (const auto& [column, value] : row) {
+        const size_t longest = column == ShareTable::KEY_COLUMN ? ShareLimits::NAME : ShareLimits::VALUE;
+        fits = fits && !column.empty() && column.size() <= ShareLimits::NAME && value.size() <= longest;
+        size += value.size();
+    }
+    if (!fits || size > ShareLimits::ROW) {
+        throw Refusal{SHARE_BAD_ROW};
+    }
+}
+
+void NoteKey(const ShareTable::Row& row, ShareChange& change) {
+    const auto key = row.find(ShareTable::KEY_COLUMN);
+    if (key != row.end() && (change.keys.empty() || change.keys.back() != key->second)) {
+        change.keys.push_back(key->second);
+    }
+}
+
+// Runs an operation on the database: what it returns, or the code of its failure.
+template <typename Operation>
+int32_t Guard(const char* name, Operation operation) {
+    try {
+        return operation();
+    } catch (const Refusal& refusal) {
+        return refusal.code;
+    } catch (const std::exception& error) {
+        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "%{public}s failed: %{public}s", name, error.what());
+        return SHARE_STORE_FAILED;
+    }
+}
+
+}  // namespace
+
+ShareTable::ShareTable(const std::filesystem::path& file)
+    : database_(OpenDatabase(file, Durability::MACHINE, SCHEMA)) {}
+
+void ShareTable::SetProviders(const std::vector<std::string>& beginnings) {
+    const std::scoped_lock lock(mutex_);
+    SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+    database_.exec("DELETE FROM provider");
+    for (const std::string& beginning : beginnings) {
+        SQLite::Statement insert(database_, "INSERT INTO provider VALUES (?)");
+        Bind(insert, 1, beginning);
+        insert.exec();
+    }
+    transaction.commit();
+}
+
+std::vector<std::string> ShareTable::GetProviders() {
+    const std::scoped_lock lock(mutex_);
+    std::vector<std::string> beginnings;
+    SQLite::Statement select(database_, "SELECT beginning FROM provider");
+    while (select.executeStep()) {
+        beginnings.push_back(ReadBytes(select, 0));
+    }
+    return beginnings;
+}
+
+ShareChange ShareTable::Insert(const std::string& share, const Row& row) {
+    ShareChange change{0, {}};
+    change.result = Guard("insert", [&] {
+        CheckRow(row);
+        const std::scoped_lock lock(mutex_);
+        SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        const std::string name = NameOf(row);
+        const int64_t found = FindRow(share, name);
+        WriteRow(found != NO_ROW ? found : MakeRow(share, name), row);
+        transaction.commit();
+        NoteKey(row, change);
+        return 1;
+    });
+    return change;
+}
+
+ShareChange ShareTable::Update(const std::string& share, const Conditions& conditions, const Row& values) {
+    ShareChange change{0, {}};
+    change.result = Guard("update", [&] {
+        CheckRow(values);
+        const std::scoped_lock lock(mutex_);
+        SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        const std::vector<int64_t> ids = FindRows(share, conditions);
+        for (const int64_t id : ids) {
+            UpdateRow(share, id, values, change);
+        }
+        transaction.commit();
+        return static_cast<int32_t>(ids.size());
+    });
+    return change;
+}
+
+int32_t ShareTable::Query(const std::string& share, const Conditions& conditions, std::vector<Row>& rows) {
+    return Guard("query", [&] {
+        const std::scoped_lock lock(mutex_);
+        const SQLite::Transaction transaction(database_);  // one state of the data for every read
+        rows = ReadRows(FindRows(share, conditions));
+        return SHARE_OK;
+    });
+}
+
+// A condition on KEYWORD is one on the name, which is indexed.
+std::vector<int64_t> ShareTable::FindRows(const std::string& share, const Conditions& conditions) {
+    if (conditions.size() > ShareLimits::COLUMNS) {
+        throw Refusal{SHARE_BAD_ROW};
+    }
+    std::string text = "SELECT id FROM row WHERE share = ?";
+    for (const auto& [column, value] : conditions) {
+        text += column == KEY_COLUMN
+            ? " AND name = ?"
+            : " AND EXISTS (SELECT 1 FROM cell WHERE cell.row = id AND cell.column = ? AND cell.value = ?)";
+    }
+    SQLite::Statement select(database_, text + " ORDER BY id");
+    int index = 0;
+    Bind(select, ++index, share);
+    for (const auto& [column, value] : conditions) {
+        if (column == KEY_COLUMN) {
+            Bind(select, ++index, NameOfKey(value));
+        } else {
+            Bind(select, ++index, column);
+            Bind(select, ++index, value);
+        }
+    }
+    std::vector<int64_t> ids;
+    while (select.executeStep()) {
+        ids.push_back(select.getColumn(0).getInt64());
+    }
+    return ids;
+}
+
+ShareTable::Row ShareTable::ReadRow(int64_t id) {
+    Row row;
+    SQLite::Statement select(database_, "SELECT column, value FROM cell WHERE row = ?");
+    select.bind(1, id);
+    while (select.executeStep()) {
+        row.emplace(ReadBytes(select, 0), ReadBytes(select, 1));
+    }
+    return row;
+}
+
+std::vector<ShareTable::Row> ShareTable::ReadRows(const std::vector<int64_t>& ids) {
+    std::vector<Row> rows;
+    size_t size = 0;
+    for (const int64_t id : ids) {
+        for (const auto& [column, value] : rows.emplace_back(ReadRow(id))) {
+            size += column.size() + value.size();
+        }
+        if (size > ShareLimits::RESULT) {
+            throw Refusal{SHARE_TOO_LARGE};
+        }
+    }
+    return rows;
+}
+
+void ShareTable::WriteRow(int64_t id, const Row& row) {
+    SQLite::Statement clear(database_, "DELETE FROM cell WHERE row = ?");
+    clear.bind(1, id);
+    clear.exec();
+    SQLite::Statement insert(database_, "INSERT INTO cell VALUES (?, ?, ?)");
+    for (const auto& [column, value] : row) {
+        insert.bind(1, id);
+        Bind(insert, 2, column);
+        Bind(insert, 3, value);
+        insert.exec();
+        insert.reset();
+    }
+}
+
+void ShareTable::UpdateRow(const std::string& share, int64_t id, const Row& values, ShareChange& change) {
+    Row row = ReadRow(id);
+    NoteKey(row, change);
+    for (const auto& [column, value] : values) {
+        row.insert_or_assign(column, value);
+    }
+    CheckRow(row);
+    NoteKey(row, change);
+    const std::string name = NameOf(row);
+    const int64_t holder = FindRow(share, name);
+    if (holder != NO_ROW && holder != id) {
+        throw Refusal{SHARE_NAME_TAKEN};
+    }
+    if (holder == NO_ROW) {
+        SQLite::Statement rename(database_, "UPDATE row SET name = ? WHERE id = ?");
+        Bind(rename, 1, name);
+        rename.bind(2, id);
+        rename.exec();
+    }
+    WriteRow(id, row);
+}
+
+int64_t ShareTable::FindRow(const std::string& share, const std::string& name) {
+    SQLite::Statement select(database_, "SELECT id FROM row WHERE share = ? AND name = ?");
+    Bind(select, 1, share);
+    Bind(select, 2, name);
+    return select.executeStep() ? select.getColumn(0).getInt64() : NO_ROW;
+}
+
+int64_t ShareTable::MakeRow(const std::string& share, const std::string& name) {
+    SQLite::Statement count(database_, "SELECT COUNT(*) FROM row WHERE share = ?");
+    Bind(count, 1, share);
+    if (count.executeStep() && count.getColumn(0).getInt64() >= static_cast<int64_t>(ShareLimits::ROWS)) {
+        throw Refusal{SHARE_FULL};
+    }
+    SQLite::Statement insert(database_, "INSERT INTO row (share, name) VALUES (?, ?)");
+    Bind(insert, 1, share);
+    Bind(insert, 2, name);
+    insert.exec();
+    return database_.getLastInsertRowid();
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,303 @@
+#include "linux/profile/profile_service.h"
+
+#include <exception>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "linux/profile/profile_log.h"
+
+namespace ZYNE::CollaborationFwk {
+
+DeviceProfileClient& DeviceProfileClient::GetInstance() {
+    return Linux::ProfileService::Get();
+}
+
+}  // namespace ZYNE::CollaborationFwk
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr WriterId THIS_DEVICE = 0;
+
+std::string Anonymous(const std::string& udid) {
+    return CollaborationFwk::PickerResult::StringToAnonymous(udid);
+}
+
+ProfileName CharacteristicName(const std::string& service, const std::string& key) {
+    return {ProfileKind::CHARACTERISTIC, service, key};
+}
+
+}  // namespace
+
+ProfileService& ProfileService::Get() {
+    static auto& service = *new ProfileService();
+    return service;
+}
+
+ProfileService::ProfileService() : turns_([this] { return TellOne(); }) {}
+
+ProfileService::~ProfileService() {
+    Close();
+}
+
+void ProfileService::Open(const std::filesystem::path& file, const std::string& udid) {
+    auto store = std::make_unique<ProfileStore>(file);
+    const std::vector<RecordPtr> records = store->Load(udid);
+    const std::scoped_lock publishing(publishMutex_);
+    store_ = std::move(store);
+    {
+        const std::scoped_lock lock(mutex_);
+        udid_ = udid;
+        for (const RecordPtr& record : records) {
+            if (table_.Check(*record) == PROFILE_OK) {
+                table_.Put(record, THIS_DEVICE);
+            }
+        }
+    }
+    turns_.Start();
+}
+
+void ProfileService::Close() {
+    std::vector<Ended> ended;
+    {
+        const std::scoped_lock closing(publishMutex_, mutex_);
+        if (!store_) {
+            return;
+        }
+        store_.reset();
+        network_ = nullptr;
+        udid_.clear();
+        table_.Clear();
+        ended = subscriptions_.EndAll();
+    }
+    turns_.Stop();
+}
+
+std::string ProfileService::UdidOf(const std::string& deviceId) const {
+    return deviceId == LOCAL_DEVICE ? udid_ : deviceId;
+}
+
+int32_t ProfileService::GetCharacteristicProfile(const std::string& deviceId, const std::string& serviceName,
+    const std::string& characteristicKey, CharacteristicProfile& profile) {
+    RecordPtr record;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (udid_.empty()) {
+            return PROFILE_NOT_READY;
+        }
+        record = table_.Find(UdidOf(deviceId), CharacteristicName(serviceName, characteristicKey));
+    }
+    if (!record) {
+        return PROFILE_UNKNOWN;
+    }
+    profile = record->profile;
+    return PROFILE_OK;
+}
+
+int32_t ProfileService::PutServiceProfile(const ServiceProfile& profile) {
+    CharacteristicProfile service;
+    service.SetDeviceId(profile.GetDeviceId());
+    service.SetServiceName(profile.GetServiceName());
+    service.SetCharacteristicValue(profile.GetServiceType());
+    return Put(ProfileKind::SERVICE, std::move(service));
+}
+
+int32_t ProfileService::PutCharacteristicProfile(const CharacteristicProfile& profile) {
+    return Put(ProfileKind::CHARACTERISTIC, profile);
+}
+
+int32_t ProfileService::Put(ProfileKind kind, CharacteristicProfile profile) {
+    const std::scoped_lock publishing(publishMutex_);
+    const auto record = std::make_shared<ProfileRecord>();
+    {
+        const std::scoped_lock lock(mutex_);
+        if (udid_.empty()) {
+            return PROFILE_NOT_READY;
+        }
+        if (UdidOf(profile.GetDeviceId()) != udid_) {
+            return PROFILE_NOT_OWN;
+        }
+        profile.SetDeviceId(udid_);
+        *record = {kind, std::move(profile)};
+        if (const ProfileCode code = table_.Check(*record); code != PROFILE_OK) {
+            return code;
+        }
+        const RecordPtr known = table_.Find(udid_, ProfileName(*record));
+        if (known && HasSameContent(*known, *record)) {
+            return PROFILE_OK;
+        }
+    }
+    return Commit(record, false);
+}
+
+int32_t ProfileService::Delete(const std::string& serviceName, const std::string& characteristicKey) {
+    const std::scoped_lock publishing(publishMutex_);
+    RecordPtr record;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (udid_.empty()) {
+            return PROFILE_NOT_READY;
+        }
+        record = table_.Find(udid_, CharacteristicName(serviceName, characteristicKey));
+    }
+    return record ? Commit(record, true) : static_cast<int32_t>(PROFILE_UNKNOWN);
+}
+
+// Whoever learns of the change can rely on it: it is stored first.
+int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
+    const ProfileName name(*record);
+    try {
+        if (isDeleted) {
+            store_->Delete(name);
+        } else {
+            store_->Put(*record);
+        }
+    } catch (const std::exception& error) {
+        ProfilePrint(LogLevel::ERROR, "a profile of this device is not kept: %{public}s", error.what());
+        return PROFILE_STORE_FAILED;
+    }
+    bool isToBeTold = false;
+    {
+        const std::scoped_lock lock(mutex_);
+        isToBeTold = subscriptions_.Add(
+            isDeleted ? table_.Delete(record->profile.GetDeviceId(), name) : table_.Put(record, THIS_DEVICE));
+    }
+    if (network_ != nullptr) {
+        network_->Publish(record, isDeleted);
+    }
+    if (isToBeTold) {
+        turns_.Wake();
+    }
+    return PROFILE_OK;
+}
+
+int32_t ProfileService::SubscribeDeviceProfile(const SubscribeInfo& subscribeInfo) {
+    if (!subscribeInfo.GetListener()) {
+        return PROFILE_INVALID_ARGUMENT;
+    }
+    const SubscribeKey& key = subscribeInfo.GetSubscribeKey();
+    Ended earlier;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (udid_.empty()) {
+            return PROFILE_NOT_READY;
+        }
+        earlier = subscriptions_.Subscribe(
+            subscribeInfo, table_.Find(key.deviceId, CharacteristicName(key.serviceName, key.characteristicKey)));
+    }
+    turns_.Wake();
+    return PROFILE_OK;
+}
+
+int32_t ProfileService::UnSubscribeDeviceProfile(const SubscribeInfo& subscribeInfo) {
+    Ended ended;
+    const std::scoped_lock lock(mutex_);
+    if (udid_.empty()) {
+        return PROFILE_NOT_READY;
+    }
+    ended = subscriptions_.Unsubscribe(subscribeInfo);
+    return ended ? PROFILE_OK : PROFILE_NOT_SUBSCRIBED;
+}
+
+void ProfileService::SetWatcher(Watcher watcher) {
+    Ended earlier;
+    const std::scoped_lock lock(mutex_);
+    if (!udid_.empty()) {
+        earlier = subscriptions_.Watch(std::move(watcher));
+    }
+}
+
+std::vector<ProfileService::KnownProfile> ProfileService::List(const std::string& deviceId) const {
+    std::vector<RecordPtr> records;
+    {
+        const std::scoped_lock lock(mutex_);
+        records = table_.Of(UdidOf(deviceId));
+    }
+    std::map<std::string, std::string> types;
+    std::vector<KnownProfile> list;
+    for (const RecordPtr& record : records) {
+        const CharacteristicProfile& profile = record->profile;
+        if (record->kind == ProfileKind::SERVICE) {
+            types[profile.GetServiceName()] = profile.GetCharacteristicValue();
+        } else {
+            list.push_back({profile, types[profile.GetServiceName()]});
+        }
+    }
+    return list;
+}
+
+// False when nobody was to be told of anything.
+bool ProfileService::TellOne() {
+    std::optional<ChangeQueue::Change> change;
+    {
+        const std::scoped_lock lock(mutex_);
+        change = subscriptions_.TakeNext();
+    }
+    if (change) {
+        ChangeQueue::Tell(*change);
+    }
+    return change.has_value();
+}
+
+bool ProfileService::Join(ProfileNetwork& network, const std::string& udid) {
+    {
+        const std::scoped_lock publishing(publishMutex_);
+        std::vector<RecordPtr> own;
+        {
+            const std::scoped_lock lock(mutex_);
+            if (udid_ != udid) {
+                return false;
+            }
+            own = table_.Of(udid_);
+        }
+        network_ = &network;
+        for (const RecordPtr& record : own) {
+            network.Publish(record, false);
+        }
+    }
+    turns_.SetNetwork(&network);
+    return true;
+}
+
+void ProfileService::Leave() {
+    {
+        const std::scoped_lock publishing(publishMutex_);
+        network_ = nullptr;
+    }
+    turns_.SetNetwork(nullptr);
+    const std::scoped_lock lock(mutex_);
+    for (const ProfileStep& step : table_.ForgetAllBut(udid_)) {
+        subscriptions_.Add(step);
+    }
+}
+
+void ProfileService::OnPut(const RecordPtr& record, WriterId writer) {
+    const std::scoped_lock lock(mutex_);
+    const std::string& udid = record->profile.GetDeviceId();
+    if (udid_.empty() || udid == udid_) {
+        return;
+    }
+    if (const ProfileCode code = table_.Check(*record); code == PROFILE_OK) {
+        subscriptions_.Add(table_.Put(record, writer));
+    } else if (table_.IsFirstRefusal(udid)) {
+        ProfilePrint(
+            LogLevel::WARN, "device %{public}s publishes more than it may: refused, %{public}d", Anonymous(udid), code);
+    }
+}
+
+void ProfileService::OnDelete(const std::string& udid, const ProfileName& name) {
+    const std::scoped_lock lock(mutex_);
+    if (udid != udid_) {
+        subscriptions_.Add(table_.Delete(udid, name));
+    }
+}
+
+void ProfileService::OnGone(const std::string& udid, WriterId writer) {
+    const std::scoped_lock lock(mutex_);
+    for (const ProfileStep& step : table_.Forget(udid, writer)) {
+        subscriptions_.Add(step);
+    }
+}
+
+}  // namespace ZYNE::Linux

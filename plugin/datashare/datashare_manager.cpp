@@ -1,0 +1,82 @@
+#include "plugin/datashare/datashare_manager.h"
+
+#include <mutex>
+
+#include "platform/host/picker_result.h"
+#include "plugin/utils/log.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+constexpr LogDomain LOG = LogDomains::DATASHARE;
+
+}  // namespace
+
+DataShareManager& DataShareManager::GetInstance() {
+    static DataShareManager instance;
+    return instance;
+}
+
+bool DataShareManager::CreateDataShareHelper(const std::string& uri, int32_t systemAbilityId) {
+    // Held to the end: who comes meanwhile for the same URI takes the helper that is being made. The port neither calls
+    // observers inline nor waits for them.
+    std::unique_lock lock(mutex_);
+    const std::string maskedUri = PickerResult::StringToAnonymous(uri);
+    if (helpers_.contains(uri)) {
+        CFWK_LOGI(LOG, "helper exists for uri:%{public}s", maskedUri);
+        return true;
+    }
+    auto helper = std::make_shared<DataShareImp>();
+    if (!helper->CreateDataShareHelper(uri, systemAbilityId)) {
+        CFWK_LOGE(LOG, "create helper failed for uri:%{public}s", maskedUri);
+        return false;
+    }
+    helpers_.emplace(uri, std::move(helper));
+    CFWK_LOGI(LOG, "create new helper success for uri:%{public}s", maskedUri);
+    return true;
+}
+
+bool DataShareManager::IsHelperExists(const std::string& uri) {
+    return FindHelper(uri) != nullptr;
+}
+
+std::shared_ptr<DataShareImp> DataShareManager::FindHelper(const std::string& uri) {
+    std::shared_ptr<DataShareImp> helper;
+    {
+        std::shared_lock lock(mutex_);
+        const auto found = helpers_.find(uri);
+        helper = found != helpers_.end() ? found->second : nullptr;
+    }
+    if (!helper) {
+        CFWK_LOGE(LOG, "failed due to no helper record for uri:%{public}s", PickerResult::StringToAnonymous(uri));
+        return nullptr;
+    }
+    CFWK_LOGI(LOG, "helper exist for uri:%{public}s", PickerResult::StringToAnonymous(uri));
+    return helper;
+}
+
+void DataShareManager::RegisterObserver(const std::string& uri) {
+    if (const auto helper = FindHelper(uri)) {
+        helper->RegisterObserver();
+        CFWK_LOGI(
+            LOG, "DataShareManager RegisterObserver uri:%{public}s success", PickerResult::StringToAnonymous(uri));
+    }
+}
+
+void DataShareManager::NotifyDPChangedInfo(const std::string& uri, const std::string& data) {
+    if (const auto helper = FindHelper(uri)) {
+        helper->NotifyDPChangedInfo(data);
+        CFWK_LOGI(
+            LOG, "DataShareManager NotifyDPChangedInfo uri:%{public}s success", PickerResult::StringToAnonymous(uri));
+    }
+}
+
+void DataShareManager::InsertDPChangedInfo(const std::string& uri, const std::string& key, const std::string& value) {
+    if (const auto helper = FindHelper(uri)) {
+        helper->InsertDPChangedInfo(key, value);
+        CFWK_LOGI(
+            LOG, "DataShareManager InsertDPChangedInfo uri:%{public}s success", PickerResult::StringToAnonymous(uri));
+    }
+}
+
+}  // namespace ZYNE::CollaborationFwk

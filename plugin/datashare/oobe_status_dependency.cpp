@@ -1,0 +1,102 @@
+#include "plugin/datashare/oobe_status_dependency.h"
+
+#include "platform/host/global_variables.h"
+#include "platform/system_ability/system_ability_manager_client.h"
+#include "plugin/utils/log.h"
+#include "plugin/utils/system_ability_ids.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+constexpr LogDomain LOG = LogDomains::DEVICE_DETECT;
+
+constexpr char KEY_COLUMN[] = "KEYWORD";
+constexpr char VALUE_COLUMN[] = "VALUE";
+constexpr char DEVICE_PROVISIONED[] = "device_provisioned";
+constexpr char USER_SETUP_COMPLETE[] = "user_setup_complete";
+constexpr char IS_OTA_FINISHED[] = "is_ota_finished";
+constexpr char NO[] = "0";
+constexpr char YES[] = "1";
+constexpr char NO_SECOND_URI[] = "";
+constexpr int WAIT_SECONDS = 2;
+
+struct CloseResultSet {
+    void operator()(DataShareResultSet* resultSet) const { resultSet->Close(); }
+};
+
+// The one value that was asked for; empty when it cannot be read.
+std::string ReadValue(DataShareResultSet* resultSet, const std::string& key) {
+    int numRows = 0;
+    if (resultSet == nullptr || resultSet->GetRowCount(numRows) != 0 || numRows == 0) {
+        CFWK_LOGE(LOG, "get oobe status, numRows is zero with key is %{public}s", key);
+        return {};
+    }
+    std::string value;
+    if (resultSet->GoToRow(0) != 0 || resultSet->GetString(0, value) != 0) {
+        CFWK_LOGE(LOG, "get oobe status, resultSet->GetString not ok with key is %{public}s", key);
+        return {};
+    }
+    CFWK_LOGI(LOG, "GetStringValue, setting value is %{public}s with key is %{public}s", value, key);
+    return value;
+}
+
+}  // namespace
+
+OobeStatusDependency& OobeStatusDependency::GetInstance() {
+    static OobeStatusDependency instance;
+    return instance;
+}
+
+bool OobeStatusDependency::IsOobeReady() {
+    std::lock_guard lock(mutex_);
+    if (oobeStatus_.empty() || oobeStatus_ == NO) {
+        CFWK_LOGI(LOG, "start query oobe status from dataShare");
+        const std::string deviceProvisioned = GetOobeStatus(DEVICE_PROVISIONED);
+        const std::string userSetupComplete = GetOobeStatus(USER_SETUP_COMPLETE);
+        const std::string isOtaFinished = GetOobeStatus(IS_OTA_FINISHED);
+        // A device that was never updated has no "is_ota_finished".
+        const bool isReady = deviceProvisioned == YES && userSetupComplete == YES && isOtaFinished != NO;
+        oobeStatus_ = isReady ? YES : NO;
+    }
+    return oobeStatus_ == YES;
+}
+
+std::string OobeStatusDependency::GetOobeStatus(const std::string& key) {
+    return GetOobeStatusByUri(key, GloableVariables::SETTING_URI_PROXY);
+}
+
+std::string OobeStatusDependency::GetOobeStatusByUri(const std::string& key, const std::string& uri) {
+    if (!dataShareHelper_) {
+        CFWK_LOGI(LOG, "dataShareHelper is null, init");
+        dataShareHelper_ = GetDataShareHelper(uri, SystemAbilityIds::DEVICE_PROFILE);
+    }
+    if (!dataShareHelper_) {
+        CFWK_LOGE(LOG, "dataShareHelper is null, key is %{public}s", key);
+        return {};
+    }
+    DataSharePredicates predicates;
+    predicates.EqualTo(KEY_COLUMN, key);
+    const std::shared_ptr<DataShareResultSet> resultSet = dataShareHelper_->Query(Uri(uri), predicates, {VALUE_COLUMN});
+    const std::unique_ptr<DataShareResultSet, CloseResultSet> closeAtTheEnd(resultSet.get());
+    return ReadValue(resultSet.get(), key);
+}
+
+std::shared_ptr<DataShareHelper> OobeStatusDependency::GetDataShareHelper(
+    const std::string& uri, int32_t systemAbilityId) {
+    CFWK_LOGI(LOG, "create DataShareHelper instance");
+    const sptr<ISystemAbilityManager> manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    if (!manager) {
+        CFWK_LOGE(LOG, "CreateDataShareHelper, GetSystemAbilityManager return nullptr");
+        return nullptr;
+    }
+    const sptr<IRemoteObject> token = manager->GetSystemAbility(systemAbilityId);
+    if (!token) {
+        CFWK_LOGE(LOG,
+            "CreateDataShareHelper GetSystemAbility return nullptr,             systemAbilityId = %{public}d",
+            systemAbilityId);
+        return nullptr;
+    }
+    return DataShareHelper::Creator(token, uri, NO_SECOND_URI, WAIT_SECONDS);
+}
+
+}  // namespace ZYNE::CollaborationFwk

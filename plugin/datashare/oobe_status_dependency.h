@@ -1,0 +1,43 @@
+// Tells whether the device has been set up, which the settings know: "device_provisioned" and "user_setup_complete"
+// must be "1", and "is_ota_finished" must not be "0".
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/datashare/data_share_helper.h"
+#include "plugin/export.h"
+
+namespace ZYNE::CollaborationFwk {
+
+class LibraryRenewer;
+
+// Any thread.
+class OobeStatusDependency {
+public:
+    CFWK_EXPORT static OobeStatusDependency& GetInstance();
+
+    // Reads the settings until the device is set up, and remembers that. Blocks while the settings provider starts and
+    // answers; false also while it cannot be had.
+    CFWK_EXPORT bool IsOobeReady();
+
+private:
+    friend class LibraryRenewer;  // tests start each case with a fresh library
+
+    OobeStatusDependency() = default;
+    virtual ~OobeStatusDependency() = default;
+
+    // The value of one setting; empty when it cannot be read.
+    std::string GetOobeStatus(const std::string& key);
+    std::string GetOobeStatusByUri(const std::string& key, const std::string& uri);
+    // Null on failure.
+    std::shared_ptr<DataShareHelper> GetDataShareHelper(const std::string& uri, int32_t systemAbilityId);
+
+    std::mutex mutex_;  // held across queries: who asks meanwhile waits for their outcome
+    std::shared_ptr<DataShareHelper> dataShareHelper_;  // guarded by mutex_; null until it could be made
+    std::string oobeStatus_;                            // guarded by mutex_; empty until the first query
+};
+
+}  // namespace ZYNE::CollaborationFwk

@@ -1,0 +1,452 @@
+// Shared data on a real bus, with other processes that use it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+
+#include "linux/bus/bus_address.h"
+#include "linux/bus/device_bus.h"
+#include "linux/bus/system_abilities.h"
+#include "linux/datashare/data_share_service.h"
+#include "linux/datashare/share_limits.h"
+#include "linux/store/database.h"
+#include "platform/host/data_share_utils.h"
+#include "tests/scenario/process.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+namespace fs = std::filesystem;
+using CollaborationFwk::DataShareUtils;
+using ::testing::ElementsAre;
+using Testing::Eventually;
+using ::testing::HasSubstr;
+using Testing::Process;
+
+using Row = std::map<std::string, std::string>;
+using Table = std::vector<std::vector<std::string>>;
+
+constexpr char DESK[] = "datashare:///org.example.desk";
+constexpr char NOTES[] = "datashare:///org.example.desk/notes";
+constexpr char SETTINGS[] = "datashare:///com.zyne.settingsdata/entry/settingsdata/SETTINGSDATA?Proxy=true";
+constexpr char SECURE[] = "datashare:///com.zyne.settingsdata/entry/settingsdata/USER_SETTINGSDATA_SECURE_";
+constexpr char NO_CELL[] = "(none)";
+
+DataShareValuesBucket Values(const Row& row) {
+    DataShareValuesBucket values;
+    for (const auto& [column, value] : row) {
+        values.Put(column, value);
+    }
+    return values;
+}
+
+DataShareObserver::ChangeInfo Change(const std::vector<std::string>& uris, const std::string& data) {
+    DataShareObserver::ChangeInfo info;
+    info.uris.insert(info.uris.end(), uris.begin(), uris.end());
+    info.data = data.data();
+    info.size = static_cast<uint32_t>(data.size());
+    return info;
+}
+
+class Listener final : public DataShareObserver {
+public:
+    void OnChange(const ChangeInfo& info) override {
+        const std::scoped_lock lock(mutex_);
+        type = info.changeType;
+        told_.emplace_back(static_cast<const char*>(info.data), info.size);
+        if (throws) {
+            throw std::runtime_error("an observer's own trouble");
+        }
+    }
+    std::vector<std::string> Told() {
+        const std::scoped_lock lock(mutex_);
+        return told_;
+    }
+    bool IsTold(const std::string& last) {
+        return Eventually([&] { return !Told().empty() && Told().back() == last; });
+    }
+
+    std::atomic<ChangeType> type = ChangeType::INSERT;
+    std::atomic<bool> throws = false;
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> told_;
+};
+
+class RowListener final : public DataAbilityObserverStub {
+public:
+    void OnChange() override { ++calls; }
+    std::atomic<int> calls = 0;
+};
+
+class SharedData : public ::testing::Test {
+protected:
+    SharedData() {
+        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
+        directory = mkdtemp(path.data());
+        DeviceBus::GetInstance().Start({directory / "run", {}, {}});
+        SystemAbilities::GetInstance()->AddLocalAbility(
+            DataShareService::SYSTEM_ABILITY_ID, DataShareService::GetInstance()->AsObject());
+        DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK});
+        setenv("DBUS_STARTER_ADDRESS", DeviceBus::GetInstance().GetAddress().c_str(), 1);
+        helper = Helper(DESK);
+    }
+    ~SharedData() override {
+        DataShareService::GetInstance()->Stop();
+        DeviceBus::GetInstance().Stop();
+        fs::remove_all(directory);
+    }
+
+    static std::shared_ptr<DataShareHelper> Helper(const std::string& uri) {
+        return DataShareUtils::GetDataShareHelper(uri, DataShareService::SYSTEM_ABILITY_ID);
+    }
+    // Every row that was found, or a word for the failure.
+    Table Query(const std::string& uri, const Row& conditions, const std::vector<std::string>& columns, size_t width) {
+        DataSharePredicates predicates;
+        for (const auto& [column, value] : conditions) {
+            predicates.EqualTo(column, value);
+        }
+        const auto found = helper->Query(Uri(uri), predicates, columns);
+        int count = 0;
+        if (!found || found->GetRowCount(count) != 0) {
+            return {{"failed"}};
+        }
+        Table table(static_cast<size_t>(count));
+        for (int row = 0; row < count; ++row) {
+            EXPECT_EQ(found->GoToRow(row), 0);
+            for (size_t column = 0; column < width; ++column) {
+                std::string value = NO_CELL;
+                found->GetString(static_cast<int>(column), value);
+                table[static_cast<size_t>(row)].push_back(value);
+            }
+        }
+        EXPECT_EQ(found->Close(), 0);
+        EXPECT_NE(found->Close(), 0);
+        return table;
+    }
+    int32_t Insert(const Row& row, const std::string& uri = NOTES) const {
+        return helper->Insert(Uri(uri), Values(row));
+    }
+    int32_t Update(const Row& conditions, const Row& row, const std::string& uri = NOTES) const {
+        DataSharePredicates predicates;
+        for (const auto& [column, value] : conditions) {
+            predicates.EqualTo(column, value);
+        }
+        return helper->Update(Uri(uri), predicates, Values(row));
+    }
+    std::shared_ptr<Listener> Listen(const std::string& uri, bool descendants = false) const {
+        auto listener = std::make_shared<Listener>();
+        helper->RegisterObserverExt(Uri(uri), listener, descendants);
+        return listener;
+    }
+    void Announce(const std::string& uri, const std::string& data) const {
+        helper->NotifyChangeExt(Change({uri}, data));
+    }
+
+    // A process of an app, and what it has printed.
+    std::unique_ptr<Process> StartApp(const std::vector<std::string>& arguments) {
+        std::vector<std::string> command{SHARE_APP};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return std::make_unique<Process>(command, Output(arguments));
+    }
+    fs::path Output(const std::vector<std::string>& arguments) const {
+        return directory / (arguments[0] + (arguments.size() > 2 ? arguments[2] : ""));
+    }
+    bool Prints(const std::vector<std::string>& arguments, const std::string& text) const {
+        return Eventually([&] {
+            std::ifstream file(Output(arguments));
+            return std::string(std::istreambuf_iterator<char>(file), {}).find(text) != std::string::npos;
+        });
+    }
+
+    fs::path directory;
+    std::shared_ptr<DataShareHelper> helper;
+};
+
+TEST_F(SharedData, KeepsOneRowForEachNameAndGivesTheColumnsThatAreAskedFor) {
+    EXPECT_EQ(Insert({{"KEYWORD", "a"}, {"VALUE", "1"}, {"more", "x"}}), 1);
+    EXPECT_EQ(Insert({{"device1", "facts"}}), 1);
+    EXPECT_EQ(Insert({{"device2", "facts"}}), 1);
+    EXPECT_EQ(Insert({{"KEYWORD", "b"}, {"VALUE", "1"}}), 1);
+    EXPECT_EQ(Insert({{"KEYWORD", "a"}, {"VALUE", "2"}}), 1);
+    EXPECT_EQ(Insert({{"device1", "newer facts"}}), 1);
+
+    EXPECT_EQ(Query(NOTES, {}, {"VALUE", "KEYWORD", "more"}, 3),
+        (Table{{"2", "a", NO_CELL}, {NO_CELL, NO_CELL, NO_CELL}, {NO_CELL, NO_CELL, NO_CELL}, {"1", "b", NO_CELL}}));
+    EXPECT_EQ(Query(NOTES, {{"device1", "newer facts"}}, {}, 1), (Table{{"newer facts"}}));
+    EXPECT_EQ(Query(NOTES, {{"KEYWORD", "b"}, {"VALUE", "1"}}, {}, 3), (Table{{"b", "1", NO_CELL}}));
+    EXPECT_EQ(Query(NOTES, {{"KEYWORD", "b"}, {"VALUE", "2"}}, {}, 2), Table());
+    EXPECT_EQ(Query(DESK, {}, {}, 1), Table());
+
+    const auto found = helper->Query(Uri(NOTES), {}, {"VALUE"});
+    std::string value;
+    EXPECT_NE(found->GetString(0, value), 0);
+    EXPECT_NE(found->GoToRow(4), 0);
+    EXPECT_NE(found->GoToRow(-1), 0);
+    EXPECT_EQ(found->GoToRow(0), 0);
+    EXPECT_NE(found->GetString(1, value), 0);
+}
+
+TEST_F(SharedData, UpdatesTheRowsThatAreMeantAndNeverAddsOne) {
+    Insert({{"KEYWORD", "a"}, {"VALUE", "1"}, {"more", "x"}});
+    Insert({{"KEYWORD", "b"}, {"VALUE", "1"}});
+    EXPECT_EQ(Update({{"KEYWORD", "c"}}, {{"KEYWORD", "c"}, {"VALUE", "1"}}), 0);
+    EXPECT_EQ(Update({{"VALUE", "1"}}, {{"VALUE", "2"}}), 2);
+    EXPECT_EQ(Update({{"KEYWORD", "b"}}, {{"KEYWORD", "c"}}), 1);
+    EXPECT_EQ(Update({{"KEYWORD", "c"}}, {{"VALUE", "3"}}), 1);
+    EXPECT_EQ(Update({}, {{"KEYWORD", "same"}}), SHARE_NAME_TAKEN);
+    EXPECT_EQ(Query(NOTES, {}, {}, 3), (Table{{"a", "2", "x"}, {"c", "3", NO_CELL}}));
+}
+
+TEST_F(SharedData, ReachesASettingByEveryFormOfItsUri) {
+    helper = Helper(SECURE);
+    ASSERT_NE(helper, nullptr);
+    const std::string table = std::string(SECURE) + "100?Proxy=true";
+    std::string value;
+    EXPECT_NE(DataShareUtils::QueryStringValue(table, "state", value), 0);
+    EXPECT_EQ(Insert({{"KEYWORD", "state"}, {"VALUE", "0"}}, table), 1);
+    EXPECT_EQ(Update({{"KEYWORD", "state"}}, {{"KEYWORD", "state"}, {"VALUE", "1"}}, table + "&&key=state"), 1);
+    EXPECT_EQ(DataShareUtils::QueryStringValue(table, "state", value), 0);
+    EXPECT_EQ(value, "1");
+    EXPECT_NE(DataShareUtils::QueryStringValue(SETTINGS, "state", value), 0);
+    EXPECT_NE(DataShareUtils::QueryStringValue("datashare:///org.nobody", "state", value), 0);
+}
+
+TEST_F(SharedData, TakesAnyBytesWithinItsLimits) {
+    const std::vector<std::string> hostile = {"'; DROP TABLE row; --", "%_*?", std::string("a\0b", 3), "\xff\xfe", "\"",
+        "", std::string(ShareLimits::VALUE, 'x')};
+    for (const std::string& text : hostile) {
+        const std::string column = text.empty() || text.size() > ShareLimits::NAME ? "column" : text;
+        EXPECT_EQ(Insert({{column, text}, {"id", text}}), 1);
+        EXPECT_EQ(Query(NOTES, {{column, text}, {"id", text}}, {column}, 1), (Table{{text}}));
+    }
+    EXPECT_EQ(Query(NOTES, {{"id", "a"}}, {}, 1), Table());
+    EXPECT_EQ(Query(NOTES, {{"id", "%"}}, {}, 1), Table());
+
+    EXPECT_EQ(Insert({}), SHARE_BAD_ROW);
+    EXPECT_EQ(Insert({{"", "x"}}), SHARE_BAD_ROW);
+    EXPECT_EQ(Insert({{"x", std::string(ShareLimits::VALUE + 1, 'x')}}), SHARE_BAD_ROW);
+    EXPECT_EQ(Insert({{"KEYWORD", std::string(ShareLimits::NAME + 1, 'x')}}), SHARE_BAD_ROW);
+    const std::string large = hostile.back();
+    EXPECT_EQ(Insert({{"1", large}, {"2", large}, {"3", large}, {"4", large}, {"5", "x"}}), SHARE_BAD_ROW);
+    EXPECT_EQ(Insert({{"x", "y"}}, NOTES + std::string(ShareLimits::URI, 'x')), SHARE_BAD_URI);
+}
+
+TEST_F(SharedData, TakesNoMoreRowsThanItsLimitAndGivesNoMoreThanAResultHolds) {
+    SQLite::Database file((directory / "datashare.db").string(), SQLite::OPEN_READWRITE);
+    const std::string others = std::to_string(ShareLimits::ROWS - 1);
+    file.exec("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " + others +
+        ") INSERT INTO row (share, name) SELECT CAST('" + NOTES + "' AS BLOB), CAST('k' || i AS BLOB) FROM n");
+    EXPECT_EQ(Insert({{"KEYWORD", "last"}}), 1);
+    EXPECT_EQ(Insert({{"KEYWORD", "too many"}}), SHARE_FULL);
+    EXPECT_EQ(Insert({{"KEYWORD", "last"}, {"VALUE", "replaced"}}), 1);
+    EXPECT_EQ(Query(NOTES, {}, {}, 0).size(), ShareLimits::ROWS);
+
+    file.exec("INSERT INTO cell SELECT id, CAST('x' AS BLOB), zeroblob(4194304) FROM row LIMIT 17");
+    EXPECT_EQ(Query(NOTES, {}, {}, 1), (Table{{"failed"}}));
+    EXPECT_EQ(Query(NOTES, {{"KEYWORD", "last"}}, {"VALUE"}, 1), (Table{{"replaced"}}));
+}
+
+TEST_F(SharedData, ServesWhatAppsDeclareWithAllBelowAndTheSettingsAlone) {
+    for (const std::string served : {DESK, NOTES, SETTINGS, SECURE, "datashare:///com.zyne.settingsdata"}) {
+        EXPECT_NE(Helper(served), nullptr) << served;
+    }
+    for (const std::string other : {"datashare:///org.example.desktop", "datashare:///org.example", "datashare:///",
+             "datashare:///com.zyne.settingsdataX/a", "http:///org.example.desk", ""}) {
+        EXPECT_EQ(Helper(other), nullptr) << other;
+    }
+    EXPECT_EQ(Insert({{"KEYWORD", "a"}}, SETTINGS), SHARE_NOT_PROVIDED);
+    const auto token = DataShareService::GetInstance()->AsObject();
+    EXPECT_NE(DataShareHelper::Creator(token, "datashare:///org.nobody", NOTES, 2), nullptr);
+    EXPECT_EQ(DataShareHelper::Creator(nullptr, NOTES, "", 2), nullptr);
+}
+
+TEST_F(SharedData, LosesNoRowOfSeveralWritersNorOfOneThatIsKilled) {
+    const std::vector<std::string> first{"insert", NOTES, "a", "50"};
+    const std::vector<std::string> second{"insert", NOTES, "b", "50"};
+    const auto firstApp = StartApp(first);
+    const auto secondApp = StartApp(second);
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(Insert({{"KEYWORD", "c" + std::to_string(i)}}), 1);
+    }
+    ASSERT_TRUE(Prints(first, "done"));
+    ASSERT_TRUE(Prints(second, "done"));
+    firstApp->Signal(SIGKILL);
+    firstApp->Wait();
+    EXPECT_EQ(Query(NOTES, {}, {}, 0).size(), 150u);
+    EXPECT_EQ(Query(NOTES, {{"KEYWORD", "a49"}}, {"VALUE"}, 1), (Table{{"49"}}));
+}
+
+TEST_F(SharedData, CarriesNoticesBetweenProcessesInOrder) {
+    constexpr size_t LARGE = 100'000;
+    const auto listener = Listen(NOTES);
+    const std::vector<std::string> large{"notify", NOTES, std::to_string(LARGE), "100"};
+    const auto largeApp = StartApp(large);
+    std::vector<std::string> expected;
+    for (int i = 0; i < 100; ++i) {
+        expected.push_back(static_cast<char>(i) + std::string(LARGE - 1, '\0'));
+    }
+    EXPECT_TRUE(Eventually([&] { return listener->Told().size() >= expected.size(); }));
+    EXPECT_EQ(listener->Told(), expected);
+    EXPECT_EQ(listener->type, DataShareObserver::ChangeType::UPDATE);
+
+    const std::vector<std::string> watch{"watch", DESK};
+    const auto watchingApp = StartApp(watch);
+    ASSERT_TRUE(Prints(watch, "done"));
+    Announce(NOTES, "hello");
+    EXPECT_TRUE(Prints(watch, "told of 5 bytes"));
+    EXPECT_TRUE(listener->IsTold("hello"));
+}
+
+TEST_F(SharedData, TellsOfANoticeWhoeverWatchesItsPathOrWithDescendantsAnUpperOne) {
+    const auto exact = Listen(NOTES);
+    const auto above = Listen(DESK, true);
+    const auto aboveAlone = Listen(DESK);
+    const auto rows = MakeSptr<RowListener>();
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), rows), 0);
+    above->throws = true;
+
+    Announce(std::string(DESK) + "/notes2", "sibling");
+    Announce(NOTES + std::string("/below?x=y"), "below");
+    EXPECT_EQ(Insert({{"KEYWORD", "a"}}), 1);
+    helper->NotifyChangeExt(Change({NOTES, DESK}, "both"));
+    EXPECT_TRUE(exact->IsTold("both"));
+    EXPECT_TRUE(above->IsTold("both"));
+    EXPECT_TRUE(aboveAlone->IsTold("both"));
+    EXPECT_THAT(exact->Told(), ElementsAre("both"));
+    EXPECT_THAT(above->Told(), ElementsAre("sibling", "below", "both"));
+    EXPECT_THAT(aboveAlone->Told(), ElementsAre("both"));
+    EXPECT_TRUE(Eventually([&] { return rows->calls == 1; }));
+}
+
+TEST_F(SharedData, TellsOfRowsWhoeverWatchesThemUntilUnregistered) {
+    const auto any = MakeSptr<RowListener>();
+    const auto above = MakeSptr<RowListener>();
+    const auto one = MakeSptr<RowListener>();
+    const auto other = MakeSptr<RowListener>();
+    const Uri narrowed(NOTES + std::string("?Proxy=true&&key=one"));
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), any), 0);
+    EXPECT_EQ(helper->RegisterObserver(Uri(DESK), above), 0);
+    EXPECT_EQ(helper->RegisterObserver(narrowed, one), 0);
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES + std::string("?key=other")), other), 0);
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), nullptr), SHARE_NO_OBSERVER);
+    EXPECT_TRUE(helper->Release());  // registrations outlive it
+    EXPECT_FALSE(helper->Release());
+    EXPECT_EQ(Insert({{"KEYWORD", "one"}}), SHARE_RELEASED);
+
+    helper = Helper(NOTES);
+    Insert({{"KEYWORD", "one"}});
+    EXPECT_TRUE(Eventually([&] { return any->calls == 1 && above->calls == 1 && one->calls == 1; }));
+    Update({{"KEYWORD", "two"}}, {{"VALUE", "changes nothing"}});
+    Update({{"KEYWORD", "one"}}, {{"VALUE", "1"}});
+    EXPECT_TRUE(Eventually([&] { return any->calls == 2 && above->calls == 2 && one->calls == 2; }));
+
+    EXPECT_EQ(helper->UnregisterObserver(Uri(NOTES), one), SHARE_NO_OBSERVER);
+    EXPECT_EQ(helper->UnregisterObserver(narrowed, one), 0);
+    EXPECT_EQ(helper->UnregisterObserver(narrowed, one), SHARE_NO_OBSERVER);
+    Insert({{"KEYWORD", "one"}});
+    EXPECT_TRUE(Eventually([&] { return any->calls == 3 && above->calls == 3; }));
+    EXPECT_EQ(one->calls, 2);
+    EXPECT_EQ(other->calls, 0);
+}
+
+// Uses the helper in its call, then blocks.
+class BlockingListener final : public DataShareObserver {
+public:
+    explicit BlockingListener(DataShareHelper& helper) : helper_(helper) {}
+    void OnChange(const ChangeInfo&) override {
+        ++calls;
+        helper_.Insert(Uri(NOTES), Values({{"KEYWORD", "from inside"}}));
+        std::unique_lock lock(mutex_);
+        ended_.wait(lock, [this] { return end_; });
+    }
+    void End() {
+        const std::scoped_lock lock(mutex_);
+        end_ = true;
+        ended_.notify_all();
+    }
+
+    std::atomic<int> calls = 0;
+
+private:
+    DataShareHelper& helper_;
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool end_ = false;
+};
+
+TEST_F(SharedData, IsNotHeldUpByAnObserverThatBlocksAndForgetsThoseOfAReleasedHelper) {
+    const auto other = Helper(NOTES);
+    const auto blocking = std::make_shared<BlockingListener>(*helper);
+    other->RegisterObserverExt(Uri(NOTES), blocking, false);
+    const auto listener = Listen(NOTES);
+    Announce(NOTES, "1");
+    Announce(NOTES, "2");
+    EXPECT_TRUE(listener->IsTold("2"));
+    EXPECT_TRUE(Eventually([&] { return Query(NOTES, {}, {}, 1) == Table{{"from inside"}}; }));
+
+    other->Release();
+    blocking->End();
+    Announce(NOTES, "3");
+    EXPECT_TRUE(listener->IsTold("3"));
+    EXPECT_TRUE(Eventually([&] { return blocking.use_count() == 1; }));
+    EXPECT_EQ(blocking->calls, 1);
+}
+
+TEST_F(SharedData, PassesOverWhatIsNoNotice) {
+    const auto listener = Listen(NOTES);
+    const BusHandle stranger = OpenBus(DeviceBus::GetInstance().GetAddress());
+    const auto send = [&](const char* member, const char* types, auto... arguments) {
+        EXPECT_GE(sd_bus_emit_signal(
+                      stranger.get(), "/com/zyne/DataShare", "com.zyne.DataShare", member, types, arguments...),
+            0);
+    };
+    send("Notice", "");
+    send("Notice", "s", "text");
+    send("Notice", "v", "s", "text");
+    send("Notice", "v", "ay", 4, 0xff, 0xff, 0xff, 0x7f);
+    send("Notice", "v", "h", STDIN_FILENO);
+    send("RowsChanged", "v", "ay", 4, 0xff, 0xff, 0xff, 0x7f);
+    sd_bus_flush(stranger.get());
+    helper->NotifyChangeExt(Change({}, "no URI"));
+    helper->NotifyChangeExt(Change({NOTES, SETTINGS}, "another's"));
+    Announce(NOTES, std::string(ShareLimits::VALUE + 1, 'x'));
+    Announce(NOTES, "last");
+    EXPECT_TRUE(listener->IsTold("last"));
+    EXPECT_THAT(listener->Told(), ElementsAre("last"));
+}
+
+TEST_F(SharedData, FailsCleanlyOnceItIsStoppedAndFindsItsRowsWhenItIsStartedAgain) {
+    auto listener = Listen(NOTES);
+    Insert({{"KEYWORD", "a"}});
+    DataShareService::GetInstance()->Stop();
+    EXPECT_EQ(listener.use_count(), 1);
+    EXPECT_EQ(Insert({{"KEYWORD", "b"}}), SHARE_NOT_UP);
+    EXPECT_EQ(Update({}, {{"VALUE", "b"}}), SHARE_NOT_UP);
+    EXPECT_EQ(Query(NOTES, {}, {}, 1), (Table{{"failed"}}));
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), MakeSptr<RowListener>()), SHARE_NOT_UP);
+    Announce(NOTES, "nobody hears it");
+    EXPECT_EQ(Helper(NOTES), nullptr);
+
+    DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK});
+    helper = Helper(NOTES);
+    ASSERT_NE(helper, nullptr);
+    listener = Listen(NOTES);
+    EXPECT_EQ(Query(NOTES, {}, {}, 1), (Table{{"a"}}));
+    DeviceBus::GetInstance().Stop();
+    EXPECT_TRUE(Eventually([&] { return listener.use_count() == 1; }));
+    EXPECT_EQ(Insert({{"KEYWORD", "b"}}), SHARE_NOT_UP);
+    EXPECT_THROW(DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK}), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace ZYNE::Linux

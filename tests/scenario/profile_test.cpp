@@ -1,0 +1,227 @@
+// What devices know of one another's profiles, and what their apps publish through them.
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include "tests/scenario/scenario.h"
+
+namespace ZYNE::Testing {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr const char* SERVICE = "sound";
+constexpr const char* TYPE = "audio";
+
+int32_t Put(TestDevice& device, const std::string& key, const std::string& value) {
+    return device.Api().PutProfile(SERVICE, TYPE, key, value);
+}
+
+class Profiles : public Scenario {
+protected:
+    void SetUp() override {
+        phone = &Add("phone", {.type = "phone", .hasBoard = true});
+        pc = &Add("pc", {.hasBoard = true});
+    }
+
+    void StartBoth() {
+        phone->Start();
+        pc->Start();
+        ASSERT_TRUE(Eventually([this] { return phone->Sees("pc") && pc->Sees("phone"); }));
+    }
+
+    // Until `asker` knows `value`, which may be nothing, of the phone's `key`.
+    static bool Comes(TestDevice& asker, const std::string& key, const std::string& value) {
+        return Eventually(
+            [&] { return asker.Lists("phone") && asker.Api().GetProfile("phone", SERVICE, TYPE, key) == value; });
+    }
+
+    std::vector<Client::ProfileEntry> SoundOfPhone(TestDevice& asker) {
+        std::vector<Client::ProfileEntry> entries = asker.Api().ListProfiles("phone");
+        std::erase_if(entries, [](const auto& entry) { return entry.service != SERVICE; });
+        return entries;
+    }
+
+    // A program that goes on printing to the file `output`, once it has begun to watch.
+    std::unique_ptr<Process> Watch(const std::vector<std::string>& command) {
+        auto process = std::make_unique<Process>(command, output);
+        EXPECT_TRUE(Eventually([this] { return Printed("watching"); }));
+        return process;
+    }
+
+    bool Printed(const std::string& text) const { return ReadAll(output).find(text) != std::string::npos; }
+
+    const std::string output = directory / "watched.txt";
+};
+
+TEST_F(Profiles, ReachThePeerThatIsToldWhatWasAddedUpdatedAndDeleted) {
+    StartBoth();
+    const auto watch = Watch({COLLABCTL, "--device", "pc", "profile", "watch", "phone", "--service", SERVICE});
+
+    EXPECT_EQ(phone->Ctl({"profile", "put", "volume", "7", "--service", SERVICE, "--type", TYPE}).status, 0);
+    EXPECT_TRUE(Eventually([this] { return Printed("added  phone  sound  volume  7"); }));
+    EXPECT_EQ(pc->Ctl({"profile", "get", "phone", "volume", "--service", SERVICE}).out, "7\n");
+    EXPECT_EQ(Put(*phone, "volume", "8"), 0);
+    EXPECT_TRUE(Eventually([this] { return Printed("updated  phone  sound  volume  8"); }));
+    EXPECT_THAT(pc->Ctl({"profile", "list", "phone"}).out, ContainsRegex("phone +[^ ]+ +sound +audio +volume +8"));
+    EXPECT_EQ(phone->Ctl({"profile", "delete", "volume", "--service", SERVICE}).status, 0);
+    EXPECT_TRUE(Eventually([this] { return Printed("deleted  phone  sound  volume  8"); }));
+    EXPECT_EQ(pc->Ctl({"profile", "get", "phone", "volume", "--service", SERVICE}).status, 1);
+
+    watch->Signal(SIGINT);
+    EXPECT_EQ(watch->Wait(), 0);
+}
+
+TEST_F(Profiles, AreCompleteForADeviceThatComesLateAndForOneThatReturns) {
+    phone->Start();
+    for (const char* key : {"a", "b", "c"}) {
+        ASSERT_EQ(Put(*phone, key, key), 0);
+    }
+    pc->Start();
+    for (const char* key : {"a", "b", "c"}) {
+        EXPECT_TRUE(Comes(*pc, key, key)) << key;
+    }
+    pc->Stop();
+    ASSERT_EQ(Put(*phone, "a", "new"), 0);
+    ASSERT_EQ(phone->Api().DeleteProfile(SERVICE, "b"), 0);
+    pc->Start();
+    EXPECT_TRUE(Comes(*pc, "a", "new"));
+    EXPECT_TRUE(Comes(*pc, "c", "c"));
+    EXPECT_TRUE(Comes(*pc, "b", ""));
+}
+
+TEST_F(Profiles, AreUnknownWhileTheirDeviceIsAwayAndTheSameWhenItIsBack) {
+    StartBoth();
+    ASSERT_EQ(Put(*phone, "volume", "7"), 0);
+    ASSERT_TRUE(Comes(*pc, "volume", "7"));
+    phone->Stop();
+    EXPECT_TRUE(Comes(*pc, "volume", ""));
+    phone->Start();
+    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, "", "volume"), "7");
+    EXPECT_TRUE(Comes(*pc, "volume", "7"));
+}
+
+TEST_F(Profiles, KeepEveryValueThatWasAcknowledgedBeforeTheDeviceWasKilled) {
+    phone->Start();
+    std::atomic<int> acknowledged = 0;
+    std::thread putting([&] {
+        auto api = phone->Api();
+        try {
+            while (api.PutProfile(SERVICE, TYPE, "key" + std::to_string(acknowledged), "value") == 0) {
+                ++acknowledged;
+            }
+        } catch (const Client::DeviceError&) {
+        }
+    });
+    EXPECT_TRUE(Eventually([&] { return acknowledged >= 200; }));
+    phone->Kill();
+    putting.join();
+    phone->Start();
+    auto api = phone->Api();
+    for (int i = 0; i < acknowledged; ++i) {
+        ASSERT_EQ(api.GetProfile("phone", SERVICE, TYPE, "key" + std::to_string(i)), "value") << i;
+    }
+}
+
+TEST_F(Profiles, ArriveCompleteAndWithTheirLastValuesAfterAThousandPutsInABurst) {
+    constexpr int PUTS = 1000;
+    constexpr int KEYS = 500;
+    StartBoth();
+    auto api = phone->Api();
+    for (int i = 0; i < PUTS; ++i) {
+        ASSERT_EQ(api.PutProfile(SERVICE, TYPE, "key" + std::to_string(i % KEYS), std::to_string(i)), 0);
+    }
+    ASSERT_TRUE(Comes(*pc, "key" + std::to_string(KEYS - 1), std::to_string(PUTS - 1)));
+    const auto known = SoundOfPhone(*pc);
+    EXPECT_EQ(known.size(), size_t{KEYS});
+    for (const Client::ProfileEntry& entry : known) {
+        EXPECT_EQ(std::stoi(entry.value), std::stoi(entry.key.substr(3)) + PUTS - KEYS);
+    }
+}
+
+TEST_F(Profiles, CarryAnAppsChangeToTheAppOfThePeerAndItsValueToALaterRun) {
+    StartBoth();
+    const std::string board = pc->Directory() / "apps/org.example.deskboard/bin/desk_board";
+    const auto watch = Watch({board, "--device", "phone", "watch"});
+
+    EXPECT_EQ(RunCommand({board, "--device", "pc", "set", "Gone for lunch"}).status, 0);
+    EXPECT_TRUE(Eventually([this] { return Printed(R"(from pc  {"board.note" : "Gone for lunch"})"); }));
+    EXPECT_EQ(phone->AskOne("pc", "board.note"), "Gone for lunch");
+
+    // The app's own process is gone by then; the library asks its extension.
+    pc->Stop();
+    std::filesystem::remove(pc->Directory() / "state/profiles.db");
+    pc->Start();
+    EXPECT_TRUE(Eventually([this] {
+        const auto value =
+            phone->Api().GetProfile("pc", "infoCollection", "infoCollection", "infoCollectionCharacterKey");
+        return value.find("Gone for lunch") != std::string::npos;
+    }));
+    watch->Signal(SIGTERM);
+    EXPECT_EQ(watch->Wait(), 0);
+}
+
+TEST_F(Profiles, OfAnotherAccountAreUnknown) {
+    StartBoth();
+    TestDevice& stranger = Add("stranger", {.account = "elsewhere"});
+    TestDevice& friendOfStranger = Add("friend", {.account = "elsewhere"});
+    stranger.Start();
+    friendOfStranger.Start();
+    ASSERT_EQ(Put(*phone, "volume", "7"), 0);
+    ASSERT_EQ(Put(friendOfStranger, "secret", "8"), 0);
+    // By the time that these have arrived, the others would have.
+    ASSERT_TRUE(Comes(*pc, "volume", "7"));
+    ASSERT_TRUE(Eventually([&] { return stranger.Sees("friend") && !stranger.Api().ListProfiles("friend").empty(); }));
+
+    for (const Client::ProfileEntry& entry : stranger.Api().ListProfiles("")) {
+        EXPECT_NE(entry.key, "volume");
+    }
+    for (const Client::ProfileEntry& entry : pc->Api().ListProfiles("")) {
+        EXPECT_NE(entry.key, "secret");
+    }
+    EXPECT_EQ(stranger.Ctl({"profile", "get", "phone", "volume", "--service", SERVICE}).status, 1);
+}
+
+TEST_F(Profiles, OfATvAreSubscribedFiveTimesAndOfOtherDevicesTwice) {
+    TestDevice& tv = Add("tv", {.type = "tv"});
+    phone->Start();
+    tv.Start();
+    EXPECT_TRUE(Eventually([&] { return phone->CountInLog("SubscribeDeviceProfile ret: 0") == 5; }));
+    EXPECT_TRUE(Eventually([&] { return tv.CountInLog("SubscribeDeviceProfile ret: 0") == 2; }));
+}
+
+TEST_F(Profiles, AreToldAsJsonUntilTheDeviceEnds) {
+    phone->Start();
+    const auto watch = Watch({COLLABCTL, "--device", "phone", "profile", "watch", "--key", "large", "--json"});
+    ASSERT_EQ(Put(*phone, "other", "x"), 0);
+    std::string value = "x";
+    for (int i = 0; i < 40000; ++i) {
+        value += "\u00e4";  // two bytes, of which the limit would cut one in two
+    }
+    ASSERT_EQ(Put(*phone, "large", value), 0);
+    EXPECT_TRUE(Eventually([this] { return Printed("}"); }));
+    EXPECT_THAT(ReadAll(output),
+        AllOf(ContainsRegex("\"change\":\"added\",.*\"key\":\"large\""),
+            HasSubstr("\"value\":\"" + value.substr(0, 65535) + "\",\"whole\":false}")));
+
+    phone->Stop();
+    EXPECT_EQ(watch->Wait(), 1);
+    EXPECT_TRUE(Printed("has ended"));
+}
+
+TEST_F(Profiles, CannotHoldWhatIsNotTextOrTooLarge) {
+    phone->Start();
+    EXPECT_THAT(
+        phone->Ctl({"profile", "put", "k", "\xff", "--service", SERVICE, "--type", TYPE}).err, HasSubstr("UTF-8"));
+    EXPECT_NE(Put(*phone, "k", std::string((4 << 20) + 1, 'x')), 0);
+    EXPECT_NE(Put(*phone, std::string(256, 'k'), "v"), 0);
+    EXPECT_THAT(SoundOfPhone(*phone), IsEmpty());
+    EXPECT_EQ(Put(*phone, "k", std::string(4 << 20, 'x')), 0);
+    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k").size(), size_t{4} << 20);
+}
+
+}  // namespace
+}  // namespace ZYNE::Testing

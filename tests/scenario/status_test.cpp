@@ -1,0 +1,59 @@
+// Settings, and what a device tells of its set-up.
+#include "tests/scenario/scenario.h"
+
+namespace ZYNE::Testing {
+namespace {
+
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+
+class Status : public Scenario {
+protected:
+    void SetUp() override {
+        phone = &Add("phone", {.type = "phone"});
+        phone->Start();
+    }
+
+    bool IsSetUp() { return phone->Api().GetSetup().complete; }
+    void Set(const std::string& key, const std::string& value) {
+        EXPECT_EQ(phone->Ctl({"setting", "put", key, value}).status, 0);
+    }
+};
+
+TEST_F(Status, TellsWhatIsInTheWayOfSetUpUntilNothingIs) {
+    EXPECT_THAT(phone->Ctl({"status"}).out,
+        ContainsRegex(
+            "phone\n.*open|account(.|\n)*none\n.*not complete\n(.|\n)*user_setup_complete +\\(not set\\) +yes"));
+    Set("device_provisioned", "1");
+    Set("user_setup_complete", "1");
+    Set("is_ota_finished", "0");
+    EXPECT_FALSE(IsSetUp());
+    EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("user_setup_complete +1 +no\nis_ota_finished +0 +yes"));
+    EXPECT_THAT(phone->Ctl({"status", "--json"}).out, HasSubstr("\"setupComplete\" : false"));
+    Set("is_ota_finished", "1");
+    EXPECT_TRUE(IsSetUp());
+
+    // Once complete it stays so until the next start, which looks again.
+    Set("device_provisioned", "0");
+    EXPECT_TRUE(IsSetUp());
+    phone->Stop();
+    phone->Start();
+    EXPECT_FALSE(IsSetUp());
+}
+
+TEST_F(Status, KeepsSettingsOfEachUserAndOfAllUsersApartAndOverARestart) {
+    auto api = phone->Api();
+    api.PutSetting("colour", "red", Client::DeviceClient::ALL_USERS);
+    api.PutSetting("colour", "green", 100);
+    api.PutSetting("colour", "blue", 100);
+    phone->Stop();
+    phone->Start();
+    EXPECT_EQ(phone->Ctl({"setting", "get", "colour"}).out, "red\n");
+    EXPECT_EQ(phone->Ctl({"setting", "get", "colour", "--user", "100"}).out, "blue\n");
+    const Outcome missing = phone->Ctl({"setting", "get", "colour", "--user", "101"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.err, HasSubstr("colour"));
+}
+
+}  // namespace
+}  // namespace ZYNE::Testing

@@ -1,0 +1,155 @@
+#include "plugin/datashare/datashare_manager.h"
+#include "tests/support/simulated_device.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using ::testing::ElementsAre;
+
+const std::string URI = "datashare:///com.app/facts";
+const std::string MASKED = "dat**cts";
+
+class DataShare : public Testing::LibraryTest {
+protected:
+    DataShare() { device.systemAbilities.running[70635] = device.MakeRemote("profiles", nullptr); }
+
+    bool Create() { return dataShare.CreateDataShareHelper(URI, 70635); }
+    // An app announces a change to a library that observes its URI.
+    void Announce(const std::string& data) {
+        device.dataShare.Announce(URI, data.data(), static_cast<uint32_t>(data.size()));
+    }
+
+    DataShareManager& dataShare = DataShareManager::GetInstance();
+    const std::string exists = "I Datashare: helper exist for uri:" + MASKED;
+    const std::string notified = "I Datashare: DataShareImp NotifyChangeExt done";
+};
+
+TEST_F(DataShare, MakesOneHelperForAUri) {
+    EXPECT_TRUE(Create());
+    EXPECT_TRUE(Create());
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Datashare: DataShareImp CreateDataShareHelper start", "GetSystemAbility(70635)",
+            "Creator(" + URI + ", , 2)",
+            "I Datashare: DataShareImp CreateDataShareHelper for datashareUri:" + MASKED + " done",
+            "I Datashare: create new helper success for uri:" + MASKED,
+            "I Datashare: helper exists for uri:" + MASKED));
+    EXPECT_EQ(device.dataShare.lastToken, device.systemAbilities.running[70635]);
+}
+
+TEST_F(DataShare, HasNoHelperWhereNoneCanBeMadeAndTriesAgain) {
+    const std::string failed = "E Datashare: create helper failed for uri:" + MASKED;
+    const auto expectFailure = [&](const std::string& reason) {
+        device.journal.Clear();
+        EXPECT_FALSE(Create());
+        const std::vector<std::string> lines = device.journal.Lines();
+        EXPECT_THAT(lines, ElementsAre("I Datashare: DataShareImp CreateDataShareHelper start", reason, failed));
+    };
+    device.dataShare.codes["Creator"] = 1;
+    expectFailure("I Datashare: DataShareImp CreateDataShareHelper for datashareUri:" + MASKED + " done");
+    const auto token = device.systemAbilities.running.extract(70635);
+    expectFailure("E Datashare: CreateDataShareHelper GetSystemAbility service failed.");
+    device.systemAbilities.hasManager = false;
+    expectFailure("E Datashare: CreateDataShareHelper GetSystemAbilityManager get samgr failed.");
+    EXPECT_FALSE(dataShare.IsHelperExists(URI));
+
+    device.systemAbilities.hasManager = true;
+    device.systemAbilities.running[70635] = token.mapped();
+    device.dataShare.codes.clear();
+    EXPECT_TRUE(Create());
+}
+
+TEST_F(DataShare, DoesNothingWithAnUnknownUri) {
+    Create();
+    device.journal.Clear();
+    dataShare.RegisterObserver(URI + "x");
+    dataShare.NotifyDPChangedInfo(URI + "x", "data");
+    dataShare.InsertDPChangedInfo(URI + "x", "key", "value");
+    EXPECT_FALSE(dataShare.IsHelperExists(URI + "x"));
+    const std::string unknown = "E Datashare: failed due to no helper record for uri:dat**tsx";
+    EXPECT_THAT(device.journal.All(), ElementsAre(unknown, unknown, unknown, unknown));
+}
+
+TEST_F(DataShare, InsertsARowAndAnnouncesItAsItIs) {
+    Create();
+    device.journal.Clear();
+    dataShare.InsertDPChangedInfo(URI, "\"key\"", "5");
+    dataShare.NotifyDPChangedInfo(URI, "{changed}");
+    const std::string done = "I Datashare: DataShareManager ";
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre(exists, "Insert(" + URI + ", \"key\"=5)", "I Datashare: DataShareImp Insert done retVal: 1",
+            "NotifyChangeExt(0, " + URI + ", {\"key\":5})", notified,
+            done + "InsertDPChangedInfo uri:" + MASKED + " success", exists,
+            "NotifyChangeExt(2, " + URI + ", {changed})", notified,
+            done + "NotifyDPChangedInfo uri:" + MASKED + " success"));
+
+    device.dataShare.codes["Insert"] = -8;
+    dataShare.InsertDPChangedInfo(URI, "bare", std::string("a\0b", 3));
+    EXPECT_TRUE(device.journal.Has("I Datashare: DataShareImp Insert done retVal: -8"));
+    EXPECT_TRUE(device.journal.Has("NotifyChangeExt(0, " + URI + ", {bare:" + std::string("a\0b", 3) + "})"));
+}
+
+TEST_F(DataShare, PublishesWhatAnAppAnnounces) {
+    Create();
+    device.journal.Clear();
+    dataShare.RegisterObserver(URI);
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre(exists, "I Datashare: DataShareImp datashare observer", "RegisterObserverExt(" + URI + ", true)",
+            "I Datashare: DataShareImp RegisterObserverExt done",
+            "I Datashare: DataShareManager RegisterObserver uri:" + MASKED + " success"));
+
+    device.journal.Clear();
+    const std::string unterminated = R"({"a":1}and more)";
+    device.dataShare.Announce(URI + "/below", unterminated.data(), 7);
+    const std::vector<std::string> lines = device.journal.Lines();
+    EXPECT_EQ(std::vector(lines.begin(), lines.begin() + 3),
+        (std::vector<std::string>{"I Datashare: DataShareRegisterObserver observer onchange",
+            "I Datashare: changeType:2d, num of uris:1, data is nullptr:0, size:7d",
+            "I Datashare: Check data change: {\"a\":1}, size:7d"}));
+    EXPECT_EQ(lines.back(), "I Datashare: DataShareRegisterObserver write into DP and push to remote devices done");
+    EXPECT_THAT(device.journal.Calls(),
+        ElementsAre("PutServiceProfile(LOCAL, infoCollection, infoCollection)",
+            "PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, {\n\t\"a\" : 1\n}\n)"));
+    device.journal.Clear();
+    dataShare.RegisterObserver(URI);
+    Announce("[]");
+    EXPECT_EQ(
+        device.journal.Count("PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, []\n)"), 2U);
+}
+
+TEST_F(DataShare, PublishesAnyJsonAndNothingElse) {
+    Create();
+    dataShare.RegisterObserver(URI);
+    const std::string done = "I Datashare: DataShareRegisterObserver write into DP and push to remote devices done";
+    const std::string failed = "E Collection: DataShareRegisterObserver StringToJson failed";
+    for (const auto& [data, line] : std::vector<std::pair<std::string, std::string>>{{"null", done}, {"\"text\"", done},
+             {"1e308", done}, {std::string(900, '[') + std::string(900, ']'), done}, {"\"\xff\xfe\"", done},
+             {"", failed}, {"{a:1}", failed}, {std::string("\0\xff", 2), failed}, {std::string(100000, '{'), failed},
+             {std::string(1000000, 'x'), failed}}) {
+        SCOPED_TRACE(data.substr(0, 100));
+        Announce(data);
+        EXPECT_EQ(device.journal.Lines().back(), line);
+    }
+    device.journal.Clear();
+    device.dataShare.Announce(URI, nullptr, 9);
+    EXPECT_EQ(device.journal.All().back(), "I Datashare: changeType:2d, num of uris:1, data is nullptr:1, size:9d");
+}
+
+// A port that calls inline is not allowed, but shows which locks are held.
+TEST_F(DataShare, HoldsNoLockWhileItNotifiesOrPublishes) {
+    Create();
+    dataShare.RegisterObserver(URI);
+    device.profiles.onPut = [this](const CharacteristicProfile&) {
+        dataShare.CreateDataShareHelper(URI + "/another", 70635);
+        dataShare.InsertDPChangedInfo(URI, "key", "value");
+    };
+    device.dataShare.onNotify = [this] {
+        device.dataShare.onNotify = nullptr;
+        Announce("{}");
+    };
+    dataShare.NotifyDPChangedInfo(URI, "data");
+    EXPECT_TRUE(dataShare.IsHelperExists(URI + "/another"));
+    EXPECT_TRUE(device.journal.Has("Insert(" + URI + ", key=value)"));
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk

@@ -1,0 +1,165 @@
+#include <atomic>
+#include <thread>
+
+#include "platform/host/global_variables.h"
+#include "plugin/device_profile/subscribe_dp_change_listener.h"
+#include "tests/support/simulated_device.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsSupersetOf;
+
+const std::string URI = "datashare:///com.varn.collaborationfwk.infocollection";
+const std::string SWITCH_SERVICE = "SwitchStatus_Key_Mouse_Edge_Crossing";
+
+// Changes of a peer's characteristics as its subscriber sees them.
+class DeviceProfileChange : public Testing::LibraryTest {
+protected:
+    DeviceProfileChange() {
+        LogService::minLevel = LogLevel::DEBUG;
+        manager.SubscribeOnlineDevice(MakeSptr<DeviceInfo>("peer-udid-0001", "network", "desk", DeviceType::PC));
+        manager.RegisterProfileChangeListener([this](CharacteristicProfile profile, SyncProfileChangeType type) {
+            device.journal.Call(
+                "function(" + profile.GetCharacteristicValue() + ", " + std::to_string(static_cast<int>(type)) + ")");
+        });
+        manager.RegisterSuperDeviceProfileChangeListenerMap(GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY,
+            [this](int event) { device.journal.Call("super(" + std::to_string(event) + ")"); });
+        device.systemAbilities.running[70635] = device.MakeRemote("profiles", nullptr);
+        device.journal.Clear();
+    }
+    ~DeviceProfileChange() override { LogService::minLevel = LogLevel::INFO; }
+
+    static CharacteristicProfile Switch(const std::string& value) {
+        return Testing::FakeDeviceProfileClient::MakeProfile("peer-udid-0001", SWITCH_SERVICE, "SwitchStatus", value);
+    }
+    static CharacteristicProfile Info(const std::string& value) {
+        return Testing::FakeDeviceProfileClient::MakeProfile(
+            "peer-udid-0001", "infoCollection", "infoCollectionCharacterKey", value);
+    }
+
+    DeviceProfileManager& manager = DeviceProfileManager::GetInstance();
+};
+
+TEST_F(DeviceProfileChange, OfTheSwitchReachesTheFunctionsAndIsNotHandledFurther) {
+    const std::string super = "I Collection: ExecuteSuperDeviceProfileChangeListener start";
+    const std::string check = "I Collection: deviceId: p**1 check IsContainServiceId";
+    const std::string found = "I Collection: IsContainServiceId for " + SWITCH_SERVICE + " is true";
+    const std::string status = "I Collection: deviceStatus change";
+    const std::string ends = "D Collection: not infoCollection change";
+    EXPECT_EQ(device.profiles.Publish(Switch("0")), 1001);
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Detect: CharacteristicProfile add, key: SwitchStatus", "function(0, 0)", super, "super(3)",
+            check, found, status, check, ends));
+    device.journal.Clear();
+    EXPECT_EQ(device.profiles.Publish(Switch("1")), 1001);
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Detect: CharacteristicProfile update, key: SwitchStatus", "function(1, 1)", super, "super(3)",
+            check, found, status, check, ends));
+    device.journal.Clear();
+    EXPECT_EQ(device.profiles.Delete(Switch("1")), 1001);
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Detect: CharacteristicProfile delete, key: SwitchStatus", "function(1, 2)", super, "super(3)",
+            "I Collection: OnCharacteristicProfileDelete start.", check, found, status, check, ends));
+}
+
+TEST_F(DeviceProfileChange, OfInfoIsWrittenForTheAppsWhichAreThenTold) {
+    const std::string announce = "NotifyChangeExt(2, " + URI + ", {datashareChanged:true})";
+    EXPECT_EQ(device.profiles.Publish(Info("{\"a\":1}")), 0);
+    EXPECT_THAT(device.journal.Calls(),
+        ElementsAre("function({\"a\":1}, 0)", "super(3)", "GetSystemAbility(70635)", "Creator(" + URI + ", , 2)",
+            "Insert(" + URI + ", peer-udid-0001={\"a\":1})",
+            "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:{\"a\":1}})", announce));
+    EXPECT_THAT(device.journal.Lines(),
+        IsSupersetOf<std::string>({"I Collection: OnCharacteristicProfileAdd start datashare",
+            "I Collection: OnCharacteristicProfileAdd load datashare success"}));
+    EXPECT_FALSE(device.journal.Has("I Collection: deviceStatus change"));
+
+    device.journal.Clear();
+    device.dataShare.codes["Insert"] = -3;
+    EXPECT_EQ(device.profiles.Publish(Info("new")), 0);
+    EXPECT_THAT(device.journal.Calls(),
+        ElementsAre("function(new, 1)", "super(3)", "Insert(" + URI + ", peer-udid-0001=new)",
+            "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:new})", announce));
+    EXPECT_TRUE(device.journal.Has("I Collection: OnCharacteristicProfileUpdate start datashare"));
+    EXPECT_EQ(device.journal.Lines().back(), "I Collection: OnCharacteristicProfileUpdate load datashare success");
+
+    device.journal.Clear();
+    EXPECT_EQ(device.profiles.Delete(Info("new")), 0);
+    EXPECT_THAT(device.journal.Calls(), ElementsAre("function(new, 2)", "super(3)"));
+}
+
+TEST_F(DeviceProfileChange, OfInfoIsNotHandledWithoutAWayToTheApps) {
+    device.dataShare.codes["Creator"] = 1;
+    EXPECT_EQ(device.profiles.Publish(Info("1")), 1001);
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnCharacteristicProfileAdd CreateDataShareHelper failed");
+    EXPECT_EQ(device.profiles.Publish(Info("2")), 1001);
+    EXPECT_EQ(
+        device.journal.Lines().back(), "E Collection: OnCharacteristicProfileUpdate CreateDataShareHelper failed");
+}
+
+TEST_F(DeviceProfileChange, MayReplaceTheFunctionThatItReaches) {
+    auto kept = std::make_shared<std::string>("first");
+    manager.RegisterProfileChangeListener([this, kept](CharacteristicProfile, SyncProfileChangeType) {
+        manager.RegisterProfileChangeListener(nullptr);
+        device.journal.Call(*kept);
+    });
+    manager.RegisterSuperDeviceProfileChangeListenerMap(
+        GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY, [this](int) { device.journal.Call("second"); });
+    device.profiles.Publish(Switch("0"));
+    device.profiles.Publish(Switch("1"));
+    EXPECT_THAT(device.journal.Calls(), ElementsAre("first", "super(3)", "super(3)"));
+    EXPECT_EQ(kept.use_count(), 1);
+}
+
+TEST_F(DeviceProfileChange, MayMeetTheExchangeOfItsFunctionOnAnotherThread) {
+    LogService::minLevel = LogLevel{7};  // none: the journal's lock would put everything in order
+    std::atomic<int> told{0};
+    std::atomic<bool> isChanging{true};
+    std::thread registrar([&] {
+        while (isChanging) {
+            manager.RegisterProfileChangeListener([&told, kept = std::string(100, 'x')](CharacteristicProfile,
+                                                      SyncProfileChangeType) { told += kept.back() == 'x' ? 1 : 0; });
+            manager.RegisterSuperDeviceProfileChangeListenerMap("another", nullptr);
+        }
+    });
+    while (told < 1000) {
+        device.profiles.Publish(Switch("1"));
+    }
+    isChanging = false;
+    registrar.join();
+}
+
+class SuperDeviceListener : public Testing::LibraryTest {};
+
+TEST_F(SuperDeviceListener, IsMissedInTheLog) {
+    DeviceProfileManager& manager = DeviceProfileManager::GetInstance();
+    manager.RegisterSuperDeviceProfileChangeListenerMap("other", [](int) { FAIL(); });
+    manager.ExecuteSuperDeviceProfileChangeListener();
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: deviceProfileChangeListenerMap_ not found");
+    manager.RegisterSuperDeviceProfileChangeListenerMap(GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY, nullptr);
+    manager.ExecuteSuperDeviceProfileChangeListener();
+    EXPECT_EQ(
+        device.journal.Lines().back(), "E Collection: ExecuteSuperDeviceProfileChangeListener listener not found");
+}
+
+TEST_F(DeviceProfileChange, OfAnythingButCharacteristicsIsOnlyLogged) {
+    const sptr<IProfileChangeListener> listener = MakeSptr<DeviceProfileManager::SubscribeDPChangeListener>();
+    EXPECT_EQ(listener->OnTrustDeviceProfileAdd({}) + listener->OnTrustDeviceProfileDelete({}) +
+            listener->OnTrustDeviceProfileUpdate({}, {}) + listener->OnDeviceProfileAdd({}) +
+            listener->OnDeviceProfileDelete({}) + listener->OnDeviceProfileUpdate({}, {}) +
+            listener->OnServiceProfileAdd({}) + listener->OnServiceProfileDelete({}) +
+            listener->OnServiceProfileUpdate({}, {}),
+        0);
+    std::vector<std::string> expected;
+    for (const std::string kind : {"TrustDevice", "Device", "Service"}) {
+        for (const std::string change : {"Add", "Delete", "Update"}) {
+            expected.push_back("I Collection: On" + kind + "Profile" + change + " start.");
+        }
+    }
+    EXPECT_EQ(device.journal.All(), expected);
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk

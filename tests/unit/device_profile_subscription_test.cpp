@@ -1,0 +1,130 @@
+#include "platform/device_manager/dm_device_state.h"
+#include "plugin/device_profile/device_profile_manager.h"
+#include "tests/support/simulated_device.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using ::testing::ElementsAre;
+
+const std::string START = "I Collection: HandleDeviceProfileChange start";
+const std::string EXISTS = "E Collection: device exists, ignore this device";
+
+class DeviceProfileSubscription : public Testing::LibraryTest {
+protected:
+    DeviceProfileSubscription() { device.host.udids["network"] = "peer-udid-0001"; }
+
+    void Report(int state, uint32_t deviceType = DeviceType::PC, int32_t authForm = 1) {
+        manager.HandleDeviceProfileChange(state, {"id", "network", "desk", "", deviceType, authForm});
+    }
+    static std::string Key(const std::string& service, const std::string& characteristic) {
+        return "(70635, peer-udid-0001, " + service + ", " + characteristic + ", characteristicValue, -1, 11 10 12)";
+    }
+    static std::string Subscribe(const std::string& service, const std::string& characteristic) {
+        return "SubscribeDeviceProfile" + Key(service, characteristic);
+    }
+    static std::string Result(const std::string& service) {
+        return "I Collection: SubscribeDeviceProfile ret: 0 for deviceIdp**1 SERVICE_ID:" + service;
+    }
+
+    DeviceProfileManager& manager = DeviceProfileManager::GetInstance();
+    const std::string switchService = "SwitchStatus_Key_Mouse_Edge_Crossing";
+    const std::string subscribeSwitch = Subscribe(switchService, "SwitchStatus");
+    const std::string subscribeInfo = Subscribe("infoCollection", "infoCollectionCharacterKey");
+    const sptr<DeviceInfo> peer = MakeSptr<DeviceInfo>("peer-udid-0001", "network", "desk", DeviceType::PC);
+};
+
+TEST_F(DeviceProfileSubscription, IsMadeOnceForADeviceHoweverOftenItIsReported) {
+    Report(DEVICE_STATE_ONLINE);
+    Report(DEVICE_INFO_READY);
+    Report(DEVICE_INFO_CHANGED);
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
+    const std::string online = ", try to subscribe remote device info";
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre(START, "I Collection: new device online:0" + online, "I Collection: deviceId:p**1 check",
+            "I Collection: AddDeviceProfileSubscribe enter", subscribeSwitch, Result(switchService), subscribeInfo,
+            Result("infoCollection"), "I Collection: collectInfoList size is: 0", START,
+            "I Collection: new device online:3" + online, EXISTS, START, EXISTS, EXISTS));
+}
+
+TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsByCharacteristicKey) {
+    manager.RegisterSubscribeInfoListener([] {
+        using Pair = ServiceCollectPairInfo;
+        return std::vector<std::shared_ptr<Pair>>{
+            std::make_shared<Pair>("sound", "volume"), nullptr, std::make_shared<Pair>("radio", "volume")};
+    });
+    Report(DEVICE_INFO_CHANGED, DeviceType::TV);
+    EXPECT_TRUE(device.journal.Has("I Collection: TV ProfileChangeListener enter"));
+    EXPECT_TRUE(device.journal.Has("I Collection: collectInfoList size is: 3"));
+    EXPECT_THAT(device.journal.Calls(),
+        ElementsAre(Subscribe("keyScreen", "keyScreenOn"), Subscribe("wifiDisplay", "status"),
+            Subscribe("deviceStatus", "supportSinkService"), subscribeSwitch, subscribeInfo,
+            Subscribe("sound", "volume"), Subscribe("radio", "volume")));
+    const std::vector<SubscribeInfo> made = device.profiles.subscriptions;
+    EXPECT_EQ(made[0].GetListener(), made[4].GetListener());
+    EXPECT_NE(made[0].GetListener(), made[5].GetListener());
+    EXPECT_NE(made[5].GetListener(), made[6].GetListener());
+
+    device.journal.Clear();
+    device.profiles.codes["UnSubscribeDeviceProfile" + Key("wifiDisplay", "status")] = 5;
+    Report(DEVICE_STATE_OFFLINE, DeviceType::TV);
+    std::vector<std::string> expected{START, "I Collection: old device offline, try to unsubscribe remote device info",
+        "I Collection: UnsubscribeOfflineDevice deviceId:p**1", "I Collection: businessMap size: 6"};
+    for (const auto& [service, key] : std::vector<std::pair<std::string, std::string>>{{switchService, "SwitchStatus"},
+             {"infoCollection", "infoCollectionCharacterKey"}, {"keyScreen", "keyScreenOn"}, {"wifiDisplay", "status"},
+             {"deviceStatus", "supportSinkService"}, {"radio", "volume"}}) {
+        expected.push_back("UnSubscribeDeviceProfile" + Key(service, key));
+        expected.push_back(
+            "I Collection: unsubscribe, characteristicKey: " + key + ", ret: " + (key == "status" ? "5" : "0"));
+    }
+    expected.push_back("I Collection: unsubscribe remove deviceId record");
+    EXPECT_EQ(device.journal.All(), expected);
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+}
+
+TEST_F(DeviceProfileSubscription, ThatFailedLeavesADeviceWithNothingToEnd) {
+    device.profiles.codes["SubscribeDeviceProfile"] = 7;
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    EXPECT_TRUE(
+        device.journal.Has("I Collection: SubscribeDeviceProfile ret: 7 for deviceIdp**1 SERVICE_ID:infoCollection"));
+    EXPECT_EQ(manager.SubscribeOnlineDeviceInternal("peer-udid-0001", nullptr, "service", "key"), 7);
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: device not exists int profileMap");
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: device not exists, ignore this device");
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    EXPECT_EQ(manager.SubscribeOnlineDevice(nullptr), 1001);
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(nullptr), 1001);
+}
+
+TEST_F(DeviceProfileSubscription, IsNotMadeForOtherAccountsOrInOtherStates) {
+    for (const int32_t authForm : {-1, 0, 2}) {
+        device.journal.Clear();
+        Report(DEVICE_STATE_ONLINE, DeviceType::PC, authForm);
+        EXPECT_THAT(device.journal.All(),
+            ElementsAre(
+                START, "E Collection: authForm is not IDENTICAL_ACCOUNT authForm " + std::to_string(authForm) + " "));
+    }
+    for (const int state : {-1, 4}) {
+        device.journal.Clear();
+        Report(state);
+        EXPECT_THAT(device.journal.All(), ElementsAre(START));
+    }
+}
+
+TEST_F(DeviceProfileSubscription, GoesOnWhenTheDeviceLeavesMeanwhile) {
+    manager.RegisterSubscribeInfoListener([this] {
+        manager.RegisterSubscribeInfoListener(nullptr);
+        EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 0);
+        return std::vector{std::make_shared<ServiceCollectPairInfo>("sound", "volume")};
+    });
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    EXPECT_EQ(device.journal.Calls().back(), Subscribe("sound", "volume"));
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    EXPECT_EQ(device.profiles.subscriptions.size(), 3U);
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk
