@@ -37,11 +37,12 @@ std::string PartitionTo(const std::string& udid) {
 
 DdsEnd::DdsEnd(const std::filesystem::path& credentials, const std::string& peerUdid, const std::string& tag)
     : domain_(OptionsOf(credentials, tag), Linux::LoadCredentials(credentials)),
-      reader_(dds_create_reader(domain_.Participant(), domain_.ControlTopic(),
+      topic_(domain_.MakeControlTopic("floor")),
+      reader_(dds_create_reader(domain_.Participant(), topic_.Get(),
                   Linux::ControlQos(PartitionTo(Linux::LoadCredentials(credentials).udid)).get(), nullptr),
           "reader"),
-      writer_(dds_create_writer(domain_.Participant(), domain_.ControlTopic(),
-                  Linux::ControlQos(PartitionTo(peerUdid)).get(), nullptr),
+      writer_(dds_create_writer(
+                  domain_.Participant(), topic_.Get(), Linux::ControlQos(PartitionTo(peerUdid)).get(), nullptr),
           "writer"),
       waitset_(dds_create_waitset(domain_.Participant()), "waitset") {
     Linux::MustDds(dds_set_status_mask(reader_.Get(), DDS_DATA_AVAILABLE_STATUS), "status");

@@ -26,6 +26,7 @@ private:
     bool IsMatched() const;
 
     Linux::FabricDomain domain_;
+    Linux::DdsEntity topic_;  // of both directions
     Linux::DdsEntity reader_;
     Linux::DdsEntity writer_;
     Linux::DdsEntity waitset_;

@@ -36,7 +36,8 @@ ControlMessage FromSample(const Sample& sample) {
 }  // namespace
 
 ControlReader::ControlReader(const FabricDomain& domain, const std::string& partition)
-    : reader_(dds_create_reader(domain.Participant(), domain.ControlTopic(), ControlQos(partition).get(), nullptr),
+    : topic_(domain.MakeControlTopic(partition)),
+      reader_(dds_create_reader(domain.Participant(), topic_.Get(), ControlQos(partition).get(), nullptr),
           "no control channel") {}
 
 std::optional<dds_guid_t> ControlReader::SenderOf(dds_instance_handle_t writer) {

@@ -28,6 +28,7 @@ public:
 private:
     std::optional<dds_guid_t> SenderOf(dds_instance_handle_t writer);
 
+    DdsEntity topic_;
     DdsEntity reader_;
     // Handles are not used again. The message of a writer that has gone meanwhile can still be told from others'.
     std::unordered_map<dds_instance_handle_t, dds_guid_t> senders_;

@@ -24,7 +24,8 @@ void SetPayload(Sample& sample, std::string_view payload) {
 }  // namespace
 
 ControlWriter::ControlWriter(const FabricDomain& domain, const std::string& partition)
-    : writer_(dds_create_writer(domain.Participant(), domain.ControlTopic(), ControlQos(partition).get(), nullptr),
+    : topic_(domain.MakeControlTopic(partition)),
+      writer_(dds_create_writer(domain.Participant(), topic_.Get(), ControlQos(partition).get(), nullptr),
           "no control channel") {
     MustDds(dds_set_status_mask(writer_.Get(), DDS_PUBLICATION_MATCHED_STATUS), "no control channel");
 }

@@ -36,6 +36,7 @@ private:
 
     FabricCode Write(const void* sample) const;
 
+    DdsEntity topic_;
     DdsEntity writer_;
     mutable std::mutex mutex_;  // held while the transport takes a message: it takes one after the other
     mutable Clock::time_point stalledUntil_{};  // guarded by mutex_

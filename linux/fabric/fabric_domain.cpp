@@ -1,5 +1,7 @@
 #include "linux/fabric/fabric_domain.h"
 
+#include <algorithm>
+#include <cctype>
 #include <stdexcept>
 
 #include "linux/fabric/dds_log.h"
@@ -47,8 +49,8 @@ DdsEntity MakeParticipant(uint32_t domain, const std::optional<Credentials>& cre
         [&] { return dds_create_participant(domain, qos.get(), nullptr); });
 }
 
-DdsEntity MakeTopic(dds_entity_t participant, const dds_topic_descriptor_t& type, const char* name) {
-    return {dds_create_topic(participant, &type, name, nullptr, nullptr), "no topic"};
+DdsEntity MakeTopic(dds_entity_t participant, const dds_topic_descriptor_t& type, const std::string& name) {
+    return {dds_create_topic(participant, &type, name.c_str(), nullptr, nullptr), "no topic"};
 }
 
 }  // namespace
@@ -56,7 +58,14 @@ DdsEntity MakeTopic(dds_entity_t participant, const dds_topic_descriptor_t& type
 FabricDomain::FabricDomain(const FabricOptions& options, const std::optional<Credentials>& credentials)
     : domain_(MakeDomain(options)), participant_(MakeParticipant(options.domain, credentials)),
       presenceTopic_(MakeTopic(Participant(), ZYNE_Linux_Wire_Presence_desc, "Presence")),
-      controlTopic_(MakeTopic(Participant(), ZYNE_Linux_Wire_ControlMessage_desc, "Control")),
       profileTopic_(MakeTopic(Participant(), ZYNE_Linux_Wire_Profile_desc, "Profile")) {}
+
+DdsEntity FabricDomain::MakeControlTopic(const std::string& partition) const {
+    std::string name = "Control_" + partition;
+    // A topic's name has letters, digits and "_" alone. Two partitions may get one name: they are still told apart.
+    std::ranges::replace_if(
+        name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+    return MakeTopic(Participant(), ZYNE_Linux_Wire_ControlMessage_desc, name);
+}
 
 }  // namespace ZYNE::Linux

@@ -19,8 +19,11 @@ public:
 
     dds_entity_t Participant() const { return participant_.Get(); }
     dds_entity_t PresenceTopic() const { return presenceTopic_.Get(); }
-    dds_entity_t ControlTopic() const { return controlTopic_.Get(); }
     dds_entity_t ProfileTopic() const { return profileTopic_.Get(); }
+
+    // The topic of the control channel in `partition`. One for each channel: the transport compares new endpoints with all
+    // others of their topic, and with one topic for all that would be each peer's channel with every other's.
+    DdsEntity MakeControlTopic(const std::string& partition) const;
 
     // Deletes every entity that was made in the domain.
     void Delete() { domain_.Delete(); }
@@ -30,7 +33,6 @@ private:
     DdsEntity domain_;
     DdsEntity participant_;
     DdsEntity presenceTopic_;
-    DdsEntity controlTopic_;
     DdsEntity profileTopic_;
 };
 

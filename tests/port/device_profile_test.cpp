@@ -14,7 +14,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "linux/fabric/profile_channel.h"
@@ -23,14 +22,15 @@
 #include "linux/fabric/wire.h"
 #include "linux/fabric/wire_text.h"
 #include "linux/profile/profile_service.h"
+#include "tests/scenario/process.h"
 #include "tests/support/profile_listener.h"
 
 namespace ZYNE::Linux {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
+using Testing::Eventually;
 using ::testing::IsEmpty;
 using Testing::ProfileListener;
 using Testing::SubscriptionOf;
@@ -40,14 +40,6 @@ const std::string DESK(64, 'b');
 const std::string OTHER(64, 'c');
 constexpr WriterId FIRST_RUN = 1;
 constexpr WriterId SECOND_RUN = 2;
-
-// Whether `condition` comes true within a limit that only a fault passes.
-bool Eventually(const std::function<bool()>& condition) {
-    for (int i = 0; i < 30000 && !condition(); ++i) {
-        std::this_thread::sleep_for(1ms);
-    }
-    return condition();
-}
 
 CharacteristicProfile Profile(const std::string& device, const std::string& key, const std::string& value) {
     CharacteristicProfile profile;
