@@ -193,6 +193,30 @@ TEST_F(Profiles, OfATvAreSubscribedFiveTimesAndOfOtherDevicesTwice) {
     EXPECT_TRUE(Eventually([&] { return tv.CountInLog("SubscribeDeviceProfile ret: 0") == 2; }));
 }
 
+TEST_F(Profiles, AreSubscribedOnceEachTimeThatADeviceComesHoweverItLeft) {
+    const auto isSubscribed = [this](size_t times) {
+        return Eventually([&] { return pc->CountInLog("SubscribeDeviceProfile ret: 0") == 2 * times; });
+    };
+    StartBoth();
+    ASSERT_TRUE(isSubscribed(1));
+    phone->Kill();
+    phone->Start();  // before it is missed
+    ASSERT_TRUE(isSubscribed(2));
+    phone->Kill();
+    ASSERT_TRUE(Eventually([this] { return pc->MissesPeer("phone"); }));
+    phone->Start();
+    ASSERT_TRUE(isSubscribed(3));
+    phone->Kill();
+    phone->Start();
+    phone->Stop();
+    EXPECT_TRUE(Eventually([this] {
+        return pc->MissesPeer("phone") &&
+            pc->CountInLog("unsubscribe, characteristicKey") == pc->CountInLog("SubscribeDeviceProfile ret: 0");
+    }));
+    EXPECT_EQ(pc->CountInLog("device exists, ignore this device"), 0U);
+    EXPECT_EQ(pc->CountInLog("device not exists"), 0U);
+}
+
 TEST_F(Profiles, AreToldAsJsonUntilTheDeviceEnds) {
     phone->Start();
     const auto watch = Watch({COLLABCTL, "--device", "phone", "profile", "watch", "--key", "large", "--json"});
