@@ -26,6 +26,9 @@ Examples:
   collabctl --device Phone profile put volume 7 --service sound --type audio
   collabctl --device Desk profile watch Phone
   collabctl --device Phone setting put user_setup_complete 1
+  collabctl --device Phone switch on
+  collabctl --device Phone explain Desk
+  collabctl --device Desk watch keyboard edge
   collabctl --device Phone log --follow
   collabctl account create ~/account --name Home
   collabctl device enroll --account ~/account --directory ~/phone-credentials)";
@@ -61,6 +64,13 @@ int Main(int argc, char** argv) {
     ZYNE::Cli::AddInfo(app, device, run);
     ZYNE::Cli::AddProfile(app, device, run);
     ZYNE::Cli::AddSetting(app, device, run);
+    ZYNE::Cli::AddSwitch(app, device, run);
+    ZYNE::Cli::AddExplain(app, device, run);
+    ZYNE::Cli::AddCrossingWatch(app, device, run);
+    ZYNE::Cli::AddRequest(app, device, run);
+    ZYNE::Cli::AddUser(app, device, run);
+    ZYNE::Cli::AddScreen(app, device, run);
+    ZYNE::Cli::AddInput(app, device, run);
     ZYNE::Cli::AddLog(app, device, run);
     ZYNE::Cli::AddAccount(app, run);
     ZYNE::Cli::AddDevice(app, run);

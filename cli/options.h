@@ -19,6 +19,13 @@ void AddLog(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddProfile(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddSetting(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddStatus(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddSwitch(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddCrossingWatch(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddRequest(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddExplain(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddUser(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddInput(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddScreen(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddAccount(CLI::App& app, Run& run);
 void AddDevice(CLI::App& app, Run& run);
 

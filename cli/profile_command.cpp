@@ -1,5 +1,4 @@
 #include <iostream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +7,7 @@
 
 #include "cli/commands.h"
 #include "cli/json_output.h"
+#include "cli/standard_input.h"
 #include "cli/text_table.h"
 #include "client/device_client.h"
 #include "platform/log/printable_text.h"
@@ -40,10 +40,6 @@ std::string Meaning(int32_t code) {
     default:
         return "unknown result";
     }
-}
-
-std::string ReadStandardInput() {
-    return {std::istreambuf_iterator<char>(std::cin), {}};
 }
 
 // As much of a value as a table has room for.
@@ -118,8 +114,7 @@ int GetProfile(const DeviceChoice& choice, const std::string& device, const Prof
 
 int PutProfile(const DeviceChoice& choice, const ProfileKey& key, const std::string& value, bool json) {
     Client::DeviceClient client(ChooseDevice(choice, false));
-    const std::string whole = value == "-" ? ReadStandardInput() : value;
-    return Conclude(client.PutProfile(key.service, key.serviceType, key.key, whole), json);
+    return Conclude(client.PutProfile(key.service, key.serviceType, key.key, OrStandardInput(value)), json);
 }
 
 int DeleteProfile(const DeviceChoice& choice, const ProfileKey& key, bool json) {

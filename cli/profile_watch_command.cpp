@@ -1,7 +1,4 @@
 #include <algorithm>
-#include <array>
-#include <chrono>
-#include <ctime>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -11,24 +8,13 @@
 #include "cli/commands.h"
 #include "cli/json_output.h"
 #include "cli/stop_signals.h"
+#include "cli/time_stamp.h"
 #include "client/device_client.h"
 #include "client/profile_watch.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
 namespace {
-
-// As the log writes it: local time to the millisecond.
-std::string Now() {
-    const auto now = std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now());
-    const std::time_t second = std::chrono::system_clock::to_time_t(now);
-    std::tm parts{};
-    localtime_r(&second, &parts);
-    std::array<char, 32> text{};
-    const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S.", &parts);
-    const std::string milliseconds = std::to_string(1000 + now.time_since_epoch().count() % 1000);
-    return std::string(text.data(), length) + milliseconds.substr(1);
-}
 
 // A device that nobody has seen is more often misspelt than waited for.
 void CheckDevice(Client::DeviceClient& client, const std::string& wanted) {
@@ -47,7 +33,7 @@ bool Passes(const ProfileFilter& filter, const Client::ProfileEntry& entry) {
 
 void PrintLine(const Client::ProfileChange& change) {
     const Client::ProfileEntry& entry = change.entry;
-    std::string line = Now();
+    std::string line = TimeStamp();
     for (const std::string& part : {change.what, entry.deviceName, entry.service, entry.key, entry.value}) {
         line += "  ";
         AppendPrintable(line, part);
@@ -57,7 +43,7 @@ void PrintLine(const Client::ProfileChange& change) {
 
 Json::Value ToJson(const Client::ProfileChange& change) {
     Json::Value object(Json::objectValue);
-    object["time"] = Now();
+    object["time"] = TimeStamp();
     object["change"] = change.what;
     object["device"] = change.entry.deviceName;
     object["id"] = change.entry.deviceId;

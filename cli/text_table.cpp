@@ -40,10 +40,15 @@ void TextTable::Print(std::ostream& out) const {
         }
     }
     for (const auto& row : rows_) {
+        size_t blanks = 0;  // owed to the next cell that has something in it
         for (size_t i = 0; i < row.size(); ++i) {
-            const bool last = i + 1 == row.size();
-            out << row[i] << (last ? "\n" : std::string(widths[i] - Width(row[i]) + GAP, ' '));
+            if (!row[i].empty()) {
+                out << std::string(blanks, ' ') << row[i];
+                blanks = 0;
+            }
+            blanks += widths[i] - Width(row[i]) + GAP;
         }
+        out << '\n';
     }
 }
 

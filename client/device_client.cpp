@@ -1,33 +1,13 @@
 #include "client/device_client.h"
 
 #include <algorithm>
-#include <initializer_list>
-#include <string_view>
 
 #include <sdbus-c++/sdbus-c++.h>
 
 #include "client/device_api_proxy.h"
 #include "client/device_connection.h"
-#include "platform/ipc/string_conversion.h"
 
 namespace ZYNE::Client {
-namespace {
-
-constexpr size_t MOST_BYTES = 8 << 20;  // of one text; the bus cuts off whoever sends 16 MiB
-
-// The bus cuts off whoever sends anything but UTF-8 without zero bytes.
-void CheckTexts(std::initializer_list<std::string_view> texts) {
-    for (const std::string_view text : texts) {
-        if (text.size() > MOST_BYTES) {
-            throw DeviceError("a text of " + std::to_string(text.size()) + " bytes is too large");
-        }
-        if (text.find('\0') != std::string_view::npos || Str16ToStr8(Str8ToStr16(text)) != text) {
-            throw DeviceError("texts must be UTF-8, without zero bytes");
-        }
-    }
-}
-
-}  // namespace
 
 // Without an event loop of its own: the calling thread waits for its answer on the socket itself. The price is that it
 // is told of no signals.
@@ -49,30 +29,21 @@ DeviceClient::DeviceClient(const DeviceEntry& device, std::chrono::milliseconds 
 
 DeviceClient::~DeviceClient() = default;
 
-template <typename Operation>
-auto DeviceClient::Ask(Operation operation) {
-    try {
-        return operation();
-    } catch (const sdbus::Error& error) {
-        throw DeviceError(ExplainBusError(name_, error));
-    }
-}
-
 std::string DeviceClient::Name() {
-    return Ask([&] { return proxy_->Name(); });
+    return Ask(name_, [&] { return proxy_->Name(); });
 }
 
 std::string DeviceClient::Type() {
-    return Ask([&] { return proxy_->Type(); });
+    return Ask(name_, [&] { return proxy_->Type(); });
 }
 
 std::string DeviceClient::AccountMode() {
-    return Ask([&] { return proxy_->AccountMode(); });
+    return Ask(name_, [&] { return proxy_->AccountMode(); });
 }
 
 std::vector<Peer> DeviceClient::ListPeers() {
     std::vector<Peer> peers;
-    for (const auto& peer : Ask([&] { return proxy_->ListDevices(); })) {
+    for (const auto& peer : Ask(name_, [&] { return proxy_->ListDevices(); })) {
         peers.push_back(
             {std::get<0>(peer), std::get<1>(peer), std::get<2>(peer), std::get<3>(peer), std::get<4>(peer)});
     }
@@ -82,7 +53,7 @@ std::vector<Peer> DeviceClient::ListPeers() {
 InfoAnswer DeviceClient::GetInfo(const std::string& peer, const std::vector<std::string>& names) {
     CheckTexts({peer});
     std::ranges::for_each(names, [](const std::string& name) { CheckTexts({name}); });
-    const auto [code, records] = Ask([&] { return proxy_->GetInfo(peer, names); });
+    const auto [code, records] = Ask(name_, [&] { return proxy_->GetInfo(peer, names); });
     InfoAnswer answer{code, {}};
     for (const auto& record : records) {
         answer.records.emplace_back(std::get<0>(record), std::get<1>(record));
@@ -93,24 +64,24 @@ InfoAnswer DeviceClient::GetInfo(const std::string& peer, const std::vector<std:
 std::string DeviceClient::GetProfile(
     const std::string& device, const std::string& service, const std::string& serviceType, const std::string& key) {
     CheckTexts({device, service, serviceType, key});
-    return Ask([&] { return proxy_->GetProfile(device, service, serviceType, key); });
+    return Ask(name_, [&] { return proxy_->GetProfile(device, service, serviceType, key); });
 }
 
 int32_t DeviceClient::PutProfile(
     const std::string& service, const std::string& serviceType, const std::string& key, const std::string& value) {
     CheckTexts({service, serviceType, key, value});
-    return Ask([&] { return proxy_->PutProfile(service, serviceType, key, value); });
+    return Ask(name_, [&] { return proxy_->PutProfile(service, serviceType, key, value); });
 }
 
 int32_t DeviceClient::DeleteProfile(const std::string& service, const std::string& key) {
     CheckTexts({service, key});
-    return Ask([&] { return proxy_->DeleteProfile(service, key); });
+    return Ask(name_, [&] { return proxy_->DeleteProfile(service, key); });
 }
 
 std::vector<ProfileEntry> DeviceClient::ListProfiles(const std::string& device) {
     CheckTexts({device});
     std::vector<ProfileEntry> entries;
-    for (const auto& entry : Ask([&] { return proxy_->ListProfiles(device); })) {
+    for (const auto& entry : Ask(name_, [&] { return proxy_->ListProfiles(device); })) {
         entries.push_back({std::get<0>(entry), std::get<1>(entry), std::get<2>(entry), std::get<3>(entry),
             std::get<4>(entry), std::get<5>(entry), std::get<6>(entry)});
     }
@@ -118,7 +89,7 @@ std::vector<ProfileEntry> DeviceClient::ListProfiles(const std::string& device) 
 }
 
 Setup DeviceClient::GetSetup() {
-    const auto [complete, settings] = Ask([&] { return proxy_->GetSetup(); });
+    const auto [complete, settings] = Ask(name_, [&] { return proxy_->GetSetup(); });
     Setup setup{complete, {}};
     for (const auto& setting : settings) {
         setup.settings.push_back(
@@ -129,12 +100,12 @@ Setup DeviceClient::GetSetup() {
 
 std::string DeviceClient::GetSetting(const std::string& key, int32_t user) {
     CheckTexts({key});
-    return Ask([&] { return proxy_->GetSetting(key, user); });
+    return Ask(name_, [&] { return proxy_->GetSetting(key, user); });
 }
 
 void DeviceClient::PutSetting(const std::string& key, const std::string& value, int32_t user) {
     CheckTexts({key, value});
-    Ask([&] { proxy_->PutSetting(key, value, user); });
+    Ask(name_, [&] { proxy_->PutSetting(key, value, user); });
 }
 
 }  // namespace ZYNE::Client

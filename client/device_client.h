@@ -23,6 +23,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// What was asked for does not exist on the device.
+class NotFound : public DeviceError {
+public:
+    using DeviceError::DeviceError;
+};
+
 struct Peer {
     std::string name;
     std::string type;  // phone, tablet, pc, tv, or a number
@@ -101,15 +107,12 @@ public:
 
     Setup GetSetup();
 
-    // A setting of `user`. One that is to be written need not be there yet.
+    // A setting of `user`; throws NotFound when there is none. One that is to be written need not be there yet.
     std::string GetSetting(const std::string& key, int32_t user);
     void PutSetting(const std::string& key, const std::string& value, int32_t user);
 
 private:
     class Proxy;
-
-    template <typename Operation>
-    auto Ask(Operation operation);
 
     const std::string name_;
     std::unique_ptr<sdbus::IConnection> connection_;

@@ -1,8 +1,15 @@
 #include "client/device_connection.h"
 
-#include "client/device_client.h"
+#include <cstddef>
+
+#include "platform/ipc/string_conversion.h"
 
 namespace ZYNE::Client {
+namespace {
+
+constexpr size_t MOST_BYTES = 8 << 20;  // of one text
+
+}  // namespace
 
 std::unique_ptr<sdbus::IConnection> ConnectToDevice(const DeviceEntry& device, std::chrono::milliseconds answerTime) {
     if (!device.running) {
@@ -32,6 +39,25 @@ std::string ExplainBusError(const std::string& device, const sdbus::Error& error
         return "the device \"" + device + "\" is not ready yet, or is ending";
     }
     return "the device \"" + device + "\" cannot be asked: " + error.getMessage();
+}
+
+void ThrowAsDeviceError(const std::string& device, const sdbus::Error& error) {
+    const std::string problem = ExplainBusError(device, error);
+    if (error.getName() == "io.collaborationfwk.Error.NotFound") {
+        throw NotFound(problem);
+    }
+    throw DeviceError(problem);
+}
+
+void CheckTexts(std::initializer_list<std::string_view> texts) {
+    for (const std::string_view text : texts) {
+        if (text.size() > MOST_BYTES) {
+            throw DeviceError("a text of " + std::to_string(text.size()) + " bytes is too large");
+        }
+        if (text.find('\0') != std::string_view::npos || Str16ToStr8(Str8ToStr16(text)) != text) {
+            throw DeviceError("texts must be UTF-8, without zero bytes");
+        }
+    }
 }
 
 }  // namespace ZYNE::Client

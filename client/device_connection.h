@@ -2,11 +2,14 @@
 #pragma once
 
 #include <chrono>
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "client/device_client.h"
 #include "client/device_registry.h"
 
 namespace ZYNE::Client {
@@ -19,5 +22,20 @@ std::unique_ptr<sdbus::IConnection> ConnectToDevice(const DeviceEntry& device, s
 
 // Why the device named `device` did not answer, as one line for people.
 std::string ExplainBusError(const std::string& device, const sdbus::Error& error);
+
+[[noreturn]] void ThrowAsDeviceError(const std::string& device, const sdbus::Error& error);
+
+// What `question`, which asks the device named `device`, returns. Throws DeviceError.
+template <typename Question>
+auto Ask(const std::string& device, Question question) {
+    try {
+        return question();
+    } catch (const sdbus::Error& error) {
+        ThrowAsDeviceError(device, error);
+    }
+}
+
+// The bus cuts off whoever sends anything but UTF-8 without zero bytes, or a message of 16 MiB. Throws DeviceError.
+void CheckTexts(std::initializer_list<std::string_view> texts);
 
 }  // namespace ZYNE::Client

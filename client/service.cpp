@@ -27,7 +27,19 @@ int32_t Guard(const RequestHandler& handler, uint32_t code, MessageParcel& data,
     return REFUSED;
 }
 
-void Serve(const std::string& busName, const RequestHandler& handler) {
+void Tell(const std::function<void()>& event) noexcept {
+    try {
+        if (event) {
+            event();
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+    } catch (...) {
+        std::fprintf(stderr, "exception of unknown type\n");
+    }
+}
+
+void Serve(const std::string& busName, const RequestHandler& handler, const ExtensionEvents& events) {
     const char* address = std::getenv(ADDRESS_VARIABLE);
     if (address == nullptr) {
         throw std::runtime_error(
@@ -39,14 +51,14 @@ void Serve(const std::string& busName, const RequestHandler& handler) {
             return Guard(handler, code, data, reply, context);
         });
     server.OwnName(busName);
+    Tell(events.connected);
     server.Run();
+    Tell(events.disconnected);
 }
 
-}  // namespace
-
-int RunService(const std::string& busName, const RequestHandler& handler) {
+int Run(const std::string& busName, const RequestHandler& handler, const ExtensionEvents& events) {
     try {
-        Serve(busName, handler);
+        Serve(busName, handler, events);
         return EXIT_SUCCESS;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", busName.c_str(), error.what());
@@ -54,8 +66,15 @@ int RunService(const std::string& busName, const RequestHandler& handler) {
     }
 }
 
-int RunExtension(const std::string& bundleName, const std::string& extensionName, const RequestHandler& handler) {
-    return RunService(Linux::ExtensionBusName(bundleName, extensionName), handler);
+}  // namespace
+
+int RunService(const std::string& busName, const RequestHandler& handler) {
+    return Run(busName, handler, {});
+}
+
+int RunExtension(const std::string& bundleName, const std::string& extensionName, const RequestHandler& handler,
+    const ExtensionEvents& events) {
+    return Run(Linux::ExtensionBusName(bundleName, extensionName), handler, events);
 }
 
 }  // namespace ZYNE::Client

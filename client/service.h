@@ -31,11 +31,19 @@ namespace ZYNE::Client {
 using RequestHandler =
     std::function<int32_t(uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context)>;
 
+// What an extension is told besides requests. Either may be empty; an exception is printed on standard error.
+struct ExtensionEvents {
+    std::function<void()> connected;     // before the first request: whoever connected first had the process started
+    std::function<void()> disconnected;  // after the last request: the last one has disconnected, or the device is gone
+};
+
 // Serves until the device asks to end or is gone. The process's exit status: 0, or 1 with a line on standard error when
 // there is no bus or the name is taken. The bus is the one that started the process; DBUS_STARTER_ADDRESS names it.
 int RunService(const std::string& busName, const RequestHandler& handler);
 
-// The same for extension `extensionName` of app `bundleName`, as its manifest names both.
-int RunExtension(const std::string& bundleName, const std::string& extensionName, const RequestHandler& handler);
+// The same for extension `extensionName` of app `bundleName`, as its manifest names both. It runs from the first
+// connection to the end of the last; a process that is killed is told nothing.
+int RunExtension(const std::string& bundleName, const std::string& extensionName, const RequestHandler& handler,
+    const ExtensionEvents& events = {});
 
 }  // namespace ZYNE::Client

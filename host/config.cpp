@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -24,12 +25,19 @@ constexpr const char* LOOPBACK = "lo";
 constexpr size_t MOST_WORD_BYTES = 63;
 // The ports of a domain are computed from its number and must stay below 65536.
 constexpr uint32_t LAST_DOMAIN = 230;
+constexpr uint32_t LAST_USER = INT32_MAX;
+constexpr size_t MOST_USERS = 100;
+constexpr uint32_t SCRIPTED_WIDTH = 1920;
+constexpr uint32_t SCRIPTED_HEIGHT = 1080;
+constexpr uint32_t MOST_PIXELS = 32767;
 
 template <typename Value>
 using Word = std::pair<std::string_view, Value>;
 
 constexpr std::array<Word<FabricOptions::Trust>, 2> ACCOUNT_MODES{
     {{"account", FabricOptions::Trust::ACCOUNT}, {"open", FabricOptions::Trust::OPEN}}};
+constexpr std::array<Word<OsAccountType>, 2> USER_TYPES{
+    {{"normal", OsAccountType::NORMAL}, {"private", OsAccountType::PRIVATE}}};
 constexpr std::array<Word<LogLevel>, 4> LOG_LEVELS{
     {{"debug", LogLevel::DEBUG}, {"info", LogLevel::INFO}, {"warning", LogLevel::WARN}, {"error", LogLevel::ERROR}}};
 constexpr std::array<Word<LogTarget>, 4> LOG_TARGETS{{{"auto", LogTarget::AUTOMATIC}, {"journal", LogTarget::JOURNAL},
@@ -124,6 +132,58 @@ void ReadServices(const toml::table& root, const fs::path& file, Config& config)
     table.RefuseOthers();
 }
 
+Linux::User ReadUser(ConfigTable& table) {
+    Linux::User user;
+    table.Require("id");
+    user.id = static_cast<int32_t>(table.Number("id", 0, LAST_USER));
+    table.Require("name");
+    user.name = table.String("name", "");
+    CheckName(table, "name", user.name);
+    user.type = table.Choice("type", USER_TYPES, "normal");
+    table.RefuseOthers();
+    return user;
+}
+
+std::vector<Linux::User> ReadUsers(const toml::table& root, const fs::path& file) {
+    std::vector<Linux::User> users;
+    for (ConfigTable& table : ConfigTable::ReadArray(root, file, "user")) {
+        Linux::User user = ReadUser(table);
+        if (std::ranges::find(users, user.id, &Linux::User::id) != users.end()) {
+            table.Fail("id", std::to_string(user.id) + " is another user's");
+        }
+        if (users.size() == MOST_USERS) {
+            table.Fail("id", "is one too many: there may be " + std::to_string(MOST_USERS) + " users");
+        }
+        users.push_back(std::move(user));
+    }
+    if (users.empty()) {
+        users.push_back({100, "User", OsAccountType::NORMAL});
+    }
+    return users;
+}
+
+int32_t ReadPixels(ConfigTable& table, const std::string& key, uint32_t byDefault) {
+    const uint32_t pixels = table.Number(key, byDefault, MOST_PIXELS);
+    if (pixels == 0) {
+        table.Fail(key, "must be at least one pixel");
+    }
+    return static_cast<int32_t>(pixels);
+}
+
+void ReadInput(const toml::table& root, const fs::path& file, Config& config) {
+    ConfigTable table(root, file, "input");
+    config.input.display = table.String("display", "");
+    CheckWord(table, "display", config.input.display);
+    config.input.scripted = table.Bool("scripted", false);
+    if (config.input.scripted && !config.input.display.empty()) {
+        table.Fail("display", "cannot be given when the input is scripted");
+    }
+    config.scriptedDisplay.name = "scripted";
+    config.scriptedDisplay.width = ReadPixels(table, "width", SCRIPTED_WIDTH);
+    config.scriptedDisplay.height = ReadPixels(table, "height", SCRIPTED_HEIGHT);
+    table.RefuseOthers();
+}
+
 void ReadLog(const toml::table& root, const fs::path& file, Linux::LogOptions& log) {
     ConfigTable table(root, file, "log");
     log.level = table.Choice("level", LOG_LEVELS, "info");
@@ -133,7 +193,8 @@ void ReadLog(const toml::table& root, const fs::path& file, Linux::LogOptions& l
 }
 
 void RefuseOtherTables(const toml::table& root, const fs::path& file) {
-    constexpr std::array<std::string_view, 6> KNOWN{"device", "account", "network", "apps", "services", "log"};
+    constexpr std::array<std::string_view, 8> KNOWN{
+        "device", "account", "network", "apps", "services", "user", "input", "log"};
     for (const auto& [key, node] : root) {
         if (std::ranges::find(KNOWN, key.str()) == KNOWN.end()) {
             throw ConfigError(file.string() + ":" + std::to_string(node.source().begin.line) + ": " +
@@ -166,6 +227,8 @@ Config ReadConfig(const fs::path& file) {
     ReadNetwork(root, file, config.fabric);
     ReadApps(root, file, config);
     ReadServices(root, file, config);
+    config.users = ReadUsers(root, file);
+    ReadInput(root, file, config);
     ReadLog(root, file, config.log);
     return config;
 }

@@ -3,9 +3,13 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <vector>
 
 #include "linux/fabric/fabric_options.h"
+#include "linux/input/display_table.h"
+#include "linux/input/input_service.h"
 #include "linux/log/linux_log.h"
+#include "linux/users/users.h"
 
 namespace ZYNE::Host {
 
@@ -15,8 +19,11 @@ struct Config {
     std::filesystem::path systemRoot;
     std::filesystem::path appsDirectory;
     std::filesystem::path serviceTable;
-    Linux::FabricOptions fabric;  // the udid is not configured
-    Linux::LogOptions log;        // nor are the file and the device
+    std::vector<Linux::User> users;  // at least one, each id once
+    Linux::InputOptions input;
+    Linux::DisplayArea scriptedDisplay;  // stands in while there is no display server
+    Linux::FabricOptions fabric;         // the udid is not configured
+    Linux::LogOptions log;               // nor are the file and the device
 };
 
 // What is wrong with a configuration, as one line: the file, the line and the key.

@@ -6,17 +6,47 @@
 
 namespace ZYNE::Host {
 
+namespace {
+
+std::string Place(const std::filesystem::path& file, const toml::node& node) {
+    return file.string() + ":" + std::to_string(node.source().begin.line);
+}
+
+// Throws when `node` is no table.
+const toml::table* AsTable(
+    const toml::node& node, const std::filesystem::path& file, const std::string& name, const std::string& written) {
+    if (!node.is_table()) {
+        throw ConfigError(Place(file, node) + ": " + name + " must be a table, written as " + written);
+    }
+    return node.as_table();
+}
+
+}  // namespace
+
 ConfigTable::ConfigTable(const toml::table& root, std::filesystem::path file, std::string name)
     : file_(std::move(file)), name_(std::move(name)) {
-    const toml::node* node = root.get(name_);
-    if (node == nullptr) {
-        return;
+    if (const toml::node* node = root.get(name_)) {
+        table_ = AsTable(*node, file_, name_, "[" + name_ + "]");
     }
-    table_ = node->as_table();
-    if (table_ == nullptr) {
-        throw ConfigError(file_.string() + ":" + std::to_string(node->source().begin.line) + ": " + name_ +
-            " must be a table, written as [" + name_ + "]");
+}
+
+ConfigTable::ConfigTable(std::filesystem::path file, std::string name, const toml::table* table)
+    : file_(std::move(file)), name_(std::move(name)), table_(table) {}
+
+std::vector<ConfigTable> ConfigTable::ReadArray(
+    const toml::table& root, const std::filesystem::path& file, const std::string& name) {
+    std::vector<ConfigTable> tables;
+    const std::string written = "[[" + name + "]]";
+    const toml::node* node = root.get(name);
+    if (node != nullptr && !node->is_array()) {
+        throw ConfigError(Place(file, *node) + ": " + name + " must be written as " + written);
     }
+    if (node != nullptr) {
+        for (const toml::node& element : *node->as_array()) {
+            tables.push_back(ConfigTable(file, name, AsTable(element, file, name, written)));
+        }
+    }
+    return tables;
 }
 
 bool ConfigTable::Has(const std::string& key) const {
@@ -104,7 +134,7 @@ void ConfigTable::Fail(const std::string& key, const std::string& problem) const
     std::string place = file_.string();
     if (table_ != nullptr) {
         const toml::node* node = table_->get(key);
-        place += ":" + std::to_string((node != nullptr ? node : table_)->source().begin.line);
+        place = Place(file_, node != nullptr ? *node : *table_);
     }
     throw ConfigError(place + ": " + name_ + "." + key + " " + problem);
 }

@@ -19,6 +19,10 @@ public:
     // The table `name` of `root`, which was read from `file`. A table that is not given counts as empty.
     ConfigTable(const toml::table& root, std::filesystem::path file, std::string name);
 
+    // Those of the array of tables `name`, in order; none when it is not given.
+    static std::vector<ConfigTable> ReadArray(
+        const toml::table& root, const std::filesystem::path& file, const std::string& name);
+
     bool Has(const std::string& key) const;
     std::string String(const std::string& key, const std::string& byDefault);
     bool Bool(const std::string& key, bool byDefault);
@@ -49,6 +53,7 @@ public:
     void RefuseOthers() const;
 
 private:
+    ConfigTable(std::filesystem::path file, std::string name, const toml::table* table);
     const toml::node* Find(const std::string& key);
 
     const std::filesystem::path file_;

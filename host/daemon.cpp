@@ -16,12 +16,18 @@
 #include "linux/bus/device_bus.h"
 #include "linux/bus/system_abilities.h"
 #include "linux/datashare/data_share_service.h"
+#include "linux/event/common_events.h"
 #include "linux/fabric/fabric.h"
+#include "linux/input/input_service.h"
+#include "linux/input/scripted_input.h"
 #include "linux/log/linux_log.h"
+#include "linux/power/power_manager.h"
 #include "linux/profile/profile_service.h"
 #include "linux/runtime/steady_time.h"
 #include "linux/runtime/system_root.h"
 #include "linux/runtime/thread_pool.h"
+#include "linux/screen/screen_state.h"
+#include "linux/users/users.h"
 #include "platform/device_manager/dm_device_state.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/host/picker_result.h"
@@ -29,6 +35,7 @@
 #include "plugin/device_profile/device_profile_manager.h"
 #include "plugin/info_collection/app_info_collection.h"
 #include "plugin/info_collection/request_sa_manager.h"
+#include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE::Host {
 namespace {
@@ -37,8 +44,10 @@ using namespace std::chrono_literals;
 using CollaborationFwk::AppInfoCollection;
 using CollaborationFwk::AsynThreadPool;
 using CollaborationFwk::DeviceProfileManager;
+using CollaborationFwk::KeyMouseServiceManager;
 using CollaborationFwk::PickerResult;
 using CollaborationFwk::RequestSAManager;
+using Linux::CommonEvents;
 using Linux::DataShareService;
 using Linux::Fabric;
 using Linux::FabricOptions;
@@ -52,6 +61,12 @@ constexpr auto LAST_ANSWERS_TIME = 250ms;
 
 constexpr const char* PROFILE_FILE = "profiles.db";
 constexpr const char* DATA_SHARE_FILE = "datashare.db";
+constexpr const char* FOREGROUND_USER_FILE = "foreground_user";
+
+// That the settings can be used, told in the name of the system service that keeps them elsewhere.
+constexpr const char* DATA_SHARE_READY = "usual.event.DATA_SHARE_READY";
+constexpr int32_t DATA_SHARE_UID = 3012;
+
 constexpr int32_t INFO_COLLECTION = 2;  // what the pool is told of a task
 
 std::string Masked(const std::string& id) {
@@ -109,9 +124,11 @@ void Daemon::Start() {
     udid_ = OwnUdid(config_);
     StartBus();
     StartStores();
+    StartDesktop();
     StartApi();
     StartLibrary();
     StartFabric();
+    StartCrossing();
     parts_->registration->Announce(Linux::DeviceBus::GetInstance().GetAddress());
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the device is up");
 }
@@ -159,6 +176,20 @@ void Daemon::StartStores() {
     ProfileService::Get().Open(config_.stateDirectory / PROFILE_FILE, udid_);
 }
 
+void Daemon::StartDesktop() {
+    Linux::Users::Options users;
+    users.users = config_.users;
+    users.file = config_.stateDirectory / FOREGROUND_USER_FILE;
+    users.switched = [](int32_t, int32_t) {
+        KeyMouseServiceManager::GetInstance().OnEventUserSwitched();
+    };
+    Linux::Users::GetInstance().Start(std::move(users));
+    CommonEvents::GetInstance().Start(Linux::DeviceBus::GetInstance().GetAddress());
+    Linux::InputService::Get().Start(config_.input);
+    Linux::ScriptedInput::Get().Configure({config_.scriptedDisplay});
+    Linux::ScreenState::Get().Start([](Linux::ScreenStatus status) { Fabric::GetInstance().SetScreenStatus(status); });
+}
+
 void Daemon::StartApi() {
     DeviceApi::Options options;
     options.busAddress = Linux::DeviceBus::GetInstance().GetAddress();
@@ -196,6 +227,16 @@ void Daemon::StartFabric() {
     fabric.Start(options);
 }
 
+// On the network: the library asks who this device is.
+void Daemon::StartCrossing() {
+    KeyMouseServiceManager& crossing = KeyMouseServiceManager::GetInstance();
+    crossing.SubscribeCommonEvent();
+    crossing.OnEventUserSwitched();  // the first tells who is there; only those after it are switches
+    crossing.OnDpStart();
+    crossing.OnDbStart();
+    CommonEvents::GetInstance().Publish(DATA_SHARE_READY, DATA_SHARE_UID);
+}
+
 // Any thread. The main thread waits for this signal.
 void Daemon::OnBusLost() {
     if (!parts_->busLost.exchange(true)) {
@@ -206,11 +247,13 @@ void Daemon::OnBusLost() {
 bool Daemon::Stop() {
     const bool busLost = parts_->busLost;
     Fabric::GetInstance().Stop();
+    StopDesktop();
     Linux::SteadyTime::Get().RunOut();
     if (parts_->api) {
         parts_->api->Stop();
     }
     Linux::ThreadPool::Get().Drain(LAST_ANSWERS_TIME);
+    Linux::PowerManager::Get().Stop();
     ProfileService::Get().Close();
     DataShareService::GetInstance()->Stop();
     // Ends the calls that tasks still wait in.
@@ -223,6 +266,13 @@ bool Daemon::Stop() {
     Linux::LinuxLog::Get().Close();
     parts_->registration.reset();
     return !busLost;
+}
+
+void Daemon::StopDesktop() {
+    Linux::ScreenState::Get().Stop();
+    Linux::InputService::Get().Stop();
+    CommonEvents::GetInstance().Stop();
+    Linux::Users::GetInstance().Stop();
 }
 
 }  // namespace ZYNE::Host

@@ -31,9 +31,12 @@ private:
     void StartLog();
     void StartBus();
     void StartStores();
+    void StartDesktop();
     void StartApi();
     void StartLibrary();
     void StartFabric();
+    void StartCrossing();
+    static void StopDesktop();
     void OnBusLost();
 
     const Config config_;

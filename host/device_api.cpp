@@ -12,6 +12,7 @@
 #include "client/device_api_adaptor.h"
 #include "host/api_error.h"
 #include "host/bus_text.h"
+#include "host/crossing_api.h"
 #include "host/device_type_name.h"
 #include "host/info_api.h"
 #include "host/peer_choice.h"
@@ -138,6 +139,7 @@ DeviceApi::DeviceApi(Options options) : options_(std::move(options)) {
     try {
         connection_ = sdbus::createSessionBusConnectionWithAddress(options_.busAddress);
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_);
+        crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH, options_.peers);
         connection_->requestName(BUS_NAME);
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());

@@ -22,6 +22,8 @@ enum class ProfileChange : int32_t;
 
 namespace ZYNE::Host {
 
+class CrossingApi;
+
 // Any thread. A request that may wait does so on the pool, so none holds up another.
 class DeviceApi {
 public:
@@ -59,6 +61,7 @@ private:
     const Options options_;
     std::unique_ptr<sdbus::IConnection> connection_;
     std::unique_ptr<Adaptor> adaptor_;
+    std::unique_ptr<CrossingApi> crossing_;
     std::atomic<bool> stopping_{false};
     std::thread server_;
 };

@@ -4,21 +4,12 @@
 #include <stdexcept>
 
 #include "linux/account/udid.h"
+#include "linux/runtime/kept_file.h"
 
 namespace ZYNE::Host {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Written aside and renamed: a device that is killed meanwhile has no half identity.
-void Keep(const std::string& udid, const fs::path& file) {
-    fs::path written = file;
-    written += ".new";
-    if (!(std::ofstream(written) << udid << '\n' << std::flush)) {
-        throw std::runtime_error(written.string() + " cannot be written");
-    }
-    fs::rename(written, file);
-}
 
 }  // namespace
 
@@ -27,7 +18,7 @@ std::string KeptUdid(const fs::path& stateDirectory) {
     std::string udid;
     if (!fs::exists(file)) {
         udid = Linux::NewUdid();
-        Keep(udid, file);
+        Linux::WriteKeptFile(file, udid + '\n');
         return udid;
     }
     std::ifstream(file) >> udid;

@@ -19,6 +19,7 @@ ExtensionManagerClient& ExtensionManagerClient::GetInstance() {
 namespace ZYNE::Linux {
 namespace {
 
+// Means the apps of the device's user, whoever is in the foreground.
 constexpr int32_t CURRENT_USER = -1;
 
 }  // namespace

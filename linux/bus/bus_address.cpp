@@ -1,6 +1,7 @@
 #include "linux/bus/bus_address.h"
 
 #include <cctype>
+#include <cerrno>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -14,7 +15,28 @@ bool IsPlain(char character) {
         std::string_view("-_/.\\*").find(character) != std::string_view::npos;
 }
 
-int Connect(sd_bus* bus, const std::string& address) {
+int WaitUntilReady(sd_bus* bus, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    for (;;) {
+        int result = sd_bus_process(bus, nullptr);
+        if (result < 0 || sd_bus_is_ready(bus) != 0) {
+            return result < 0 ? result : sd_bus_is_ready(bus);
+        }
+        const std::chrono::microseconds left =
+            std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            return -ETIMEDOUT;
+        }
+        if (result == 0) {
+            result = sd_bus_wait(bus, static_cast<uint64_t>(left.count()));
+        }
+        if (result < 0 && result != -EINTR) {
+            return result;
+        }
+    }
+}
+
+int Connect(sd_bus* bus, const std::string& address, std::chrono::milliseconds limit) {
     int result = sd_bus_set_address(bus, address.c_str());
     if (result >= 0) {
         result = sd_bus_set_bus_client(bus, 1);
@@ -22,8 +44,7 @@ int Connect(sd_bus* bus, const std::string& address) {
     if (result >= 0) {
         result = sd_bus_start(bus);
     }
-    const char* name = nullptr;
-    return result >= 0 ? sd_bus_get_unique_name(bus, &name) : result;  // waits until the bus has let us in
+    return result >= 0 ? WaitUntilReady(bus, limit) : result;
 }
 
 }  // namespace
@@ -47,18 +68,26 @@ std::string BusAddress(const std::filesystem::path& directory) {
     return address;
 }
 
-BusHandle OpenBus(const std::string& address) {
+BusHandle OpenBus(const std::string& address, std::chrono::milliseconds limit) {
     sd_bus* raw = nullptr;
     int result = sd_bus_new(&raw);
     BusHandle bus(raw);
     if (result >= 0) {
-        result = Connect(bus.get(), address);
+        result = Connect(bus.get(), address, limit);
     }
     if (result < 0) {
         throw std::runtime_error(
             "cannot connect to the bus " + address + ": " + std::generic_category().message(-result));
     }
     return bus;
+}
+
+bool IsConnected(sd_bus* bus) {
+    int result = 1;
+    while (result > 0) {
+        result = sd_bus_process(bus, nullptr);
+    }
+    return result == 0 && sd_bus_is_open(bus) > 0;
 }
 
 }  // namespace ZYNE::Linux

@@ -1,6 +1,7 @@
 // Where a device's bus is, and how to connect to it.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -14,7 +15,12 @@ std::filesystem::path BusSocket(const std::filesystem::path& directory);
 // The D-Bus address of that socket.
 std::string BusAddress(const std::filesystem::path& directory);
 
-// A connection of its own, registered with the bus. Throws std::runtime_error with one line that says why not.
-BusHandle OpenBus(const std::string& address);
+// A connection of its own, registered with the bus within `limit`. Throws std::runtime_error with one line that says why
+// not.
+BusHandle OpenBus(const std::string& address, std::chrono::milliseconds limit = std::chrono::seconds(30));
+
+// Whether a connection that the calling thread has to itself still stands. Takes in whatever was sent to it, since only
+// reading shows its end.
+bool IsConnected(sd_bus* bus);
 
 }  // namespace ZYNE::Linux

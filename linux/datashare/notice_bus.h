@@ -10,14 +10,11 @@
 // was sent.
 #pragma once
 
-#include <atomic>
 #include <functional>
-#include <mutex>
 #include <string>
-#include <thread>
 
-#include "linux/bus/bus_handles.h"
-#include "linux/bus/bus_poller.h"
+#include "linux/bus/signal_listener.h"
+#include "linux/bus/signal_sender.h"
 #include "linux/datashare/notice.h"
 
 namespace ZYNE::Linux {
@@ -27,18 +24,15 @@ class NoticeBus {
 public:
     // Called on the listening thread, one at a time, until Stop returns.
     struct Callbacks {
-        std::function<void(const RowsChanged& change)> rowsChanged;
+        std::function<void(RowsChanged change)> rowsChanged;
         std::function<void(Notice notice)> notice;
         std::function<void()> lost;  // the bus is gone: the last call
     };
 
-    NoticeBus(std::string address, Callbacks callbacks);
-    NoticeBus(const NoticeBus&) = delete;
-    NoticeBus& operator=(const NoticeBus&) = delete;
-    ~NoticeBus();
+    NoticeBus(const std::string& address, const Callbacks& callbacks);
 
     // Whether the bus is still there.
-    bool IsUp();
+    bool IsUp() { return sender_.IsUp(); }
 
     // Has the callbacks called of all that is sent by anyone after this returns. The second time does nothing. False
     // when the bus cannot be reached.
@@ -52,23 +46,10 @@ public:
     void Stop();
 
 private:
-    bool IsUpLocked();
-    bool SendParcel(const char* member, const MessageParcel& parcel);
-    void Run();
-    static int OnRowsChanged(sd_bus_message* message, void* self, sd_bus_error* error);
-    static int OnNotice(sd_bus_message* message, void* self, sd_bus_error* error);
+    bool Send(const char* member, const MessageParcel& parcel);
 
-    const std::string address_;
-    const Callbacks callbacks_;
-    std::atomic<bool> stopping_ = false;
-
-    std::mutex sendMutex_;  // held while the bus takes a message, which keeps the order
-    BusHandle sender_;      // guarded by sendMutex_; made on first use
-
-    std::mutex listenMutex_;
-    std::thread thread_;  // guarded by listenMutex_
-    BusPoller poller_;
-    BusHandle listener_;  // the thread's own, once it runs
+    SignalSender sender_;
+    SignalListener listener_;
 };
 
 }  // namespace ZYNE::Linux

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "linux/screen/screen_status.h"
 #include "platform/device_manager/dm_device_info.h"
 
 namespace ZYNE::Linux {
@@ -30,6 +31,14 @@ inline DmDeviceInfo ToDeviceInfo(const Announcement& device) {
     info.extraData = R"({"OS_TYPE":)" + std::to_string(device.osType) + "}";
     info.deviceTypeId = device.deviceType;
     info.authForm = DmDeviceInfo::IDENTICAL_ACCOUNT;
+    return info;
+}
+
+// As a screen status callback gets it.
+inline DmDeviceInfo ToScreenInfo(const Announcement& device, ScreenStatus screenStatus) {
+    DmDeviceInfo info = ToDeviceInfo(device);
+    info.extraData = R"({"OS_TYPE":)" + std::to_string(device.osType) + R"(,"DEVICE_SCREEN_STATUS":)" +
+        std::to_string(screenStatus) + "}";
     return info;
 }
 

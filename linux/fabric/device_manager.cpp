@@ -1,12 +1,12 @@
 // The seam's device manager: every device that is seen is of this account, and so is trusted.
 #include "platform/device_manager/device_manager.h"
 
-#include <map>
-#include <mutex>
 #include <utility>
 
 #include "linux/fabric/fabric.h"
 #include "linux/fabric/fabric_code.h"
+#include "linux/fabric/fabric_node.h"
+#include "linux/fabric/screen_callbacks.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -39,31 +39,29 @@ public:
 
     int32_t RegisterDeviceScreenStatusCallback(
         const std::string& pkgName, std::shared_ptr<DeviceScreenStatusCallback> callback) override {
-        if (callback == nullptr) {
-            return FABRIC_INVALID_ARGUMENT;
-        }
-        const std::scoped_lock lock(mutex_);
-        std::swap(screenCallbacks_[pkgName], callback);
-        return FABRIC_OK;
+        return ScreenCallbacks::Get().Put(pkgName, std::move(callback));
     }
 
     int32_t UnRegisterDeviceScreenStatusCallback(const std::string& pkgName) override {
-        std::map<std::string, std::shared_ptr<DeviceScreenStatusCallback>>::node_type removed;
-        const std::scoped_lock lock(mutex_);
-        removed = screenCallbacks_.extract(pkgName);
-        return removed.empty() ? FABRIC_INVALID_ARGUMENT : FABRIC_OK;
+        return ScreenCallbacks::Get().Remove(pkgName);
     }
 
-    // Devices of this port do not announce the state of their screens: it is not known, and no callback comes.
     int32_t GetDeviceScreenStatus(
-        const std::string& /*pkgName*/, const std::string& /*networkId*/, int32_t& /*screenStatus*/) override {
-        return FABRIC_NOT_KNOWN;
+        const std::string& /*pkgName*/, const std::string& networkId, int32_t& screenStatus) override {
+        const auto node = Fabric::GetInstance().Node();
+        if (node == nullptr) {
+            return FABRIC_NOT_RUNNING;
+        }
+        const PeerPtr peer = node->Peers().FindOnline(networkId);
+        if (!peer) {
+            return FABRIC_PEER_OFFLINE;
+        }
+        if (peer->screenStatus == SCREEN_UNKNOWN) {
+            return FABRIC_NOT_KNOWN;
+        }
+        screenStatus = peer->screenStatus;
+        return FABRIC_OK;
     }
-
-private:
-    std::mutex mutex_;
-    // Guarded by mutex_, under which none is called or destroyed; by package.
-    std::map<std::string, std::shared_ptr<DeviceScreenStatusCallback>> screenCallbacks_;
 };
 
 }  // namespace

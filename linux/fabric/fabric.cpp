@@ -18,6 +18,14 @@ void Fabric::SetDeviceStateHandler(DeviceStateHandler handler) {
     std::swap(handler_, handler);
 }
 
+void Fabric::SetScreenStatus(int32_t status) {
+    const std::scoped_lock setting(screenMutex_);
+    screenStatus_ = ToScreenStatus(status);
+    if (const auto node = Node()) {
+        node->SetScreenStatus(screenStatus_);
+    }
+}
+
 void Fabric::Start(const FabricOptions& options) {
     const std::scoped_lock starting(startMutex_);
     if (Node()) {
@@ -33,6 +41,10 @@ void Fabric::Start(const FabricOptions& options) {
         options.deviceName, Anonymous(node->Self().udid), Anonymous(node->Self().networkId));
     // Callbacks and requests, which come from here on, find the network running.
     SetNode(node);
+    {
+        const std::scoped_lock setting(screenMutex_);
+        node->SetScreenStatus(screenStatus_);
+    }
     try {
         node->Begin();
     } catch (...) {
@@ -62,7 +74,7 @@ std::vector<Fabric::PeerStatus> Fabric::ListPeers() const {
     std::vector<PeerStatus> list;
     if (const auto node = Node()) {
         for (const PeerPtr& peer : node->Peers().All()) {
-            list.push_back({ToDeviceInfo(peer->device), peer->online});
+            list.push_back({ToDeviceInfo(peer->device), peer->online, peer->screenStatus});
         }
     }
     return list;

@@ -4,6 +4,7 @@
 // operations fail with FABRIC_NOT_RUNNING before the start and after the stop.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "linux/fabric/fabric_options.h"
+#include "linux/screen/screen_status.h"
 #include "platform/device_manager/dm_device_info.h"
 
 namespace ZYNE::Linux {
@@ -28,6 +30,7 @@ public:
     struct PeerStatus {
         DmDeviceInfo info;  // as it was last
         bool online;
+        ScreenStatus screenStatus;  // likewise
     };
 
     // The process's fabric; never destroyed.
@@ -36,13 +39,17 @@ public:
     // Takes effect with the next start.
     void SetDeviceStateHandler(DeviceStateHandler handler);
 
+    // What this device announces of its screen, from the next start on as well: a ScreenStatus; any other value is
+    // SCREEN_UNKNOWN, as is what nobody has set.
+    void SetScreenStatus(int32_t status);
+
     // Joins the network and announces the device. Throws std::runtime_error with one line when that cannot be done: the
     // credentials do not hold, the interface does not exist, it runs already …
     void Start(const FabricOptions& options);
 
     // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback
-    // comes any more, except from large messages that the thread pool has accepted. Does nothing when it does not run.
-    // Not to be called by a callback.
+    // comes any more, except from large messages and changes of peers' screens that the thread pool has accepted. Does
+    // nothing when it does not run. Not to be called by a callback.
     void Stop();
 
     // This device; nothing while it is not started.
@@ -60,7 +67,11 @@ private:
     // The node that was there before.
     std::shared_ptr<FabricNode> SetNode(std::shared_ptr<FabricNode> node);
 
-    std::mutex startMutex_;  // one start or stop at a time; taken before mutex_
+    std::mutex startMutex_;  // one start or stop at a time; taken before the others
+    // Held while the status is announced: the last one that was set is the one that is announced last. Taken before
+    // mutex_.
+    std::mutex screenMutex_;
+    ScreenStatus screenStatus_ = SCREEN_UNKNOWN;  // guarded by screenMutex_
     mutable std::mutex mutex_;
     DeviceStateHandler handler_;        // guarded by mutex_
     std::shared_ptr<FabricNode> node_;  // guarded by mutex_

@@ -7,6 +7,7 @@
 #include "linux/fabric/device_id.h"
 #include "linux/fabric/endpoint_owner.h"
 #include "linux/fabric/guarded_call.h"
+#include "linux/fabric/screen_callbacks.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -32,9 +33,9 @@ FabricNode::FabricNode(const FabricOptions& options, const FabricIdentity& ident
       stopSignal_(dds_create_guardcondition(domain_.Participant()), "no guard condition"),
       events_(peers_, std::move(handler)),
       watch_(domain_, partitions_, self_, identity.credentials.has_value(), waitset_.Get(), peers_,
-          {[this](const Peer& peer) { OnPeerChanged(peer); },
-              [this](const Peer& peer) {
-                  OnPeerGone(peer);
+          {[this](const Peer& peer) { OnPeerChanged(peer); }, [this](const Peer& peer) { OnPeerGone(peer); },
+              [](const Peer& peer) {
+                  ScreenCallbacks::Get().Tell(ToScreenInfo(peer.device, peer.screenStatus));
               }}),
       inbox_(domain_, partitions_.To(self_.udid, self_.networkId), peers_, sessions_),
       presence_(domain_, partitions_, self_),
@@ -50,6 +51,10 @@ void FabricNode::Begin() {
     reader_ = std::thread([this] { Read(); });
     profiles_.Begin();
     presence_.Announce();
+}
+
+void FabricNode::SetScreenStatus(ScreenStatus status) {
+    GuardedCall("announcing the screen", [&] { presence_.SetScreenStatus(status); });
 }
 
 void FabricNode::Read() {

@@ -25,8 +25,9 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Two threads of its own: one reads announcements and messages, one tells the host of devices. Profiles are
-// read on those of the profile service, which is joined for as long as the device is on the network.
+// Any thread. Two threads of its own: one reads announcements and messages, one tells the host of devices. Changes of
+// peers' screens are told on the pool. Profiles are read on the threads of the profile service, which is joined for as
+// long as the device is on the network.
 class FabricNode {
 public:
     // Joins the network, unseen as yet. Throws std::runtime_error with one line.
@@ -37,6 +38,9 @@ public:
 
     // Announces this device and begins to read. Once. Throws like the constructor.
     void Begin();
+
+    // What is announced of this device's screen. Before Begin as well, and after Stop in vain.
+    void SetScreenStatus(ScreenStatus status);
 
     const Announcement& Self() const { return self_; }
     const PeerTable& Peers() const { return peers_; }

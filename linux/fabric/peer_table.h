@@ -16,6 +16,7 @@ namespace ZYNE::Linux {
 // One state of a peer.
 struct Peer {
     Announcement device;
+    ScreenStatus screenStatus = SCREEN_UNKNOWN;
     dds_guid_t participant{};
     dds_instance_handle_t presenceWriter = 0;
     // Where it is sent to; null when the peer has gone.

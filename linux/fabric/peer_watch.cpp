@@ -27,11 +27,11 @@ PeerWatch::PeerWatch(const FabricDomain& domain, const Partitions& partitions, c
       events_(std::move(events)), presence_(domain, partitions) {}
 
 void PeerWatch::TakeAnnouncements() {
-    presence_.Take([this](const Announcement& device, bool isThere, dds_instance_handle_t writer) {
-        if (isThere) {
-            OnAnnounced(device, writer);
+    presence_.Take([this](const PresenceReader::Arrival& arrival) {
+        if (arrival.isThere) {
+            OnAnnounced(arrival);
         } else {
-            OnWithdrawn(device.udid, writer);
+            OnWithdrawn(arrival.device.udid, arrival.writer);
         }
     });
 }
@@ -56,29 +56,39 @@ bool PeerWatch::IsCredible(const Announcement& device, const dds_guid_t& partici
     return true;
 }
 
-void PeerWatch::OnAnnounced(const Announcement& announced, dds_instance_handle_t writer) {
-    const auto participant = OwnerOfWriter(presence_.Get(), writer);
+void PeerWatch::OnAnnounced(const PresenceReader::Arrival& arrival) {
+    const Announcement& announced = arrival.device;
+    const auto participant = OwnerOfWriter(presence_.Get(), arrival.writer);
     if (!participant || !IsCredible(announced, *participant)) {
         return;
     }
-    Peer peer{announced, *participant, writer, nullptr, false};
+    Peer peer{announced, arrival.screenStatus, *participant, arrival.writer, nullptr, false};
     peer.device.deviceName = Printable(announced.deviceName);
     const PeerPtr known = peers_.FindByUdid(announced.udid);
     const bool isSameRun = known && known->channel && known->device.networkId == announced.networkId &&
         IsSame(known->participant, *participant);
-    if (!isSameRun) {
-        if (known && known->channel) {
-            Leave(*known);
-        }
-        Arrive(std::move(peer));
+    if (isSameRun) {
+        Renew(*known, std::move(peer));
         return;
     }
-    peer.channel = known->channel;
-    peer.online = known->online;
-    const bool isNews = known->device != peer.device;
-    peers_.Put(std::make_shared<const Peer>(peer));
-    if (isNews && peer.online) {
-        events_.onChanged(peer);
+    if (known && known->channel) {
+        Leave(*known);
+    }
+    Arrive(std::move(peer));
+}
+
+void PeerWatch::Renew(const Peer& known, Peer renewed) {
+    renewed.channel = known.channel;
+    renewed.online = known.online;
+    peers_.Put(std::make_shared<const Peer>(renewed));
+    if (!renewed.online) {
+        return;
+    }
+    if (renewed.device != known.device) {
+        events_.onChanged(renewed);
+    }
+    if (renewed.screenStatus != known.screenStatus) {
+        events_.onScreenChanged(renewed);
     }
 }
 
@@ -150,6 +160,9 @@ void PeerWatch::Tell(const Peer& peer) {
     FabricPrint(LogLevel::INFO, "device %{public}s is %{public}s", Anonymous(peer.device.udid),
         peer.online ? "online" : "offline");
     (peer.online ? events_.onChanged : events_.onGone)(peer);
+    if (peer.online && peer.screenStatus != SCREEN_UNKNOWN) {
+        events_.onScreenChanged(peer);
+    }
 }
 
 }  // namespace ZYNE::Linux

@@ -21,6 +21,7 @@ public:
     struct Events {
         std::function<void(const Peer&)> onChanged;  // came, or tells something else about itself
         std::function<void(const Peer&)> onGone;
+        std::function<void(const Peer&)> onScreenChanged;  // tells something else of its screen, or something at all
     };
 
     // `isProved` is whether participants have proved who they are. Channels are attached to `waitset`, each with its
@@ -35,12 +36,13 @@ public:
     void CheckChannel(dds_attach_t channel);
 
 private:
-    void OnAnnounced(const Announcement& device, dds_instance_handle_t writer);
+    void OnAnnounced(const PresenceReader::Arrival& arrival);
     void OnWithdrawn(const std::string& udid, dds_instance_handle_t writer);
     bool IsCredible(const Announcement& device, const dds_guid_t& participant) const;
     void Arrive(Peer peer);
     void CheckChannel(const PeerPtr& peer);
     void Leave(const Peer& peer);
+    void Renew(const Peer& known, Peer renewed);
     void Tell(const Peer& peer);
 
     const FabricDomain& domain_;

@@ -19,6 +19,7 @@ Sample ToSample(const Announcement& device) {
     }
     sample.deviceType = device.deviceType;
     sample.osType = device.osType;
+    sample.screenStatus = SCREEN_UNKNOWN;
     return sample;
 }
 
@@ -33,12 +34,29 @@ PresenceWriter::PresenceWriter(const FabricDomain& domain, const Partitions& par
                                              PresenceWriterQos(partitions.Of(device.udid)).get(), nullptr),
                                      "the device cannot be announced") {}
 
-void PresenceWriter::Announce() const {
-    MustDds(dds_write(writer_.Get(), &sample_), "the device cannot be announced");
+void PresenceWriter::Announce() {
+    const std::scoped_lock lock(mutex_);
+    Write();
+    isThere_ = true;
 }
 
-void PresenceWriter::Withdraw() const {
+void PresenceWriter::SetScreenStatus(ScreenStatus status) {
+    const std::scoped_lock lock(mutex_);
+    const bool isNews = sample_.screenStatus != status;
+    sample_.screenStatus = status;
+    if (isNews && isThere_) {
+        Write();
+    }
+}
+
+void PresenceWriter::Withdraw() {
+    const std::scoped_lock lock(mutex_);
+    isThere_ = false;
     dds_dispose(writer_.Get(), &sample_);
+}
+
+void PresenceWriter::Write() const {
+    MustDds(dds_write(writer_.Get(), &sample_), "the device cannot be announced");
 }
 
 PresenceReader::PresenceReader(const FabricDomain& domain, const Partitions& partitions)
@@ -50,7 +68,8 @@ void PresenceReader::Take(const Handler& handler) {
     TakenSamples<Sample> samples(reader_.Get());
     while (samples.Next()) {
         // Not the instance's state: any writer of it may change that.
-        handler(FromSample(samples.Sample()), samples.Info().valid_data, samples.Info().publication_handle);
+        handler({FromSample(samples.Sample()), ToScreenStatus(samples.Sample().screenStatus), samples.Info().valid_data,
+            samples.Info().publication_handle});
     }
 }
 

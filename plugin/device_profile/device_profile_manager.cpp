@@ -8,6 +8,7 @@
 #include "platform/host/picker_result.h"
 #include "plugin/device_profile/profile_names.h"
 #include "plugin/device_profile/subscribe_dp_change_listener.h"
+#include "plugin/key_mouse/key_mouse_service_manager.h"
 #include "plugin/utils/log.h"
 #include "plugin/utils/result_codes.h"
 #include "plugin/utils/system_ability_ids.h"
@@ -21,6 +22,12 @@ constexpr char CHARACTERISTIC_VALUE[] = "characteristicValue";
 constexpr int CHARACTERISTIC_CHANGED = 3;  // what the super device listener is told
 
 [[maybe_unused]] const auto& g_builtAtLoad = DeviceProfileManager::GetInstance();
+
+// Whether the key-mouse manager wants to hear that a device of this type comes or goes.
+bool IsKeyMouseDevice(const DeviceInfo& device) {
+    const uint32_t type = device.GetDeviceType();
+    return type == DeviceType::PHONE || type == DeviceType::PC || type == DeviceType::TABLET;
+}
 
 }  // namespace
 
@@ -47,13 +54,20 @@ void DeviceProfileManager::HandleDeviceProfileChange(int state, const DmDeviceIn
     case DEVICE_INFO_READY:
         CFWK_LOGI(LOG, "new device online:%{public}d, try to subscribe remote device info", state);
         SubscribeOnlineDevice(device);
+        if (IsKeyMouseDevice(*device)) {
+            KeyMouseServiceManager::GetInstance().OnDeviceOnline(device);
+        }
         break;
     case DEVICE_STATE_OFFLINE:
         CFWK_LOGI(LOG, "old device offline, try to unsubscribe remote device info");
         UnsubscribeOfflineDevice(device);
+        if (IsKeyMouseDevice(*device)) {
+            KeyMouseServiceManager::GetInstance().OnDeviceOffline(device);
+        }
         break;
     case DEVICE_INFO_CHANGED:
         SubscribeOnlineDevice(device);
+        KeyMouseServiceManager::GetInstance().OnDeviceChanged(device);
         break;
     default:
         break;

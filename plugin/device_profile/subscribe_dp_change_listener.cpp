@@ -120,8 +120,10 @@ void Listener::TellListeners(const CharacteristicProfile& profile, SyncProfileCh
 }
 
 void Listener::TellKeyMouse(const CharacteristicProfile& profile) const {
-    if (KeyMouseServiceManager::GetInstance().IsContainServiceId(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
+    KeyMouseServiceManager& keyMouse = KeyMouseServiceManager::GetInstance();
+    if (keyMouse.IsContainServiceId(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
         CFWK_LOGI(LOG, "deviceStatus change");
+        keyMouse.OnDeviceStatusChanged(profile, deviceType_);
     }
 }
 

@@ -38,7 +38,7 @@ private:
     // Only those of its service interest it.
     void TellKeyMouse(const CharacteristicProfile& profile) const;
 
-    [[maybe_unused]] const uint32_t deviceType_;
+    const uint32_t deviceType_;
 };
 
 }  // namespace ZYNE::CollaborationFwk

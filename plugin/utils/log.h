@@ -12,6 +12,7 @@
 namespace ZYNE::CollaborationFwk::LogDomains {
 
 inline constexpr LogDomain CFWK_SERVICE{0xD004615, "CFWKService"};
+inline constexpr LogDomain CFWK_CALLBACK{0xD004616, "CFWKCallback"};
 inline constexpr LogDomain DEVICE_DETECT{0xD004617, "DeviceDetect"};
 inline constexpr LogDomain COLLECTION{0xD00461B, "Collection"};
 inline constexpr LogDomain DETECT{0xD00461C, "Detect"};

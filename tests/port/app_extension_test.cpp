@@ -4,14 +4,18 @@
 #include <unistd.h>
 
 #include <condition_variable>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <mutex>
 
 #include "linux/apps/ability_manager.h"
 #include "linux/apps/bundle_manager.h"
 #include "linux/bus/device_bus.h"
 #include "platform/ipc/string_conversion.h"
+#include "tests/scenario/process.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -30,21 +34,26 @@ public:
         ++connects_;
         changed_.notify_all();
     }
-    void OnAbilityDisconnectDone(const ElementName&, int) override {
+    void OnAbilityDisconnectDone(const ElementName&, int resultCode) override {
+        if (onDisconnect) {
+            onDisconnect(resultCode);
+        }
         std::lock_guard lock(mutex_);
         ++disconnects_;
         changed_.notify_all();
     }
 
-    sptr<IRemoteObject> AwaitRemote() {
+    sptr<IRemoteObject> AwaitRemote(int connects = 1) {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, 30s, [this] { return connects_ > 0; });
+        changed_.wait_for(lock, 30s, [&] { return connects_ >= connects; });
         return remote_;
     }
-    bool AwaitDisconnect() {
+    bool AwaitDisconnect(int disconnects = 1) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 30s, [this] { return disconnects_ > 0; });
+        return changed_.wait_for(lock, 30s, [&] { return disconnects_ >= disconnects; });
     }
+
+    std::function<void(int resultCode)> onDisconnect;
 
 private:
     std::mutex mutex_;
@@ -77,10 +86,10 @@ protected:
     void SetUp() override {
         std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
         directory_ = mkdtemp(path.data());
-        fs::create_directories(directory_ / "apps" / "test.app");
-        std::ofstream(directory_ / "apps/test.app/manifest.json")
-            << R"({"bundleName": "test.app", "extensions": [{"name": "Provider", "exec": [")" TEST_PROVIDER
-               R"(", "app"]}]})";
+        Install("test.app", R"("name": "Provider", "exec": [")" TEST_PROVIDER R"(", "app"])");
+        Install("com.talvex.peerdesk",
+            R"("name": "KeyMouseService", "exec": ["/bin/sh", "-c", "exec ')" PEER_DESK R"(' >>')" +
+                CompanionOutput().native() + R"('"])");
         BundleManager::GetInstance()->LoadDirectory(directory_ / "apps");
         DeviceBus::GetInstance().Start(
             {directory_ / "run", BundleManager::GetInstance()->GetCatalogue()->GetServices(), {}});
@@ -90,6 +99,7 @@ protected:
         fs::remove_all(directory_);
     }
 
+    fs::path CompanionOutput() const { return directory_ / "companion.out"; }
     static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider") {
         Want want;
         want.SetElementName("test.app", extension);
@@ -109,6 +119,12 @@ protected:
     }
 
 private:
+    void Install(const std::string& bundle, const std::string& extension) const {
+        fs::create_directories(directory_ / "apps" / bundle);
+        std::ofstream(directory_ / "apps" / bundle / "manifest.json")
+            << R"({"bundleName": ")" << bundle << R"(", "extensions": [{)" << extension << "}]}";
+    }
+
     fs::path directory_;
 };
 
@@ -136,6 +152,63 @@ TEST_F(AppExtension, RunsUntilItsLastConnectionHasGoneAndIsStartedAnewForTheNext
     const std::string next = Ask(third->AwaitRemote(), "app.pid");
     EXPECT_NE(next, "");
     EXPECT_NE(next, pid);
+}
+
+TEST_F(AppExtension, ThatIsKilledIsReportedAsGoneAndCanBeConnectedToAgainAtOnce) {
+    const auto connection = MakeSptr<Connection>();
+    int reason = 0;
+    connection->onDisconnect = [&](int resultCode) {
+        reason = resultCode;
+        EXPECT_EQ(Connect(connection), 0);
+    };
+    ASSERT_EQ(Connect(connection), 0);
+    const sptr<IRemoteObject> killed = connection->AwaitRemote();
+    const std::string pid = Ask(killed, "app.pid");
+    ASSERT_EQ(kill(std::stoi(pid), SIGKILL), 0);
+
+    const sptr<IRemoteObject> next = connection->AwaitRemote(2);
+    EXPECT_EQ(reason, Extension::DIED);
+    EXPECT_EQ(Ask(killed, "app.pid"), "");
+    EXPECT_NE(Ask(next, "app.pid"), pid);
+    connection->onDisconnect = nullptr;
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
+    EXPECT_TRUE(connection->AwaitDisconnect(2));
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), AbilityManager::NOT_CONNECTED);
+}
+
+TEST_F(AppExtension, OfTheCompanionPrintsThatItIsConnectedAskedToDisconnectAndLeft) {
+    const auto connection = MakeSptr<Connection>();
+    Want want;
+    want.SetParam("isSelfStart", false).SetElementName("com.talvex.peerdesk", "KeyMouseService");
+    for (const int connects : {1, 2}) {
+        ASSERT_EQ(ExtensionManagerClient::GetInstance().ConnectServiceExtensionAbility(
+                      want, connection, nullptr, CURRENT_USER),
+            0);
+        ASSERT_TRUE(connection->AwaitRemote(connects));
+    }
+    const auto ask = [&](const std::u16string& token) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        data.WriteInterfaceToken(token);
+        const bool isAnswered = connection->AwaitRemote()->SendRequest(15, data, reply, option) == 0;
+        return isAnswered ? reply.ReadInt32() : -1;
+    };
+    EXPECT_EQ(ask(u"com.talvex.peerdesk.KeyMouseManager"), 0);
+    EXPECT_EQ(ask(u"another"), -1);
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
+
+    std::string output;
+    EXPECT_TRUE(Testing::Eventually([&] {
+        std::ifstream file(CompanionOutput());
+        output.assign(std::istreambuf_iterator<char>(file), {});
+        return output.find("disconnected\n") != std::string::npos;
+    }));
+    const std::string pid = std::to_string(getpid());
+    const std::string stamp = "[0-9:]{8} KeyMouseService: ";
+    EXPECT_THAT(output,
+        ::testing::MatchesRegex(stamp + "connected\n" + stamp + "request 15 of process " + pid + ", disconnect\n" +
+            stamp + "request 15 of process " + pid + " is refused\n" + stamp + "disconnected\n"));
 }
 
 TEST_F(AppExtension, ThatIsNotInstalledOrNotConnectedIsRefusedAtOnce) {

@@ -54,6 +54,9 @@ TEST_F(CommandLine, RefusesWrongUsageWithOneLine) {
             {COLLABCTL, "info", "get", "pc", "a", "--timeout", "soon"},
             {COLLABCTL, "profile", "put", "key", "value", "--service", "s"}, {COLLABCTL, "profile", "get", "pc", "key"},
             {COLLABCTL, "setting", "put", "key"}, {COLLABCTL, "setting", "get", "key", "--user", "-1"},
+            {COLLABCTL, "watch"}, {COLLABCTL, "watch", "weather"}, {COLLABCTL, "switch"}, {COLLABCTL, "switch", "dim"},
+            {COLLABCTL, "input", "move", "1"}, {COLLABCTL, "input", "key", "press", "0"},
+            {COLLABCTL, "user", "switch", "Anna"}, {COLLABCTL, "screen", "dim"}, {COLLABCTL, "explain"},
             {COLLABCTL, "account", "create"}, {COLLABD}, {COLLABD, "--config"}}) {
         ExpectFailure(RunCommand(wrong), 2, {"--help"});
     }

@@ -29,6 +29,14 @@ std::string Quoted(const fs::path& text) {
 
 }  // namespace
 
+size_t Count(const std::string& text, const std::string& wanted) {
+    size_t count = 0;
+    for (size_t at = text.find(wanted); at != std::string::npos; at = text.find(wanted, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 std::string ReadAll(const fs::path& file) {
     std::ifstream stream(file);
     return {std::istreambuf_iterator<char>(stream), {}};
@@ -51,16 +59,25 @@ TestDevice::TestDevice(fs::path directory, std::string name, const DeviceSetup& 
     }
     config += "[network]\ntag = " + Quoted(directory_.parent_path().filename()) + "\n[log]\ntarget = \"none\"\n";
     fs::create_directories(directory_ / "root");
+    config += InstallApps(setup) + setup.config;
+    Write(ConfigFile(), config);
+}
+
+// The tables of the configuration that tell of them.
+std::string TestDevice::InstallApps(const DeviceSetup& setup) const {
+    fs::create_directories(directory_ / "apps");
+    if (setup.hasBoard) {
+        fs::create_directory_symlink(BOARD_BUNDLE, directory_ / "apps/org.example.deskboard");
+    }
+    if (setup.hasCompanion) {
+        fs::create_directory_symlink(COMPANION_BUNDLE, directory_ / "apps/com.talvex.peerdesk");
+    }
+    std::string tables = "[apps]\ndirectory = \"apps\"\n";
     if (setup.hasTestProvider) {
         WriteProvider();
-        config += "[apps]\ndirectory = \"apps\"\n[services]\ntable = \"services.json\"\n";
+        tables += "[services]\ntable = \"services.json\"\n";
     }
-    if (setup.hasBoard) {
-        fs::create_directories(directory_ / "apps");
-        fs::create_directory_symlink(BOARD_BUNDLE, directory_ / "apps/org.example.deskboard");
-        config += "[apps]\ndirectory = \"apps\"\n";
-    }
-    Write(ConfigFile(), config);
+    return tables;
 }
 
 // The files through which the library, the bus and the app manager know the test provider.
@@ -90,14 +107,13 @@ void TestDevice::WriteProvider() const {
 }
 
 void TestDevice::Start() {
-    process_ = std::make_unique<Process>(
-        std::vector<std::string>{COLLABD, "--config", ConfigFile()}, directory_ / "output.txt");
+    process_ = std::make_unique<Process>(std::vector<std::string>{COLLABD, "--config", ConfigFile()}, OutputFile());
     const bool isUp = Eventually([this] {
         const auto entry = Entry();
         return process_->HasEnded() || (entry && entry->running && !entry->busAddress.empty());
     });
     if (!isUp || process_->HasEnded()) {
-        throw std::runtime_error(name_ + " does not start: " + ReadAll(directory_ / "output.txt"));
+        throw std::runtime_error(name_ + " does not start: " + ReadAll(OutputFile()));
     }
 }
 
@@ -148,12 +164,11 @@ std::string TestDevice::Udid() const {
 }
 
 size_t TestDevice::CountInLog(const std::string& text) const {
-    const std::string log = ReadAll(directory_ / "state" / "device.log");
-    size_t count = 0;
-    for (size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
-        ++count;
-    }
-    return count;
+    return Count(ReadAll(directory_ / "state" / "device.log"), text);
+}
+
+size_t TestDevice::CountInOutput(const std::string& text) const {
+    return Count(ReadAll(OutputFile()), text);
 }
 
 }  // namespace ZYNE::Testing

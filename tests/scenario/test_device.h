@@ -18,7 +18,9 @@ struct DeviceSetup {
     std::string account = "home";  // the account that enrolled it
     bool open = false;             // no certificates; `account` is but a name
     bool hasTestProvider = false;  // the service and the app of test_provider.cpp
-    bool hasBoard = false;         // the sample app with a board; not together with the test provider
+    bool hasBoard = false;         // the sample app with a board
+    bool hasCompanion = false;     // the sample app that carries out crossing
+    std::string config{};          // further tables of its configuration
 };
 
 class TestDevice {
@@ -47,19 +49,26 @@ public:
 
     std::string Udid() const;
     size_t CountInLog(const std::string& text) const;
+    // The same in what the device and its apps print.
+    size_t CountInOutput(const std::string& text) const;
     const std::string& Name() const { return name_; }
     const std::filesystem::path& Directory() const { return directory_; }
+    std::filesystem::path OutputFile() const { return directory_ / "output.txt"; }
     std::filesystem::path ConfigFile() const { return directory_ / "collabd.toml"; }
     std::optional<Client::DeviceEntry> Entry() const { return Client::FindDevice(name_); }
 
 private:
     bool ListsAs(const std::string& peer, bool online) const;
+    std::string InstallApps(const DeviceSetup& setup) const;
     void WriteProvider() const;
 
     const std::filesystem::path directory_;
     const std::string name_;
     std::unique_ptr<Process> process_;
 };
+
+// How often `wanted` is in `text`.
+size_t Count(const std::string& text, const std::string& wanted);
 
 // The whole of a file; empty when there is none.
 std::string ReadAll(const std::filesystem::path& file);

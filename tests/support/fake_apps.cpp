@@ -1,6 +1,13 @@
 #include "tests/support/fake_apps.h"
 
 namespace ZYNE::Testing {
+namespace {
+
+std::string Describe(const Want& want) {
+    return want.GetElement().GetBundleName() + ", " + want.GetElement().GetAbilityName() + ", ";
+}
+
+}  // namespace
 
 // In this process, so a remote object and the interface at once.
 class FakeApps::BundleManager final : public IRemoteObject, public IBundleMgr {
@@ -24,7 +31,17 @@ public:
         infos = owner_.extensions;
         return owner_.extensionQueryResult;
     }
-    int32_t GetApplicationInfo(const std::string&, int32_t, int32_t, ApplicationInfo&) override { return 1; }
+    int32_t GetApplicationInfo(
+        const std::string& bundleName, int32_t flags, int32_t userId, ApplicationInfo& info) override {
+        owner_.journal_.Call(
+            "GetApplicationInfo(" + bundleName + ", " + std::to_string(flags) + ", " + std::to_string(userId) + ")");
+        const auto found = owner_.applications.find(bundleName);
+        if (found == owner_.applications.end()) {
+            return 1;
+        }
+        info = found->second;
+        return 0;
+    }
 
 private:
     void Write(const std::string& name, const Want& want, int32_t flags, int32_t userId) {
@@ -38,11 +55,30 @@ private:
 FakeApps::FakeApps(Journal& journal) : journal_(journal), bundleManager_(MakeSptr<BundleManager>(*this)) {}
 
 int32_t FakeApps::ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) {
+    return TakeConnection(want, connection, "ConnectAbility(" + Describe(want) + std::to_string(userId) + ")");
+}
+
+int32_t FakeApps::ConnectServiceExtensionAbility(const Want& want, const sptr<IAbilityConnection>& connection,
+    const sptr<IRemoteObject>& callerToken, int32_t userId) {
+    std::string params;
+    for (const auto& [name, value] : want.GetParams()) {
+        params += name + (value ? "=true, " : "=false, ");
+    }
+    return TakeConnection(want, connection,
+        "ConnectServiceExtensionAbility(" + Describe(want) + params + (callerToken ? "token, " : "null, ") +
+            std::to_string(userId) + ")");
+}
+
+int32_t FakeApps::TakeConnection(
+    const Want& want, const sptr<IAbilityConnection>& connection, const std::string& call) {
+    journal_.Call(call);
     element_ = want.GetElement();
-    journal_.Call("ConnectAbility(" + element_.GetBundleName() + ", " + element_.GetAbilityName() + ", " +
-        std::to_string(userId) + ")");
     connection_ = connection;
     return connectResult;
+}
+
+sptr<IBundleMgr> FakeApps::GetBundleManagerProxy() {
+    return hasBundleManager ? iface_cast<IBundleMgr>(bundleManager_) : nullptr;
 }
 
 int32_t FakeApps::DisconnectAbility(const sptr<IAbilityConnection>& connection) {

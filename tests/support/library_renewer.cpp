@@ -9,6 +9,7 @@
 #include "plugin/info_collection/info_collection_process.h"
 #include "plugin/info_collection/info_collection_service.h"
 #include "plugin/info_collection/request_sa_manager.h"
+#include "plugin/key_mouse/key_mouse_listener_set.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -20,6 +21,7 @@ void LibraryRenewer::RenewAll() {
     Renew(DeviceProfileManager::GetInstance());
     Renew(DataShareManager::GetInstance());
     Renew(OobeStatusDependency::GetInstance());
+    Renew(KeyMouseListenerSet::GetInstance());
     Renew(KeyMouseServiceManager::GetInstance());
     delete InfoCollectionProcess::instance_.exchange(nullptr);
     PluginLoader::GetLoader().RegisterInstance(PluginType::INFO_COLLECTION, InfoCollectionProcess::GetInstance());

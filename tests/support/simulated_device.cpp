@@ -63,6 +63,10 @@ AbilityManagerClient* AbilityManagerClient::GetInstance() {
     return &SimulatedDevice::Current().apps;
 }
 
+ExtensionManagerClient& ExtensionManagerClient::GetInstance() {
+    return SimulatedDevice::Current().apps;
+}
+
 bool BundleMgrClient::GetResConfigFile(
     const AbilityInfo& info, const std::string& metadataName, std::vector<std::string>& profiles) const {
     return SimulatedDevice::Current().apps.ReadResources(info.bundleName, metadataName, profiles);
@@ -78,7 +82,55 @@ std::shared_ptr<DataShareHelper> DataShareHelper::Creator(
     return SimulatedDevice::Current().dataShare.Create(token, uri, extUri, waitTimeSeconds);
 }
 
+DeviceManager& DeviceManager::GetInstance() {
+    return SimulatedDevice::Current().deviceManager;
+}
+
+InputManager* InputManager::GetInstance() {
+    return &SimulatedDevice::Current().input;
+}
+
+DisplayManager& DisplayManager::GetInstance() {
+    return SimulatedDevice::Current().input;
+}
+
+InteractionManager* InteractionManager::GetInstance() {
+    return &SimulatedDevice::Current().input;
+}
+
+PowerMgrClient& PowerMgrClient::GetInstance() {
+    return SimulatedDevice::Current().users;
+}
+
+bool CommonEventManager::SubscribeCommonEvent(const std::shared_ptr<CommonEventSubscriber>& subscriber) {
+    Testing::FakeUsers& users = SimulatedDevice::Current().users;
+    if (!users.refusesSubscribers) {
+        users.subscribers.push_back(subscriber);
+    }
+    return !users.refusesSubscribers;
+}
+
+int32_t OsAccountManager::GetForegroundOsAccountLocalId(int32_t& localId) {
+    const Testing::FakeUsers& users = SimulatedDevice::Current().users;
+    localId = users.foreground;
+    return users.foregroundCode;
+}
+
+int32_t OsAccountManager::GetOsAccountType(int32_t localId, OsAccountType& type) {
+    const Testing::FakeUsers& users = SimulatedDevice::Current().users;
+    const auto found = users.types.find(localId);
+    if (found == users.types.end()) {
+        return 1;
+    }
+    type = found->second;
+    return 0;
+}
+
 namespace CollaborationFwk {
+
+HostAbilityManager& HostAbilityManager::GetInstance() {
+    return SimulatedDevice::Current().apps;
+}
 
 PluginLoader& PluginLoader::GetLoader() {
     return SimulatedDevice::Current().host;

@@ -17,11 +17,14 @@
 
 #include "tests/support/fake_apps.h"
 #include "tests/support/fake_data_share.h"
+#include "tests/support/fake_device_manager.h"
 #include "tests/support/fake_device_profile_client.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/fake_input.h"
 #include "tests/support/fake_pool.h"
 #include "tests/support/fake_remote.h"
 #include "tests/support/fake_system_abilities.h"
+#include "tests/support/fake_users.h"
 #include "tests/support/journal.h"
 #include "tests/support/simulated_time.h"
 
@@ -49,6 +52,9 @@ public:
     FakeApps apps{journal};
     FakeDeviceProfileClient profiles{journal};
     FakeDataShare dataShare{journal};
+    FakeDeviceManager deviceManager{journal};
+    FakeInput input{journal};
+    FakeUsers users{journal};
     std::string systemRoot;  // stands before the path of every file of the system partition
 
 private:

@@ -47,21 +47,23 @@ TEST_F(DeviceProfileChange, OfTheSwitchReachesTheFunctionsAndIsNotHandledFurther
     const std::string check = "I Collection: deviceId: p**1 check IsContainServiceId";
     const std::string found = "I Collection: IsContainServiceId for " + SWITCH_SERVICE + " is true";
     const std::string status = "I Collection: deviceStatus change";
+    const std::string types = "I Collection: local deviceType: 0, remote deviceType: 2607";
+    const std::string told = "I Collection: local deviceType or remote deviceType is not supported";
     const std::string ends = "D Collection: not infoCollection change";
     EXPECT_EQ(device.profiles.Publish(Switch("0")), 1001);
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Detect: CharacteristicProfile add, key: SwitchStatus", "function(0, 0)", super, "super(3)",
-            check, found, status, check, ends));
+            check, found, status, types, told, check, ends));
     device.journal.Clear();
     EXPECT_EQ(device.profiles.Publish(Switch("1")), 1001);
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Detect: CharacteristicProfile update, key: SwitchStatus", "function(1, 1)", super, "super(3)",
-            check, found, status, check, ends));
+            check, found, status, types, told, check, ends));
     device.journal.Clear();
     EXPECT_EQ(device.profiles.Delete(Switch("1")), 1001);
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Detect: CharacteristicProfile delete, key: SwitchStatus", "function(1, 2)", super, "super(3)",
-            "I Collection: OnCharacteristicProfileDelete start.", check, found, status, check, ends));
+            "I Collection: OnCharacteristicProfileDelete start.", check, found, status, types, told, check, ends));
 }
 
 TEST_F(DeviceProfileChange, OfInfoIsWrittenForTheAppsWhichAreThenTold) {

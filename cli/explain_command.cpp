@@ -1,0 +1,82 @@
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+#include <json/value.h>
+
+#include "cli/crossing_commands.h"
+#include "cli/json_output.h"
+#include "cli/text_table.h"
+#include "client/crossing_client.h"
+
+namespace ZYNE::Cli {
+namespace {
+
+// What to do about a rule that does not hold.
+struct Hint {
+    std::string_view rule;
+    std::string_view text;
+};
+
+constexpr std::array<Hint, 10> HINTS{{
+    {"local switch on", "collabctl switch on"},
+    {"local device type supported", "crossing is for phones, tablets and PCs"},
+    {"peer trusted", "see with collabctl devices whether the peer is online"},
+    {"peer device type supported", "crossing is for phones, tablets and PCs"},
+    {"peer system type supported", "the peer runs a system that takes no part in crossing"},
+    {"peer of the same account", "enrol the peer with the account of this device"},
+    {"peer switch on", "collabctl switch on, on the peer"},
+    {"companion installed", "install the app com.talvex.peerdesk on this device"},
+    {"service connected", "follows when all needed rules hold; if it does not, see collabctl log"},
+    {"reconnect attempts left", "a lost service stays lost: collabctl switch off, then on"},
+}};
+
+std::string HintFor(const Client::CrossingRule& rule) {
+    const auto* const hint = std::ranges::find(HINTS, rule.name, &Hint::rule);
+    return rule.holds || hint == HINTS.end() ? std::string() : std::string(hint->text);
+}
+
+bool Starts(const std::vector<Client::CrossingRule>& rules) {
+    return std::ranges::all_of(rules, [](const auto& rule) { return rule.holds || !rule.isRequired; });
+}
+
+void PrintTable(const std::string& peer, const std::vector<Client::CrossingRule>& rules) {
+    TextTable table({"RULE", "HOLDS", "NEEDED", "WHAT TO DO"});
+    for (const Client::CrossingRule& rule : rules) {
+        table.AddRow({rule.name, rule.holds ? "yes" : "no", rule.isRequired ? "yes" : "no", HintFor(rule)});
+    }
+    table.Print(std::cout);
+    TextTable conclusion({"crossing with " + peer + (Starts(rules) ? " starts" : " does not start")});
+    conclusion.Print(std::cout << '\n');
+}
+
+Json::Value ToJson(const std::vector<Client::CrossingRule>& rules) {
+    Json::Value root(Json::objectValue);
+    root["starts"] = Starts(rules);
+    Json::Value& list = root["rules"] = Json::arrayValue;
+    for (const Client::CrossingRule& rule : rules) {
+        Json::Value& entry = list.append(Json::objectValue);
+        entry["rule"] = rule.name;
+        entry["holds"] = rule.holds;
+        entry["needed"] = rule.isRequired;
+        entry["whatToDo"] = HintFor(rule);
+    }
+    return root;
+}
+
+}  // namespace
+
+int ExplainCrossing(const DeviceChoice& choice, const std::string& peer, bool json) {
+    Client::CrossingClient device(ChooseDevice(choice, false));
+    const std::vector<Client::CrossingRule> rules = device.Explain(peer);
+    if (json) {
+        PrintJson(ToJson(rules));
+    } else {
+        PrintTable(device.FindPeer(peer).name, rules);
+    }
+    return 0;
+}
+
+}  // namespace ZYNE::Cli

@@ -1,0 +1,89 @@
+// What a program asks a device of its own user about crossing of keyboard and mouse, and what it does in place of the
+// person at a device that nobody sits at.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "client/device_client.h"
+#include "client/device_registry.h"
+
+namespace ZYNE::Client {
+
+struct RequestAnswer {
+    int32_t code;        // 0; 1001 the request is malformed; 2451 its action is not known
+    std::string result;  // JSON; empty unless the code is 0
+};
+
+struct CrossingRule {
+    std::string name;
+    bool holds;
+    bool isRequired;  // the others tell how far crossing has got
+};
+
+struct User {
+    int32_t id;
+    std::string name;
+    bool isPrivate;  // starts with crossing off each time that it comes to the foreground
+    bool isForeground;
+};
+
+struct PeerName {
+    std::string name;
+    std::string id;  // shortened
+};
+
+// One thread at a time. Every operation throws DeviceError when the device cannot be reached, does not answer in time
+// or refuses, and when a text is not UTF-8 or too large.
+class CrossingClient {
+public:
+    // Connects to a device that runs.
+    explicit CrossingClient(const DeviceEntry& device);
+    CrossingClient(const CrossingClient&) = delete;
+    CrossingClient& operator=(const CrossingClient&) = delete;
+    ~CrossingClient();
+
+    // Registers this process for `event`: keyboard, edge, screen or switch. The device then sends what
+    // crossing_events.h describes to this process's connection `connection` to the device's bus. CrossingWatch does all
+    // of it.
+    void AddListener(const std::string& event, const std::string& connection);
+    void RemoveListener(const std::string& event);
+
+    // Sends a key-mouse request, a JSON object.
+    RequestAnswer SendRequest(const std::string& request);
+
+    // Every rule of crossing with `peer`, which is named as for DeviceClient::GetInfo, in the order in which a decision
+    // asks them.
+    std::vector<CrossingRule> Explain(const std::string& peer);
+    // With `bind` the companion's service runs whatever the rules say.
+    void BindService(bool bind);
+    PeerName FindPeer(const std::string& peer);
+
+    // In the order of the device's configuration.
+    std::vector<User> ListUsers();
+    // The user whose settings count. Throws DeviceError also when there is none.
+    int32_t ForegroundUser();
+    // Brings a user to the foreground. What follows the user may follow a moment later.
+    void SwitchUser(int32_t user);
+
+    // Pointer and keyboard of a device that has no display; refused by one that has. Pixels; 1 left, 2 middle, 3 right;
+    // key codes of the kernel's input-event-codes.h.
+    void MovePointer(int32_t dx, int32_t dy);
+    void MovePointerTo(int32_t x, int32_t y);
+    void PressButton(int32_t button, bool isDown);
+    void PressKey(int32_t key, bool isDown);
+
+    // Says of the device's screen that it is on (1), off (0) or locked (2), or leaves it to the desktop (-1).
+    void SetScreen(int32_t status);
+
+private:
+    class Proxy;
+
+    const std::string name_;
+    std::unique_ptr<sdbus::IConnection> connection_;
+    std::unique_ptr<Proxy> proxy_;
+};
+
+}  // namespace ZYNE::Client

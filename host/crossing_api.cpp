@@ -1,0 +1,155 @@
+#include "host/crossing_api.h"
+
+#include <cstdint>
+#include <tuple>
+#include <utility>
+
+#include <sdbus-c++/sdbus-c++.h>
+
+#include "client/device_api_adaptor.h"
+#include "host/api_error.h"
+#include "host/bus_text.h"
+#include "host/crossing_listeners.h"
+#include "host/peer_choice.h"
+#include "host/pool_answer.h"
+#include "host/user_api.h"
+#include "linux/input/scripted_input.h"
+#include "linux/screen/screen_state.h"
+#include "plugin/key_mouse/key_mouse_service_manager.h"
+
+namespace ZYNE::Host {
+namespace {
+
+using CollaborationFwk::KeyMouseServiceManager;
+using Linux::ScreenStatus;
+using Linux::ScriptedInput;
+
+using Rule = sdbus::Struct<std::string, bool, bool>;
+
+std::tuple<int32_t, std::string> CarryOut(const std::string& request) {
+    std::string result;
+    const int32_t code = KeyMouseServiceManager::GetInstance().ProcessKeyMouseRequest(request, result);
+    return {code, BusText(result)};
+}
+
+std::vector<Rule> ExplainCrossing(const KnownPeer& peer) {
+    std::vector<Rule> rules;
+    for (const auto& rule : KeyMouseServiceManager::GetInstance().ExplainCrossing(peer.udid)) {
+        rules.emplace_back(rule.name, rule.holds, rule.isRequired);
+    }
+    return rules;
+}
+
+void SetScreenStatus(int32_t status) {
+    if (status != Linux::SCREEN_UNKNOWN && Linux::ToScreenStatus(status) == Linux::SCREEN_UNKNOWN) {
+        throw ApiError("Failed", "a screen has no status " + std::to_string(status));
+    }
+    Linux::ScreenState::Get().Set(static_cast<ScreenStatus>(status));
+}
+
+}  // namespace
+
+class CrossingApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborationfwk::Crossing1_adaptor> {
+public:
+    Adaptor(
+        sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers)
+        : AdaptorInterfaces(connection, objectPath), peers_(std::move(peers)),
+          listeners_(std::make_shared<CrossingListeners>()) {
+        registerAdaptor();
+    }
+    Adaptor(const Adaptor&) = delete;
+    Adaptor& operator=(const Adaptor&) = delete;
+    ~Adaptor() { unregisterAdaptor(); }
+
+private:
+    void AddListener(sdbus::Result<>&& result, std::string event, std::string connection) override {
+        AnswerWhenDone(
+            std::move(result), [this, caller = Caller(), event = std::move(event), connection = std::move(connection)] {
+                listeners_->Add(caller, event, connection);
+            });
+    }
+
+    void RemoveListener(sdbus::Result<>&& result, std::string event) override {
+        AnswerWhenDone(std::move(result),
+            [this, caller = Caller(), event = std::move(event)] { listeners_->Remove(caller, event); });
+    }
+
+    void SendRequest(sdbus::Result<int32_t, std::string>&& result, std::string request) override {
+        AnswerOnPool(std::move(result), [request = std::move(request)] { return CarryOut(request); });
+    }
+
+    void Explain(sdbus::Result<std::vector<Rule>>&& result, std::string peer) override {
+        AnswerOnPool(std::move(result),
+            [this, peer = std::move(peer)] { return std::tuple(ExplainCrossing(ChoosePeer(peers_(), peer))); });
+    }
+
+    void BindService(sdbus::Result<>&& result, bool bind) override {
+        AnswerWhenDone(
+            std::move(result), [bind] { KeyMouseServiceManager::GetInstance().BindKeymouseServiceReq(bind); });
+    }
+
+    void FindPeer(sdbus::Result<std::string, std::string>&& result, std::string peer) override {
+        AnswerOnPool(std::move(result), [this, peer = std::move(peer)] {
+            const KnownPeer found = ChoosePeer(peers_(), peer);
+            return std::tuple(BusText(found.name), ShortId(found.udid));
+        });
+    }
+
+    void ListUsers(sdbus::Result<std::vector<User>>&& result) override {
+        AnswerOnPool(std::move(result), [] { return std::tuple(Host::ListUsers()); });
+    }
+
+    void SwitchUser(sdbus::Result<>&& result, int32_t user) override {
+        AnswerWhenDone(std::move(result), [user] { Host::SwitchUser(user); });
+    }
+
+    void MovePointer(sdbus::Result<>&& result, int32_t dx, int32_t dy) override {
+        Feed(std::move(result), [dx, dy](ScriptedInput& input) { return input.Move(dx, dy); });
+    }
+
+    void MovePointerTo(sdbus::Result<>&& result, int32_t x, int32_t y) override {
+        Feed(std::move(result), [x, y](ScriptedInput& input) { return input.MoveTo(x, y); });
+    }
+
+    void PressButton(sdbus::Result<>&& result, int32_t button, bool down) override {
+        Feed(std::move(result),
+            [button, down](ScriptedInput& input) { return down ? input.Press(button) : input.Release(button); });
+    }
+
+    void PressKey(sdbus::Result<>&& result, int32_t key, bool down) override {
+        Feed(std::move(result), [key, down](ScriptedInput& input) { return input.Key(key, down); });
+    }
+
+    void SetScreen(sdbus::Result<>&& result, int32_t status) override {
+        AnswerWhenDone(std::move(result), [status] { SetScreenStatus(status); });
+    }
+
+    // The connection of the program that asks, while its request is taken.
+    std::string Caller() const { return getObject().getCurrentlyProcessedMessage()->getSender(); }
+
+    static void AnswerWhenDone(sdbus::Result<>&& result, std::function<void()> operation) {
+        AnswerOnPool(std::move(result), [operation = std::move(operation)] {
+            operation();
+            return std::tuple();
+        });
+    }
+
+    static void Feed(sdbus::Result<>&& result, const std::function<bool(ScriptedInput&)>& event) {
+        AnswerWhenDone(std::move(result), [event] {
+            if (!event(ScriptedInput::Get())) {
+                throw ApiError("NotScripted", "the device reads the pointer and the keys of a real display");
+            }
+        });
+    }
+
+    const std::function<std::vector<KnownPeer>()> peers_;
+    const std::shared_ptr<CrossingListeners> listeners_;
+};
+
+CrossingApi::CrossingApi(
+    sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers)
+    : adaptor_(std::make_unique<Adaptor>(connection, objectPath, std::move(peers))) {}
+
+CrossingApi::~CrossingApi() = default;
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,35 @@
+// The part of a device's interface that is about crossing of keyboard and mouse: io.collaborationfwk.Crossing1 in
+// device_api.xml.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/known_peer.h"
+
+namespace sdbus {
+class IConnection;
+}
+
+namespace ZYNE::Host {
+
+// Each request is answered on the pool, so none holds up another.
+class CrossingApi {
+public:
+    // Serves on the object `objectPath` of `connection`, which must outlive it. `peers` comes on any thread.
+    CrossingApi(
+        sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers);
+    CrossingApi(const CrossingApi&) = delete;
+    CrossingApi& operator=(const CrossingApi&) = delete;
+    // Requests that were taken must have ended.
+    ~CrossingApi();
+
+private:
+    class Adaptor;
+
+    std::unique_ptr<Adaptor> adaptor_;
+};
+
+}  // namespace ZYNE::Host

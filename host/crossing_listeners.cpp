@@ -1,0 +1,148 @@
+#include "host/crossing_listeners.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "host/api_error.h"
+#include "linux/bus/bus_wire.h"
+#include "linux/bus/caller_identity.h"
+#include "linux/bus/device_bus.h"
+#include "platform/host/global_variables.h"
+#include "plugin/key_mouse/key_mouse_event_listener.h"
+#include "plugin/key_mouse/key_mouse_service_manager.h"
+
+namespace ZYNE::Host {
+namespace {
+
+namespace GloableVariables = CollaborationFwk::GloableVariables;
+using CollaborationFwk::KeyMouseEventListener;
+using CollaborationFwk::KeyMouseServiceManager;
+using Linux::BusClient;
+
+// What programs call an event, and what the library does.
+struct EventName {
+    std::string_view word;
+    const char* type;
+};
+
+constexpr std::array<EventName, 4> EVENTS{
+    {{"keyboard", GloableVariables::KEY_KEYBOARD}, {"edge", GloableVariables::KEY_MOVE_TO_EDGE},
+        {"screen", GloableVariables::KEY_SCREEN}, {"switch", GloableVariables::KEY_SWITCH}}};
+
+std::string TypeOf(const std::string& event) {
+    const auto* const found = std::ranges::find(EVENTS, event, &EventName::word);
+    if (found == EVENTS.end()) {
+        throw ApiError("NotFound", "there is no event \"" + event + "\"");
+    }
+    return found->type;
+}
+
+std::shared_ptr<BusClient> Bus() {
+    auto bus = Linux::DeviceBus::GetInstance().GetClient();
+    if (bus == nullptr) {
+        throw ApiError("Failed", "the device is ending");
+    }
+    return bus;
+}
+
+// As the bus proves it.
+int32_t ProcessOf(BusClient& bus, const std::string& connection) {
+    IPCContext context;
+    if (!Linux::CallerIdentity(bus.GetCaller()).Find(connection, context) || context.callingPid <= 0) {
+        throw ApiError("Failed", "the bus does not know who \"" + connection + "\" is");
+    }
+    return context.callingPid;
+}
+
+}  // namespace
+
+class CrossingListeners::Recipient final : public IRemoteObject::DeathRecipient {
+public:
+    Recipient(std::weak_ptr<CrossingListeners> listeners, Key key)
+        : listeners_(std::move(listeners)), key_(std::move(key)) {}
+
+    // The library forgets the dead by itself; its monitors go on until it is told that nobody is left.
+    void OnRemoteDied(const wptr<IRemoteObject>& remote) override {
+        if (const auto listeners = listeners_.lock()) {
+            listeners->Forget(key_, remote.promote());
+        }
+    }
+
+private:
+    const std::weak_ptr<CrossingListeners> listeners_;
+    const Key key_;
+};
+
+void CrossingListeners::Add(const std::string& caller, const std::string& event, const std::string& connection) {
+    const std::string type = TypeOf(event);
+    const auto bus = Bus();
+    const Key key(type, ProcessOf(*bus, caller));
+    // A name that can change hands would have the events sent to somebody else one day.
+    if (!connection.starts_with(':') || ProcessOf(*bus, connection) != key.second) {
+        throw ApiError("Failed", "\"" + connection + "\" is no connection of the calling process");
+    }
+    const sptr<IRemoteObject> remote = bus->GetRemote(connection, Linux::BusWire::DEFAULT_PATH);
+    const sptr<IRemoteObject::DeathRecipient> recipient = MakeSptr<Recipient>(weak_from_this(), key);
+    if (!Insert(key, {remote, recipient})) {
+        return;
+    }
+    KeyMouseServiceManager::GetInstance().AddKeyMouseEventListener(type, key.second, remote);
+    if (IsTooMany(type)) {
+        Forget(key, remote);
+        throw ApiError("Full",
+            std::to_string(KeyMouseEventListener::MAX_CALLBACKS) + " processes listen to \"" + event + "\" already");
+    }
+    if (!remote->AddDeathRecipient(recipient)) {
+        Forget(key, remote);
+        throw ApiError("Failed", "the calling process has left the bus");
+    }
+}
+
+bool CrossingListeners::Insert(const Key& key, const Registration& registration) {
+    const std::scoped_lock lock(mutex_);
+    const auto [place, isNew] = registrations_.try_emplace(key, registration);
+    if (!isNew && place->second.remote != registration.remote) {
+        throw ApiError("Registered", "this process listens to that event already, over another connection");
+    }
+    return isNew;
+}
+
+// With the latest one, which the library has refused then.
+bool CrossingListeners::IsTooMany(const std::string& type) {
+    const std::scoped_lock lock(mutex_);
+    const auto listening =
+        std::ranges::count_if(registrations_, [&](const auto& entry) { return entry.first.first == type; });
+    return static_cast<size_t>(listening) > KeyMouseEventListener::MAX_CALLBACKS;
+}
+
+void CrossingListeners::Remove(const std::string& caller, const std::string& event) {
+    const Key key(TypeOf(event), ProcessOf(*Bus(), caller));
+    sptr<IRemoteObject> remote;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (const auto found = registrations_.find(key); found != registrations_.end()) {
+            remote = found->second.remote;
+        }
+    }
+    Forget(key, remote);
+}
+
+CrossingListeners::Registration CrossingListeners::Take(const Key& key, const sptr<IRemoteObject>& remote) {
+    const std::scoped_lock lock(mutex_);
+    const auto found = registrations_.find(key);
+    if (found == registrations_.end() || found->second.remote != remote) {
+        return {};
+    }
+    return std::move(registrations_.extract(found).mapped());
+}
+
+void CrossingListeners::Forget(const Key& key, const sptr<IRemoteObject>& remote) {
+    const Registration registration = Take(key, remote);
+    if (registration.remote) {
+        registration.remote->RemoveDeathRecipient(registration.recipient);
+        KeyMouseServiceManager::GetInstance().RemoveKeyMouseEventListener(key.first, key.second);
+    }
+}
+
+}  // namespace ZYNE::Host

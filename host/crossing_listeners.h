@@ -1,0 +1,42 @@
+// The processes that listen to the events of crossing: whom the device registers with the library, and how long.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "platform/ipc/remote_object.h"
+
+namespace ZYNE::Host {
+
+// Any thread; made by std::make_shared. Blocks while the bus is asked who is who. Throws ApiError.
+class CrossingListeners : public std::enable_shared_from_this<CrossingListeners> {
+public:
+    // Registers the process behind the connection `caller` for `event`, as AddListener in device_api.xml.
+    void Add(const std::string& caller, const std::string& event, const std::string& connection);
+    // Takes its registration away, if there is one.
+    void Remove(const std::string& caller, const std::string& event);
+
+private:
+    using Key = std::pair<std::string, int32_t>;  // the library's name of the event, the process
+    struct Registration {
+        sptr<IRemoteObject> remote;
+        sptr<IRemoteObject::DeathRecipient> recipient;
+    };
+    class Recipient;
+
+    // False when the process is registered by that object already.
+    bool Insert(const Key& key, const Registration& registration);
+    bool IsTooMany(const std::string& type);
+    // Nothing when `remote` is not what is registered.
+    Registration Take(const Key& key, const sptr<IRemoteObject>& remote);
+    void Forget(const Key& key, const sptr<IRemoteObject>& remote);
+
+    std::mutex mutex_;
+    std::map<Key, Registration> registrations_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,41 @@
+// Keeps what the library asks of the pointer's crossing, for whoever moves the pointer.
+#pragma once
+
+#include <array>
+#include <mutex>
+#include <optional>
+
+#include "platform/interaction/interaction_manager.h"
+
+namespace ZYNE::Linux {
+
+enum InteractionCode : int32_t {
+    INTERACTION_OK = 0,
+    INTERACTION_UNKNOWN_DIRECTION = 1,
+    INTERACTION_BAD_COEFFICIENT = 2,  // not a number from 0 to 1
+};
+
+// The side of the screen at which the pointer leaves.
+enum class CrossingDirection : uint32_t { LEFT, RIGHT, TOP, BOTTOM };
+
+// Any thread.
+class LinuxInteractionManager final : public InteractionManager {
+public:
+    static constexpr size_t DIRECTIONS = 4;
+
+    // The process's one; never destroyed.
+    static LinuxInteractionManager& Get();
+
+    // `direction` is a CrossingDirection. `coefficient` is the share of its way that the pointer loses: 0 leaves it as
+    // fast as it is, 1 stops it.
+    int32_t SetDamplingCoefficient(uint32_t direction, double coefficient) override;
+
+    // Empty when none was set, and for a direction that is not known.
+    std::optional<double> GetDamplingCoefficient(uint32_t direction) const;
+
+private:
+    mutable std::mutex mutex_;
+    std::array<std::optional<double>, DIRECTIONS> coefficients_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

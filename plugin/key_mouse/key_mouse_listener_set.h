@@ -1,0 +1,37 @@
+// The listeners of all kinds of key-mouse events.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "plugin/key_mouse/key_mouse_event_listener.h"
+
+namespace ZYNE::CollaborationFwk {
+
+class LibraryRenewer;
+
+// Any thread: it does not change after it was made.
+class KeyMouseListenerSet {
+public:
+    static KeyMouseListenerSet& GetInstance();
+
+    // Null for a kind that does not exist.
+    std::shared_ptr<KeyMouseEventListener> GetListener(const std::string& type) const;
+    // Calls `send` for each client of that kind, with no lock held.
+    void Send(const std::string& type, const std::function<void(IKeyMouseCallback& client)>& send) const;
+
+protected:
+    KeyMouseListenerSet();
+    virtual ~KeyMouseListenerSet() = default;
+
+private:
+    friend class LibraryRenewer;  // tests start each case with a fresh library
+
+    void AddListener(const std::string& type);
+
+    std::unordered_map<std::string, std::shared_ptr<KeyMouseEventListener>> listeners_;  // by type
+};
+
+}  // namespace ZYNE::CollaborationFwk

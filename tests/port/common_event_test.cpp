@@ -1,0 +1,206 @@
+// Common events on a real bus. What comes over a connection other than the daemon's own stands for another process.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <latch>
+#include <mutex>
+#include <stdexcept>
+
+#include "linux/bus/device_bus.h"
+#include "linux/bus/signal_listener.h"
+#include "linux/bus/signal_sender.h"
+#include "linux/event/common_events.h"
+#include "linux/event/event_subscribers.h"
+#include "platform/event/common_event_manager.h"
+#include "tests/scenario/process.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using Testing::Eventually;
+
+constexpr int32_t SYSTEM_SERVICE = 3012;
+constexpr char PATH[] = "/com/zyne/CommonEvent";
+constexpr char INTERFACE[] = "com.zyne.CommonEvent";
+constexpr char PUBLISHED[] = "Published";
+
+class Recorder final : public CommonEventSubscriber {
+public:
+    using CommonEventSubscriber::CommonEventSubscriber;
+
+    void OnReceiveEvent(const CommonEventData& data) override {
+        {
+            const std::scoped_lock lock(mutex_);
+            events_.push_back(data.GetWant().GetAction());
+        }
+        if (gate != nullptr) {
+            gate->wait();
+        }
+        throw std::runtime_error("a subscriber's own trouble");
+    }
+    std::vector<std::string> Events() {
+        const std::scoped_lock lock(mutex_);
+        return events_;
+    }
+    bool Has(size_t count) {
+        return Eventually([&] { return Events().size() >= count; });
+    }
+
+    std::latch* gate = nullptr;
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> events_;
+};
+
+std::shared_ptr<Recorder> NewRecorder(
+    const std::set<std::string>& names, int32_t publisher = CommonEventSubscribeInfo::ANY_PUBLISHER) {
+    MatchingSkills skills;
+    for (const std::string& name : names) {
+        skills.AddEvent(name);
+    }
+    CommonEventSubscribeInfo info(skills);
+    info.SetPublisherUid(publisher);
+    return std::make_shared<Recorder>(info);
+}
+
+class CommonEvent : public ::testing::Test {
+protected:
+    CommonEvent() {
+        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
+        directory = mkdtemp(path.data());
+        DeviceBus::GetInstance().Start({directory / "run", {}, {}});
+        address = DeviceBus::GetInstance().GetAddress();
+        events.Start(address);
+        stranger = std::make_unique<SignalSender>(address);
+    }
+    ~CommonEvent() override {
+        events.Stop();
+        DeviceBus::GetInstance().Stop();
+        fs::remove_all(directory);
+    }
+
+    static std::shared_ptr<Recorder> Subscribe(
+        const std::set<std::string>& names, int32_t publisher = CommonEventSubscribeInfo::ANY_PUBLISHER) {
+        auto recorder = NewRecorder(names, publisher);
+        EXPECT_TRUE(CommonEventManager::SubscribeCommonEvent(recorder));
+        return recorder;
+    }
+    void Emit(const std::string& event) const {
+        EmitWith([&](sd_bus_message* message) { return sd_bus_message_append(message, "s", event.c_str()); });
+    }
+    void EmitWith(const std::function<int(sd_bus_message*)>& write) const {
+        std::string error;
+        EXPECT_TRUE(stranger->Send(PATH, INTERFACE, PUBLISHED, write, error)) << error;
+    }
+
+    CommonEvents& events = CommonEvents::GetInstance();
+    fs::path directory;
+    std::string address;
+    std::unique_ptr<SignalSender> stranger;
+};
+
+TEST_F(CommonEvent, OfAnotherProcessIsItsRealUsersAndOfTheDaemonThatOfTheServiceItStandsFor) {
+    const auto ofService = Subscribe({"ready", "end"}, SYSTEM_SERVICE);
+    const auto ofUser = Subscribe({"ready", "end"}, static_cast<int32_t>(getuid()));
+    const auto ofAnyone = Subscribe({"ready", "end"});
+    const auto ofOthers = Subscribe({"other"});
+    EmitWith([](sd_bus_message* message) { return sd_bus_message_append(message, "si", "ready", SYSTEM_SERVICE); });
+    ASSERT_TRUE(ofAnyone->Has(1));
+    EXPECT_TRUE(events.Publish("ready", SYSTEM_SERVICE));
+    EXPECT_TRUE(events.Publish("end", SYSTEM_SERVICE));
+    Emit("end");
+    Emit("other");
+
+    EXPECT_TRUE(ofOthers->Has(1) && ofAnyone->Has(4) && ofService->Has(2) && ofUser->Has(2));
+    EXPECT_THAT(ofService->Events(), ElementsAre("ready", "end"));
+    EXPECT_THAT(ofUser->Events(), ElementsAre("ready", "end"));
+    EXPECT_THAT(ofAnyone->Events(), ElementsAre("ready", "ready", "end", "end"));
+}
+
+TEST_F(CommonEvent, OfAProcessThatHasLeftIsNobodysInParticular) {
+    const auto ofAnyone = Subscribe({"ready"});
+    Emit("ready");
+    stranger.reset();
+    EXPECT_TRUE(ofAnyone->Has(1));
+}
+
+TEST_F(CommonEvent, ReachesOtherProcessesAsASignal) {
+    std::latch heard(1);
+    SignalListener other(address,
+        {{PATH, INTERFACE, PUBLISHED,
+            [&](sd_bus_message*) {
+                heard.count_down();
+            }}},
+        [] {});
+    ASSERT_TRUE(other.Listen());
+    EXPECT_TRUE(events.Publish("ready", SYSTEM_SERVICE));
+    heard.wait();
+}
+
+TEST_F(CommonEvent, ComesInOrderAndOneWhoBlocksHoldsUpNobodyAndLosesWhatIsTooMuch) {
+    constexpr size_t MOST = EventSubscribers::MOST_WAITING;
+    std::latch gate(1);
+    const auto blocked = NewRecorder({"first", "more", "last"});
+    blocked->gate = &gate;
+    ASSERT_TRUE(CommonEventManager::SubscribeCommonEvent(blocked));
+    Emit("first");
+    ASSERT_TRUE(blocked->Has(1));
+    const auto free = Subscribe({"even", "odd"});
+    std::vector<std::string> expected;
+    for (int i = 0; i < 100; ++i) {
+        expected.emplace_back(i % 2 == 0 ? "even" : "odd");
+        Emit(expected.back());
+    }
+    EXPECT_TRUE(free->Has(expected.size()));
+    EXPECT_EQ(free->Events(), expected);
+
+    for (size_t i = 0; i < MOST - 1; ++i) {
+        events.Publish("more", SYSTEM_SERVICE);
+    }
+    events.Publish("last", SYSTEM_SERVICE);
+    events.Publish("more", SYSTEM_SERVICE);
+    EXPECT_EQ(blocked->Events().size(), 1U);
+    gate.count_down();
+    EXPECT_TRUE(blocked->Has(1 + MOST));
+    EXPECT_EQ(blocked->Events().back(), "last");
+}
+
+TEST_F(CommonEvent, WithoutAProperNameIsPassedOver) {
+    const std::string longest(CommonEvents::LONGEST_NAME, 'x');
+    const auto recorder = Subscribe({"", longest, longest + 'x', "end"});
+    EXPECT_FALSE(events.Publish("", SYSTEM_SERVICE));
+    EXPECT_FALSE(events.Publish(longest + 'x', SYSTEM_SERVICE));
+    EXPECT_FALSE(events.Publish("end", -1));
+    EmitWith([](sd_bus_message* message) { return sd_bus_message_append(message, "u", 7U); });
+    EmitWith([](sd_bus_message*) { return 0; });
+    Emit("");
+    Emit(longest + 'x');
+    Emit(longest);
+    Emit("end");
+    EXPECT_TRUE(recorder->Has(2));
+    EXPECT_THAT(recorder->Events(), ElementsAre(longest, "end"));
+}
+
+TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
+    std::weak_ptr<Recorder> recorder = Subscribe({"ready"});
+    EXPECT_THROW(events.Start(address), std::runtime_error);
+    EXPECT_FALSE(events.Subscribe(nullptr));
+    events.Stop();
+    EXPECT_TRUE(recorder.expired());
+    EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(NewRecorder({"ready"})));
+    EXPECT_FALSE(events.Publish("ready", SYSTEM_SERVICE));
+    EXPECT_THROW(events.Start("unix:path=/nowhere"), std::runtime_error);
+    events.Start(address);
+    const auto late = Subscribe({"ready"});
+    events.Publish("ready", SYSTEM_SERVICE);
+    EXPECT_TRUE(late->Has(1));
+}
+
+}  // namespace
+}  // namespace ZYNE::Linux

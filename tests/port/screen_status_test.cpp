@@ -1,0 +1,330 @@
+// The state of screens: this device's own with a desktop that the test plays, and peers' over DDS with a peer that the
+// test plays.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <latch>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "linux/bus/bus_address.h"
+#include "linux/bus/device_bus.h"
+#include "linux/fabric/announcement.h"
+#include "linux/fabric/device_id.h"
+#include "linux/fabric/fabric.h"
+#include "linux/fabric/fabric_code.h"
+#include "linux/fabric/partitions.h"
+#include "linux/fabric/qos.h"
+#include "linux/fabric/taken_samples.h"
+#include "linux/fabric/wire.h"
+#include "linux/fabric/wire_text.h"
+#include "linux/screen/screen_state.h"
+#include "platform/device_manager/device_manager.h"
+#include "tests/scenario/process.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using Testing::Eventually;
+
+// What was told, in order.
+template <typename T>
+class Told {
+public:
+    void Add(T what) {
+        const std::scoped_lock lock(mutex_);
+        all_.push_back(std::move(what));
+    }
+    std::vector<T> All() const {
+        const std::scoped_lock lock(mutex_);
+        return all_;
+    }
+    bool Reaches(size_t count) const {
+        return Eventually([&] { return All().size() >= count; });
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<T> all_;
+};
+
+class ScreenTest : public ::testing::Test {
+protected:
+    ScreenTest() {
+        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
+        directory = mkdtemp(path.data());
+    }
+    ~ScreenTest() override { fs::remove_all(directory); }
+
+    fs::path directory;
+};
+
+// A desktop's screen saver, served whenever the test lets it.
+class PlayedScreenSaver {
+public:
+    PlayedScreenSaver(const std::string& address, std::string path, bool isActive)
+        : path_(std::move(path)), isActive_(isActive), bus_(OpenBus(address)) {
+        static const sd_bus_vtable OBJECT[] = {SD_BUS_VTABLE_START(0),
+            SD_BUS_METHOD("GetActive", "", "b", &PlayedScreenSaver::GetActive, SD_BUS_VTABLE_UNPRIVILEGED),
+            SD_BUS_VTABLE_END};
+        EXPECT_GE(sd_bus_add_object_vtable(bus_.get(), nullptr, path_.c_str(), NAME, OBJECT, this), 0);
+        EXPECT_GE(sd_bus_request_name(bus_.get(), NAME, 0), 0);
+    }
+    void SetActive(bool isActive) {
+        isActive_ = isActive;
+        EXPECT_GE(sd_bus_emit_signal(bus_.get(), path_.c_str(), NAME, "ActiveChanged", "b", isActive ? 1 : 0), 0);
+    }
+    void Serve() {
+        while (sd_bus_process(bus_.get(), nullptr) > 0) {
+        }
+    }
+
+private:
+    static constexpr char NAME[] = "org.freedesktop.ScreenSaver";
+
+    static int GetActive(sd_bus_message* message, void* self, sd_bus_error*) {
+        return sd_bus_reply_method_return(message, "b", static_cast<PlayedScreenSaver*>(self)->isActive_ ? 1 : 0);
+    }
+
+    const std::string path_;
+    bool isActive_;
+    BusHandle bus_;
+};
+
+TEST_F(ScreenTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
+    const std::string address = BusAddress(directory / "run");
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    Told<int> told;
+    std::optional<PlayedScreenSaver> saver;
+    const auto tells = [&](const std::vector<int>& statuses) {
+        return Eventually([&] {
+            if (saver) {
+                saver->Serve();
+            }
+            return told.All() == statuses;
+        });
+    };
+    ScreenState screen(std::chrono::milliseconds(20));
+    screen.Start([&](ScreenStatus status) { told.Add(status); });
+
+    DeviceBus::GetInstance().Start({directory / "run", {}, {}});
+    saver.emplace(address, "/ScreenSaver", false);
+    EXPECT_TRUE(tells({SCREEN_ON}));
+    saver->SetActive(true);
+    EXPECT_TRUE(tells({SCREEN_ON, SCREEN_OFF}));
+    screen.Set(SCREEN_LOCKED);
+    EXPECT_TRUE(tells({SCREEN_ON, SCREEN_OFF, SCREEN_LOCKED}));
+    screen.Set(SCREEN_UNKNOWN);
+    EXPECT_TRUE(tells({SCREEN_ON, SCREEN_OFF, SCREEN_LOCKED, SCREEN_OFF}));
+    saver.reset();
+    EXPECT_TRUE(tells({SCREEN_ON, SCREEN_OFF, SCREEN_LOCKED, SCREEN_OFF, SCREEN_UNKNOWN}));
+    saver.emplace(address, "/org/freedesktop/ScreenSaver", false);
+    EXPECT_TRUE(tells({SCREEN_ON, SCREEN_OFF, SCREEN_LOCKED, SCREEN_OFF, SCREEN_UNKNOWN, SCREEN_ON}));
+    saver.reset();
+    DeviceBus::GetInstance().Stop();
+    EXPECT_TRUE(Eventually([&] { return told.All().back() == SCREEN_UNKNOWN; }));
+    screen.Stop();
+    screen.Set(SCREEN_OFF);
+    EXPECT_EQ(told.All().size(), 7U);
+}
+
+using Sample = ZYNE_Linux_Wire_Presence;
+
+constexpr char PACKAGE[] = "test";
+constexpr uint32_t DOMAIN = 98;
+const std::string SELF(64, 'a');
+const std::string DESK(64, 'b');
+const std::string DESK_RUN = NewNetworkId();
+
+// A device as bare DDS that takes messages, and so can come online.
+class PlayedPeer {
+public:
+    explicit PlayedPeer(const Partitions& partitions)
+        : participant_(dds_create_participant(DOMAIN, nullptr, nullptr), "participant"),
+          presence_(MakeTopic(ZYNE_Linux_Wire_Presence_desc, "Presence")),
+          writer_(dds_create_writer(
+                      participant_.Get(), presence_.Get(), PresenceWriterQos(partitions.Of(DESK)).get(), nullptr),
+              "writer"),
+          reader_(dds_create_reader(
+                      participant_.Get(), presence_.Get(), PresenceReaderQos(partitions.OfAll()).get(), nullptr),
+              "reader"),
+          control_(MakeTopic(ZYNE_Linux_Wire_ControlMessage_desc, ControlName(partitions.To(DESK, DESK_RUN)))),
+          inbox_(dds_create_reader(
+                     participant_.Get(), control_.Get(), ControlQos(partitions.To(DESK, DESK_RUN)).get(), nullptr),
+              "inbox") {}
+
+    void Announce(const std::string& name, int32_t screenStatus) const {
+        Sample sample{};
+        EXPECT_TRUE(
+            CopyText(DESK, sample.udid) && CopyText(DESK_RUN, sample.networkId) && CopyText(name, sample.deviceName));
+        sample.osType = OS_TYPE;
+        sample.screenStatus = screenStatus;
+        MustDds(dds_write(writer_.Get(), &sample), "write");
+    }
+    void Withdraw() const {
+        Sample sample{};
+        EXPECT_TRUE(CopyText(DESK, sample.udid));
+        MustDds(dds_dispose(writer_.Get(), &sample), "dispose");
+    }
+    // Takes until the other device's screen is announced as `status`.
+    bool Reads(int32_t status) {
+        return Eventually([&] {
+            TakenSamples<Sample> samples(reader_.Get());
+            while (samples.Next()) {
+                if (samples.Info().valid_data && samples.Sample().udid == SELF) {
+                    read_ = samples.Sample().screenStatus;
+                }
+            }
+            return read_ == status;
+        });
+    }
+
+private:
+    static std::string ControlName(const std::string& partition) {
+        std::string name = "Control_" + partition;
+        std::ranges::replace_if(
+            name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+        return name;
+    }
+    DdsEntity MakeTopic(const dds_topic_descriptor_t& type, const std::string& name) const {
+        return {dds_create_topic(participant_.Get(), &type, name.c_str(), nullptr, nullptr), "topic"};
+    }
+
+    DdsEntity participant_;
+    DdsEntity presence_;
+    DdsEntity writer_;
+    DdsEntity reader_;
+    DdsEntity control_;
+    DdsEntity inbox_;
+    std::optional<int32_t> read_;
+};
+
+class ScreenCallback final : public DeviceScreenStatusCallback {
+public:
+    explicit ScreenCallback(std::function<void(const DmDeviceInfo&)> handler) : handler_(std::move(handler)) {}
+    void OnDeviceScreenStatus(const DmDeviceInfo& device) override { handler_(device); }
+
+private:
+    const std::function<void(const DmDeviceInfo&)> handler_;
+};
+
+class PeerScreen : public ScreenTest {
+protected:
+    PeerScreen() {
+        Fabric& fabric = Fabric::GetInstance();
+        fabric.SetDeviceStateHandler([this](int state, const DmDeviceInfo&) { states.Add(state); });
+        fabric.SetScreenStatus(SCREEN_ON);
+        FabricOptions options;
+        options.deviceName = "self";
+        options.trust = FabricOptions::Trust::OPEN;
+        options.accountName = "home";
+        options.udid = SELF;
+        options.domain = DOMAIN;
+        options.tag = directory.filename();
+        fabric.Start(options);
+        peer.emplace(Partitions(options.accountName));
+    }
+    ~PeerScreen() override {
+        manager.UnRegisterDeviceScreenStatusCallback(PACKAGE);
+        peer.reset();
+        Fabric::GetInstance().Stop();
+    }
+
+    void Register(std::function<void(const DmDeviceInfo&)> handler) const {
+        EXPECT_EQ(
+            manager.RegisterDeviceScreenStatusCallback(PACKAGE, std::make_shared<ScreenCallback>(std::move(handler))),
+            FABRIC_OK);
+    }
+    // The peer's status, or the code of the failure from 100 up.
+    int Status() const {
+        int32_t status = SCREEN_UNKNOWN;
+        const int32_t code = manager.GetDeviceScreenStatus(PACKAGE, DESK_RUN, status);
+        return code == FABRIC_OK ? status : 100 + code;
+    }
+    bool Becomes(int status) const {
+        return Eventually([&] { return Status() == status; });
+    }
+
+    DeviceManager& manager = DeviceManager::GetInstance();
+    Told<int> states;
+    std::optional<PlayedPeer> peer;
+};
+
+TEST_F(PeerScreen, IsKnownWhileThePeerIsOnlineAndItsChangesAreToldAndAreNoDeviceState) {
+    Told<std::string> told;
+    Register([&](const DmDeviceInfo& device) { told.Add(device.deviceName + device.extraData); });
+    EXPECT_EQ(Status(), 100 + FABRIC_PEER_OFFLINE);
+    peer->Announce("desk", SCREEN_UNKNOWN);
+    EXPECT_TRUE(Becomes(100 + FABRIC_NOT_KNOWN));
+    EXPECT_TRUE(states.Reaches(1));
+    peer->Announce("desk", SCREEN_OFF);
+    EXPECT_TRUE(told.Reaches(1));
+    EXPECT_EQ(Status(), SCREEN_OFF);
+    peer->Announce("table", SCREEN_OFF);
+    EXPECT_TRUE(states.Reaches(2));
+    peer->Announce("table", SCREEN_LOCKED);
+    EXPECT_TRUE(told.Reaches(2));
+    EXPECT_EQ(Status(), SCREEN_LOCKED);
+    peer->Announce("table", 77);
+    EXPECT_TRUE(told.Reaches(3));
+    EXPECT_EQ(Status(), 100 + FABRIC_NOT_KNOWN);
+    EXPECT_THAT(told.All(),
+        ElementsAre(R"(desk{"OS_TYPE":10,"DEVICE_SCREEN_STATUS":0})", R"(table{"OS_TYPE":10,"DEVICE_SCREEN_STATUS":2})",
+            R"(table{"OS_TYPE":10,"DEVICE_SCREEN_STATUS":-1})"));
+    peer->Withdraw();
+    EXPECT_TRUE(Becomes(100 + FABRIC_PEER_OFFLINE));
+    EXPECT_TRUE(states.Reaches(3));
+    EXPECT_THAT(states.All(), ElementsAre(0, 2, 1));
+}
+
+TEST_F(PeerScreen, IsReadOnWhileACallbackBlocksWhichIsToldTheLastChangeAfterwards) {
+    std::latch blocked(1);
+    std::latch release(1);
+    Told<std::string> told;
+    bool isFirst = true;
+    Register([&](const DmDeviceInfo& device) {
+        told.Add(device.extraData.substr(device.extraData.size() - 2));
+        if (std::exchange(isFirst, false)) {
+            blocked.count_down();
+            release.wait();
+        }
+    });
+    peer->Announce("desk", SCREEN_ON);
+    blocked.wait();
+    for (const int32_t status : {SCREEN_OFF, SCREEN_ON, SCREEN_LOCKED}) {
+        peer->Announce("desk", status);
+        EXPECT_TRUE(Becomes(status));
+    }
+    EXPECT_THAT(told.All(), ElementsAre("1}"));
+    release.count_down();
+    EXPECT_TRUE(told.Reaches(2));
+    EXPECT_THAT(told.All(), ElementsAre("1}", "2}"));
+    EXPECT_EQ(manager.UnRegisterDeviceScreenStatusCallback(PACKAGE), FABRIC_OK);
+    peer->Announce("desk", SCREEN_ON);
+    EXPECT_TRUE(Becomes(SCREEN_ON));
+    EXPECT_EQ(told.All().size(), 2U);
+}
+
+TEST_F(PeerScreen, IsAnnouncedAsItIsSetBeforeAndAfterTheStart) {
+    EXPECT_TRUE(peer->Reads(SCREEN_ON));
+    Fabric::GetInstance().SetScreenStatus(SCREEN_LOCKED);
+    EXPECT_TRUE(peer->Reads(SCREEN_LOCKED));
+    Fabric::GetInstance().SetScreenStatus(4);
+    EXPECT_TRUE(peer->Reads(SCREEN_UNKNOWN));
+}
+
+}  // namespace
+}  // namespace ZYNE::Linux

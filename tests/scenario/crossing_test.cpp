@@ -1,0 +1,361 @@
+// Crossing of keyboard and mouse: when the companion runs, who hears of what, and what a person sees of it.
+#include <csignal>
+#include <mutex>
+#include <optional>
+#include <tuple>
+
+#include "client/crossing_client.h"
+#include "client/crossing_watch.h"
+#include "tests/scenario/scenario.h"
+#include "tests/scenario/x_server.h"
+
+namespace ZYNE::Testing {
+namespace {
+
+using Client::CrossingClient;
+using Client::CrossingWatch;
+using Client::DeviceError;
+using ::testing::HasSubstr;
+
+constexpr const char* USERS = R"([[user]]
+id = 100
+name = "Anna"
+[[user]]
+id = 101
+name = "Guest"
+type = "private"
+)";
+constexpr const char* SCRIPTED = "[input]\nscripted = true\nwidth = 800\nheight = 600\n";
+constexpr const char* CONNECTED = "KeyMouseService: connected";
+constexpr const char* LEFT = "KeyMouseService: disconnected";
+constexpr const char* ASKED_TO_LEAVE = "KeyMouseService: request 15";
+
+class Crossing : public Scenario {
+protected:
+    void SetUp() override {
+        phone = &Add("phone", {.type = "phone", .hasCompanion = true, .config = std::string(USERS) + SCRIPTED});
+        pc = &Add("pc", {.hasCompanion = true, .config = std::string(USERS) + SCRIPTED});
+    }
+
+    void StartBoth() {
+        phone->Start();
+        pc->Start();
+        ASSERT_TRUE(Eventually([this] { return phone->Sees("pc") && pc->Sees("phone"); }));
+        // Each has published its switch.
+        ASSERT_TRUE(Eventually([this] { return Switch(*phone, "pc") == "0" && Switch(*pc, "phone") == "0"; }));
+    }
+
+    static CrossingClient Api(const TestDevice& device) { return CrossingClient(*device.Entry()); }
+
+    static std::string Switch(const TestDevice& asker, const std::string& peer) {
+        return asker.Api().GetProfile(peer, "SwitchStatus_Key_Mouse_Edge_Crossing", "", "SwitchStatus");
+    }
+
+    static bool Turn(const TestDevice& device, const char* word) { return device.Ctl({"switch", word}).status == 0; }
+
+    // What the phone's explanation of crossing with the PC says of a rule.
+    bool Says(const std::string& rule) const {
+        for (const Client::CrossingRule& each : Api(*phone).Explain("pc")) {
+            if (each.name == rule) {
+                return each.holds;
+            }
+        }
+        ADD_FAILURE() << "there is no rule " << rule;
+        return false;
+    }
+    bool ComesToSay(const std::string& rule, bool holds) const {
+        return Eventually([&] { return Says(rule) == holds; });
+    }
+
+    // Whether so many times, neither more nor less.
+    static bool Prints(const TestDevice& device, const char* text, size_t times) {
+        return Eventually([&] { return device.CountInOutput(text) == times; });
+    }
+
+    static bool Logs(const TestDevice& device, const std::string& text, size_t times) {
+        return Eventually([&] { return device.CountInLog(text) == times; });
+    }
+
+    // The companion's process on the phone; 0 when there is none.
+    pid_t Companion() const {
+        const Outcome outcome =
+            RunCommand({"/usr/bin/dbus-send", "--bus=" + phone->Entry()->busAddress, "--print-reply=literal",
+                "--dest=org.freedesktop.DBus", "/", "org.freedesktop.DBus.GetConnectionUnixProcessID",
+                "string:com.zyne.extension.com_2etalvex_2epeerdesk.KeyMouseService"});
+        const size_t number = outcome.out.find_first_of("123456789", outcome.out.find("uint32") + sizeof "uint32");
+        return outcome.status == 0 ? std::stoi(outcome.out.substr(number)) : 0;
+    }
+
+    // A client process that prints to the file `name`, once it is registered.
+    std::unique_ptr<Process> Watch(const std::string& name, std::vector<std::string> words) {
+        words.insert(words.begin(), {COLLABCTL, "--device", "phone", "watch"});
+        auto process = std::make_unique<Process>(words, File(name));
+        EXPECT_TRUE(Sees(name, "watching"));
+        return process;
+    }
+    std::string File(const std::string& name) const { return directory / (name + ".txt"); }
+    std::string Seen(const std::string& name) const { return ReadAll(File(name)); }
+    bool Sees(const std::string& name, const std::string& text) const {
+        return Eventually([&] { return Count(Seen(name), text) > 0; });
+    }
+};
+
+TEST_F(Crossing, RunsTheCompanionWhileBothSwitchesAreOnAndTellsThePeersClients) {
+    StartBoth();
+    const auto client = Watch("client", {"switch", "screen"});
+    EXPECT_FALSE(Says("local switch on"));
+
+    // As any process may that writes the user's settings.
+    pc->Api().PutSetting("peer_desk_state", "1", 100);
+    EXPECT_TRUE(Sees("client", "switch  pc  on"));
+    EXPECT_TRUE(Says("peer switch on"));
+    EXPECT_FALSE(Says("service connected"));
+    EXPECT_EQ(phone->CountInOutput(CONNECTED), 0U);
+
+    EXPECT_TRUE(Turn(*phone, "on"));
+    EXPECT_TRUE(Prints(*phone, CONNECTED, 1));
+    EXPECT_TRUE(Prints(*pc, CONNECTED, 1));
+    EXPECT_TRUE(ComesToSay("service connected", true));
+    EXPECT_THAT(phone->Ctl({"explain", "pc"}).out, HasSubstr("crossing with pc starts"));
+
+    EXPECT_TRUE(Turn(*pc, "off"));
+    EXPECT_TRUE(Sees("client", "switch  pc  off"));
+    EXPECT_TRUE(Prints(*phone, LEFT, 1));
+    EXPECT_TRUE(ComesToSay("service connected", false));
+    EXPECT_TRUE(Says("local switch on"));
+    EXPECT_THAT(phone->Ctl({"explain", "pc"}).out, HasSubstr("crossing with pc does not start"));
+    EXPECT_THAT(phone->Ctl({"switch", "status"}).out, HasSubstr("user 100 of this device"));
+
+    EXPECT_EQ(pc->Ctl({"screen", "off"}).status, 0);
+    EXPECT_TRUE(Sees("client", "screen  pc  off"));
+    client->Signal(SIGINT);
+    EXPECT_EQ(client->Wait(), 0);
+    EXPECT_TRUE(Logs(*phone, "remove callback result 1", 2));
+}
+
+TEST_F(Crossing, GoesOnForAWhileAfterThePeerHasLeft) {
+    StartBoth();
+    ASSERT_TRUE(Turn(*phone, "on") && Turn(*pc, "on"));
+    ASSERT_TRUE(ComesToSay("service connected", true));
+    pc->Kill();
+    ASSERT_TRUE(Eventually([this] { return phone->MissesPeer("pc"); }));
+    EXPECT_TRUE(Logs(*phone, "add async result = 1", 1));
+    EXPECT_FALSE(Says("peer trusted"));
+    EXPECT_TRUE(Says("service connected"));
+    EXPECT_NE(Companion(), 0);
+    EXPECT_EQ(phone->CountInOutput(LEFT), 0U);
+}
+
+TEST_F(Crossing, ConnectsToAKilledCompanionTwiceMoreAndThenGivesUp) {
+    phone->Start();
+    Api(*phone).BindService(true);  // as a client may, whatever the rules say; counts attempts anew
+    for (size_t attempt = 1; attempt <= 3; ++attempt) {
+        ASSERT_TRUE(Prints(*phone, CONNECTED, attempt));
+        const pid_t companion = Companion();
+        ASSERT_NE(companion, 0);
+        kill(companion, SIGKILL);
+        EXPECT_TRUE(Logs(*phone, "OnAbilityDisconnectDone, ", attempt));
+    }
+    EXPECT_TRUE(Logs(*phone, "Retry connect key mouse service more than 3 times, connectCount_3", 1));
+    Api(*phone).BindService(true);
+    EXPECT_TRUE(Prints(*phone, CONNECTED, 4));
+    Api(*phone).BindService(false);
+    EXPECT_TRUE(Prints(*phone, LEFT, 1));
+}
+
+TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {
+    StartBoth();
+    ASSERT_TRUE(Turn(*phone, "on") && Turn(*pc, "on"));
+    ASSERT_TRUE(Prints(*phone, CONNECTED, 1));
+
+    EXPECT_EQ(phone->Ctl({"user", "switch", "101"}).status, 0);
+    EXPECT_TRUE(Prints(*phone, ASKED_TO_LEAVE, 1));
+    EXPECT_TRUE(Prints(*phone, LEFT, 1));
+    EXPECT_TRUE(ComesToSay("local switch on", false));
+    EXPECT_TRUE(Turn(*phone, "on"));
+    EXPECT_TRUE(Prints(*phone, CONNECTED, 2));
+    // Nobody looks at the switch of a user who has left.
+    EXPECT_EQ(phone->Ctl({"switch", "off", "--user", "100"}).status, 0);
+    EXPECT_THAT(phone->Ctl({"switch", "status"}).out, HasSubstr("on      user 101"));
+
+    EXPECT_EQ(phone->Ctl({"user", "switch", "100"}).status, 0);
+    EXPECT_TRUE(Prints(*phone, LEFT, 2));
+    EXPECT_TRUE(ComesToSay("local switch on", false));
+    EXPECT_EQ(phone->Ctl({"user", "switch", "101"}).status, 0);
+    EXPECT_TRUE(Eventually([this] { return phone->Api().GetSetting("peer_desk_state", 101) == "0"; }));
+    EXPECT_EQ(phone->CountInOutput(CONNECTED), 2U);
+    EXPECT_EQ(phone->Ctl({"user", "switch", "7"}).status, 1);
+    EXPECT_EQ(phone->Ctl({"switch", "on", "--user", "7"}).status, 1);
+}
+
+TEST_F(Crossing, AnswersRequestsHostileOnesToo) {
+    phone->Start();
+    struct Case {
+        std::string request;
+        int32_t code;
+        std::string result;
+    };
+    const std::string action = R"({"action": "sendKeyMouseEvent")";
+    for (const Case& each : std::vector<Case>{{action + R"(, "event": 5})", 0, R"({"result":1005})"},
+             {action + R"(, "event": "1"})", 1001, ""}, {action + "}", 1001, ""}, {"{}", 1001, ""}, {"", 1001, ""},
+             {"[1]", 1001, ""}, {"nonsense", 1001, ""}, {R"({"action": 1})", 1001, ""},
+             {R"({"action": "dance"})", 2451, ""}, {std::string(100000, '['), 1001, ""},
+             {R"({"action": ")" + std::string(4 << 20, 'x') + "\"}", 2451, ""}}) {
+        const Client::RequestAnswer answer = Api(*phone).SendRequest(each.request);
+        EXPECT_EQ(answer.code, each.code) << each.request.substr(0, 80);
+        EXPECT_EQ(answer.result, each.result) << each.request.substr(0, 80);
+    }
+    EXPECT_EQ(phone->Ctl({"request", "{}"}).status, 1);
+}
+
+TEST_F(Crossing, KeepsTheDesktopsScreenOnWhileARequestAsksForIt) {
+    const std::string address = "unix:path=" + (directory / "bus").string();
+    const Process bus({"/usr/bin/dbus-daemon", "--session", "--nofork", "--address=" + address}, File("bus"));
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    ASSERT_TRUE(Eventually([this] { return std::filesystem::exists(directory / "bus"); }));
+    const Process desktop({SCREEN_SAVER}, File("desktop"));
+    ASSERT_TRUE(Sees("desktop", "watching"));
+    phone->Start();
+    for (const auto& [on, off] : {std::pair(1, 2), std::pair(3, 4)}) {
+        const std::string action = R"({"action": "sendKeyMouseEvent", "event": )";
+        EXPECT_EQ(phone->Ctl({"request", action + std::to_string(on) + "}"}).out, "{\"result\":0}\n");
+        EXPECT_EQ(phone->Ctl({"request", action + std::to_string(off) + "}"}).out, "{\"result\":0}\n");
+    }
+    EXPECT_TRUE(Eventually([this] { return Count(Seen("desktop"), "taken back") == 2; }));
+    EXPECT_EQ(Count(Seen("desktop"), "stays on"), 2U);
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+}
+
+TEST_F(Crossing, ForgetsClientsThatAreKilledAndStopsWatchingWithTheLast) {
+    const XServer display(directory, "800x600");
+    TestDevice& tablet =
+        Add("tablet", {.type = "tablet", .config = "[input]\ndisplay = \"" + display.Display() + "\"\n"});
+    tablet.Start();
+    const auto watch = [&](const std::string& name) {
+        return Process({COLLABCTL, "--device", "tablet", "watch", "keyboard", "edge"}, File(name));
+    };
+    Process first = watch("first");
+    ASSERT_TRUE(Sees("first", "watching"));
+    {
+        const Process second = watch("second");
+        ASSERT_TRUE(Sees("second", "watching"));
+        display.Do({"key", "a"});
+        EXPECT_TRUE(Sees("first", "keyboard  code 30  released") && Sees("second", "keyboard  code 30  released"));
+    }
+    const std::string forgotten = "RemoveListener. pid: ";
+    EXPECT_TRUE(Logs(tablet, forgotten, 2));
+    EXPECT_EQ(tablet.CountInLog("disconnected from the X server"), 0U);
+    display.Do({"mousemove_relative", "--", "-900", "0"});
+    EXPECT_TRUE(Sees("first", "edge"));
+    first.Signal(SIGKILL);
+    EXPECT_TRUE(Logs(tablet, forgotten, 4));
+    EXPECT_TRUE(Logs(tablet, "disconnected from the X server", 1));
+}
+
+TEST_F(Crossing, RegistersAProcessOnceTenAtMostAndForItselfAlone) {
+    phone->Start();
+    const auto ignore = [](const Client::CrossingEvent&) {
+    };
+    const CrossingWatch watch(*phone->Entry(), {"switch"}, ignore);
+    EXPECT_THROW(CrossingWatch(*phone->Entry(), {"switch"}, ignore), DeviceError);
+    for (const char* other : {"org.freedesktop.DBus", "io.collaborationfwk.Device1", ":1.0", "", "nonsense"}) {
+        EXPECT_THROW(Api(*phone).AddListener("edge", other), DeviceError) << other;
+    }
+    EXPECT_THROW(Api(*phone).AddListener("keySwitch", ":1.0"), DeviceError);
+    EXPECT_TRUE(Logs(*phone, "AddListener", 1));
+
+    std::vector<std::unique_ptr<Process>> others;
+    while (others.size() < 9) {
+        others.push_back(Watch("other" + std::to_string(others.size()), {"switch"}));
+    }
+    EXPECT_THAT(phone->Ctl({"watch", "switch"}).err, HasSubstr("10 processes listen"));
+    EXPECT_TRUE(Logs(*phone, "On cb exceed maximum size", 1));
+    others.pop_back();
+    EXPECT_TRUE(Logs(*phone, "Off the cb", 2));
+    others.push_back(Watch("late", {"switch"}));
+}
+
+// The edges that the pointer of one display arrives at.
+class Arrivals {
+public:
+    Arrivals(const TestDevice& device, const XServer& display)
+        : display_(display), watch_(*device.Entry(), {"edge"}, [this](const Client::CrossingEvent& event) {
+              const std::scoped_lock lock(mutex_);
+              seen_.push_back(std::get<Client::EdgeEvent>(event));
+          }) {}
+
+    // From (x, y) the mouse goes so far that the pointer stops at an edge, along it, and against it once more: what is
+    // told of it. Nothing when that is not one event.
+    std::optional<Client::EdgeEvent> Push(int x, int y, int dx, int dy) {
+        display_.Do({"mousemove", std::to_string(x), std::to_string(y)});
+        Move(1, 1);  // being put somewhere is no motion
+        Move(-1, -1);
+        const size_t before = Seen().size();
+        Move(dx, dy);
+        Move(dx == 0 ? 9 : 0, dy == 0 ? 9 : 0);
+        Move(dx, dy);
+        Move(dx > 0 ? -99 : 99, dy > 0 ? -99 : 99);
+        Move(dx, dy);
+        // The last arrival comes after all that there was before.
+        EXPECT_TRUE(Eventually([&] { return Seen().size() >= before + 2; }));
+        const std::vector<Client::EdgeEvent> seen = Seen();
+        return seen.size() == before + 2 ? std::optional(seen[before]) : std::nullopt;
+    }
+
+private:
+    void Move(int dx, int dy) { display_.Do({"mousemove_relative", "--", std::to_string(dx), std::to_string(dy)}); }
+    std::vector<Client::EdgeEvent> Seen() {
+        const std::scoped_lock lock(mutex_);
+        return seen_;
+    }
+
+    const XServer& display_;
+    std::mutex mutex_;
+    std::vector<Client::EdgeEvent> seen_;  // guarded by mutex_
+    CrossingWatch watch_;
+};
+
+TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {
+    const XServer display(directory, "800x600");
+    TestDevice& tablet =
+        Add("tablet", {.type = "tablet", .config = "[input]\ndisplay = \"" + display.Display() + "\"\n"});
+    tablet.Start();
+    Arrivals arrivals(tablet, display);
+    const auto expectPush = [&](int x, int y, int dx, int dy, int edgeX, int edgeY, bool isPressed) {
+        SCOPED_TRACE(std::to_string(edgeX) + "," + std::to_string(edgeY));
+        const auto arrival = arrivals.Push(x, y, dx, dy);
+        ASSERT_TRUE(arrival);
+        EXPECT_EQ(std::tuple(arrival->x, arrival->y), std::tuple(edgeX, edgeY));
+        EXPECT_EQ(std::tuple(arrival->rawDx, arrival->rawDy), std::tuple(dx, dy));
+        EXPECT_EQ(arrival->isPressedButtons, isPressed);
+    };
+    expectPush(400, 300, -500, 0, 0, 300, false);
+    expectPush(400, 300, 500, 0, 799, 300, false);
+    expectPush(400, 300, 0, -400, 400, 0, false);
+    expectPush(400, 300, 0, 400, 400, 599, false);
+    display.Do({"mousedown", "1"});
+    expectPush(400, 300, -500, 0, 0, 300, true);
+    display.Do({"mouseup", "1"});
+    display.Do({"mousemove", "100", "100"});
+    display.Resize("640x480");
+    expectPush(320, 240, 400, 0, 639, 240, false);
+    expectPush(320, 240, 0, 300, 320, 479, false);
+}
+
+TEST_F(Crossing, OfADeviceWithoutADisplayIsDrivenByTheCommandLine) {
+    phone->Start();
+    const auto client = Watch("client", {"keyboard", "edge", "--json"});
+    EXPECT_EQ(phone->Ctl({"input", "move-to", "400", "300"}).status, 0);
+    EXPECT_EQ(phone->Ctl({"input", "button", "press", "1"}).status, 0);
+    EXPECT_EQ(phone->Ctl({"input", "move", "500", "-7"}).status, 0);
+    EXPECT_TRUE(Sees("client", R"("isPressedButtons":true,"rawDeltaX":500,"rawDeltaY":-7,"screenId":)"));
+    EXPECT_THAT(Seen("client"), HasSubstr(R"("screenX":799,"screenY":293)"));
+    EXPECT_EQ(phone->Ctl({"input", "key", "press", "30"}).status, 0);
+    EXPECT_TRUE(Sees("client", R"("event":"keyboard","keyAction":1,"keyCode":30)"));
+    phone->Stop();
+    EXPECT_EQ(client->Wait(), 1);
+    EXPECT_TRUE(Sees("client", "has ended"));
+}
+
+}  // namespace
+}  // namespace ZYNE::Testing

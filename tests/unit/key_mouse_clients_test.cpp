@@ -1,0 +1,297 @@
+// Client processes: their registrations, what they are told, and what they may ask for.
+#include <algorithm>
+
+#include "platform/host/global_variables.h"
+#include "plugin/key_mouse/key_mouse_callback_proxy.h"
+#include "plugin/key_mouse/key_mouse_listener_set.h"
+#include "tests/support/key_mouse_test.h"
+
+namespace ZYNE::CollaborationFwk {
+namespace {
+
+using namespace GloableVariables;
+using ::testing::ElementsAre;
+
+const std::string REGISTER = "RegisterDeviceScreenStatusCallback(varn.collaborationfwk.deviceDetect)";
+const std::string NO_JSON = "E Collection: StringToJson failed";
+
+class KeyMouseClients : public Testing::KeyMouseTest {
+protected:
+    // A client that keeps the bytes of its last request, and answers `result`.
+    sptr<Testing::FakeRemote> Client(const std::string& name, int32_t result = 0) {
+        return device.MakeRemote(name, [=, this](uint32_t, MessageParcel& data, MessageParcel&) {
+            bytes = data.GetBytes();
+            return result;
+        });
+    }
+    void Add(const std::string& type, int32_t pid, const sptr<IRemoteObject>& client) {
+        manager.AddKeyMouseEventListener(type, pid, client);
+    }
+    // Those of a request with a text, if there is one, and numbers.
+    static std::vector<uint8_t> Request(const std::string& text, const std::vector<int32_t>& numbers) {
+        std::vector<uint8_t> expected{39, 0, 0, 0};
+        for (const char letter : std::string("ZYNE.CollaborationFwk.IKeyMouseCallback")) {
+            expected.insert(expected.end(), {static_cast<uint8_t>(letter), 0});
+        }
+        if (!text.empty()) {
+            expected.insert(expected.end(), {static_cast<uint8_t>(text.size()), 0, 0, 0});
+            expected.insert(expected.end(), text.begin(), text.end());
+        }
+        for (const int32_t number : numbers) {
+            for (const int shift : {0, 8, 16, 24}) {
+                expected.push_back(static_cast<uint8_t>(static_cast<uint32_t>(number) >> shift));
+            }
+        }
+        return expected;
+    }
+    // Whether the client hears of the pointer's arrival.
+    bool Hears(int32_t displayId, int32_t x, int32_t y) {
+        device.journal.Clear();
+        device.input.Move(displayId, x, y);
+        return device.journal.Has("SendRequest(client, 4, 0, 8)");
+    }
+
+    std::vector<uint8_t> bytes;
+};
+
+TEST_F(KeyMouseClients, AreTenAKindEachWithItsFirstCallbackAndHearInTheOrderOfTheirRegistration) {
+    std::vector<std::string> told;
+    for (int32_t pid = 20; pid > 10; --pid) {
+        Add(KEY_KEYBOARD, pid, Client(std::to_string(pid)));
+        told.push_back("SendRequest(" + std::to_string(pid) + ", 3, 0, 8)");
+    }
+    Add(KEY_KEYBOARD, 5, Client("eleventh"));
+    Add(KEY_KEYBOARD, 15, Client("known"));
+    Add(KEY_SWITCH, 5, Client("other kind"));
+    EXPECT_EQ(device.journal.Count("E Collection: On cb exceed maximum size"), 2U);
+    EXPECT_TRUE(device.journal.Has("I DeviceDetect: AddListener. pid: 5, type: keySwitch"));
+    device.journal.Clear();
+    device.input.Press(17, 1);
+    EXPECT_EQ(device.journal.All(), told);
+    EXPECT_EQ(bytes, Request("", {17, 1}));
+    EXPECT_EQ(manager.OnKeyEvent(nullptr), 1001);
+
+    EXPECT_TRUE(KeyMouseListenerSet::GetInstance().GetListener(KEY_KEYBOARD)->RemoveCallbackByPid(20));
+    Add(KEY_KEYBOARD, 15, Client("a second callback"));
+    Add(KEY_KEYBOARD, 20, Client("20"));
+    std::rotate(told.begin(), told.begin() + 1, told.end());
+    device.journal.Clear();
+    device.input.Press(0, 0);
+    EXPECT_EQ(device.journal.All(), told);
+}
+
+TEST_F(KeyMouseClients, StartTheSourceOfTheirKindAndTheLastToLeaveStopsIt) {
+    struct Row {
+        std::string type;
+        std::vector<std::string> starts;
+        std::vector<std::string> stops;
+    };
+    const std::vector<Row> rows{{KEY_SWITCH, {}, {}}, {KEY_SCREEN, {REGISTER, REGISTER, REGISTER}, {"Un" + REGISTER}},
+        {KEY_KEYBOARD, {"AddMonitor(keys)"}, {"RemoveMonitor(5)"}},
+        {KEY_MOVE_TO_EDGE, {"AddMonitor(pointer)"}, {"RemoveMonitor(6)"}}, {"keyOther", {}, {}}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.type);
+        device.journal.Clear();
+        for (const int32_t pid : {1, 1, 2}) {
+            Add(row.type, pid, Client("client"));
+        }
+        EXPECT_EQ(device.journal.Calls(), row.starts);
+        device.journal.Clear();
+        manager.RemoveKeyMouseEventListener(row.type, 1);
+        EXPECT_THAT(device.journal.Calls(), ElementsAre());
+        manager.RemoveKeyMouseEventListener(row.type, 2);
+        EXPECT_EQ(device.journal.Calls(), row.stops);
+        EXPECT_EQ(device.journal.Count("E Collection: remove callback result 1"), row.type == "keyOther" ? 0U : 2U);
+    }
+    EXPECT_EQ(manager.AddKeyMonitor(), 7);
+    manager.RemoveKeyMonitor();
+    device.input.codes["AddMonitor"] = -2;
+    EXPECT_EQ(manager.AddKeyMonitor(), -2);
+    manager.RemoveKeyMonitor();  // there is none
+    EXPECT_EQ(device.journal.Calls().back(), "AddMonitor(keys)");
+}
+
+TEST_F(KeyMouseClients, ThatHaveDiedAreForgottenButTheMonitorGoesOnUntilSomebodyUnregisters) {
+    const auto first = Client("first");
+    Add(KEY_KEYBOARD, 1, first);
+    Add(KEY_KEYBOARD, 1, first);
+    EXPECT_EQ(first->RecipientCount(), 1U);
+    device.journal.Clear();
+    first->Die();
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Collection: OnRemoteDied the cb", "I Collection: remove callback pid 1, type keyKeyboard"));
+    EXPECT_EQ(first->RecipientCount(), 0U);
+    Add(KEY_KEYBOARD, 1, first);  // dead before it came
+    Add(KEY_KEYBOARD, 3, nullptr);
+    device.journal.Clear();
+    device.input.Press(1, 1);
+    EXPECT_THAT(device.journal.All(), ElementsAre());
+    manager.RemoveKeyMouseEventListener(KEY_KEYBOARD, 77);
+    EXPECT_EQ(device.journal.Calls().back(), "RemoveMonitor(5)");
+
+    const auto listener = KeyMouseListenerSet::GetInstance().GetListener(KEY_KEYBOARD);
+    const auto second = Client("second");
+    Add(KEY_KEYBOARD, 3, second);
+    listener->Off(second);
+    EXPECT_FALSE(listener->RemoveCallback(second));
+}
+
+TEST_F(KeyMouseClients, ThatCannotBeReachedDoNotKeepTheOthersFromHearing) {
+    StartUp();
+    Add(KEY_SWITCH, 1, Client("first", IRemoteObject::TIMED_OUT));
+    Add(KEY_SWITCH, 2, Client("client"));
+    BrokerRegistration& brokers = BrokerRegistration::GetInstance();
+    brokers.Unregister(IKeyMouseCallback::DESCRIPTOR);
+    SetPeerSwitch("peer", "0");
+    EXPECT_EQ(device.journal.Count("E Collection: failed to cast remoteObject callback"), 2U);
+    brokers.Register(IKeyMouseCallback::DESCRIPTOR,
+        [](const sptr<IRemoteObject>& remote) { return sptr<IRemoteBroker>(MakeSptr<KeyMouseCallbackProxy>(remote)); });
+    SetPeerSwitch("peer", "1");
+    EXPECT_EQ(device.journal.Count("SendRequest(first, 1, 0, 8)"), 1U);
+    EXPECT_EQ(device.journal.Count("E CFWKCallback: failed to SendRequest, error: 2"), 1U);
+    EXPECT_EQ(device.journal.Count("SendRequest(client, 1, 0, 8)"), 1U);
+    EXPECT_EQ(bytes, Request("peer-network", {1}));
+    device.journal.Clear();
+    manager.onSwitchStatusChanged("stranger", true);
+    EXPECT_THAT(device.journal.Lines(),
+        ElementsAre("I Collection: onSwitchStatusChanged networkId: **, status: 1",
+            "E Collection: onSwitchStatusChanged networkId is empty"));
+}
+
+TEST_F(KeyMouseClients, HearOfAPeersScreenIfItsStatusIsANumber) {
+    Add(KEY_SCREEN, 1, Client("client"));
+    const std::string invalid = "E Collection: param DEVICE_SCREEN_STATUS is invalid";
+    const std::vector<std::pair<std::string, std::string>> rows{
+        {R"({"DEVICE_SCREEN_STATUS":-7})", "SendRequest(client, 2, 0, 8)"}, {"", NO_JSON},
+        {std::string(100000, '{'), NO_JSON}, {"[1]", invalid}, {R"({"DEVICE_SCREEN_STATUS":"1"})", invalid}};
+    for (const auto& [text, outcome] : rows) {
+        device.journal.Clear();
+        device.deviceManager.screenCallback->OnDeviceScreenStatus({"id", "peer-network", "name", text, 14, 1});
+        EXPECT_THAT(device.journal.All(), ElementsAre(outcome));
+    }
+    EXPECT_EQ(bytes, Request("peer-network", {-7}));
+    int32_t status = 9;
+    device.deviceManager.screens["peer-network"] = 3;
+    EXPECT_EQ(manager.GetDeviceScreenStatus("gone", status), 1001);
+    EXPECT_EQ(status, 9);
+    EXPECT_EQ(manager.GetDeviceScreenStatus("peer-network", status), 0);
+    EXPECT_EQ(status, 3);
+}
+
+TEST_F(KeyMouseClients, HearOnceOfEachArrivalAtAnEdge) {
+    device.input.defaultDisplay = MakeSptr<Display>(0, 800, 600);
+    Add(KEY_MOVE_TO_EDGE, 1, Client("client"));
+    struct Row {
+        int32_t x;
+        int32_t y;
+        bool isEdge;
+    };
+    for (const Row& row : std::vector<Row>{{2, 300, false}, {1, 300, true}, {798, 300, false}, {799, 300, true},
+             {300, 2, false}, {300, 1, true}, {300, 598, false}, {300, 599, true}, {2, 2, false}, {-5, 300, true},
+             {798, 598, false}, {5000, 5000, true}}) {
+        EXPECT_EQ(Hears(0, row.x, row.y), row.isEdge) << row.x << " " << row.y;
+        EXPECT_FALSE(Hears(0, row.x, row.y));
+    }
+    EXPECT_FALSE(device.journal.Has("GetDisplayById(0)"));
+    EXPECT_EQ(bytes, Request("", {0, 5000, 5000, -3, 70000, 6, 0}));
+    device.input.Move(0, 300, 300);
+    device.input.Move(0, 0, 301, {1});
+    EXPECT_EQ(bytes, Request("", {0, 0, 301, -3, 70000, 6, 1}));
+    manager.RemoveKeyMouseEventListener(KEY_MOVE_TO_EDGE, 1);
+    Add(KEY_MOVE_TO_EDGE, 1, Client("client"));
+    EXPECT_FALSE(Hears(0, 0, 300));  // it has been there all the time
+}
+
+TEST_F(KeyMouseClients, HearOfTheEdgesOfTheDisplayThatThePointerIsOn) {
+    Add(KEY_MOVE_TO_EDGE, 1, Client("client"));
+    device.input.displays = {{0, MakeSptr<Display>(0, 800, 600)}, {3, MakeSptr<Display>(3, 1920, 1080)}};
+    EXPECT_FALSE(Hears(0, 400, 300));  // there is no default display: it is looked up
+    EXPECT_TRUE(Hears(0, 799, 300));
+    EXPECT_FALSE(Hears(3, 799, 300));
+    EXPECT_TRUE(Hears(3, 1919, 300));
+    EXPECT_FALSE(device.journal.Has("GetDisplayById(3)"));
+
+    // What cannot be placed changes nothing: the pointer is still at the edge.
+    EXPECT_FALSE(Hears(-1, 400, 300));
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: invalid targetDisplayId: -1");
+    EXPECT_FALSE(Hears(8, 400, 300));
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: targetDisplay is nullptr");
+    manager.OnMouseEvent(std::make_shared<PointerEvent>());
+    manager.OnMouseEvent(nullptr);
+    EXPECT_EQ(device.journal.Count("E Collection: Can't find this pointerItem"), 2U);
+    EXPECT_FALSE(Hears(3, 1919, 300));
+}
+
+TEST_F(KeyMouseClients, AreNotTalkedToWhenARequestDoesNotFit) {
+    EXPECT_EQ(KeyMouseCallbackProxy(nullptr).OnKeyboardEvent({}), 1009);
+    EXPECT_EQ(device.journal.Lines().back(), "E CFWKCallback: remote is null");
+    KeyMouseCallbackProxy proxy(Client("client"));
+    const size_t room = Parcel::MAX_SIZE - Request("", {}).size() - sizeof(int32_t);
+    for (const std::string field : {"networkId", "screen status"}) {
+        KeyMouseScreenStatus status;
+        status.networkId.assign(field == "networkId" ? room + 1 : room, 'x');
+        EXPECT_EQ(proxy.OnDeviceScreenStatusChanged(status), 1007);
+        EXPECT_EQ(device.journal.Lines().back(), "E CFWKCallback: write " + field + " failed");
+    }
+}
+
+TEST_F(KeyMouseClients, LockTheScreenOnAndReleaseItByRequest) {
+    const auto Ask = [this](int event) {
+        device.journal.Clear();
+        std::string result;
+        EXPECT_EQ(manager.ProcessKeyMouseRequest(
+                      R"({"action":"sendKeyMouseEvent","event":)" + std::to_string(event) + "}", result),
+            0);
+        return result;
+    };
+    device.users.codes = {{"CreateRunningLock", 1}, {"UnLock", 31}};
+    EXPECT_EQ(Ask(4), R"({"result":1023})");
+    EXPECT_TRUE(device.journal.Has("I Collection: runninglock is null"));
+    EXPECT_EQ(Ask(3), R"({"result":1023})");
+    EXPECT_TRUE(device.journal.Has("I Collection: create runningLock failed."));
+    device.users.codes.erase("CreateRunningLock");
+    EXPECT_EQ(Ask(1), R"({"result":0})");
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I Collection: receive event: 1", "I Collection: lock in", "CreateRunningLock(runningLock, 0)",
+            "Lock(60000)", "I Collection: lock errorcode:0.", "I Collection: OnKeyMouseEvent result. 0"));
+    EXPECT_EQ(Ask(2), R"({"result":31})");
+    EXPECT_TRUE(device.journal.Has("I Collection: unlock errorcode:31"));
+    for (const auto& [event, call] : std::map<int, std::string>{{3, "Lock(60000)"}, {4, "UnLock()"}}) {
+        Ask(event);
+        EXPECT_THAT(device.journal.Calls(), ElementsAre(call));
+    }
+    for (const int event : {0, 5, -1}) {
+        EXPECT_EQ(Ask(event), R"({"result":1005})");
+        EXPECT_THAT(device.journal.Calls(), ElementsAre());
+    }
+}
+
+TEST_F(KeyMouseClients, AreRefusedWhatTheyDoNotAskForProperly) {
+    const std::string action = "E Collection: param action is invalid";
+    const std::string event = "E Collection: param OnKeyMouseEvent is invalid";
+    struct Row {
+        std::string request;
+        int32_t code;
+        std::vector<std::string> lines;
+    };
+    for (const Row& row : std::vector<Row>{{"", 1001, {NO_JSON}}, {"[]", 1001, {NO_JSON}}, {"1", 1001, {NO_JSON}},
+             {std::string(100000, '['), 1001, {NO_JSON}}, {"{}", 1001, {action}}, {R"({"action":1})", 1001, {action}},
+             {R"({"action":["sendKeyMouseEvent"]})", 1001, {action}}, {R"({"action":"","event":1})", 2451, {}},
+             {R"({"action":"sendKeyMouseEvent\u0000","event":1})", 2451, {}},
+             {R"({"action":"sendKeyMouseEvent"})", 1001, {event}},
+             {R"({"action":"sendKeyMouseEvent","event":"1"})", 1001, {event}},
+             {R"({"action":"sendKeyMouseEvent","event":4294967297})", 1001, {event}}}) {
+        device.journal.Clear();
+        std::string result = "untouched";
+        EXPECT_EQ(manager.ProcessKeyMouseRequest(row.request, result), row.code) << row.request.substr(0, 60);
+        EXPECT_EQ(device.journal.All(), row.lines);
+        EXPECT_EQ(result, "untouched");
+    }
+    device.input.codes["SetDamplingCoefficient(2, 0.500000)"] = 44;
+    EXPECT_EQ(manager.KeymouseSetDamplingCoefficient(2, 0.5), 44);
+    EXPECT_EQ(device.journal.Lines().back(),
+        "I Collection: SetDamplingCoefficient ret = 44, direction = 2, double = 0.500000");
+}
+
+}  // namespace
+}  // namespace ZYNE::CollaborationFwk
