@@ -1,5 +1,5 @@
-// What a mouse that reports 8000 motions a second costs: the port with one pointer monitor, beside a bare loop that only
-// takes the server's raw events, in the same run. Another process moves the mouse.
+// What a mouse costs that reports 8000 motions a second: the port with one pointer monitor, beside a bare loop that
+// only takes the server's raw events, in the same run. Another process moves the mouse.
 //
 //     input_bench [SECONDS]      of each; 5 unless given
 #include <poll.h>

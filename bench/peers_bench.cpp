@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -16,6 +15,7 @@
 #include <string>
 #include <thread>
 
+#include "bench/bench_main.h"
 #include "bench/crowd.h"
 #include "tests/scenario/test_device.h"
 
@@ -99,7 +99,9 @@ void Measure(pid_t pid, const fs::path& log, Crowd& crowd, size_t peers) {
     }
 }
 
-void Run(const fs::path& directory, size_t peers) {
+void Run(size_t peers) {
+    const TemporaryDirectory temporary;
+    const fs::path directory = temporary.Path();
     setenv("XDG_RUNTIME_DIR", directory.c_str(), 1);
     const Testing::TestDevice device(directory / "desk", "desk", {.account = ACCOUNT, .open = true});
     Testing::Process process({COLLABD, "--config", device.ConfigFile()}, directory / "output.txt");
@@ -120,16 +122,6 @@ void Run(const fs::path& directory, size_t peers) {
 }  // namespace ZYNE::Bench
 
 int main(int count, char** arguments) {
-    try {
-        std::string directory = (std::filesystem::temp_directory_path() / "cfwkpeersXXXXXX").string();
-        if (mkdtemp(directory.data()) == nullptr) {
-            throw std::runtime_error("no temporary directory");
-        }
-        ZYNE::Bench::Run(directory, count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 1000);
-        std::filesystem::remove_all(directory);
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "peers_bench: %s\n", error.what());
-        return 1;
-    }
+    return ZYNE::Bench::BenchMain(
+        "peers_bench", [&] { ZYNE::Bench::Run(count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 1000); });
 }

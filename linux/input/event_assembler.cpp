@@ -45,7 +45,7 @@ void EventAssembler::AddMotion(const RawInput& input) {
         !steps_.empty() && steps_.back().motion && steps_.back().motion->last.deviceId == input.deviceId;
     if (!follows) {
         AddPointerStep(input.deviceId).isMotion = true;
-        steps_.back().motion.emplace();
+        steps_.back().motion = Motion{};
     }
     Motion& motion = *steps_.back().motion;
     motion.last = input;
@@ -77,7 +77,7 @@ void EventAssembler::AddKey(const RawInput& input) {
     const auto [key, isNew] = keys_.try_emplace({input.deviceId, input.code}, input.isPressed);
     if (isNew || key->second != input.isPressed) {
         key->second = input.isPressed;
-        steps_.emplace_back().event.emplace<KeyChange>(input.code, input.isPressed ? KEY_PRESSED : KEY_RELEASED);
+        std::get<KeyChange>(steps_.emplace_back().event) = {input.code, input.isPressed ? KEY_PRESSED : KEY_RELEASED};
     }
 }
 

@@ -36,8 +36,8 @@ public:
     // The process's service; never destroyed.
     static InputService& Get();
 
-    // Monitors can be added from now on. Throws std::exception when there is no thread or file descriptor left; a server
-    // that is not there is no failure. Start and Stop are for one thread; it can be started again.
+    // Monitors can be added from now on. Throws std::exception when there is no thread or file descriptor left; a
+    // server that is not there is no failure. Start and Stop are for one thread; it can be started again.
     void Start(const InputOptions& options);
 
     // Ends all monitors and the connection. Calls that are under way may still be running: the pool's end waits for

@@ -130,7 +130,8 @@ XConnection::XConnection(ConnectionPtr connection, const xcb_screen_t& screen)
     rootArea_ = {"screen", 0, 0, screen.width_in_pixels, screen.height_in_pixels, true};
 }
 
-// The pointer is asked for before the events are: what has happened up to the answer is in it, the rest comes as events.
+// The pointer is asked for before the events are: what has happened up to the answer is in it, the rest comes as
+// events.
 void XConnection::UseInput() {
     const auto* extension = xcb_get_extension_data(connection_.get(), &xcb_input_id);
     if (extension == nullptr || extension->present == 0) {

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 constexpr LogDomain LOG{0xD004636, "Input"};
 constexpr auto RETRY_INTERVAL = 2s;
-constexpr auto BURST_INTERVAL = 2ms;
+constexpr auto BURST_INTERVAL = 3ms;
 
 // XCB writes to the server as to any file, and a server that is gone would end the process.
 void IgnoreBrokenPipe() {

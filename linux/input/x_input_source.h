@@ -17,8 +17,8 @@ namespace ZYNE::Linux {
 
 // Any thread, unless said otherwise. One thread of its own, which sleeps while nothing happens.
 //
-// What happens within two milliseconds of the last delivery is taken at once when they are over, however fast the mouse
-// is: that bounds what a fast one costs, and nobody sees a difference.
+// What happens within three milliseconds of the last delivery is taken at once when they are over, however fast the
+// mouse is: that bounds what a fast one costs, and nobody sees a difference.
 class XInputSource {
 public:
     XInputSource(DisplayTable& displays, InputMonitors& monitors) : displays_(displays), monitors_(monitors) {}
@@ -33,8 +33,8 @@ public:
     // While it is wanted, the connection is made, and made again when it is lost. Nothing happens when not started.
     void SetWanted(bool isWanted);
 
-    // Waits until the first attempt to connect since it is wanted has ended, for `limit` at most: what happens from then
-    // on is delivered. At once when it is not wanted.
+    // Waits until the first attempt to connect since it is wanted has ended, for `limit` at most: what happens from
+    // then on is delivered. At once when it is not wanted.
     void AwaitAttempt(std::chrono::milliseconds limit);
 
 private:
