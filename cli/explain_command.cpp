@@ -33,7 +33,18 @@ constexpr std::array<Hint, 10> HINTS{{
     {"reconnect attempts left", "a lost service stays lost: collabctl switch off, then on"},
 }};
 
-std::string HintFor(const Client::CrossingRule& rule) {
+constexpr std::string_view TRUSTED = "peer trusted";
+
+bool Holds(const std::vector<Client::CrossingRule>& rules, std::string_view name) {
+    const auto rule = std::ranges::find(rules, name, &Client::CrossingRule::name);
+    return rule != rules.end() && rule->holds;
+}
+
+// Empty when there is nothing to do.
+std::string HintFor(const Client::CrossingRule& rule, bool isPeerTrusted) {
+    if (!rule.holds && !isPeerTrusted && rule.name.starts_with("peer ") && rule.name != TRUSTED) {
+        return "not known while the peer is not trusted";
+    }
     const auto* const hint = std::ranges::find(HINTS, rule.name, &Hint::rule);
     return rule.holds || hint == HINTS.end() ? std::string() : std::string(hint->text);
 }
@@ -45,7 +56,8 @@ bool Starts(const std::vector<Client::CrossingRule>& rules) {
 void PrintTable(const std::string& peer, const std::vector<Client::CrossingRule>& rules) {
     TextTable table({"RULE", "HOLDS", "NEEDED", "WHAT TO DO"});
     for (const Client::CrossingRule& rule : rules) {
-        table.AddRow({rule.name, rule.holds ? "yes" : "no", rule.isRequired ? "yes" : "no", HintFor(rule)});
+        table.AddRow({rule.name, rule.holds ? "yes" : "no", rule.isRequired ? "yes" : "no",
+            HintFor(rule, Holds(rules, TRUSTED))});
     }
     table.Print(std::cout);
     TextTable conclusion({"crossing with " + peer + (Starts(rules) ? " starts" : " does not start")});
@@ -61,7 +73,7 @@ Json::Value ToJson(const std::vector<Client::CrossingRule>& rules) {
         entry["rule"] = rule.name;
         entry["holds"] = rule.holds;
         entry["needed"] = rule.isRequired;
-        entry["whatToDo"] = HintFor(rule);
+        entry["whatToDo"] = HintFor(rule, Holds(rules, TRUSTED));
     }
     return root;
 }

@@ -61,9 +61,10 @@ void AddPress(CLI::App* parent, const DeviceChoice& device, Run& run, const char
         CLI::App* command = parent->add_subcommand(word, isDown ? "Press it down" : "Let it go");
         auto options = std::make_shared<Options>();
         command->add_option("N", options->first, what)->required()->check(CLI::Range(1, most));
-        Finish(command, device, run, options, [press, isDown](const DeviceChoice& choice, const Options& given) {
-            return press(choice, given.first, isDown, given.json);
-        });
+        Finish(
+            command, device, run, options, [press, isDown = isDown](const DeviceChoice& choice, const Options& given) {
+                return press(choice, given.first, isDown, given.json);
+            });
     }
 }
 

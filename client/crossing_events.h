@@ -1,8 +1,8 @@
 // The events of crossing, and how a device sends them to a process that listens.
 //
-// Each is a request to the object that the process serves on the device's bus, see linux/bus/bus_wire.h. Its parcel holds
-// the interface token EVENT_TOKEN, then the fields of the event in the order in which they are declared here: int32s,
-// but for strings and the bool `isPressedButtons`.
+// Each is a request to the object that the process serves on the device's bus, see linux/bus/bus_wire.h. Its parcel
+// holds the interface token EVENT_TOKEN, then the fields of the event in the order in which they are declared here:
+// int32s, but for strings and the bool `isPressedButtons`.
 //
 //     1  SwitchEvent    2  ScreenEvent    3  KeyEvent    4  EdgeEvent
 #pragma once

@@ -55,6 +55,15 @@ int32_t ProcessOf(BusClient& bus, const std::string& connection) {
     return context.callingPid;
 }
 
+// What the process serves on its connection. A name that can change hands would have the events sent to somebody else
+// one day.
+sptr<IRemoteObject> RemoteOf(BusClient& bus, int32_t process, const std::string& connection) {
+    if (!connection.starts_with(':') || ProcessOf(bus, connection) != process) {
+        throw ApiError("Failed", "\"" + connection + "\" is no connection of the calling process");
+    }
+    return bus.GetRemote(connection, Linux::BusWire::DEFAULT_PATH);
+}
+
 }  // namespace
 
 class CrossingListeners::Recipient final : public IRemoteObject::DeathRecipient {
@@ -78,42 +87,33 @@ void CrossingListeners::Add(const std::string& caller, const std::string& event,
     const std::string type = TypeOf(event);
     const auto bus = Bus();
     const Key key(type, ProcessOf(*bus, caller));
-    // A name that can change hands would have the events sent to somebody else one day.
-    if (!connection.starts_with(':') || ProcessOf(*bus, connection) != key.second) {
-        throw ApiError("Failed", "\"" + connection + "\" is no connection of the calling process");
-    }
-    const sptr<IRemoteObject> remote = bus->GetRemote(connection, Linux::BusWire::DEFAULT_PATH);
+    const sptr<IRemoteObject> remote = RemoteOf(*bus, key.second, connection);
     const sptr<IRemoteObject::DeathRecipient> recipient = MakeSptr<Recipient>(weak_from_this(), key);
-    if (!Insert(key, {remote, recipient})) {
-        return;
+    const std::scoped_lock lock(mutex_);
+    if (const auto known = registrations_.find(key); known != registrations_.end()) {
+        if (known->second.remote == remote) {
+            return;
+        }
+        throw ApiError("Registered", "this process listens to that event already, over another connection");
     }
-    KeyMouseServiceManager::GetInstance().AddKeyMouseEventListener(type, key.second, remote);
-    if (IsTooMany(type)) {
-        Forget(key, remote);
+    KeyMouseServiceManager& library = KeyMouseServiceManager::GetInstance();
+    library.AddKeyMouseEventListener(type, key.second, remote);
+    if (IsFull(type)) {
+        library.RemoveKeyMouseEventListener(type, key.second);  // it may know already that one of the others is dead
         throw ApiError("Full",
             std::to_string(KeyMouseEventListener::MAX_CALLBACKS) + " processes listen to \"" + event + "\" already");
     }
     if (!remote->AddDeathRecipient(recipient)) {
-        Forget(key, remote);
+        library.RemoveKeyMouseEventListener(type, key.second);
         throw ApiError("Failed", "the calling process has left the bus");
     }
+    registrations_.emplace(key, Registration{remote, recipient});
 }
 
-bool CrossingListeners::Insert(const Key& key, const Registration& registration) {
-    const std::scoped_lock lock(mutex_);
-    const auto [place, isNew] = registrations_.try_emplace(key, registration);
-    if (!isNew && place->second.remote != registration.remote) {
-        throw ApiError("Registered", "this process listens to that event already, over another connection");
-    }
-    return isNew;
-}
-
-// With the latest one, which the library has refused then.
-bool CrossingListeners::IsTooMany(const std::string& type) {
-    const std::scoped_lock lock(mutex_);
+bool CrossingListeners::IsFull(const std::string& type) const {
     const auto listening =
         std::ranges::count_if(registrations_, [&](const auto& entry) { return entry.first.first == type; });
-    return static_cast<size_t>(listening) > KeyMouseEventListener::MAX_CALLBACKS;
+    return static_cast<size_t>(listening) >= KeyMouseEventListener::MAX_CALLBACKS;
 }
 
 void CrossingListeners::Remove(const std::string& caller, const std::string& event) {
@@ -128,21 +128,16 @@ void CrossingListeners::Remove(const std::string& caller, const std::string& eve
     Forget(key, remote);
 }
 
-CrossingListeners::Registration CrossingListeners::Take(const Key& key, const sptr<IRemoteObject>& remote) {
+void CrossingListeners::Forget(const Key& key, const sptr<IRemoteObject>& remote) {
     const std::scoped_lock lock(mutex_);
     const auto found = registrations_.find(key);
     if (found == registrations_.end() || found->second.remote != remote) {
-        return {};
+        return;
     }
-    return std::move(registrations_.extract(found).mapped());
-}
-
-void CrossingListeners::Forget(const Key& key, const sptr<IRemoteObject>& remote) {
-    const Registration registration = Take(key, remote);
-    if (registration.remote) {
-        registration.remote->RemoveDeathRecipient(registration.recipient);
-        KeyMouseServiceManager::GetInstance().RemoveKeyMouseEventListener(key.first, key.second);
-    }
+    const Registration registration = found->second;
+    registrations_.erase(found);
+    registration.remote->RemoveDeathRecipient(registration.recipient);
+    KeyMouseServiceManager::GetInstance().RemoveKeyMouseEventListener(key.first, key.second);
 }
 
 }  // namespace ZYNE::Host

@@ -28,13 +28,12 @@ private:
     };
     class Recipient;
 
-    // False when the process is registered by that object already.
-    bool Insert(const Key& key, const Registration& registration);
-    bool IsTooMany(const std::string& type);
-    // Nothing when `remote` is not what is registered.
-    Registration Take(const Key& key, const sptr<IRemoteObject>& remote);
+    // With mutex_ held.
+    bool IsFull(const std::string& type) const;
+    // Does nothing when `remote` is not what is registered.
     void Forget(const Key& key, const sptr<IRemoteObject>& remote);
 
+    // Held while the library is told, so that both know the same: it never calls back meanwhile.
     std::mutex mutex_;
     std::map<Key, Registration> registrations_;  // guarded by mutex_
 };

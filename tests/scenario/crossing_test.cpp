@@ -45,6 +45,14 @@ protected:
         ASSERT_TRUE(Eventually([this] { return Switch(*phone, "pc") == "0" && Switch(*pc, "phone") == "0"; }));
     }
 
+    // A tablet that the display is that of.
+    TestDevice& StartAt(const XServer& display) {
+        TestDevice& tablet =
+            Add("tablet", {.type = "tablet", .config = "[input]\ndisplay = \"" + display.Display() + "\"\n"});
+        tablet.Start();
+        return tablet;
+    }
+
     static CrossingClient Api(const TestDevice& device) { return CrossingClient(*device.Entry()); }
 
     static std::string Switch(const TestDevice& asker, const std::string& peer) {
@@ -228,9 +236,7 @@ TEST_F(Crossing, KeepsTheDesktopsScreenOnWhileARequestAsksForIt) {
 
 TEST_F(Crossing, ForgetsClientsThatAreKilledAndStopsWatchingWithTheLast) {
     const XServer display(directory, "800x600");
-    TestDevice& tablet =
-        Add("tablet", {.type = "tablet", .config = "[input]\ndisplay = \"" + display.Display() + "\"\n"});
-    tablet.Start();
+    TestDevice& tablet = StartAt(display);
     const auto watch = [&](const std::string& name) {
         return Process({COLLABCTL, "--device", "tablet", "watch", "keyboard", "edge"}, File(name));
     };
@@ -317,9 +323,7 @@ private:
 
 TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {
     const XServer display(directory, "800x600");
-    TestDevice& tablet =
-        Add("tablet", {.type = "tablet", .config = "[input]\ndisplay = \"" + display.Display() + "\"\n"});
-    tablet.Start();
+    TestDevice& tablet = StartAt(display);
     Arrivals arrivals(tablet, display);
     const auto expectPush = [&](int x, int y, int dx, int dy, int edgeX, int edgeY, bool isPressed) {
         SCOPED_TRACE(std::to_string(edgeX) + "," + std::to_string(edgeY));
