@@ -1,33 +1,22 @@
 #include "linux/account/account.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-
 #include "linux/account/credentials.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-namespace fs = std::filesystem;
-using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
 const std::string UDID(64, 'a');
 const std::string OTHER_UDID(64, 'b');
 
-class Account : public ::testing::Test {
+class Account : public PortTest {
 protected:
     Account() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
         CreateAccount(directory / "home", "Home");
         EnrollDevice(directory / "home", directory / "phone", UDID);
     }
-    ~Account() override { fs::remove_all(directory); }
 
     void Replace(const std::string& file, const std::string& by) const {
         fs::copy_file(directory / by / file, directory / "phone" / file, fs::copy_options::overwrite_existing);
@@ -36,8 +25,6 @@ protected:
     void ExpectRefused(const std::string& part) const {
         EXPECT_THAT([&] { LoadCredentials(directory / "phone"); }, ThrowsMessage<std::runtime_error>(HasSubstr(part)));
     }
-
-    fs::path directory;
 };
 
 TEST_F(Account, GivesADeviceWhatItNeedsAndNotTheAuthoritysKey) {

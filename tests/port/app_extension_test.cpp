@@ -1,27 +1,18 @@
 // Connections to a real extension process on a real bus.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iterator>
-#include <mutex>
 
 #include "linux/apps/ability_manager.h"
 #include "linux/apps/bundle_manager.h"
-#include "linux/bus/device_bus.h"
 #include "platform/ipc/string_conversion.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
-
-namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
 constexpr int32_t CURRENT_USER = -1;
 constexpr uint32_t APP_CODE = 0x1f;
@@ -29,77 +20,47 @@ constexpr uint32_t APP_CODE = 0x1f;
 class Connection final : public AbilityConnectionStub {
 public:
     void OnAbilityConnectDone(const ElementName&, const sptr<IRemoteObject>& remoteObject, int) override {
-        std::lock_guard lock(mutex_);
-        remote_ = remoteObject;
-        ++connects_;
-        changed_.notify_all();
+        remotes_.Add(remoteObject);
     }
     void OnAbilityDisconnectDone(const ElementName&, int resultCode) override {
         if (onDisconnect) {
             onDisconnect(resultCode);
         }
-        std::lock_guard lock(mutex_);
-        ++disconnects_;
-        changed_.notify_all();
+        reasons_.Add(resultCode);
     }
 
-    sptr<IRemoteObject> AwaitRemote(int connects = 1) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, 30s, [&] { return connects_ >= connects; });
-        return remote_;
+    sptr<IRemoteObject> AwaitRemote(size_t connects = 1) const {
+        return remotes_.Reaches(connects) ? remotes_.All().back() : nullptr;
     }
-    bool AwaitDisconnect(int disconnects = 1) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 30s, [&] { return disconnects_ >= disconnects; });
-    }
+    bool AwaitDisconnect(size_t disconnects = 1) const { return reasons_.Reaches(disconnects); }
 
     std::function<void(int resultCode)> onDisconnect;
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    sptr<IRemoteObject> remote_;
-    int connects_ = 0;
-    int disconnects_ = 0;
+    Told<sptr<IRemoteObject>> remotes_;
+    Told<int> reasons_;
 };
 
 class Death final : public IRemoteObject::DeathRecipient {
 public:
-    void OnRemoteDied(const wptr<IRemoteObject>&) override {
-        std::lock_guard lock(mutex_);
-        dead_ = true;
-        changed_.notify_all();
-    }
-    bool Await() {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 30s, [this] { return dead_; });
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool dead_ = false;
+    void OnRemoteDied(const wptr<IRemoteObject>&) override { hasCome = true; }
+    std::atomic<bool> hasCome = false;
 };
 
-class AppExtension : public ::testing::Test {
+class AppExtension : public PortTest {
 protected:
-    void SetUp() override {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory_ = mkdtemp(path.data());
+    AppExtension() {
         Install("test.app", R"("name": "Provider", "exec": [")" TEST_PROVIDER R"(", "app"])");
         Install("com.talvex.peerdesk",
             R"("name": "KeyMouseService", "exec": ["/bin/sh", "-c", "exec ')" PEER_DESK R"(' >>')" +
                 CompanionOutput().native() + R"('"])");
-        BundleManager::GetInstance()->LoadDirectory(directory_ / "apps");
+        BundleManager::GetInstance()->LoadDirectory(directory / "apps");
         DeviceBus::GetInstance().Start(
-            {directory_ / "run", BundleManager::GetInstance()->GetCatalogue()->GetServices(), {}});
+            {directory / "run", BundleManager::GetInstance()->GetCatalogue()->GetServices(), {}});
     }
-    void TearDown() override {
-        DeviceBus::GetInstance().Stop();
-        fs::remove_all(directory_);
-    }
+    ~AppExtension() override { DeviceBus::GetInstance().Stop(); }
 
-    fs::path CompanionOutput() const { return directory_ / "companion.out"; }
+    fs::path CompanionOutput() const { return directory / "companion.out"; }
     static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider") {
         Want want;
         want.SetElementName("test.app", extension);
@@ -120,12 +81,9 @@ protected:
 
 private:
     void Install(const std::string& bundle, const std::string& extension) const {
-        fs::create_directories(directory_ / "apps" / bundle);
-        std::ofstream(directory_ / "apps" / bundle / "manifest.json")
-            << R"({"bundleName": ")" << bundle << R"(", "extensions": [{)" << extension << "}]}";
+        Write(directory / "apps" / bundle / "manifest.json",
+            R"({"bundleName": ")" + bundle + R"(", "extensions": [{)" + extension + "}]}");
     }
-
-    fs::path directory_;
 };
 
 TEST_F(AppExtension, RunsUntilItsLastConnectionHasGoneAndIsStartedAnewForTheNext) {
@@ -144,7 +102,7 @@ TEST_F(AppExtension, RunsUntilItsLastConnectionHasGoneAndIsStartedAnewForTheNext
 
     EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(second), 0);
     EXPECT_TRUE(second->AwaitDisconnect());
-    EXPECT_TRUE(death->Await());
+    EXPECT_TRUE(Eventually([&] { return death->hasCome.load(); }));
     EXPECT_FALSE(second->AwaitRemote()->AddDeathRecipient(death));
 
     const auto third = MakeSptr<Connection>();
@@ -180,7 +138,7 @@ TEST_F(AppExtension, OfTheCompanionPrintsThatItIsConnectedAskedToDisconnectAndLe
     const auto connection = MakeSptr<Connection>();
     Want want;
     want.SetParam("isSelfStart", false).SetElementName("com.talvex.peerdesk", "KeyMouseService");
-    for (const int connects : {1, 2}) {
+    for (const size_t connects : {1U, 2U}) {
         ASSERT_EQ(ExtensionManagerClient::GetInstance().ConnectServiceExtensionAbility(
                       want, connection, nullptr, CURRENT_USER),
             0);
@@ -199,7 +157,7 @@ TEST_F(AppExtension, OfTheCompanionPrintsThatItIsConnectedAskedToDisconnectAndLe
     EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
 
     std::string output;
-    EXPECT_TRUE(Testing::Eventually([&] {
+    EXPECT_TRUE(Eventually([&] {
         std::ifstream file(CompanionOutput());
         output.assign(std::istreambuf_iterator<char>(file), {});
         return output.find("disconnected\n") != std::string::npos;

@@ -1,28 +1,18 @@
 // Common events on a real bus. What comes over a connection other than the daemon's own stands for another process.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <latch>
-#include <mutex>
 #include <stdexcept>
 
-#include "linux/bus/device_bus.h"
 #include "linux/bus/signal_listener.h"
 #include "linux/bus/signal_sender.h"
 #include "linux/event/common_events.h"
 #include "linux/event/event_subscribers.h"
 #include "platform/event/common_event_manager.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
-
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using Testing::Eventually;
 
 constexpr int32_t SYSTEM_SERVICE = 3012;
 constexpr char PATH[] = "/com/zyne/CommonEvent";
@@ -34,28 +24,14 @@ public:
     using CommonEventSubscriber::CommonEventSubscriber;
 
     void OnReceiveEvent(const CommonEventData& data) override {
-        {
-            const std::scoped_lock lock(mutex_);
-            events_.push_back(data.GetWant().GetAction());
-        }
+        events.Add(data.GetWant().GetAction());
         if (gate != nullptr) {
             gate->wait();
         }
         throw std::runtime_error("a subscriber's own trouble");
     }
-    std::vector<std::string> Events() {
-        const std::scoped_lock lock(mutex_);
-        return events_;
-    }
-    bool Has(size_t count) {
-        return Eventually([&] { return Events().size() >= count; });
-    }
-
+    Told<std::string> events;
     std::latch* gate = nullptr;
-
-private:
-    std::mutex mutex_;
-    std::vector<std::string> events_;
 };
 
 std::shared_ptr<Recorder> NewRecorder(
@@ -69,21 +45,14 @@ std::shared_ptr<Recorder> NewRecorder(
     return std::make_shared<Recorder>(info);
 }
 
-class CommonEvent : public ::testing::Test {
+class CommonEvent : public BusTest {
 protected:
     CommonEvent() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
-        DeviceBus::GetInstance().Start({directory / "run", {}, {}});
         address = DeviceBus::GetInstance().GetAddress();
         events.Start(address);
         stranger = std::make_unique<SignalSender>(address);
     }
-    ~CommonEvent() override {
-        events.Stop();
-        DeviceBus::GetInstance().Stop();
-        fs::remove_all(directory);
-    }
+    ~CommonEvent() override { events.Stop(); }
 
     static std::shared_ptr<Recorder> Subscribe(
         const std::set<std::string>& names, int32_t publisher = CommonEventSubscribeInfo::ANY_PUBLISHER) {
@@ -100,7 +69,6 @@ protected:
     }
 
     CommonEvents& events = CommonEvents::GetInstance();
-    fs::path directory;
     std::string address;
     std::unique_ptr<SignalSender> stranger;
 };
@@ -111,23 +79,24 @@ TEST_F(CommonEvent, OfAnotherProcessIsItsRealUsersAndOfTheDaemonThatOfTheService
     const auto ofAnyone = Subscribe({"ready", "end"});
     const auto ofOthers = Subscribe({"other"});
     EmitWith([](sd_bus_message* message) { return sd_bus_message_append(message, "si", "ready", SYSTEM_SERVICE); });
-    ASSERT_TRUE(ofAnyone->Has(1));
+    ASSERT_TRUE(ofAnyone->events.Reaches(1));
     EXPECT_TRUE(events.Publish("ready", SYSTEM_SERVICE));
     EXPECT_TRUE(events.Publish("end", SYSTEM_SERVICE));
     Emit("end");
     Emit("other");
 
-    EXPECT_TRUE(ofOthers->Has(1) && ofAnyone->Has(4) && ofService->Has(2) && ofUser->Has(2));
-    EXPECT_THAT(ofService->Events(), ElementsAre("ready", "end"));
-    EXPECT_THAT(ofUser->Events(), ElementsAre("ready", "end"));
-    EXPECT_THAT(ofAnyone->Events(), ElementsAre("ready", "ready", "end", "end"));
+    EXPECT_TRUE(ofOthers->events.Reaches(1) && ofAnyone->events.Reaches(4) && ofService->events.Reaches(2) &&
+        ofUser->events.Reaches(2));
+    EXPECT_THAT(ofService->events.All(), ElementsAre("ready", "end"));
+    EXPECT_THAT(ofUser->events.All(), ElementsAre("ready", "end"));
+    EXPECT_THAT(ofAnyone->events.All(), ElementsAre("ready", "ready", "end", "end"));
 }
 
 TEST_F(CommonEvent, OfAProcessThatHasLeftIsNobodysInParticular) {
     const auto ofAnyone = Subscribe({"ready"});
     Emit("ready");
     stranger.reset();
-    EXPECT_TRUE(ofAnyone->Has(1));
+    EXPECT_TRUE(ofAnyone->events.Reaches(1));
 }
 
 TEST_F(CommonEvent, ReachesOtherProcessesAsASignal) {
@@ -150,25 +119,24 @@ TEST_F(CommonEvent, ComesInOrderAndOneWhoBlocksHoldsUpNobodyAndLosesWhatIsTooMuc
     blocked->gate = &gate;
     ASSERT_TRUE(CommonEventManager::SubscribeCommonEvent(blocked));
     Emit("first");
-    ASSERT_TRUE(blocked->Has(1));
+    ASSERT_TRUE(blocked->events.Reaches(1));
     const auto free = Subscribe({"even", "odd"});
     std::vector<std::string> expected;
     for (int i = 0; i < 100; ++i) {
         expected.emplace_back(i % 2 == 0 ? "even" : "odd");
         Emit(expected.back());
     }
-    EXPECT_TRUE(free->Has(expected.size()));
-    EXPECT_EQ(free->Events(), expected);
+    EXPECT_TRUE(free->events.Reaches(expected.size()));
+    EXPECT_EQ(free->events.All(), expected);
 
     for (size_t i = 0; i < MOST - 1; ++i) {
         events.Publish("more", SYSTEM_SERVICE);
     }
     events.Publish("last", SYSTEM_SERVICE);
     events.Publish("more", SYSTEM_SERVICE);
-    EXPECT_EQ(blocked->Events().size(), 1U);
+    EXPECT_EQ(blocked->events.All().size(), 1U);
     gate.count_down();
-    EXPECT_TRUE(blocked->Has(1 + MOST));
-    EXPECT_EQ(blocked->Events().back(), "last");
+    EXPECT_EQ(blocked->events.Until("last").size(), 1 + MOST);
 }
 
 TEST_F(CommonEvent, WithoutAProperNameIsPassedOver) {
@@ -183,8 +151,7 @@ TEST_F(CommonEvent, WithoutAProperNameIsPassedOver) {
     Emit(longest + 'x');
     Emit(longest);
     Emit("end");
-    EXPECT_TRUE(recorder->Has(2));
-    EXPECT_THAT(recorder->Events(), ElementsAre(longest, "end"));
+    EXPECT_THAT(recorder->events.Until("end"), ElementsAre(longest, "end"));
 }
 
 TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
@@ -199,7 +166,7 @@ TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
     events.Start(address);
     const auto late = Subscribe({"ready"});
     events.Publish("ready", SYSTEM_SERVICE);
-    EXPECT_TRUE(late->Has(1));
+    EXPECT_TRUE(late->events.Reaches(1));
 }
 
 }  // namespace

@@ -1,34 +1,22 @@
 // Shared data on a real bus, with other processes that use it.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
-#include <mutex>
+#include <latch>
 
 #include "linux/bus/bus_address.h"
-#include "linux/bus/device_bus.h"
 #include "linux/bus/system_abilities.h"
 #include "linux/datashare/data_share_service.h"
 #include "linux/datashare/share_limits.h"
 #include "linux/store/database.h"
 #include "platform/host/data_share_utils.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-namespace fs = std::filesystem;
 using CollaborationFwk::DataShareUtils;
-using ::testing::ElementsAre;
-using Testing::Eventually;
-using ::testing::HasSubstr;
 using Testing::Process;
 
 using Row = std::map<std::string, std::string>;
@@ -48,6 +36,14 @@ DataShareValuesBucket Values(const Row& row) {
     return values;
 }
 
+DataSharePredicates Where(const Row& conditions) {
+    DataSharePredicates predicates;
+    for (const auto& [column, value] : conditions) {
+        predicates.EqualTo(column, value);
+    }
+    return predicates;
+}
+
 DataShareObserver::ChangeInfo Change(const std::vector<std::string>& uris, const std::string& data) {
     DataShareObserver::ChangeInfo info;
     info.uris.insert(info.uris.end(), uris.begin(), uris.end());
@@ -59,27 +55,16 @@ DataShareObserver::ChangeInfo Change(const std::vector<std::string>& uris, const
 class Listener final : public DataShareObserver {
 public:
     void OnChange(const ChangeInfo& info) override {
-        const std::scoped_lock lock(mutex_);
         type = info.changeType;
-        told_.emplace_back(static_cast<const char*>(info.data), info.size);
+        told.Add({static_cast<const char*>(info.data), info.size});
         if (throws) {
             throw std::runtime_error("an observer's own trouble");
         }
     }
-    std::vector<std::string> Told() {
-        const std::scoped_lock lock(mutex_);
-        return told_;
-    }
-    bool IsTold(const std::string& last) {
-        return Eventually([&] { return !Told().empty() && Told().back() == last; });
-    }
 
+    Told<std::string> told;
     std::atomic<ChangeType> type = ChangeType::INSERT;
     std::atomic<bool> throws = false;
-
-private:
-    std::mutex mutex_;
-    std::vector<std::string> told_;
 };
 
 class RowListener final : public DataAbilityObserverStub {
@@ -88,34 +73,23 @@ public:
     std::atomic<int> calls = 0;
 };
 
-class SharedData : public ::testing::Test {
+class SharedData : public BusTest {
 protected:
     SharedData() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
-        DeviceBus::GetInstance().Start({directory / "run", {}, {}});
         SystemAbilities::GetInstance()->AddLocalAbility(
             DataShareService::SYSTEM_ABILITY_ID, DataShareService::GetInstance()->AsObject());
         DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK});
         setenv("DBUS_STARTER_ADDRESS", DeviceBus::GetInstance().GetAddress().c_str(), 1);
         helper = Helper(DESK);
     }
-    ~SharedData() override {
-        DataShareService::GetInstance()->Stop();
-        DeviceBus::GetInstance().Stop();
-        fs::remove_all(directory);
-    }
+    ~SharedData() override { DataShareService::GetInstance()->Stop(); }
 
     static std::shared_ptr<DataShareHelper> Helper(const std::string& uri) {
         return DataShareUtils::GetDataShareHelper(uri, DataShareService::SYSTEM_ABILITY_ID);
     }
     // Every row that was found, or a word for the failure.
     Table Query(const std::string& uri, const Row& conditions, const std::vector<std::string>& columns, size_t width) {
-        DataSharePredicates predicates;
-        for (const auto& [column, value] : conditions) {
-            predicates.EqualTo(column, value);
-        }
-        const auto found = helper->Query(Uri(uri), predicates, columns);
+        const auto found = helper->Query(Uri(uri), Where(conditions), columns);
         int count = 0;
         if (!found || found->GetRowCount(count) != 0) {
             return {{"failed"}};
@@ -137,11 +111,7 @@ protected:
         return helper->Insert(Uri(uri), Values(row));
     }
     int32_t Update(const Row& conditions, const Row& row, const std::string& uri = NOTES) const {
-        DataSharePredicates predicates;
-        for (const auto& [column, value] : conditions) {
-            predicates.EqualTo(column, value);
-        }
-        return helper->Update(Uri(uri), predicates, Values(row));
+        return helper->Update(Uri(uri), Where(conditions), Values(row));
     }
     std::shared_ptr<Listener> Listen(const std::string& uri, bool descendants = false) const {
         auto listener = std::make_shared<Listener>();
@@ -168,7 +138,6 @@ protected:
         });
     }
 
-    fs::path directory;
     std::shared_ptr<DataShareHelper> helper;
 };
 
@@ -295,8 +264,8 @@ TEST_F(SharedData, CarriesNoticesBetweenProcessesInOrder) {
     for (int i = 0; i < 100; ++i) {
         expected.push_back(static_cast<char>(i) + std::string(LARGE - 1, '\0'));
     }
-    EXPECT_TRUE(Eventually([&] { return listener->Told().size() >= expected.size(); }));
-    EXPECT_EQ(listener->Told(), expected);
+    EXPECT_TRUE(listener->told.Reaches(expected.size()));
+    EXPECT_EQ(listener->told.All(), expected);
     EXPECT_EQ(listener->type, DataShareObserver::ChangeType::UPDATE);
 
     const std::vector<std::string> watch{"watch", DESK};
@@ -304,7 +273,7 @@ TEST_F(SharedData, CarriesNoticesBetweenProcessesInOrder) {
     ASSERT_TRUE(Prints(watch, "done"));
     Announce(NOTES, "hello");
     EXPECT_TRUE(Prints(watch, "told of 5 bytes"));
-    EXPECT_TRUE(listener->IsTold("hello"));
+    listener->told.Until("hello");
 }
 
 TEST_F(SharedData, TellsOfANoticeWhoeverWatchesItsPathOrWithDescendantsAnUpperOne) {
@@ -319,12 +288,9 @@ TEST_F(SharedData, TellsOfANoticeWhoeverWatchesItsPathOrWithDescendantsAnUpperOn
     Announce(NOTES + std::string("/below?x=y"), "below");
     EXPECT_EQ(Insert({{"KEYWORD", "a"}}), 1);
     helper->NotifyChangeExt(Change({NOTES, DESK}, "both"));
-    EXPECT_TRUE(exact->IsTold("both"));
-    EXPECT_TRUE(above->IsTold("both"));
-    EXPECT_TRUE(aboveAlone->IsTold("both"));
-    EXPECT_THAT(exact->Told(), ElementsAre("both"));
-    EXPECT_THAT(above->Told(), ElementsAre("sibling", "below", "both"));
-    EXPECT_THAT(aboveAlone->Told(), ElementsAre("both"));
+    EXPECT_THAT(exact->told.Until("both"), ElementsAre("both"));
+    EXPECT_THAT(above->told.Until("both"), ElementsAre("sibling", "below", "both"));
+    EXPECT_THAT(aboveAlone->told.Until("both"), ElementsAre("both"));
     EXPECT_TRUE(Eventually([&] { return rows->calls == 1; }));
 }
 
@@ -366,22 +332,14 @@ public:
     void OnChange(const ChangeInfo&) override {
         ++calls;
         helper_.Insert(Uri(NOTES), Values({{"KEYWORD", "from inside"}}));
-        std::unique_lock lock(mutex_);
-        ended_.wait(lock, [this] { return end_; });
-    }
-    void End() {
-        const std::scoped_lock lock(mutex_);
-        end_ = true;
-        ended_.notify_all();
+        end.wait();
     }
 
+    std::latch end{1};
     std::atomic<int> calls = 0;
 
 private:
     DataShareHelper& helper_;
-    std::mutex mutex_;
-    std::condition_variable ended_;
-    bool end_ = false;
 };
 
 TEST_F(SharedData, IsNotHeldUpByAnObserverThatBlocksAndForgetsThoseOfAReleasedHelper) {
@@ -391,13 +349,13 @@ TEST_F(SharedData, IsNotHeldUpByAnObserverThatBlocksAndForgetsThoseOfAReleasedHe
     const auto listener = Listen(NOTES);
     Announce(NOTES, "1");
     Announce(NOTES, "2");
-    EXPECT_TRUE(listener->IsTold("2"));
+    listener->told.Until("2");
     EXPECT_TRUE(Eventually([&] { return Query(NOTES, {}, {}, 1) == Table{{"from inside"}}; }));
 
     other->Release();
-    blocking->End();
+    blocking->end.count_down();
     Announce(NOTES, "3");
-    EXPECT_TRUE(listener->IsTold("3"));
+    listener->told.Until("3");
     EXPECT_TRUE(Eventually([&] { return blocking.use_count() == 1; }));
     EXPECT_EQ(blocking->calls, 1);
 }
@@ -421,8 +379,7 @@ TEST_F(SharedData, PassesOverWhatIsNoNotice) {
     helper->NotifyChangeExt(Change({NOTES, SETTINGS}, "another's"));
     Announce(NOTES, std::string(ShareLimits::VALUE + 1, 'x'));
     Announce(NOTES, "last");
-    EXPECT_TRUE(listener->IsTold("last"));
-    EXPECT_THAT(listener->Told(), ElementsAre("last"));
+    EXPECT_THAT(listener->told.Until("last"), ElementsAre("last"));
 }
 
 TEST_F(SharedData, FailsCleanlyOnceItIsStoppedAndFindsItsRowsWhenItIsStartedAgain) {

@@ -1,20 +1,13 @@
 // The device profile with a network that the test plays, and over DDS with peers that the test plays.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <condition_variable>
 #include <deque>
-#include <filesystem>
 #include <functional>
 #include <latch>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "linux/fabric/profile_channel.h"
 #include "linux/fabric/qos.h"
@@ -22,15 +15,12 @@
 #include "linux/fabric/wire.h"
 #include "linux/fabric/wire_text.h"
 #include "linux/profile/profile_service.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 #include "tests/support/profile_listener.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using Testing::Eventually;
 using ::testing::IsEmpty;
 using Testing::ProfileListener;
 using Testing::SubscriptionOf;
@@ -42,47 +32,28 @@ constexpr WriterId FIRST_RUN = 1;
 constexpr WriterId SECOND_RUN = 2;
 
 CharacteristicProfile Profile(const std::string& device, const std::string& key, const std::string& value) {
-    CharacteristicProfile profile;
-    profile.SetDeviceId(device);
-    profile.SetServiceName("music");
-    profile.SetCharacteristicKey(key);
-    profile.SetCharacteristicValue(value);
-    return profile;
+    return Testing::ProfileOf(device, "music", key, value);
 }
 
 RecordPtr Record(const std::string& key, const std::string& value) {
     return std::make_shared<ProfileRecord>(ProfileRecord{ProfileKind::CHARACTERISTIC, Profile(DESK, key, value)});
 }
 
-// What listeners were told, in order: "+key=value", "~key=value", "-key".
-class Told {
-public:
-    void Add(ProfileChangeType change, const CharacteristicProfile& profile) {
-        const bool isDelete = change == ProfileChangeType::CHARACTERISTIC_DELETE;
-        const char* sign = isDelete ? "-" : change == ProfileChangeType::CHARACTERISTIC_ADD ? "+" : "~";
-        const std::string value = isDelete ? "" : '=' + profile.GetCharacteristicValue();
-        const std::scoped_lock lock(mutex_);
-        lines_.push_back(sign + profile.GetCharacteristicKey() + value);
+// "+key=value", "~key=value", "-key".
+std::string Describe(ProfileChangeType change, const CharacteristicProfile& profile) {
+    const std::string& key = profile.GetCharacteristicKey();
+    if (change == ProfileChangeType::CHARACTERISTIC_DELETE) {
+        return '-' + key;
     }
-    ProfileListener::Handler Handler() {
-        return [this](ProfileChangeType change, const CharacteristicProfile& profile) {
-            Add(change, profile);
-        };
-    }
-    std::vector<std::string> Lines() const {
-        const std::scoped_lock lock(mutex_);
-        return lines_;
-    }
-    // All that was told until `line` was.
-    std::vector<std::string> Until(const std::string& line) const {
-        EXPECT_TRUE(Eventually([&] { return !Lines().empty() && Lines().back() == line; })) << "missing: " << line;
-        return Lines();
-    }
+    return (change == ProfileChangeType::CHARACTERISTIC_ADD ? '+' : '~') + key + '=' + profile.GetCharacteristicValue();
+}
 
-private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
-};
+// A listener that has it told.
+ProfileListener::Handler Telling(Told<std::string>& told) {
+    return [&](ProfileChangeType change, const CharacteristicProfile& profile) {
+        told.Add(Describe(change, profile));
+    };
+}
 
 // Gives what the test lets arrive, and keeps what is published: "key=value", "-key".
 class PlayedNetwork final : public ProfileNetwork {
@@ -120,17 +91,12 @@ private:
     bool isInterrupted_ = false;
 };
 
-class DeviceProfileTest : public ::testing::Test {
+class DeviceProfileTest : public PortTest {
 protected:
-    DeviceProfileTest() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
-        profiles.Open(directory / "profiles.db", SELF);
-    }
+    DeviceProfileTest() { profiles.Open(directory / "profiles.db", SELF); }
     ~DeviceProfileTest() override {
         profiles.Leave();
         profiles.Close();
-        fs::remove_all(directory);
     }
 
     int32_t Put(const std::string& key, const std::string& value, const std::string& device = "LOCAL") {
@@ -143,12 +109,11 @@ protected:
             : "none";
     }
     void Subscribe(const std::string& device, const std::string& key) {
-        EXPECT_EQ(profiles.SubscribeDeviceProfile(SubscriptionOf(device, "music", key, told.Handler())), PROFILE_OK);
+        EXPECT_EQ(profiles.SubscribeDeviceProfile(SubscriptionOf(device, "music", key, Telling(told))), PROFILE_OK);
     }
 
-    fs::path directory;
     ProfileService profiles;
-    Told told;
+    Told<std::string> told;
 };
 
 TEST_F(DeviceProfileTest, KeepsWhatThisDevicePublishesUnderEitherOfItsNames) {
@@ -183,7 +148,7 @@ TEST_F(DeviceProfileTest, IsNotReadyWhileClosed) {
     EXPECT_EQ(Put("song", "x"), 98566160);
     CharacteristicProfile profile;
     EXPECT_EQ(profiles.GetCharacteristicProfile("LOCAL", "music", "song", profile), 98566160);
-    const SubscribeInfo info = SubscriptionOf(DESK, "music", "song", told.Handler());
+    const SubscribeInfo info = SubscriptionOf(DESK, "music", "song", Telling(told));
     EXPECT_EQ(profiles.SubscribeDeviceProfile(info), 98566160);
     EXPECT_EQ(profiles.UnSubscribeDeviceProfile(info), 98566160);
     EXPECT_EQ(profiles.Delete("music", "song"), 98566160);
@@ -228,11 +193,10 @@ TEST_F(DeviceProfileTest, TellsItsOwnChangesAndWhatIsKnownAlready) {
 TEST_F(DeviceProfileTest, TellsTheWatcherOfEveryCharacteristic) {
     Put("known", "x");
     profiles.SetWatcher([this](ProfileChange change, const CharacteristicProfile& profile) {
-        const bool isDelete = change == ProfileChange::DELETED;
-        told.Add(isDelete                        ? ProfileChangeType::CHARACTERISTIC_DELETE
-                : change == ProfileChange::ADDED ? ProfileChangeType::CHARACTERISTIC_ADD
-                                                 : ProfileChangeType::CHARACTERISTIC_UPDATE,
-            profile);
+        const ProfileChangeType type = change == ProfileChange::ADDED ? ProfileChangeType::CHARACTERISTIC_ADD
+            : change == ProfileChange::DELETED                        ? ProfileChangeType::CHARACTERISTIC_DELETE
+                                                                      : ProfileChangeType::CHARACTERISTIC_UPDATE;
+        told.Add(Describe(type, profile));
     });
     Put("song", "a");
     Put("known", "y");
@@ -296,9 +260,9 @@ TEST(ABusyListener, IsToldTheDifferenceOfWhatItKnewAndWhatIsTrue) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.what);
-        Told told;
+        Told<std::string> told;
         ProfileSubscriptions subscriptions;
-        subscriptions.Subscribe(SubscriptionOf(DESK, "music", "song", told.Handler()), nullptr);
+        subscriptions.Subscribe(SubscriptionOf(DESK, "music", "song", Telling(told)), nullptr);
         table.Clear();
         if (one.knewK) {
             table.Put(Record("song", "k"), FIRST_RUN);
@@ -311,7 +275,7 @@ TEST(ABusyListener, IsToldTheDifferenceOfWhatItKnewAndWhatIsTrue) {
         while (const auto change = subscriptions.TakeNext()) {
             ChangeQueue::Tell(*change);
         }
-        EXPECT_EQ(told.Lines(), one.expected);
+        EXPECT_EQ(told.All(), one.expected);
     }
 }
 
@@ -354,7 +318,7 @@ TEST_F(JoinedDeviceProfile, ReadsOnWhileAListenerIsBlocked) {
         Arrives("song", value);
     }
     EXPECT_TRUE(Eventually([&] { return Get(DESK, "song") == "c"; }));
-    EXPECT_THAT(told.Lines(), IsEmpty());
+    EXPECT_THAT(told.All(), IsEmpty());
     EXPECT_EQ(Put("song", "mine"), PROFILE_OK);
     release.count_down();
     EXPECT_THAT(told.Until("+song=c"), ElementsAre("+song=c"));
@@ -489,8 +453,8 @@ TEST_F(DeviceProfileOnTheNetwork, KnowsWhatPeersPublishForAsLongAsTheyAreThere) 
     EXPECT_TRUE(Eventually([&] { return profiles.List(DESK).empty(); }));
     desk.emplace(Play(DESK));
     desk->Put(DESK, "song", "c");
-    EXPECT_TRUE(Eventually([&] { return told.Lines().size() > 4; }));
-    EXPECT_THAT(told.Lines(), ElementsAre("+song=a", "~song=b", "-song", "+song=c", "+song=c"));
+    EXPECT_TRUE(Eventually([&] { return told.All().size() > 4; }));
+    EXPECT_THAT(told.All(), ElementsAre("+song=a", "~song=b", "-song", "+song=c", "+song=c"));
 }
 
 TEST_F(DeviceProfileOnTheNetwork, BelievesADeviceOnlyWhatItSaysOfItself) {

@@ -1,37 +1,19 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-
 #include "linux/apps/bundle_manager.h"
 #include "linux/bus/system_ability_table.h"
 #include "platform/bundle/bundle_mgr_client.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
 constexpr char ACTION[] = "an.action";
 constexpr int32_t OTHER_USER = 101;
 
-class InstalledApps : public ::testing::Test {
+class InstalledApps : public PortTest {
 protected:
-    InstalledApps() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
-    }
-    ~InstalledApps() override { fs::remove_all(directory); }
-
-    void Write(const fs::path& file, const std::string& text) const {
-        fs::create_directories((directory / file).parent_path());
-        std::ofstream(directory / file) << text;
-    }
+    void Write(const fs::path& file, const std::string& text) const { PortTest::Write(directory / file, text); }
     void Install(const std::string& name, const std::string& more = "", const std::string& resource = "$profile:info") {
         Write(name + "/manifest.json",
             R"({"bundleName": ")" + name + "\"" + more + R"(, "extensions": [{"name": "Facts", "exec": ["bin/facts"],
@@ -55,8 +37,6 @@ protected:
         }
         return names;
     }
-
-    fs::path directory;
 };
 
 TEST_F(InstalledApps, AreFoundByActionInTheOrderOfNamesForTheirUserWhileEnabled) {

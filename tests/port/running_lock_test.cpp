@@ -1,31 +1,22 @@
 // Running locks, seen from a desktop that the test plays on a bus of its own; and the damping of the pointer.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <mutex>
 #include <thread>
 
 #include "linux/bus/bus_address.h"
 #include "linux/bus/bus_poller.h"
-#include "linux/bus/device_bus.h"
 #include "linux/interaction/linux_interaction_manager.h"
 #include "linux/power/power_manager.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
 
 using namespace std::chrono_literals;
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using Testing::Eventually;
 
 constexpr int32_t MINUTE = 60'000;  // milliseconds
 constexpr char SCREEN_SAVER[] = "org.freedesktop.ScreenSaver";
@@ -64,10 +55,7 @@ public:
         poller_.Wake();
         thread_.join();
     }
-    std::vector<std::string> Calls() {
-        const std::scoped_lock lock(mutex_);
-        return calls_;
-    }
+    std::vector<std::string> Calls() const { return calls_.All(); }
     bool Sees(const std::string& call) {
         return Eventually([&] { return std::ranges::count(Calls(), call) == 1; });
     }
@@ -87,24 +75,23 @@ private:
         if (hangs) {
             return 1;
         }
-        const std::scoped_lock lock(mutex_);
         if (sd_bus_message_is_method_call(message, SCREEN_SAVER, "Inhibit") > 0) {
             const char* application = nullptr;
             const char* reason = nullptr;
             sd_bus_message_read(message, "ss", &application, &reason);
-            calls_.push_back(std::string("on for ") + reason);
-            return sd_bus_reply_method_return(message, "u", static_cast<uint32_t>(calls_.size()));
+            calls_.Add(std::string("on for ") + reason);
+            return sd_bus_reply_method_return(message, "u", static_cast<uint32_t>(calls_.All().size()));
         }
         if (sd_bus_message_is_method_call(message, SCREEN_SAVER, "UnInhibit") > 0) {
             uint32_t cookie = 0;
             sd_bus_message_read(message, "u", &cookie);
-            calls_.push_back("off " + std::to_string(cookie));
+            calls_.Add("off " + std::to_string(cookie));
             return sd_bus_reply_method_return(message, "");
         }
         const char* what = nullptr;
         const char* mode = nullptr;
         sd_bus_message_read(message, "ssss", &what, nullptr, nullptr, &mode);
-        calls_.push_back(std::string(mode) + " " + what);
+        calls_.Add(std::string(mode) + " " + what);
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
         fd_ = UniqueFd(ends[0]);
@@ -115,18 +102,14 @@ private:
     BusHandle bus_;
     BusPoller poller_;
     std::atomic<bool> ended_ = false;
-    std::mutex mutex_;
-    std::vector<std::string> calls_;  // guarded by mutex_
+    Told<std::string> calls_;
     UniqueFd fd_;
     std::thread thread_;
 };
 
-class RunningLocks : public ::testing::Test {
+class RunningLocks : public BusTest {
 protected:
     RunningLocks() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
-        DeviceBus::GetInstance().Start({directory / "run", {}, {}});
         address = BusAddress(directory / "run");  // whichever bus is there, unlike with the present one's guid
         manager = std::make_shared<PowerManager>(PowerBuses{address, address}, time);
         lock = manager->CreateRunningLock("runningLock", RunningLockType::SCREEN);
@@ -137,15 +120,12 @@ protected:
         const std::weak_ptr<PowerManager> left = manager;
         manager.reset();
         EXPECT_TRUE(Eventually([&] { return left.expired(); })) << "something still waits";
-        DeviceBus::GetInstance().Stop();
-        fs::remove_all(directory);
     }
 
     std::unique_ptr<Desktop> NewScreenSaver(const char* path = "/org/freedesktop/ScreenSaver") const {
         return std::make_unique<Desktop>(address, SCREEN_SAVER, path);
     }
 
-    fs::path directory;
     std::string address;
     TestTime time;
     std::shared_ptr<PowerManager> manager;
@@ -235,7 +215,7 @@ TEST_F(RunningLocks, SayOnceThatThereIsNoBusAndGoOnWhenItComesBack) {
     EXPECT_NE(first, std::string::npos);
     EXPECT_EQ(logged.find("the screen cannot be kept on", first + 1), std::string::npos);
 
-    DeviceBus::GetInstance().Start({directory / "run", {}, {}});
+    StartBus();
     const auto desktop = NewScreenSaver();
     EXPECT_EQ(lock->Lock(MINUTE), 0);
 }

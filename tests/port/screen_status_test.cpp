@@ -1,25 +1,15 @@
 // The state of screens: this device's own with a desktop that the test plays, and peers' over DDS with a peer that the
 // test plays.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <latch>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "linux/bus/bus_address.h"
-#include "linux/bus/device_bus.h"
 #include "linux/fabric/announcement.h"
 #include "linux/fabric/device_id.h"
 #include "linux/fabric/fabric.h"
@@ -31,46 +21,10 @@
 #include "linux/fabric/wire_text.h"
 #include "linux/screen/screen_state.h"
 #include "platform/device_manager/device_manager.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
-
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using Testing::Eventually;
-
-// What was told, in order.
-template <typename T>
-class Told {
-public:
-    void Add(T what) {
-        const std::scoped_lock lock(mutex_);
-        all_.push_back(std::move(what));
-    }
-    std::vector<T> All() const {
-        const std::scoped_lock lock(mutex_);
-        return all_;
-    }
-    bool Reaches(size_t count) const {
-        return Eventually([&] { return All().size() >= count; });
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::vector<T> all_;
-};
-
-class ScreenTest : public ::testing::Test {
-protected:
-    ScreenTest() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
-    }
-    ~ScreenTest() override { fs::remove_all(directory); }
-
-    fs::path directory;
-};
 
 // A desktop's screen saver, served whenever the test lets it.
 class PlayedScreenSaver {
@@ -104,7 +58,9 @@ private:
     BusHandle bus_;
 };
 
-TEST_F(ScreenTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
+class OwnScreen : public PortTest {};
+
+TEST_F(OwnScreen, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
     const std::string address = BusAddress(directory / "run");
     setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
     Told<int> told;
@@ -221,7 +177,7 @@ private:
     const std::function<void(const DmDeviceInfo&)> handler_;
 };
 
-class PeerScreen : public ScreenTest {
+class PeerScreen : public PortTest {
 protected:
     PeerScreen() {
         Fabric& fabric = Fabric::GetInstance();

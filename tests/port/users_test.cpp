@@ -1,46 +1,20 @@
 // The users of a device: who is in the foreground, and what the configuration says of them.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <latch>
-#include <mutex>
 #include <utility>
 
 #include "host/config.h"
 #include "linux/users/users.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using Testing::Eventually;
-using ::testing::HasSubstr;
 using ::testing::Pair;
+using ::testing::ThrowsMessage;
 
-void Write(const fs::path& file, const std::string& text) {
-    std::ofstream(file) << text;
-}
-
-template <typename Error>
-std::string ErrorOf(const std::function<void()>& action) {
-    try {
-        action();
-        return "none";
-    } catch (const Error& error) {
-        return error.what();
-    }
-}
-
-class DeviceUsers : public ::testing::Test {
+class DeviceUsers : public PortTest {
 protected:
     DeviceUsers() {
-        std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-        directory = mkdtemp(path.data());
         file = directory / "foreground_user";
         Start({{100, "Anna"}, {101, "Guest", OsAccountType::PRIVATE}, {102, "Ben"}});
     }
@@ -48,36 +22,26 @@ protected:
         users.Stop();
         const std::weak_ptr<int> left = std::exchange(token, nullptr);
         EXPECT_TRUE(Eventually([&] { return left.expired(); }));
-        fs::remove_all(directory);
     }
 
     void Start(std::vector<User> all) {
         users.Start({std::move(all), file, [this, held = token](int32_t before, int32_t now) {
                          users.List();  // nobody holds the lock
-                         const std::scoped_lock lock(mutex);
-                         switches.emplace_back(before, now);
+                         switches.Add({before, now});
                      }});
     }
     static int32_t Foreground() {
         int32_t id = -1;
         return OsAccountManager::GetForegroundOsAccountLocalId(id) == USER_OK ? id : -1;
     }
-    bool IsTold(size_t count) {
-        return Eventually([&] {
-            const std::scoped_lock lock(mutex);
-            return switches.size() >= count;
-        });
-    }
-    std::string SwitchError(int32_t id) {
-        return ErrorOf<std::runtime_error>([&] { users.Switch(id); });
+    void ExpectNoSwitch(int32_t id, const std::string& reason) {
+        EXPECT_THAT([&] { users.Switch(id); }, ThrowsMessage<std::runtime_error>(HasSubstr(reason)));
     }
 
     Users& users = Users::GetInstance();
-    fs::path directory;
     fs::path file;
     std::shared_ptr<int> token = std::make_shared<int>();  // held by whoever may be told of a switch yet
-    std::mutex mutex;
-    std::vector<std::pair<int32_t, int32_t>> switches;
+    Told<std::pair<int32_t, int32_t>> switches;
 };
 
 TEST_F(DeviceUsers, ChangePlacesOneAfterTheOtherAndAreNormalOrPrivate) {
@@ -86,10 +50,9 @@ TEST_F(DeviceUsers, ChangePlacesOneAfterTheOtherAndAreNormalOrPrivate) {
     users.Switch(101);
     EXPECT_EQ(Foreground(), 101);
     users.Switch(102);
-    EXPECT_EQ(SwitchError(7), "there is no user 7; the users are: 100 (Anna), 101 (Guest), 102 (Ben)");
+    ExpectNoSwitch(7, "there is no user 7; the users are: 100 (Anna), 101 (Guest), 102 (Ben)");
     users.Switch(100);
-    EXPECT_TRUE(IsTold(3));
-    EXPECT_THAT(switches, ElementsAre(Pair(100, 101), Pair(101, 102), Pair(102, 100)));
+    EXPECT_THAT(switches.Until({102, 100}), ElementsAre(Pair(100, 101), Pair(101, 102), Pair(102, 100)));
 
     OsAccountType type{};
     EXPECT_EQ(OsAccountManager::GetOsAccountType(101, type), USER_OK);
@@ -115,12 +78,11 @@ TEST_F(DeviceUsers, ComeBackToTheForegroundWhenTheyAreStillThere) {
 
 TEST_F(DeviceUsers, StayWhereTheyAreWhenASwitchCannotBeKept) {
     fs::create_directory(directory / "foreground_user.new");
-    EXPECT_THAT(SwitchError(101), HasSubstr("cannot be written"));
+    ExpectNoSwitch(101, "cannot be written");
     EXPECT_EQ(Foreground(), 100);
     fs::remove(directory / "foreground_user.new");
     users.Switch(102);
-    EXPECT_TRUE(IsTold(1));
-    EXPECT_THAT(switches, ElementsAre(Pair(100, 102)));
+    EXPECT_THAT(switches.Until({100, 102}), ElementsAre(Pair(100, 102)));
 }
 
 TEST_F(DeviceUsers, AreGoneAfterTheStopAndNobodyIsToldAnew) {
@@ -146,46 +108,40 @@ TEST_F(DeviceUsers, AreGoneAfterTheStopAndNobodyIsToldAnew) {
     EXPECT_EQ(Foreground(), -1);
     EXPECT_EQ(OsAccountManager::GetOsAccountType(1, type), USERS_NOT_UP);
     EXPECT_TRUE(users.List().empty());
-    EXPECT_THAT(SwitchError(1), HasSubstr("starting or ending"));
+    ExpectNoSwitch(1, "starting or ending");
 }
 
-struct UserConfig {
-    const char* name;
-    const char* text;
-    const char* outcome;  // the users as "id name type", or what is wrong
+class ConfiguredUsers : public PortTest {
+protected:
+    // The users as "id name type;", or what is wrong with them.
+    std::string Read(const std::string& text) const {
+        Write(directory / "device.toml",
+            "[device]\nname = 'a'\ntype = 'pc'\nstate_directory = 's'\n[account]\nmode = 'open'\nname = 'b'\n" + text);
+        std::string all;
+        try {
+            for (const User& user : Host::ReadConfig(directory / "device.toml").users) {
+                all += std::to_string(user.id) + " " + user.name + " " + std::to_string(int32_t(user.type)) + ";";
+            }
+        } catch (const Host::ConfigError& error) {
+            return error.what();
+        }
+        return all;
+    }
 };
 
-class ConfiguredUsers : public ::testing::TestWithParam<UserConfig> {};
-
-TEST_P(ConfiguredUsers, AreReadOrRefusedWithAReason) {
-    std::string path = (fs::temp_directory_path() / "cfwkXXXXXX").string();
-    const fs::path directory = mkdtemp(path.data());
-    Write(directory / "device.toml",
-        std::string(
-            "[device]\nname = 'a'\ntype = 'pc'\nstate_directory = 's'\n[account]\nmode = 'open'\nname = 'b'\n") +
-            GetParam().text);
-    std::string outcome;
-    const std::string error = ErrorOf<Host::ConfigError>([&] {
-        for (const User& user : Host::ReadConfig(directory / "device.toml").users) {
-            outcome += std::to_string(user.id) + " " + user.name + " " + std::to_string(int32_t(user.type)) + ";";
-        }
-    });
-    EXPECT_THAT(error == "none" ? outcome : error, HasSubstr(GetParam().outcome));
-    fs::remove_all(directory);
-}
-
-INSTANTIATE_TEST_SUITE_P(Users, ConfiguredUsers,
-    ::testing::Values(UserConfig{"NoneIsOneNormalUser", "", "100 User 0;"},
-        UserConfig{"Several",
-            "[[user]]\nid = 100\nname = 'Anna'\n[[user]]\nid = 2147483647\nname = 'G'\ntype = 'private'",
+TEST_F(ConfiguredUsers, AreReadOrRefusedWithAReason) {
+    const std::pair<const char*, const char*> cases[] = {{"", "100 User 0;"},
+        {"[[user]]\nid = 100\nname = 'Anna'\n[[user]]\nid = 2147483647\nname = 'G'\ntype = 'private'",
             "100 Anna 0;2147483647 G 1024;"},
-        UserConfig{"TheSameTwice", "[[user]]\nid = 1\nname = 'A'\n[[user]]\nid = 1\nname = 'B'",
-            "device.toml:12: user.id 1 is another user's"},
-        UserConfig{"NoId", "[[user]]\nname = 'A'", "device.toml:8: user.id is missing"},
-        UserConfig{"AnIdThatIsTooLarge", "[[user]]\nid = 2147483648\nname = 'A'", "user.id must be a number"},
-        UserConfig{"AnUnknownType", "[[user]]\nid = 1\nname = 'A'\ntype = 'x'", "is none of: normal, private"},
-        UserConfig{"OneTableOnly", "[user]\nid = 1\nname = 'A'", "device.toml:8: user must be written as [[user]]"}),
-    [](const auto& test) { return test.param.name; });
+        {"[[user]]\nid = 1\nname = 'A'\n[[user]]\nid = 1\nname = 'B'", "device.toml:12: user.id 1 is another user's"},
+        {"[[user]]\nname = 'A'", "device.toml:8: user.id is missing"},
+        {"[[user]]\nid = 2147483648\nname = 'A'", "user.id must be a number"},
+        {"[[user]]\nid = 1\nname = 'A'\ntype = 'x'", "is none of: normal, private"},
+        {"[user]\nid = 1\nname = 'A'", "device.toml:8: user must be written as [[user]]"}};
+    for (const auto& [text, outcome] : cases) {
+        EXPECT_THAT(Read(text), HasSubstr(outcome));
+    }
+}
 
 }  // namespace
 }  // namespace ZYNE::Linux

@@ -7,6 +7,10 @@ std::string Describe(const Want& want) {
     return want.GetElement().GetBundleName() + ", " + want.GetElement().GetAbilityName() + ", ";
 }
 
+std::string Describe(const std::string& what, int32_t flags, int32_t userId) {
+    return what + ", " + std::to_string(flags) + ", " + std::to_string(userId);
+}
+
 }  // namespace
 
 // In this process, so a remote object and the interface at once.
@@ -21,41 +25,33 @@ public:
 
     int32_t QueryAbilityInfosV9(
         const Want& want, int32_t flags, int32_t userId, std::vector<AbilityInfo>& infos) override {
-        Write("QueryAbilityInfosV9", want, flags, userId);
         infos = owner_.abilities;
-        return owner_.abilityQueryResult;
+        return owner_.Call("QueryAbilityInfosV9", Describe(want.GetAction(), flags, userId));
     }
     int32_t QueryExtensionAbilityInfosV9(
         const Want& want, int32_t flags, int32_t userId, std::vector<ExtensionAbilityInfo>& infos) override {
-        Write("QueryExtensionAbilityInfosV9", want, flags, userId);
         infos = owner_.extensions;
-        return owner_.extensionQueryResult;
+        return owner_.Call("QueryExtensionAbilityInfosV9", Describe(want.GetAction(), flags, userId));
     }
     int32_t GetApplicationInfo(
         const std::string& bundleName, int32_t flags, int32_t userId, ApplicationInfo& info) override {
-        owner_.journal_.Call(
-            "GetApplicationInfo(" + bundleName + ", " + std::to_string(flags) + ", " + std::to_string(userId) + ")");
+        const int32_t code = owner_.Call("GetApplicationInfo", Describe(bundleName, flags, userId));
         const auto found = owner_.applications.find(bundleName);
-        if (found == owner_.applications.end()) {
-            return 1;
+        if (code != 0 || found == owner_.applications.end()) {
+            return code != 0 ? code : 1;
         }
         info = found->second;
         return 0;
     }
 
 private:
-    void Write(const std::string& name, const Want& want, int32_t flags, int32_t userId) {
-        owner_.journal_.Call(
-            name + "(" + want.GetAction() + ", " + std::to_string(flags) + ", " + std::to_string(userId) + ")");
-    }
-
     FakeApps& owner_;
 };
 
-FakeApps::FakeApps(Journal& journal) : journal_(journal), bundleManager_(MakeSptr<BundleManager>(*this)) {}
+FakeApps::FakeApps(Journal& journal) : FakeCalls(journal), bundleManager_(MakeSptr<BundleManager>(*this)) {}
 
 int32_t FakeApps::ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) {
-    return TakeConnection(want, connection, "ConnectAbility(" + Describe(want) + std::to_string(userId) + ")");
+    return TakeConnection(want, connection, "ConnectAbility", Describe(want) + std::to_string(userId));
 }
 
 int32_t FakeApps::ConnectServiceExtensionAbility(const Want& want, const sptr<IAbilityConnection>& connection,
@@ -64,17 +60,15 @@ int32_t FakeApps::ConnectServiceExtensionAbility(const Want& want, const sptr<IA
     for (const auto& [name, value] : want.GetParams()) {
         params += name + (value ? "=true, " : "=false, ");
     }
-    return TakeConnection(want, connection,
-        "ConnectServiceExtensionAbility(" + Describe(want) + params + (callerToken ? "token, " : "null, ") +
-            std::to_string(userId) + ")");
+    return TakeConnection(want, connection, "ConnectServiceExtensionAbility",
+        Describe(want) + params + (callerToken ? "token, " : "null, ") + std::to_string(userId));
 }
 
-int32_t FakeApps::TakeConnection(
-    const Want& want, const sptr<IAbilityConnection>& connection, const std::string& call) {
-    journal_.Call(call);
+int32_t FakeApps::TakeConnection(const Want& want, const sptr<IAbilityConnection>& connection,
+    const std::string& operation, const std::string& arguments) {
     element_ = want.GetElement();
     connection_ = connection;
-    return connectResult;
+    return Call(operation, arguments);
 }
 
 sptr<IBundleMgr> FakeApps::GetBundleManagerProxy() {
@@ -82,8 +76,7 @@ sptr<IBundleMgr> FakeApps::GetBundleManagerProxy() {
 }
 
 int32_t FakeApps::DisconnectAbility(const sptr<IAbilityConnection>& connection) {
-    journal_.Call(std::string("DisconnectAbility(") + (connection == connection_ ? "known" : "unknown") + ")");
-    return 0;
+    return Call("DisconnectAbility", connection == connection_ ? "known" : "unknown");
 }
 
 void FakeApps::Connect(const sptr<IRemoteObject>& remote, int resultCode) {

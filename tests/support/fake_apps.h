@@ -10,14 +10,15 @@
 #include "platform/ability/extension_manager_client.h"
 #include "platform/bundle/bundle_mgr.h"
 #include "platform/host/host_ability_manager.h"
-#include "tests/support/journal.h"
+#include "tests/support/fake_calls.h"
 
 namespace ZYNE::Testing {
 
 // One thread.
 class FakeApps final : public AbilityManagerClient,
                        public ExtensionManagerClient,
-                       public CollaborationFwk::HostAbilityManager {
+                       public CollaborationFwk::HostAbilityManager,
+                       public FakeCalls {
 public:
     explicit FakeApps(Journal& journal);
 
@@ -46,16 +47,13 @@ public:
     std::map<std::string, std::vector<std::string>> resources;  // by bundle name
     std::map<std::string, ApplicationInfo> applications;        // by bundle name
     bool hasBundleManager = true;                               // for the host
-    int32_t abilityQueryResult = 0;
-    int32_t extensionQueryResult = 0;
-    int32_t connectResult = 0;
 
 private:
     class BundleManager;
 
-    int32_t TakeConnection(const Want& want, const sptr<IAbilityConnection>& connection, const std::string& call);
+    int32_t TakeConnection(const Want& want, const sptr<IAbilityConnection>& connection, const std::string& operation,
+        const std::string& arguments);
 
-    Journal& journal_;
     sptr<IAbilityConnection> connection_;
     ElementName element_;
     sptr<IRemoteObject> bundleManager_;

@@ -75,43 +75,29 @@ int32_t FakeDeviceProfileClient::Publish(const CharacteristicProfile& profile) {
     const auto [entry, isNew] = characteristics.try_emplace(NameOf(profile));
     const CharacteristicProfile old = entry->second;
     entry->second = profile;
-    int32_t result = 0;
-    for (const auto& listener : FindListeners(
-             profile, isNew ? ProfileChangeType::CHARACTERISTIC_ADD : ProfileChangeType::CHARACTERISTIC_UPDATE)) {
-        result = isNew ? listener->OnCharacteristicProfileAdd(profile)
-                       : listener->OnCharacteristicProfileUpdate(old, profile);
+    if (isNew) {
+        return Tell(profile, ProfileChangeType::CHARACTERISTIC_ADD,
+            [&](IProfileChangeListener& listener) { return listener.OnCharacteristicProfileAdd(profile); });
     }
-    return result;
+    return Tell(profile, ProfileChangeType::CHARACTERISTIC_UPDATE,
+        [&](IProfileChangeListener& listener) { return listener.OnCharacteristicProfileUpdate(old, profile); });
 }
 
 int32_t FakeDeviceProfileClient::Delete(const CharacteristicProfile& profile) {
     characteristics.erase(NameOf(profile));
+    return Tell(profile, ProfileChangeType::CHARACTERISTIC_DELETE,
+        [&](IProfileChangeListener& listener) { return listener.OnCharacteristicProfileDelete(profile); });
+}
+
+int32_t FakeDeviceProfileClient::Tell(
+    const CharacteristicProfile& profile, ProfileChangeType type, const Report& report) const {
     int32_t result = 0;
-    for (const auto& listener : FindListeners(profile, ProfileChangeType::CHARACTERISTIC_DELETE)) {
-        result = listener->OnCharacteristicProfileDelete(profile);
-    }
-    return result;
-}
-
-CharacteristicProfile FakeDeviceProfileClient::MakeProfile(const std::string& deviceId, const std::string& serviceName,
-    const std::string& characteristicKey, const std::string& value) {
-    CharacteristicProfile profile;
-    profile.SetDeviceId(deviceId);
-    profile.SetServiceName(serviceName);
-    profile.SetCharacteristicKey(characteristicKey);
-    profile.SetCharacteristicValue(value);
-    return profile;
-}
-
-std::vector<sptr<IProfileChangeListener>> FakeDeviceProfileClient::FindListeners(
-    const CharacteristicProfile& profile, ProfileChangeType type) const {
-    std::vector<sptr<IProfileChangeListener>> listeners;
-    for (const SubscribeInfo& info : subscriptions) {
+    for (const SubscribeInfo& info : std::vector(subscriptions)) {
         if (info.Wants(profile, type)) {
-            listeners.push_back(info.GetListener());
+            result = report(*info.GetListener());
         }
     }
-    return listeners;
+    return result;
 }
 
 }  // namespace ZYNE::Testing

@@ -35,8 +35,6 @@ public:
     // A peer publishes or deletes a characteristic: whoever has subscribed to it is told. The listener's last result.
     int32_t Publish(const CharacteristicProfile& profile);
     int32_t Delete(const CharacteristicProfile& profile);
-    static CharacteristicProfile MakeProfile(const std::string& deviceId, const std::string& serviceName,
-        const std::string& characteristicKey, const std::string& value);
 
     std::map<Name, CharacteristicProfile> characteristics;
     std::vector<SubscribeInfo> subscriptions;  // in the order in which they were made
@@ -44,8 +42,10 @@ public:
     std::function<void(const CharacteristicProfile& profile)> onPut;
 
 private:
-    std::vector<sptr<IProfileChangeListener>> FindListeners(
-        const CharacteristicProfile& profile, ProfileChangeType type) const;
+    using Report = std::function<int32_t(IProfileChangeListener& listener)>;
+
+    // The last result of those who want such a change.
+    int32_t Tell(const CharacteristicProfile& profile, ProfileChangeType type, const Report& report) const;
 };
 
 }  // namespace ZYNE::Testing

@@ -7,9 +7,8 @@ namespace ZYNE::Testing {
 
 using namespace CollaborationFwk;
 
-bool FakeHost::RegisterInstance(PluginType type, AbilityPlugin* instance) {
+bool FakeHost::RegisterInstance(PluginType type, AbilityPlugin* /*instance*/) {
     journal_.Call("RegisterInstance(" + std::to_string(static_cast<int>(type)) + ")");
-    plugin = instance;
     return true;
 }
 

@@ -39,7 +39,6 @@ public:
     // Empty when nobody has the network id.
     std::string FindUdid(const std::string& networkId) const;
 
-    CollaborationFwk::AbilityPlugin* plugin = nullptr;
     std::vector<std::shared_ptr<CollaborationFwk::EventListener>> listeners;
     std::shared_ptr<CollaborationFwk::ServiceInfo> lastService;  // of the last request
     std::string lastMessage;                                     // of the last TransmitMsg

@@ -9,32 +9,27 @@ class FakeSystemAbilities::Manager final : public IRemoteStub<ISystemAbilityMana
 public:
     explicit Manager(FakeSystemAbilities& owner) : owner_(owner) {}
 
-    sptr<IRemoteObject> GetSystemAbility(int32_t id) override {
-        owner_.journal_.Call("GetSystemAbility(" + std::to_string(id) + ")");
-        return Find(id);
-    }
-    sptr<IRemoteObject> CheckSystemAbility(int32_t id) override {
-        owner_.journal_.Call("CheckSystemAbility(" + std::to_string(id) + ")");
-        return Find(id);
-    }
+    sptr<IRemoteObject> GetSystemAbility(int32_t id) override { return Find("GetSystemAbility", id); }
+    sptr<IRemoteObject> CheckSystemAbility(int32_t id) override { return Find("CheckSystemAbility", id); }
     int32_t LoadSystemAbility(int32_t id, const sptr<ISystemAbilityLoadCallback>& callback) override {
-        owner_.journal_.Call("LoadSystemAbility(" + std::to_string(id) + ")");
-        if (owner_.loadResult == 0) {
+        const int32_t code = owner_.Call("LoadSystemAbility", std::to_string(id));
+        if (code == 0) {
             owner_.loads_.push_back({id, callback});
         }
-        return owner_.loadResult;
+        return code;
     }
 
 private:
-    sptr<IRemoteObject> Find(int32_t id) const {
+    sptr<IRemoteObject> Find(const std::string& operation, int32_t id) const {
+        const int32_t code = owner_.Call(operation, std::to_string(id));
         const auto found = owner_.running.find(id);
-        return found != owner_.running.end() ? found->second : nullptr;
+        return code == 0 && found != owner_.running.end() ? found->second : nullptr;
     }
 
     FakeSystemAbilities& owner_;
 };
 
-FakeSystemAbilities::FakeSystemAbilities(Journal& journal) : journal_(journal), manager_(MakeSptr<Manager>(*this)) {}
+FakeSystemAbilities::FakeSystemAbilities(Journal& journal) : FakeCalls(journal), manager_(MakeSptr<Manager>(*this)) {}
 
 sptr<ISystemAbilityLoadCallback> FakeSystemAbilities::TakeLoad(int32_t id) {
     const auto found = std::find_if(loads_.begin(), loads_.end(), [id](const Load& load) { return load.id == id; });

@@ -6,12 +6,12 @@
 #include <vector>
 
 #include "platform/system_ability/system_ability_manager_client.h"
-#include "tests/support/journal.h"
+#include "tests/support/fake_calls.h"
 
 namespace ZYNE::Testing {
 
 // One thread.
-class FakeSystemAbilities final : public SystemAbilityManagerClient {
+class FakeSystemAbilities final : public SystemAbilityManagerClient, public FakeCalls {
 public:
     explicit FakeSystemAbilities(Journal& journal);
 
@@ -22,7 +22,6 @@ public:
     void FailLoad(int32_t id);
 
     bool hasManager = true;
-    int32_t loadResult = 0;
     std::map<int32_t, sptr<IRemoteObject>> running;
 
 private:
@@ -34,7 +33,6 @@ private:
 
     sptr<ISystemAbilityLoadCallback> TakeLoad(int32_t id);
 
-    Journal& journal_;
     std::vector<Load> loads_;
     sptr<ISystemAbilityManager> manager_;
 };

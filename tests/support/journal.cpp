@@ -24,32 +24,20 @@ std::vector<Journal::Entry> Journal::Entries() const {
     return entries_;
 }
 
-std::vector<std::string> Journal::All() const {
+std::vector<std::string> Journal::Texts(bool ofCalls, bool ofLines) const {
     std::vector<std::string> texts;
     for (const Entry& entry : Entries()) {
-        texts.push_back(entry.text);
-    }
-    return texts;
-}
-
-std::vector<std::string> Journal::Calls() const {
-    std::vector<std::string> texts;
-    for (const Entry& entry : Entries()) {
-        if (!entry.isLog) {
+        if (entry.isLog ? ofLines : ofCalls) {
             texts.push_back(entry.text);
         }
     }
     return texts;
 }
 
-std::vector<std::string> Journal::Lines() const {
-    std::vector<std::string> texts;
-    for (const Entry& entry : Entries()) {
-        if (entry.isLog) {
-            texts.push_back(entry.text);
-        }
-    }
-    return texts;
+size_t Journal::CountCallsOf(const std::string& operation) const {
+    const std::vector<std::string> calls = Calls();
+    return static_cast<size_t>(std::count_if(
+        calls.begin(), calls.end(), [&](const std::string& call) { return call.starts_with(operation + "("); }));
 }
 
 size_t Journal::Count(const std::string& text) const {

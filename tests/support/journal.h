@@ -22,17 +22,21 @@ public:
     // Takes the "[file:line]function# " head off the line.
     void Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept override;
 
-    std::vector<std::string> Calls() const;
-    std::vector<std::string> Lines() const;
+    std::vector<std::string> Calls() const { return Texts(true, false); }
+    std::vector<std::string> Lines() const { return Texts(false, true); }
     // Calls and lines together.
-    std::vector<std::string> All() const;
+    std::vector<std::string> All() const { return Texts(true, true); }
     std::vector<Entry> Entries() const;
     // How often `text` stands in it.
     size_t Count(const std::string& text) const;
     bool Has(const std::string& text) const { return Count(text) > 0; }
+    // How often `operation` was called, whatever with.
+    size_t CountCallsOf(const std::string& operation) const;
     void Clear();
 
 private:
+    std::vector<std::string> Texts(bool ofCalls, bool ofLines) const;
+
     mutable std::mutex mutex_;
     std::vector<Entry> entries_;  // guarded by mutex_
 };

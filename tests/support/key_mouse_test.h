@@ -7,6 +7,7 @@
 
 #include "platform/host/picker_result.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
+#include "tests/support/profile_listener.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::Testing {
@@ -36,8 +37,7 @@ protected:
         SetPeerSwitch(name, "1");
     }
     void SetPeerSwitch(const std::string& name, const std::string& value) {
-        device.profiles.Publish(
-            FakeDeviceProfileClient::MakeProfile(name + "-udid", SWITCH_SERVICE, "SwitchStatus", value));
+        device.profiles.Publish(ProfileOf(name + "-udid", SWITCH_SERVICE, "SwitchStatus", value));
     }
     sptr<CollaborationFwk::DeviceInfo> Peer(uint32_t type = CollaborationFwk::DeviceType::PHONE) {
         return MakeSptr<CollaborationFwk::DeviceInfo>("peer-udid", "peer-network", "peer", type);

@@ -1,4 +1,4 @@
-// A listener of profile changes that hands characteristics on and passes over the rest.
+// Characteristics, and a listener of profile changes that hands them on and passes over the rest.
 #pragma once
 
 #include <functional>
@@ -44,6 +44,16 @@ private:
 
     const Handler handler_;
 };
+
+inline CharacteristicProfile ProfileOf(
+    const std::string& device, const std::string& service, const std::string& key, const std::string& value) {
+    CharacteristicProfile profile;
+    profile.SetDeviceId(device);
+    profile.SetServiceName(service);
+    profile.SetCharacteristicKey(key);
+    profile.SetCharacteristicValue(value);
+    return profile;
+}
 
 // A subscription of all changes of one characteristic.
 inline SubscribeInfo SubscriptionOf(

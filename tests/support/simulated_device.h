@@ -28,7 +28,13 @@
 #include "tests/support/journal.h"
 #include "tests/support/simulated_time.h"
 
-namespace ZYNE::Testing {
+namespace ZYNE {
+
+// Nearly every test compares lists.
+using ::testing::ElementsAre;
+using ::testing::IsSupersetOf;
+
+namespace Testing {
 
 class SimulatedDevice {
 public:
@@ -70,4 +76,5 @@ protected:
     SimulatedDevice device;
 };
 
-}  // namespace ZYNE::Testing
+}  // namespace Testing
+}  // namespace ZYNE

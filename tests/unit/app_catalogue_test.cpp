@@ -4,8 +4,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 const std::string ACTION = "com.varn.collaborationFwk.infoCollection.setting";
 const Metadata CONFIG{"collaborationFwk.infoCollection.configFile", "", "$profile:facts"};
 
@@ -100,12 +98,12 @@ TEST_F(AppCatalogue, CountsMetadataEntriesThatDifferInAnyField) {
 TEST_F(AppCatalogue, GoesOnWithTheOtherScanWhenOneFails) {
     device.apps.extensions = {{"Facts", "com.app", {CONFIG}}};
     device.apps.resources["com.app"] = {Profile("{" + Item("a") + "}")};
-    device.apps.abilityQueryResult = 8;
+    device.apps.codes["QueryAbilityInfosV9"] = 8;
     apps.Init();
     EXPECT_TRUE(device.journal.Has("E Collection: QueryAbilityInfosV9 Error"));
     EXPECT_TRUE(device.journal.Has("I Collection: LoadLocalAbilities empty"));
     EXPECT_EQ(Contents(), "a@com.app ");
-    device.apps.extensionQueryResult = 9;
+    device.apps.codes["QueryExtensionAbilityInfosV9"] = 9;
     EXPECT_FALSE(apps.LoadExtensionAbilities());
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: QueryExtensionAbilityInfosV9 Error");
 }
@@ -181,11 +179,10 @@ TEST_F(AppCatalogue, CollectsCurrentValuesIntoAnObjectOrNullWhenThereIsNone) {
     EXPECT_EQ(infos.toStyledString(), "{\n\t\"a\" : \"value\"\n}\n");
     const std::string asked = "I Collection: GetLocalSingleDynamicInfoByPak ";
     EXPECT_THAT(device.journal.Lines(),
-        ::testing::IsSupersetOf<std::string>(
-            {"I Collection: dynamic key:a,info:a,bundle:com.app,Facts,Code:1f,var,dat**cts",
-                asked + "Result, infoName:a, result:value", asked + "check empty string, infoName:b, result:",
-                asked + "check empty string, infoName:, result:value",
-                "I Collection: profileObjStr result:" + infos.toStyledString()}));
+        IsSupersetOf<std::string>({"I Collection: dynamic key:a,info:a,bundle:com.app,Facts,Code:1f,var,dat**cts",
+            asked + "Result, infoName:a, result:value",
+            asked + "check empty string, infoName:b, result:", asked + "check empty string, infoName:, result:value",
+            "I Collection: profileObjStr result:" + infos.toStyledString()}));
 }
 
 }  // namespace

@@ -7,7 +7,6 @@ namespace ZYNE::CollaborationFwk {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
 
 class AppConnection : public Testing::LibraryTest {
 protected:
@@ -32,7 +31,7 @@ protected:
 };
 
 TEST_F(AppConnection, IsMadeByAnyResultThatBringsAServiceAndEndsWithThePlatformsWord) {
-    device.apps.connectResult = 29;
+    device.apps.codes["ConnectAbility"] = 29;
     device.journal.Clear();
     EXPECT_EQ(connection->ConnectAbility("com.app", "Facts"), 29);
     EXPECT_FALSE(IsConnected());

@@ -4,8 +4,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 const std::string NULL_VALUES = "I Collection: profileObj null, skip write into DP";
 
 // An app offers "cpu" and "disk", each with a URI of its own; the system ability of shared data runs.
@@ -72,7 +70,7 @@ TEST_F(AppInfoPublishing, PutsCurrentValuesAndObservesEachUriAtEveryInit) {
 
 TEST_F(AppInfoPublishing, SkipsTheProfileWithoutValuesAndUrisWithoutHelper) {
     device.dataShare.codes["Creator(datashare:///com.app/cpu, , 2)"] = 1;
-    device.apps.connectResult = 9;
+    device.apps.codes["ConnectAbility"] = 9;
     apps.Init();
     std::vector<std::string> actual = From("AppInfoCollection GetDeviceDynamicInfos done");
     std::erase_if(actual, [](const std::string& line) { return line.find(" Collection: ") == std::string::npos; });

@@ -4,8 +4,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 const std::string URI = "datashare:///com.app/facts";
 const std::string MASKED = "dat**cts";
 

@@ -42,7 +42,7 @@ TEST_F(Record, LeavesALineWhenItIsMadeAndWhenItGoesButNotWhenItIsCopied) {
         EXPECT_EQ(entry.text, "I Collection: key=k, value=v");
         functions.push_back(entry.function);
     }
-    EXPECT_THAT(functions, ::testing::ElementsAre("DeviceDynamicInfo", "~DeviceDynamicInfo", "~DeviceDynamicInfo"));
+    EXPECT_THAT(functions, ElementsAre("DeviceDynamicInfo", "~DeviceDynamicInfo", "~DeviceDynamicInfo"));
 }
 
 }  // namespace

@@ -3,13 +3,11 @@
 
 #include "platform/host/global_variables.h"
 #include "plugin/device_profile/subscribe_dp_change_listener.h"
+#include "tests/support/profile_listener.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsSupersetOf;
 
 const std::string URI = "datashare:///com.varn.collaborationfwk.infocollection";
 const std::string SWITCH_SERVICE = "SwitchStatus_Key_Mouse_Edge_Crossing";
@@ -32,11 +30,10 @@ protected:
     ~DeviceProfileChange() override { LogService::minLevel = LogLevel::INFO; }
 
     static CharacteristicProfile Switch(const std::string& value) {
-        return Testing::FakeDeviceProfileClient::MakeProfile("peer-udid-0001", SWITCH_SERVICE, "SwitchStatus", value);
+        return Testing::ProfileOf("peer-udid-0001", SWITCH_SERVICE, "SwitchStatus", value);
     }
     static CharacteristicProfile Info(const std::string& value) {
-        return Testing::FakeDeviceProfileClient::MakeProfile(
-            "peer-udid-0001", "infoCollection", "infoCollectionCharacterKey", value);
+        return Testing::ProfileOf("peer-udid-0001", "infoCollection", "infoCollectionCharacterKey", value);
     }
 
     DeviceProfileManager& manager = DeviceProfileManager::GetInstance();

@@ -1,10 +1,9 @@
 #include "plugin/device_profile/device_profile_manager.h"
+#include "tests/support/profile_listener.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
-
-using ::testing::ElementsAre;
 
 class DeviceProfileExchange : public Testing::LibraryTest {
 protected:
@@ -33,11 +32,10 @@ TEST_F(DeviceProfileExchange, PublishesInfoUnderTheLocalNameAfterItsService) {
 }
 
 TEST_F(DeviceProfileExchange, ReadsACharacteristicAndDoubtsTheAnswer) {
-    using Fake = Testing::FakeDeviceProfileClient;
     const std::string udid = "peer-udid-0001";
-    device.profiles.characteristics[{udid, "sound", "volume"}] = Fake::MakeProfile(udid, "sound", "volume", "11");
-    device.profiles.characteristics[{udid, "sound", "tone"}] = Fake::MakeProfile(udid, "radio", "tones", "1");
-    device.profiles.characteristics[{udid, "sound", "bass"}] = Fake::MakeProfile(udid, "sound", "tone", "1");
+    device.profiles.characteristics[{udid, "sound", "volume"}] = Testing::ProfileOf(udid, "sound", "volume", "11");
+    device.profiles.characteristics[{udid, "sound", "tone"}] = Testing::ProfileOf(udid, "radio", "tones", "1");
+    device.profiles.characteristics[{udid, "sound", "bass"}] = Testing::ProfileOf(udid, "sound", "tone", "1");
     const std::string noFields = "E Collection: extra info not contains necessary fields";
     const std::string sound = R"({"serviceName":"sound"})";
     struct Row {

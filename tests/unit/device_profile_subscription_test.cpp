@@ -5,8 +5,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 const std::string START = "I Collection: HandleDeviceProfileChange start";
 const std::string EXISTS = "E Collection: device exists, ignore this device";
 

@@ -5,9 +5,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsSupersetOf;
-
 class AnsweringARequest : public Testing::LibraryTest {
 protected:
     static std::shared_ptr<Command> Make(const std::vector<std::string>& names) {

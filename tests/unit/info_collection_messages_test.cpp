@@ -4,8 +4,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 class Messages : public Testing::LibraryTest {
 protected:
     InfoCollectionProcess& process = *InfoCollectionProcess::GetInstance();

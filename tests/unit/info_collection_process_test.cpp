@@ -6,9 +6,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsSupersetOf;
-
 TEST(Loading, RegistersTheListenerAndThenThePlugin) {
     std::vector<std::string> registrations;
     for (const std::string& call : Testing::SimulatedDevice::Boot().journal.Calls()) {

@@ -10,7 +10,6 @@ namespace ZYNE::CollaborationFwk {
 namespace {
 
 using namespace GloableVariables;
-using ::testing::ElementsAre;
 
 const std::string REGISTER = "RegisterDeviceScreenStatusCallback(varn.collaborationfwk.deviceDetect)";
 const std::string NO_JSON = "E Collection: StringToJson failed";

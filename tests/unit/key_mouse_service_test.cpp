@@ -7,7 +7,6 @@ namespace ZYNE::CollaborationFwk {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
 
 constexpr char ATTEMPTS[] = "reconnect attempts left";
 const std::string QUALIFIED = "I Collection: trust and same acconut device switch on.";
@@ -36,34 +35,24 @@ protected:
 
 TEST_F(KeyMouseService, RunsForAPeerThatIsEligibleInEveryWayAndExplainsWhichRuleFails) {
     const DmDeviceInfo good = peer;
-    for (const auto& [rule, breakIt] :
-        std::vector<std::pair<std::string, std::function<void()>>>{{"peer device type supported",
-                                                                       [this] {
-                                                                           peer.deviceTypeId = 156;
-                                                                       }},
-            {"peer system type supported",
-                [this] {
-                    peer.extraData = R"({"OS_TYPE":11})";
-                }},
-            {"peer of the same account",
-                [this] {
-                    peer.authForm = 2;
-                }},
-            {"peer switch on",
-                [this] {
-                    SetPeerSwitch("peer", "10");
-                }},
-            {"peer switch on", [this] {
-                 device.profiles.codes["GetCharacteristicProfile"] = 7;
-             }}}) {
-        breakIt();
+    const auto expectFailing = [this, good](const std::string& rule) {
         EXPECT_THAT(Explain("peer-network"), ElementsAre(rule));
         manager.StartOrStopKeyMouseService(true);
         ExpectDecision(NOBODY, STOPPED);
         peer = good;
         device.profiles.codes.clear();
-        SetPeerSwitch("peer", "1");
-    }
+    };
+    peer.deviceTypeId = 156;
+    expectFailing("peer device type supported");
+    peer.extraData = R"({"OS_TYPE":11})";
+    expectFailing("peer system type supported");
+    peer.authForm = 2;
+    expectFailing("peer of the same account");
+    device.profiles.codes["GetCharacteristicProfile"] = 7;
+    expectFailing("peer switch on");
+    SetPeerSwitch("peer", "10");
+    expectFailing("peer switch on");
+    SetPeerSwitch("peer", "1");
     for (const uint32_t type : {11U, 12U, 17U, 2607U, 14U}) {
         peer.deviceTypeId = type;
         EXPECT_THAT(Explain("peer-udid"), ElementsAre());
@@ -131,28 +120,20 @@ TEST_F(KeyMouseService, ReadsTheSystemTypeOutOfUntrustedText) {
 
 TEST_F(KeyMouseService, NeedsTheInstalledCompanion) {
     ApplicationInfo& companion = device.apps.applications["com.talvex.peerdesk"];
-    for (const auto& [line, breakIt] :
-        std::vector<std::pair<std::string, std::function<void()>>>{{"Peerdesk is not installed.",
-                                                                       [&] {
-                                                                           companion.enabled = false;
-                                                                       }},
-            {"Peerdesk is not installed.",
-                [&] {
-                    companion = {"com.talvex.other", true};
-                }},
-            {"Query ability infos error",
-                [this] {
-                    device.apps.applications.clear();
-                }},
-            {"failed to get bms proxy", [this] {
-                 device.apps.hasBundleManager = false;
-             }}}) {
-        breakIt();
+    const auto expectMissing = [this](const std::string& line) {
         EXPECT_THAT(Explain("peer-network"), ElementsAre("companion installed"));
         EXPECT_EQ(manager.StartKeyMouseService(), 2514);
         EXPECT_TRUE(device.journal.Has("E Collection: " + line));
         ExpectDecision("E Collection: PeerDesk is not installed.", "");
-    }
+    };
+    companion.enabled = false;
+    expectMissing("Peerdesk is not installed.");
+    companion = {"com.talvex.other", true};
+    expectMissing("Peerdesk is not installed.");
+    device.apps.applications.clear();
+    expectMissing("Query ability infos error");
+    device.apps.hasBundleManager = false;
+    expectMissing("failed to get bms proxy");
 }
 
 TEST_F(KeyMouseService, IsStartedOneSecondAfterAPeerCameAndLeftFiveMinutesAfterTheFirstHasGone) {
@@ -230,7 +211,7 @@ TEST_F(KeyMouseService, IsConnectedAnewUntilThreeAttemptsWereMadeSinceTheLastBin
     EXPECT_EQ(attempts.name, ATTEMPTS);
     EXPECT_FALSE(attempts.holds);
 
-    device.apps.connectResult = 16;
+    device.apps.codes["ConnectServiceExtensionAbility"] = 16;
     manager.BindKeymouseServiceReq(true);
     EXPECT_TRUE(device.journal.Has("I Collection: Connect Key mouse service ret:16"));
     EXPECT_TRUE(device.journal.Has("E Collection: Connect Key mouse service failed"));

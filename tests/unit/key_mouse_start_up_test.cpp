@@ -4,8 +4,6 @@ namespace ZYNE::CollaborationFwk {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
-using ::testing::IsSupersetOf;
 using ::testing::Not;
 
 constexpr char READY[] = "usual.event.DATA_SHARE_READY";

@@ -7,7 +7,6 @@ namespace ZYNE::CollaborationFwk {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
 
 const std::string CONNECT = "ConnectAbility(com.app, Facts, -1)";
 
@@ -120,7 +119,7 @@ TEST_F(LocalInfo, ReconnectsToAServiceThatDiedWithoutPostponingItsClose) {
 }
 
 TEST_F(LocalInfo, OfAServiceThatNeverConnectsIsEmptyAndItsConnectionForgottenAndMadeAnew) {
-    device.apps.connectResult = 9;
+    device.apps.codes["ConnectAbility"] = 9;
     EXPECT_EQ(Ask({"cpu"}), "cpu= ");
     EXPECT_EQ(device.time.Elapsed(), 500ms);
     EXPECT_TRUE(device.journal.Has("I Collection: add async result = 1"));

@@ -4,8 +4,6 @@
 namespace ZYNE {
 namespace {
 
-using ::testing::ElementsAre;
-
 constexpr LogDomain LOG = CollaborationFwk::LogDomains::DEVICE_DETECT;
 
 class LogLine : public Testing::LibraryTest {};

@@ -10,7 +10,6 @@ namespace ZYNE::CollaborationFwk {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::ElementsAre;
 
 class ProviderFile : public Testing::LibraryTest {
 protected:

@@ -46,7 +46,7 @@ TEST_F(RemoteInfo, IsAskedForUnderAnIdThatAnAnswerMayFindAtOnce) {
     EXPECT_EQ(Ask({"a"}), 0);
     EXPECT_EQ(device.time.Elapsed(), 0s);
     EXPECT_EQ(Records(), "a=1 ");
-    EXPECT_THAT(device.journal.Calls(), ::testing::ElementsAre("Request(network-1, me, collaborationCtrlSession)"));
+    EXPECT_THAT(device.journal.Calls(), ElementsAre("Request(network-1, me, collaborationCtrlSession)"));
     EXPECT_EQ(device.journal.Lines()[1], "I Collection: collaborationIdStr: 0**e");
     EXPECT_EQ(device.journal.Lines()[2], "I Collection: commandPropStr: " + device.host.lastService->commandProp);
     EXPECT_EQ(device.journal.Lines().back(),

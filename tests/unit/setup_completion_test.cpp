@@ -5,8 +5,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 const std::string URI = GloableVariables::SETTING_URI_PROXY;
 const std::vector<std::string> KEYS{"device_provisioned", "user_setup_complete", "is_ota_finished"};
 
@@ -24,12 +22,6 @@ protected:
         }
     }
     bool IsReady() { return OobeStatusDependency::GetInstance().IsOobeReady(); }
-    // Those that start with `name`.
-    size_t CountCalls(const std::string& name) {
-        const std::vector<std::string> calls = device.journal.Calls();
-        return static_cast<size_t>(std::count_if(
-            calls.begin(), calls.end(), [&](const std::string& call) { return call.starts_with(name + "("); }));
-    }
 };
 
 TEST_F(SetupCompletion, IsReadOnceItIsCompleteAndThenRemembered) {
@@ -59,11 +51,11 @@ TEST_F(SetupCompletion, NeedsTwoOnesAndNoZeroAndIsAskedForAgainUntilThen) {
         Set(values);
         device.journal.Clear();
         EXPECT_FALSE(IsReady()) << ::testing::PrintToString(values);
-        EXPECT_EQ(CountCalls("Query"), 3U);
+        EXPECT_EQ(device.journal.CountCallsOf("Query"), 3U);
     }
     Set({"1", "1", "no"});
     EXPECT_TRUE(IsReady());
-    EXPECT_EQ(CountCalls("Creator"), 0U);
+    EXPECT_EQ(device.journal.CountCallsOf("Creator"), 0U);
 }
 
 TEST_F(SetupCompletion, ClosesEachResultSetOnceWhateverFails) {
@@ -78,7 +70,7 @@ TEST_F(SetupCompletion, ClosesEachResultSetOnceWhateverFails) {
         for (const std::string& key : KEYS) {
             EXPECT_EQ(device.journal.Count(line + key), 1U) << operation;
         }
-        EXPECT_EQ(CountCalls("Close"), operation == "Query" ? 0U : 3U) << operation;
+        EXPECT_EQ(device.journal.CountCallsOf("Close"), operation == "Query" ? 0U : 3U) << operation;
     }
 }
 

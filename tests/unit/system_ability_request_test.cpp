@@ -4,8 +4,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using ::testing::ElementsAre;
-
 constexpr int32_t FACTS = 70801;
 constexpr int32_t OTHER = 70802;
 
@@ -82,7 +80,7 @@ TEST_F(SystemAbilityRequest, IsRememberedWhenItsLoadIsRefusedButNotWithoutAManag
     EXPECT_TRUE(manager.GetReqTasks().empty());
 
     device.systemAbilities.hasManager = true;
-    device.systemAbilities.loadResult = 4;
+    device.systemAbilities.codes["LoadSystemAbility"] = 4;
     device.journal.Clear();
     EXPECT_EQ(Ask("hostname"), "");
     EXPECT_THAT(device.journal.Lines(),
