@@ -124,8 +124,9 @@ void Daemon::Start() {
     udid_ = OwnUdid(config_);
     StartBus();
     StartStores();
-    StartDesktop();
+    // Before other threads use the bus library: at its first use it sets up what all its connections share, unguarded.
     StartApi();
+    StartDesktop();
     StartLibrary();
     StartFabric();
     StartCrossing();

@@ -1,4 +1,6 @@
 // Keyboard, pointer and displays on a real X server, driven from outside as a person would; and the scripted stand-in.
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <xcb/xcb.h>
@@ -151,7 +153,8 @@ protected:
     InputOfServer() { InputService::Get().Start({server.Display(), false}); }
 
     // The pointer is in its middle.
-    XServer server{directory_, "800x600"};
+    // Of a number that no other test's server takes while this one is down.
+    XServer server{directory_, "800x600", ":" + std::to_string(1000 + getpid())};
     Hand hand{server.Display()};
 };
 
