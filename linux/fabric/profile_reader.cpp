@@ -19,7 +19,7 @@ namespace {
 
 using Sample = ZYNE_Linux_Wire_Profile;
 
-// Listeners are told in between, however much arrives.
+// About so many are read before listeners are told, however much arrives.
 constexpr int MOST_AT_ONCE = 32;
 
 bool IsOfKnownKind(const Sample& sample) {
@@ -65,7 +65,7 @@ ProfileReader::ProfileReader(const FabricDomain& domain, const Partitions& parti
 
 void ProfileReader::Take(ProfileInlet& inlet) {
     TakenSamples<Sample> samples(reader_.Get());
-    for (int i = 0; i < MOST_AT_ONCE && samples.Next(); ++i) {
+    for (int i = 0; (i < MOST_AT_ONCE || samples.IsInTheMiddle()) && samples.Next(); ++i) {
         const Sample& sample = samples.Sample();
         const dds_instance_handle_t writer = samples.Info().publication_handle;
         if (!samples.Info().valid_data || !IsOfKnownKind(sample) || !IsBelieved(sample.udid, writer)) {

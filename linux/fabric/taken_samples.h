@@ -29,6 +29,9 @@ public:
         return count_ > 0;
     }
 
+    // Whether samples are taken that have not been gone to yet: who stops now loses them.
+    bool IsInTheMiddle() const { return at_ + 1 < count_; }
+
     const T& Sample() const { return *static_cast<const T*>(samples_[static_cast<size_t>(at_)]); }
     const dds_sample_info_t& Info() const { return infos_[static_cast<size_t>(at_)]; }
 

@@ -477,6 +477,31 @@ TEST_F(DeviceProfileOnTheNetwork, BelievesADeviceOnlyWhatItSaysOfItself) {
     EXPECT_EQ(Get(SELF, "song"), "none");
 }
 
+TEST_F(DeviceProfileOnTheNetwork, LosesNothingThatArrivesWhileItReads) {
+    struct Inlet final : public ProfileInlet {
+        explicit Inlet(const PlayedDevice& device) : desk(device) {}
+        void OnPut(const RecordPtr&, WriterId) override {
+            // Of the same process: what is written is there at once.
+            for (int i = 0; count == 0 && i < 40; ++i) {
+                desk.Put(DESK, "late" + std::to_string(i), "x");
+            }
+            ++count;
+        }
+        void OnDelete(const std::string&, const ProfileName&) override {}
+        void OnGone(const std::string&, WriterId) override {}
+        const PlayedDevice& desk;
+        int count = 0;
+    };
+    ProfileReader reader(*domain, partitions, SELF, false);
+    const PlayedDevice desk = Play(DESK);
+    Inlet inlet(desk);
+    desk.Put(DESK, "first", "x");
+    for (int i = 0; i < 5; ++i) {
+        reader.Take(inlet);
+    }
+    EXPECT_EQ(inlet.count, 41);
+}
+
 TEST_F(DeviceProfileOnTheNetwork, BelievesNobodyWithoutCertificateWhereThoseAreAsked) {
     struct Inlet final : public ProfileInlet {
         void OnPut(const RecordPtr&, WriterId) override { ++count; }
