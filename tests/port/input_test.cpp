@@ -353,8 +353,10 @@ TEST_F(InputOfServer, OutlivesTheServerAndFindsTheNextOne) {
 
     const XServer next(directory_, "800x600", display);
     ASSERT_TRUE(Eventually([&] { return displays.GetDefaultDisplay() != nullptr; }));
-    Hand(display).Move(2, 2);
-    EXPECT_TRUE(watcher->Sees(WIDTH / 2 + 2, HEIGHT / 2 + 2, 3, 3));
+    Hand nextHand(display);
+    nextHand.Move(2, 2);
+    EXPECT_TRUE(watcher->Sees(WIDTH / 2 + 2, HEIGHT / 2 + 2, 3, 3))
+        << watcher->Motion().x << "," << watcher->Motion().y << " by " << watcher->Motion().dx;
 }
 
 TEST_F(InputOfServer, StopsWhenTheServerDoesNotAnswer) {
