@@ -1,48 +1,95 @@
 #include "bench/crowd.h"
 
-#include <optional>
+#include <cerrno>
+#include <functional>
+#include <stdexcept>
+#include <utility>
 
 #include "linux/account/udid.h"
-#include "linux/fabric/control_reader.h"
-#include "linux/fabric/device_id.h"
-#include "linux/fabric/presence.h"
+#include "linux/fabric/announcement.h"
+#include "linux/network/links.h"
+#include "linux/network/run_id.h"
 #include "platform/host/device_info.h"
 
 namespace ZYNE::Bench {
 namespace {
 
-Linux::FabricOptions Options(const std::string& account, const std::string& tag) {
-    Linux::FabricOptions options;
-    options.trust = Linux::FabricOptions::Trust::OPEN;
-    options.accountName = account;
-    options.peers = {"127.0.0.1"};
-    options.tag = tag;
-    return options;
+using Linux::LinkIdentity;
+using Linux::LinkPtr;
+using Linux::LinkRefusal;
+
+constexpr std::chrono::seconds LONGEST_DIAL{5};
+
+LinkIdentity NewIdentity(const std::string& account) {
+    const std::string udid = Linux::NewUdid();
+    const std::string run = Linux::NewRun();
+    return {udid, run, Linux::NetworkIdOf(udid, run),
+        std::make_shared<const Linux::TlsContext>(Linux::TlsContext::SelfSigned(udid)),
+        Linux::MeetingKey::OfName(account)};
 }
 
 }  // namespace
 
-struct Crowd::Member {
-    Member(const Linux::FabricDomain& domain, const Linux::Partitions& partitions, const Linux::Announcement& device)
-        : inbox(domain, partitions.To(device.udid, device.networkId)), presence(domain, partitions, device) {
-        presence.Announce();
+class Crowd::Member final : public Linux::LinksUser {
+public:
+    // `onDialled` is told whether the link is there; `lost` counts the links that end.
+    Member(Linux::EventLoop& loop, const std::string& account, const std::string& name,
+        std::function<void(bool)> onDialled, std::atomic<size_t>& lost)
+        : onDialled_(std::move(onDialled)), lost_(lost), links_(loop, NewIdentity(account), *this) {
+        links_.SetFacts({name, CollaborationFwk::DeviceType::PHONE, Linux::OS_TYPE});
     }
 
-    Linux::ControlReader inbox;
-    Linux::PresenceWriter presence;
+    void Dial(const Linux::Endpoint& to) {
+        Linux::UniqueFd made(socket(to.Family(), SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        if (connect(made.Get(), to.Get(), to.Size()) != 0 && errno != EINPROGRESS) {
+            throw std::runtime_error("the crowd cannot connect");
+        }
+        links_.Dial(1, std::move(made), to, LONGEST_DIAL);
+    }
+
+    void OnUp(const LinkPtr&, const Linux::DeviceFacts&) override {}
+    void OnFacts(const LinkPtr&, const Linux::DeviceFacts&) override {}
+    bool OnMessage(const LinkPtr&, Linux::Stream, std::string_view) override { return true; }
+    void OnDown(const LinkPtr&, const std::string&) override { ++lost_; }
+    void OnDialled(uint64_t, const std::string&, bool isLink, LinkRefusal) override { onDialled_(isLink); }
+    void OnPlace(const std::string&, const Linux::Endpoint&) override {}
+    LinkRefusal Check(const std::string&) override { return LinkRefusal::NONE; }
+    uint64_t RevocationNumber() override { return 0; }
+    std::string RevocationDocument() override { return {}; }
+    void OnRevocations(const std::string&) override {}
+    void OnNote(const std::string&, const std::string&) override {}
+
+private:
+    const std::function<void(bool)> onDialled_;
+    std::atomic<size_t>& lost_;
+    Linux::Links links_;
 };
 
-Crowd::Crowd(const std::string& account, const std::string& tag)
-    : domain_(Options(account, tag), std::nullopt), partitions_(account) {}
+Crowd::Crowd(std::string account, uint16_t port) : account_(std::move(account)), port_(port), loop_("crowd") {}
 
-Crowd::~Crowd() = default;
+Crowd::~Crowd() {
+    loop_.Run([this] { members_.clear(); });
+}
 
 void Crowd::Add(size_t devices) {
-    for (size_t i = 0; i < devices; ++i) {
-        const std::string name = "member-" + std::to_string(members_.size());
-        const Linux::Announcement device{
-            Linux::NewUdid(), Linux::NewNetworkId(), name, CollaborationFwk::DeviceType::PHONE, Linux::OS_TYPE};
-        members_.push_back(std::make_unique<Member>(domain_, partitions_, device));
+    loop_.Run([&] {
+        for (size_t i = 0; i < devices; ++i) {
+            const auto onDialled = [this](bool isLink) {
+                dialled_ += isLink ? 1 : 0;
+                isDialling_ = false;
+                loop_.Post([this] { DialNext(); });
+            };
+            members_.push_back(std::make_unique<Member>(
+                loop_, account_, "member-" + std::to_string(members_.size()), onDialled, lost_));
+        }
+        DialNext();
+    });
+}
+
+void Crowd::DialNext() {
+    if (!isDialling_ && dialled_ < members_.size()) {
+        isDialling_ = true;
+        members_[dialled_]->Dial(*Linux::Endpoint::FromText("127.0.0.1", port_));
     }
 }
 

@@ -1,8 +1,7 @@
-// How long one whole `info get` of one item takes, beside the raw floor in the same run: one bare DDS round trip of the
-// same size plus one bare bus call to the same service. Two devices run, in account mode.
+// How long one whole `info get` of one item takes, beside the raw floor in the same run: one bare round trip of
+// the same size over the transport plus one bare bus call to the same service. Two devices run, in account mode.
 //
 //     info_get_bench [REQUESTS]        2000 unless given
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -10,8 +9,8 @@
 
 #include "bench/bench_main.h"
 #include "bench/bus_floor.h"
-#include "bench/dds_floor.h"
 #include "bench/latencies.h"
+#include "bench/link_floor.h"
 #include "platform/ipc/message_parcel.h"
 #include "tests/scenario/test_device.h"
 
@@ -29,7 +28,7 @@ constexpr int ROUND = 50;            // requests of one kind in a row
 struct Figures {
     Latencies whole;
     Latencies ownCall;  // of the program to its device, a part of the whole
-    Latencies dds;
+    Latencies link;
     Latencies bus;
 };
 
@@ -42,10 +41,10 @@ void Report(Figures& figures) {
     std::printf("%-52s %8s %8s\n", "microseconds", "p50", "p99");
     Print("info get: program, phone, PC, service and back", figures.whole);
     Print("  of that the program's call to its own device", figures.ownCall);
-    Print("one bare DDS round trip of the same size", figures.dds);
+    Print("one bare TLS round trip of the same size", figures.link);
     Print("one bare bus call to the same service", figures.bus);
     for (const double percent : {50.0, 99.0}) {
-        const double floor = figures.dds.Percentile(percent) + figures.bus.Percentile(percent);
+        const double floor = figures.link.Percentile(percent) + figures.bus.Percentile(percent);
         const double whole = figures.whole.Percentile(percent);
         std::printf("\nratio at p%.0f: %.2f of the floor; without the program's own call %.2f", percent, whole / floor,
             (whole - figures.ownCall.Percentile(percent)) / floor);
@@ -60,7 +59,7 @@ std::vector<uint8_t> ItemRequest() {
     return data.GetBytes();
 }
 
-void Measure(TestDevice& phone, TestDevice& pc, DdsEnd& dds, int requests, Figures& figures) {
+void Measure(TestDevice& phone, TestDevice& pc, LinkEnd& link, int requests, Figures& figures) {
     Client::DeviceClient client(*phone.Entry());
     BusEnd bus(pc.Entry()->busAddress, "test.Provider");
     const std::vector<uint8_t> request = ItemRequest();
@@ -78,7 +77,7 @@ void Measure(TestDevice& phone, TestDevice& pc, DdsEnd& dds, int requests, Figur
             used.ownCall.Time([&] { client.Name(); });
         }
         for (int i = 0; i < ROUND; ++i) {
-            used.dds.Time([&] { dds.RoundTrip(MESSAGE_SIZE); });
+            used.link.Time([&] { link.RoundTrip(MESSAGE_SIZE); });
         }
         for (int i = 0; i < ROUND; ++i) {
             used.bus.Time([&] { bus.Call(ITEM_CODE, request); });
@@ -88,7 +87,6 @@ void Measure(TestDevice& phone, TestDevice& pc, DdsEnd& dds, int requests, Figur
 
 void Run(const std::string& self, const fs::path& directory, int requests) {
     setenv("XDG_RUNTIME_DIR", directory.c_str(), 1);
-    const std::string tag = directory.filename().string() + "-floor";
     // The ends of the floor have credentials as devices have.
     const TestDevice near(directory / "near", "near", {});
     const TestDevice far(directory / "far", "far", {});
@@ -96,16 +94,17 @@ void Run(const std::string& self, const fs::path& directory, int requests) {
     TestDevice pc(directory / "pc", "pc", {.hasTestProvider = true});
     phone.Start();
     pc.Start();
-    Testing::Process echo({self, "--echo", far.Directory() / "credentials", near.Udid(), tag}, directory / "echo.txt");
-    DdsEnd dds(near.Directory() / "credentials", far.Udid(), tag);
+    const LinkPort port;
+    const Testing::Process echo(
+        {self, "--echo", far.Directory() / "credentials", std::to_string(port.Number())}, directory / "echo.txt");
+    LinkEnd link(near.Directory() / "credentials", port);
     const bool isReady = Testing::Eventually([&] { return phone.Sees("pc") && !phone.AskOne("pc", ITEM).empty(); });
     if (!isReady) {
         throw std::runtime_error("the devices do not find each other");
     }
     Figures figures;
-    Measure(phone, pc, dds, requests, figures);
+    Measure(phone, pc, link, requests, figures);
     Report(figures);
-    echo.Signal(SIGKILL);
     phone.Stop();
     pc.Stop();
 }
@@ -116,8 +115,8 @@ void Run(const std::string& self, const fs::path& directory, int requests) {
 int main(int count, char** arguments) {
     using namespace ZYNE::Bench;
     return BenchMain("info_get_bench", [&] {
-        if (count == 5 && std::string(arguments[1]) == "--echo") {
-            DdsEnd(arguments[2], arguments[3], arguments[4]).Echo();
+        if (count == 4 && std::string(arguments[1]) == "--echo") {
+            LinkEnd(arguments[2], static_cast<uint16_t>(std::atoi(arguments[3]))).Echo();
             return;
         }
         const TemporaryDirectory directory;

@@ -1,10 +1,9 @@
-// How long a value takes from its put on one device to the listener on the other, beside one bare DDS write-to-read of
-// the same size in the same run. Two processes, account mode. Either is half a round trip by one clock: the far side
+// How long a value takes from its put on one device to the listener on the other, beside one bare message of the
+// same size over the transport in the same run. Two processes, account mode. Either is half a round trip by one clock: the far side
 // answers a value with one of its own.
 //
 //     profile_bench [ROUND_TRIPS]      of each size; 2000 unless given
 #include <condition_variable>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -14,8 +13,8 @@
 #include <utility>
 
 #include "bench/bench_main.h"
-#include "bench/dds_floor.h"
 #include "bench/latencies.h"
+#include "bench/link_floor.h"
 #include "linux/account/account.h"
 #include "linux/account/credentials.h"
 #include "linux/fabric/fabric.h"
@@ -36,8 +35,6 @@ constexpr int ROUND = 50;  // round trips of one kind in a row
 constexpr char SERVICE[] = "bench";
 constexpr char QUESTION[] = "question";
 constexpr char ANSWER[] = "answer";
-// Not the floor's: a process has one participant in each.
-constexpr uint32_t DEVICE_DOMAIN = 1;
 
 void Put(const char* key, const std::string& value) {
     CharacteristicProfile profile;
@@ -53,14 +50,13 @@ void Put(const char* key, const std::string& value) {
 // What one side runs with: a device with its profile.
 class Device {
 public:
-    Device(const fs::path& directory, const std::string& tag) {
+    explicit Device(const fs::path& directory) {
         ProfileService::Get().Open(directory / "profiles.db", Linux::LoadCredentials(directory).udid);
         Linux::FabricOptions options;
         options.deviceName = "bench";
         options.credentials = directory;
-        options.peers = {"127.0.0.1"};
-        options.domain = DEVICE_DOMAIN;
-        options.tag = tag;
+        options.stateDirectory = directory;
+        options.port = 0;
         Fabric::GetInstance().Start(options);
     }
     ~Device() {
@@ -70,11 +66,11 @@ public:
 };
 
 // Answers every question of the other device with its value, and every bare message with itself.
-void Echo(const fs::path& directory, const std::string& peerUdid, const std::string& tag) {
-    const Device device(directory, tag);
+void Echo(const fs::path& directory, const std::string& peerUdid, uint16_t floorPort) {
+    const Device device(directory);
     ProfileService::Get().SubscribeDeviceProfile(Testing::SubscriptionOf(peerUdid, SERVICE, QUESTION,
         [](ProfileChangeType, const CharacteristicProfile& asked) { Put(ANSWER, asked.GetCharacteristicValue()); }));
-    DdsEnd(directory, peerUdid, tag).Echo();
+    LinkEnd(directory, floorPort).Echo();
 }
 
 // Puts values and takes the answers, each question put by the listener that got the answer before.
@@ -130,18 +126,18 @@ private:
 
 struct Figures {
     Latencies profile;
-    Latencies dds;
+    Latencies link;
 };
 
-void Measure(Asker& asker, DdsEnd& dds, size_t size, int roundTrips, Figures& figures) {
+void Measure(Asker& asker, LinkEnd& link, size_t size, int roundTrips, Figures& figures) {
     for (int done = -ROUND; done < roundTrips; done += ROUND) {
         Figures warmUp;
         Figures& used = done < 0 ? warmUp : figures;
         asker.Ask(size, ROUND, used.profile);
         for (int i = 0; i < ROUND; ++i) {
             const auto start = Clock::now();
-            dds.RoundTrip(size);
-            used.dds.Add((Clock::now() - start) / 2);
+            link.RoundTrip(size);
+            used.link.Add((Clock::now() - start) / 2);
         }
     }
 }
@@ -150,32 +146,32 @@ void Report(size_t size, Figures& figures) {
     std::printf("%8zu", size);
     for (const double percent : {50.0, 99.0}) {
         const double whole = figures.profile.Percentile(percent);
-        const double floor = figures.dds.Percentile(percent);
+        const double floor = figures.link.Percentile(percent);
         std::printf("%12.0f %8.0f %8.2f", whole, floor, whole / floor);
     }
     std::printf("\n");
 }
 
 void Run(const std::string& self, const fs::path& directory, int roundTrips) {
-    const std::string tag = directory.filename();
     const std::string nearUdid(64, 'a');
     const std::string farUdid(64, 'b');
     Linux::CreateAccount(directory / "account", "bench");
     Linux::EnrollDevice(directory / "account", directory / "near", nearUdid);
     Linux::EnrollDevice(directory / "account", directory / "far", farUdid);
-    Testing::Process echo({self, "--echo", directory / "far", nearUdid, tag}, directory / "echo.txt");
-    const Device device(directory / "near", tag);
+    const LinkPort port;
+    const Testing::Process echo(
+        {self, "--echo", directory / "far", nearUdid, std::to_string(port.Number())}, directory / "echo.txt");
+    const Device device(directory / "near");
     Asker asker(farUdid);
-    DdsEnd dds(directory / "near", farUdid, tag);
+    LinkEnd link(directory / "near", port);
     std::printf(
-        "%8s%12s %8s %8s%12s %8s %8s\n", "bytes", "profile p50", "DDS p50", "ratio", "profile p99", "DDS p99", "ratio");
+        "%8s%12s %8s %8s%12s %8s %8s\n", "bytes", "profile p50", "TLS p50", "ratio", "profile p99", "TLS p99", "ratio");
     for (const size_t size : SIZES) {
         Figures figures;
-        Measure(asker, dds, size, roundTrips, figures);
+        Measure(asker, link, size, roundTrips, figures);
         Report(size, figures);
     }
     std::printf("microseconds one way, %d round trips of each kind, two processes, account mode\n", roundTrips);
-    echo.Signal(SIGKILL);
 }
 
 }  // namespace
@@ -185,7 +181,7 @@ int main(int count, char** arguments) {
     using namespace ZYNE::Bench;
     return BenchMain("profile_bench", [&] {
         if (count == 5 && std::string(arguments[1]) == "--echo") {
-            Echo(arguments[2], arguments[3], arguments[4]);
+            Echo(arguments[2], arguments[3], static_cast<uint16_t>(std::atoi(arguments[4])));
             return;
         }
         const TemporaryDirectory directory;

@@ -70,8 +70,14 @@ int PutSetting(const DeviceChoice& choice, const std::string& key, const std::st
 int ShowLog(const DeviceChoice& choice, size_t lines, bool follow);
 
 int CreateAccount(const std::string& directory, const std::string& name);
-
 // An empty `udid` has a new one made.
 int EnrollDevice(const std::string& account, const std::string& directory, const std::string& udid);
+int RenewDevice(const std::string& account, const std::string& directory);
+
+// Revokes the device `udid`, then hands the account's list of revoked devices to running devices as PublishRevocations
+// does.
+int RevokeDevice(const DeviceChoice& choice, const std::string& account, const std::string& udid);
+// Hands the list to the chosen device, or to all that run when none is chosen. 1 when none of them has it then.
+int PublishRevocations(const DeviceChoice& choice, const std::string& account);
 
 }  // namespace ZYNE::Cli

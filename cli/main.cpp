@@ -31,7 +31,8 @@ Examples:
   collabctl --device Desk watch keyboard edge
   collabctl --device Phone log --follow
   collabctl account create ~/account --name Home
-  collabctl device enroll --account ~/account --directory ~/phone-credentials)";
+  collabctl device enroll --account ~/account --directory ~/phone-credentials
+  collabctl account revoke ~/account 4f1c90be77a2)";
 
 int Fail(const std::string& problem, int status) {
     std::string line;
@@ -72,7 +73,7 @@ int Main(int argc, char** argv) {
     ZYNE::Cli::AddScreen(app, device, run);
     ZYNE::Cli::AddInput(app, device, run);
     ZYNE::Cli::AddLog(app, device, run);
-    ZYNE::Cli::AddAccount(app, run);
+    ZYNE::Cli::AddAccount(app, device, run);
     ZYNE::Cli::AddDevice(app, run);
     app.footer(FOOTER);  // the commands would take it over if they were added later
     try {

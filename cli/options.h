@@ -26,7 +26,7 @@ void AddExplain(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddUser(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddInput(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddScreen(CLI::App& app, const DeviceChoice& device, Run& run);
-void AddAccount(CLI::App& app, Run& run);
+void AddAccount(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddDevice(CLI::App& app, Run& run);
 
 }  // namespace ZYNE::Cli

@@ -98,6 +98,21 @@ Setup DeviceClient::GetSetup() {
     return setup;
 }
 
+Network DeviceClient::GetNetwork() {
+    const auto [state, interfaces, port, notes, links] = Ask(name_, [&] { return proxy_->GetNetwork(); });
+    Network network{state, {}, port, {}, {}};
+    for (const auto& interface : interfaces) {
+        network.interfaces.push_back({std::get<0>(interface), std::get<1>(interface)});
+    }
+    for (const auto& note : notes) {
+        network.notes.push_back({std::get<0>(note), std::get<1>(note)});
+    }
+    for (const auto& link : links) {
+        network.links.push_back({std::get<0>(link), std::get<1>(link)});
+    }
+    return network;
+}
+
 std::string DeviceClient::GetSetting(const std::string& key, int32_t user) {
     CheckTexts({key});
     return Ask(name_, [&] { return proxy_->GetSetting(key, user); });
@@ -106,6 +121,11 @@ std::string DeviceClient::GetSetting(const std::string& key, int32_t user) {
 void DeviceClient::PutSetting(const std::string& key, const std::string& value, int32_t user) {
     CheckTexts({key, value});
     Ask(name_, [&] { proxy_->PutSetting(key, value, user); });
+}
+
+bool DeviceClient::TakeRevocations(const std::string& document) {
+    CheckTexts({document});
+    return Ask(name_, [&] { return proxy_->TakeRevocations(document); });
 }
 
 }  // namespace ZYNE::Client

@@ -66,6 +66,30 @@ struct Setup {
     std::vector<SetupSetting> settings;
 };
 
+struct NetworkInterface {
+    std::string name;
+    std::vector<std::string> addresses;
+};
+
+// What somebody should look at.
+struct NetworkNote {
+    std::string kind;  // clone, refused, revoked, overload, version or expires; see device_api.xml
+    std::string text;  // one line
+};
+
+struct NetworkLink {
+    std::string peerId;   // as Peer::id
+    std::string address;  // with the port
+};
+
+struct Network {
+    std::string state;                         // "up", or what the device waits for
+    std::vector<NetworkInterface> interfaces;  // those in use
+    uint16_t port;                             // where it takes connections; 0 while it cannot
+    std::vector<NetworkNote> notes;
+    std::vector<NetworkLink> links;  // to the peers that are online
+};
+
 // One thread at a time; a program that asks from several threads makes one for each. Every operation throws DeviceError
 // when the device cannot be reached, does not answer in time or refuses, and when a text is not UTF-8 or too large.
 class DeviceClient {
@@ -107,9 +131,14 @@ public:
 
     Setup GetSetup();
 
+    Network GetNetwork();
+
     // A setting of `user`; throws NotFound when there is none. One that is to be written need not be there yet.
     std::string GetSetting(const std::string& key, int32_t user);
     void PutSetting(const std::string& key, const std::string& value, int32_t user);
+
+    // Gives the device its account's list of revoked devices. False when it has that one or a newer one.
+    bool TakeRevocations(const std::string& document);
 
 private:
     class Proxy;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +11,7 @@
 
 #include "host/config_table.h"
 #include "host/device_type_name.h"
+#include "host/peer_address.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Host {
@@ -22,9 +24,10 @@ namespace fs = std::filesystem;
 // A device's name is also a file name and travels with each announcement.
 constexpr size_t MOST_NAME_BYTES = 63;
 constexpr const char* LOOPBACK = "lo";
+constexpr const char* ALL_INTERFACES = "auto";
+constexpr size_t MOST_INTERFACE_BYTES = 15;  // the kernel's limit
 constexpr size_t MOST_WORD_BYTES = 63;
-// The ports of a domain are computed from its number and must stay below 65536.
-constexpr uint32_t LAST_DOMAIN = 230;
+constexpr uint32_t LAST_PORT = 65535;
 constexpr uint32_t LAST_USER = INT32_MAX;
 constexpr size_t MOST_USERS = 100;
 constexpr uint32_t SCRIPTED_WIDTH = 1920;
@@ -54,11 +57,10 @@ void CheckName(const ConfigTable& table, const std::string& key, const std::stri
     }
 }
 
-// These words become part of the transport's own configuration.
-void CheckWord(const ConfigTable& table, const std::string& key, const std::string& word) {
+void CheckWord(const ConfigTable& table, const std::string& key, const std::string& word, size_t mostBytes) {
     constexpr std::string_view ALLOWED = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:-";
-    if (word.size() > MOST_WORD_BYTES || word.find_first_not_of(ALLOWED) != std::string::npos) {
-        table.Fail(key, "may hold letters, digits and . _ : - only, at most " + std::to_string(MOST_WORD_BYTES));
+    if (word.size() > mostBytes || word.find_first_not_of(ALLOWED) != std::string::npos) {
+        table.Fail(key, "may hold letters, digits and . _ : - only, at most " + std::to_string(mostBytes));
     }
 }
 
@@ -99,21 +101,63 @@ void ReadAccount(const toml::table& root, const fs::path& file, FabricOptions& f
     table.RefuseOthers();
 }
 
+std::vector<std::string> ReadInterfaces(ConfigTable& table) {
+    const std::string key = "interface";
+    std::vector<std::string> names = table.StringOrStrings(key, {LOOPBACK});
+    for (const std::string& name : names) {
+        CheckWord(table, key, name, MOST_INTERFACE_BYTES);
+        if (std::ranges::count(names, name) > 1) {
+            table.Fail(key, "names " + name + " twice");
+        }
+        if (name == ALL_INTERFACES && names.size() > 1) {
+            table.Fail(key, "may be \"auto\" alone, which stands for all, or name interfaces");
+        }
+    }
+    if (names.empty() || std::ranges::count(names, "") > 0) {
+        table.Fail(key, "must name an interface");
+    }
+    return names;
+}
+
+std::vector<Linux::PeerAddress> ReadPeers(ConfigTable& table) {
+    std::vector<Linux::PeerAddress> peers;
+    for (const std::string& peer : table.Strings("peers", {})) {
+        try {
+            peers.push_back(ReadPeerAddress(peer));
+        } catch (const std::invalid_argument& error) {
+            std::string problem = "has \"";
+            AppendPrintable(problem, peer);
+            table.Fail("peers", problem + "\", which " + error.what());
+        }
+    }
+    return peers;
+}
+
+// Files of an earlier version have them.
+void RefuseOldKeys(const ConfigTable& table) {
+    constexpr std::array<Word<const char*>, 3> OLD_KEYS{{{"domain", "has gone: port and beacon_port took its place"},
+        {"tag", "has gone: only devices of one account meet"}, {"multicast", "has gone: beacon took its place"}}};
+    for (const auto& [key, whatInstead] : OLD_KEYS) {
+        if (table.Has(std::string(key))) {
+            table.Fail(std::string(key), whatInstead);
+        }
+    }
+}
+
 void ReadNetwork(const toml::table& root, const fs::path& file, FabricOptions& fabric) {
     ConfigTable table(root, file, "network");
-    fabric.interface = table.String("interface", LOOPBACK);
-    CheckWord(table, "interface", fabric.interface);
-    const bool local = fabric.interface == LOOPBACK;
-    fabric.peers = table.Strings("peers", local ? std::vector<std::string>{"127.0.0.1"} : std::vector<std::string>{});
-    for (const std::string& peer : fabric.peers) {
-        CheckWord(table, "peers", peer);
+    RefuseOldKeys(table);
+    fabric.interfaces = ReadInterfaces(table);
+    fabric.peers = ReadPeers(table);
+    fabric.port = static_cast<uint16_t>(table.Number("port", Linux::DEFAULT_PORT, LAST_PORT));
+    fabric.mayUseOtherPort = !table.Has("port");
+    fabric.hasBeacon = table.Bool("beacon", true);
+    fabric.beaconPort = static_cast<uint16_t>(table.Number("beacon_port", Linux::DEFAULT_BEACON_PORT, LAST_PORT));
+    if (fabric.beaconPort == 0) {
+        table.Fail("beacon_port", "must be at least 1: all devices use the same");
     }
-    fabric.domain = table.Number("domain", 0, LAST_DOMAIN);
-    fabric.tag = table.String("tag", "");
-    CheckWord(table, "tag", fabric.tag);
-    fabric.multicast = table.Bool("multicast", false);
-    if (fabric.peers.empty() && !fabric.multicast) {
-        table.Fail("peers", "must name a host, or multicast must be true: no device would be found");
+    if (fabric.peers.empty() && !fabric.hasBeacon) {
+        table.Fail("peers", "must name a host, or beacon must be true: no device would be found");
     }
     table.RefuseOthers();
 }
@@ -173,7 +217,7 @@ int32_t ReadPixels(ConfigTable& table, const std::string& key, uint32_t byDefaul
 void ReadInput(const toml::table& root, const fs::path& file, Config& config) {
     ConfigTable table(root, file, "input");
     config.input.display = table.String("display", "");
-    CheckWord(table, "display", config.input.display);
+    CheckWord(table, "display", config.input.display, MOST_WORD_BYTES);
     config.input.scripted = table.Bool("scripted", false);
     if (config.input.scripted && !config.input.display.empty()) {
         table.Fail("display", "cannot be given when the input is scripted");

@@ -22,7 +22,7 @@ struct Config {
     std::vector<Linux::User> users;  // at least one, each id once
     Linux::InputOptions input;
     Linux::DisplayArea scriptedDisplay;  // stands in while there is no display server
-    Linux::FabricOptions fabric;         // the udid is not configured
+    Linux::FabricOptions fabric;         // neither the udid nor the state directory is set
     Linux::LogOptions log;               // nor are the file and the device
 };
 

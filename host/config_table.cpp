@@ -110,6 +110,15 @@ std::vector<std::string> ConfigTable::Strings(const std::string& key, const std:
     return values;
 }
 
+std::vector<std::string> ConfigTable::StringOrStrings(
+    const std::string& key, const std::vector<std::string>& byDefault) {
+    const toml::node* node = Find(key);
+    if (node != nullptr && !node->is_array() && !node->is_string()) {
+        Fail(key, "must be a string or a list of strings");
+    }
+    return node != nullptr && node->is_string() ? std::vector{String(key, "")} : Strings(key, byDefault);
+}
+
 std::filesystem::path ConfigTable::Path(const std::string& key) {
     if (!Has(key)) {
         known_.insert(key);

@@ -28,6 +28,8 @@ public:
     bool Bool(const std::string& key, bool byDefault);
     uint32_t Number(const std::string& key, uint32_t byDefault, uint32_t most);
     std::vector<std::string> Strings(const std::string& key, const std::vector<std::string>& byDefault);
+    // One string stands for a list of one.
+    std::vector<std::string> StringOrStrings(const std::string& key, const std::vector<std::string>& byDefault);
     // Absolute; a relative path is taken from the file's directory. Empty by default.
     std::filesystem::path Path(const std::string& key);
 

@@ -23,6 +23,7 @@
 #include "linux/log/linux_log.h"
 #include "linux/power/power_manager.h"
 #include "linux/profile/profile_service.h"
+#include "linux/runtime/log_share_scope.h"
 #include "linux/runtime/steady_time.h"
 #include "linux/runtime/system_root.h"
 #include "linux/runtime/thread_pool.h"
@@ -87,7 +88,9 @@ std::vector<KnownPeer> KnownPeers() {
     return peers;
 }
 
+// Not of the device's share of the log: it comes and goes seldom, or is left alone.
 void LogDeviceState(int state, const DmDeviceInfo& device) {
+    const Linux::LogShareScope own(nullptr);
     const char* what = state == DEVICE_STATE_ONLINE ? "online" : state == DEVICE_STATE_OFFLINE ? "offline" : "changed";
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "device %{public}s, udid %{public}s, is %{public}s", device.deviceName,
         Masked(device.deviceId), what);
@@ -143,7 +146,7 @@ void Daemon::StartLog() {
         COLLAB_VERSION, config_.fabric.deviceName, getpid());
     if (IsOpen(config_)) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG,
-            "open mode: nothing that devices say of themselves is proved, nothing is encrypted; for one machine only");
+            "open mode: nothing that devices say of themselves is proved; for one machine only");
     }
 }
 
@@ -198,6 +201,12 @@ void Daemon::StartApi() {
     options.deviceType = DeviceTypeName(config_.fabric.deviceType);
     options.accountMode = IsOpen(config_) ? "open" : "account";
     options.peers = KnownPeers;
+    options.network = [] {
+        return Fabric::GetInstance().Status();
+    };
+    options.takeRevocations = [](const std::string& document) {
+        return Fabric::GetInstance().TakeRevocations(document);
+    };
     options.onLost = [this] {
         OnBusLost();
     };
@@ -219,6 +228,7 @@ void Daemon::StartLibrary() {
 void Daemon::StartFabric() {
     FabricOptions options = config_.fabric;
     options.udid = udid_;
+    options.stateDirectory = config_.stateDirectory;
     Fabric& fabric = Fabric::GetInstance();
     fabric.SetDeviceStateHandler([this](int state, const DmDeviceInfo& device) {
         LogDeviceState(state, device);

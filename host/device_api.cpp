@@ -116,6 +116,11 @@ private:
         });
     }
 
+    void GetNetwork(sdbus::Result<std::string, std::vector<NetworkAnswer::Interface>, uint16_t,
+        std::vector<NetworkAnswer::Pair>, std::vector<NetworkAnswer::Pair>>&& result) override {
+        AnswerOnPool(std::move(result), [this] { return DescribeNetwork(options_.network()); });
+    }
+
     void GetSetting(sdbus::Result<std::string>&& result, std::string key, int32_t user) override {
         AnswerOnPool(std::move(result), [key = std::move(key), user] { return std::tuple(SettingText(key, user)); });
     }
@@ -125,6 +130,11 @@ private:
             WriteSetting(key, value, user);
             return std::tuple();
         });
+    }
+
+    void TakeRevocations(sdbus::Result<bool>&& result, std::string document) override {
+        AnswerOnPool(std::move(result),
+            [this, document = std::move(document)] { return std::tuple(options_.takeRevocations(document)); });
     }
 
     std::string Name() override { return options_.deviceName; }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/known_peer.h"
+#include "linux/fabric/network_status.h"
 #include "platform/device_profile/characteristic_profile.h"
 
 namespace sdbus {
@@ -33,7 +34,10 @@ public:
         std::string deviceType;
         std::string accountMode;
         std::function<std::vector<KnownPeer>()> peers;  // any thread
-        std::function<void()> onLost;                   // the bus is gone; on a thread of this object
+        std::function<Linux::NetworkStatus()> network;  // any thread
+        // Any thread. Whether a list of revoked devices is news; throws std::runtime_error when it is refused.
+        std::function<bool(const std::string& document)> takeRevocations;
+        std::function<void()> onLost;  // the bus is gone; on a thread of this object
     };
 
     // Serves from now on. Throws std::runtime_error when the bus cannot be reached.

@@ -1,4 +1,5 @@
 // collabd: one device.
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -6,9 +7,12 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <sys/resource.h>
 
 #include "host/config.h"
 #include "host/daemon.h"
+#include "linux/fabric/fabric.h"
+#include "linux/runtime/process_guard.h"
 
 namespace {
 
@@ -16,8 +20,9 @@ constexpr int FAILED = 1;
 constexpr int WRONG_USAGE = 2;
 
 constexpr const char* FOOTER = R"(
-Stops on SIGTERM and SIGINT.
-Exit status: 0 stopped; 1 could not start, or lost its bus; 2 wrong usage or configuration.
+Stops on SIGTERM, SIGINT and SIGHUP, within five seconds.
+Exit status: 0 stopped; 1 could not start, lost its bus, or was stuck while it stopped; 2 wrong usage or configuration.
+Ends with SIGABRT when its network has hung for ten seconds, to be started anew.
 
 Example:
   collabd --config phone.toml)";
@@ -27,24 +32,25 @@ int Fail(const std::string& problem, int status) {
     return status;
 }
 
-// Blocked before any thread is started, so that all threads inherit it and the main thread alone takes them.
-sigset_t BlockStopSignals() {
-    sigset_t stop;
-    sigemptyset(&stop);
-    sigaddset(&stop, SIGTERM);
-    sigaddset(&stop, SIGINT);
-    sigaddset(&stop, SIGHUP);
-    pthread_sigmask(SIG_BLOCK, &stop, nullptr);
-    return stop;
+// A link takes a descriptor, and so does each connection that is not one yet.
+void AllowManyDescriptors() {
+    constexpr rlim_t WANTED = 4096;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < WANTED) {
+        limit.rlim_cur = std::min(WANTED, limit.rlim_max);
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
 }
 
 int RunDevice(const ZYNE::Host::Config& config) {
-    const sigset_t stop = BlockStopSignals();
+    AllowManyDescriptors();
+    const ZYNE::Linux::ProcessGuard guard({.lastRound = [] {
+        return ZYNE::Linux::Fabric::GetInstance().LastRound();
+    }});
     std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
     ZYNE::Host::Daemon daemon(config);
     daemon.Start();
-    int signal = 0;
-    sigwait(&stop, &signal);
+    guard.WaitForStop();
     return daemon.Stop() ? 0 : FAILED;
 }
 

@@ -1,8 +1,10 @@
 #include "host/status_api.h"
 
 #include <optional>
+#include <utility>
 
 #include "host/bus_text.h"
+#include "host/peer_choice.h"
 #include "host/setting_api.h"
 #include "plugin/datashare/oobe_status_dependency.h"
 
@@ -38,6 +40,22 @@ Setup ReadSetup() {
         setup.settings.push_back(Look(condition));
     }
     return setup;
+}
+
+NetworkAnswer::All DescribeNetwork(const Linux::NetworkStatus& status) {
+    std::vector<NetworkAnswer::Interface> interfaces;
+    for (const Linux::NetworkStatus::Interface& interface : status.interfaces) {
+        interfaces.emplace_back(BusText(interface.name), interface.addresses);
+    }
+    std::vector<NetworkAnswer::Pair> notes;
+    for (const Linux::NetworkStatus::Note& note : status.notes) {
+        notes.emplace_back(note.kind, BusText(note.text));
+    }
+    std::vector<NetworkAnswer::Pair> links;
+    for (const Linux::NetworkStatus::Link& link : status.links) {
+        links.emplace_back(ShortId(link.udid), link.address);
+    }
+    return {BusText(status.state), std::move(interfaces), status.port, std::move(notes), std::move(links)};
 }
 
 }  // namespace ZYNE::Host

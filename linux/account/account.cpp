@@ -4,11 +4,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "linux/account/certificate.h"
-#include "linux/account/credentials.h"
-#include "linux/account/files.h"
-#include "linux/account/policy.h"
-#include "linux/account/signed_document.h"
+#include "linux/account/account_directory.h"
+#include "linux/account/device_files.h"
+#include "linux/account/replacement.h"
 #include "linux/account/udid.h"
 
 namespace ZYNE::Linux {
@@ -16,28 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* AUTHORITY_KEY = "ca.key";
-constexpr int AUTHORITY_DAYS = 3650;
 constexpr int DEVICE_DAYS = 1825;
-
-struct Authority {
-    CertificateHandle certificate;
-    KeyHandle key;
-};
-
-Authority OpenAuthority(const fs::path& directory) {
-    if (!fs::exists(directory / AUTHORITY_KEY)) {
-        throw std::runtime_error(directory.string() + " is not the directory of an account");
-    }
-    try {
-        Authority authority{CertificateFromPem(ReadSmallFile(directory / CredentialFiles::AUTHORITY)),
-            KeyFromPem(ReadSmallFile(directory / AUTHORITY_KEY))};
-        Must(X509_check_private_key(authority.certificate.get(), authority.key.get()), "key and certificate differ");
-        return authority;
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error("the account in " + directory.string() + " is damaged: " + error.what());
-    }
-}
 
 // A device's certificate does not outlast the authority that it is checked against.
 Validity DeviceValidity(X509& authority) {
@@ -57,32 +34,73 @@ void CheckAccountName(const std::string& name) {
     }
 }
 
+void CheckUdid(const std::string& udid) {
+    if (!IsUdid(udid)) {
+        throw std::runtime_error("a udid has 8 to 64 letters, digits, - and _");
+    }
+}
+
+// The files that the account gives the device, its certificate last. Throws when it is revoked.
+std::vector<NewFile> FilesFor(const AccountDirectory& account, const std::string& udid, EVP_PKEY& key) {
+    if (account.Revoked().Has(udid)) {
+        throw std::runtime_error("the account has revoked the device " + udid);
+    }
+    const CertificateHandle certificate =
+        NewDeviceCertificate(udid, key, account.Certificate(), account.Key(), DeviceValidity(account.Certificate()));
+    std::vector<NewFile> files = account.FilesOfDevices();
+    files.push_back({CredentialFiles::CERTIFICATE, ToPem(*certificate), false});
+    return files;
+}
+
 }  // namespace
 
 void CreateAccount(const fs::path& directory, const std::string& accountName) {
     CheckAccountName(accountName);
-    const KeyHandle key = NewKey();
-    const CertificateHandle authority = NewAuthority(accountName, *key, ValidForDays(AUTHORITY_DAYS));
-    WriteNewFiles(directory,
-        {{AUTHORITY_KEY, ToPem(*key), true}, {CredentialFiles::AUTHORITY, ToPem(*authority), false},
-            {CredentialFiles::GOVERNANCE, SignDocument(GovernanceXml(), *authority, *key), false}});
+    WriteNewFiles(directory, AccountDirectory::NewFiles(accountName));
 }
 
 void EnrollDevice(const fs::path& accountDirectory, const fs::path& deviceDirectory, const std::string& udid) {
-    if (!IsUdid(udid)) {
-        throw std::runtime_error("a udid has 8 to 64 letters, digits, - and _");
-    }
-    const Authority account = OpenAuthority(accountDirectory);
-    const Validity validity = DeviceValidity(*account.certificate);
+    CheckUdid(udid);
+    const AccountDirectory account(accountDirectory);
     const KeyHandle key = NewKey();
-    const CertificateHandle certificate =
-        NewDeviceCertificate(udid, *key, *account.certificate, *account.key, validity);
-    const std::string permissions = SignDocument(PermissionsXml(udid, validity), *account.certificate, *account.key);
-    WriteNewFiles(deviceDirectory,
-        {{CredentialFiles::KEY, ToPem(*key), true}, {CredentialFiles::CERTIFICATE, ToPem(*certificate), false},
-            {CredentialFiles::AUTHORITY, ToPem(*account.certificate), false},
-            {CredentialFiles::GOVERNANCE, ReadSmallFile(accountDirectory / CredentialFiles::GOVERNANCE), false},
-            {CredentialFiles::PERMISSIONS, permissions, false}, {CredentialFiles::UDID, udid + "\n", false}});
+    std::vector<NewFile> files = FilesFor(account, udid, *key);
+    files.push_back({CredentialFiles::KEY, ToPem(*key), true});
+    files.push_back({CredentialFiles::UDID, udid + "\n", false});
+    WriteNewFiles(deviceDirectory, files);
+}
+
+void RenewDevice(const fs::path& accountDirectory, const fs::path& deviceDirectory) {
+    const AccountDirectory account(accountDirectory);
+    const DeviceFiles device = ReadDeviceFiles(deviceDirectory, OwnerOf(deviceDirectory), Expired::TAKEN);
+    if (X509_cmp(device.authority.get(), &account.Certificate()) != 0) {
+        throw std::runtime_error(deviceDirectory.string() + " is not a device of this account");
+    }
+    // Earlier versions had these two.
+    ReplaceFiles(deviceDirectory, FilesFor(account, device.udid, *device.key), {"governance.p7s", "permissions.p7s"});
+}
+
+void RevokeDevice(const fs::path& accountDirectory, const std::string& udid) {
+    CheckUdid(udid);
+    AccountDirectory account(accountDirectory);
+    Revocations list = account.Revoked();
+    if (list.Has(udid)) {
+        throw std::runtime_error("the device " + udid + " is revoked already");
+    }
+    if (list.udids.size() == MOST_REVOKED) {
+        throw std::runtime_error("the account has revoked as many devices as its list can hold");
+    }
+    ++list.number;
+    list.udids.insert(std::ranges::upper_bound(list.udids, udid), udid);
+    account.SetRevoked(list);
+}
+
+std::string RevocationDocument(const fs::path& accountDirectory) {
+    const std::string authority = ReadSmallFile(accountDirectory / CredentialFiles::AUTHORITY);
+    std::string document = ReadRevokedDocument(accountDirectory);
+    if (!document.empty()) {
+        ReadRevocations(document, authority);
+    }
+    return document;
 }
 
 }  // namespace ZYNE::Linux

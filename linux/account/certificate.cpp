@@ -4,6 +4,7 @@
 
 #include <openssl/asn1.h>
 #include <openssl/pem.h>
+#include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
 
 namespace ZYNE::Linux {
@@ -21,7 +22,7 @@ struct Extension {
 constexpr std::array AUTHORITY_EXTENSIONS{Extension{NID_basic_constraints, "critical,CA:TRUE,pathlen:0"},
     Extension{NID_key_usage, "critical,digitalSignature,keyCertSign,cRLSign"}};
 
-// The extended usage leaves out the protection of documents: a device cannot grant itself permissions.
+// The extended usage leaves out the protection of documents: what a device signs is nobody's list.
 constexpr std::array DEVICE_EXTENSIONS{Extension{NID_basic_constraints, "critical,CA:FALSE"},
     Extension{NID_key_usage, "critical,digitalSignature"}, Extension{NID_ext_key_usage, "serverAuth,clientAuth"}};
 
@@ -95,14 +96,17 @@ CertificateHandle NewDeviceCertificate(
     return certificate;
 }
 
-std::vector<unsigned char> DeviceSubject(const std::string& udid) {
-    const NameHandle name = NameOf(udid);
-    const int size = i2d_X509_NAME(name.get(), nullptr);
-    Must(size, NO_MEMORY);
-    std::vector<unsigned char> der(static_cast<size_t>(size));
-    unsigned char* end = der.data();
-    Must(i2d_X509_NAME(name.get(), &end), NO_MEMORY);
-    return der;
+void CheckIssuedBy(X509& authority, X509& certificate, Expired expired) {
+    const StoreHandle store = MustHave<StoreHandle>(X509_STORE_new(), NO_MEMORY);
+    Must(X509_STORE_add_cert(store.get(), &authority), NO_MEMORY);
+    const StoreContextHandle context = MustHave<StoreContextHandle>(X509_STORE_CTX_new(), NO_MEMORY);
+    Must(X509_STORE_CTX_init(context.get(), store.get(), &certificate, nullptr), NO_MEMORY);
+    if (expired == Expired::TAKEN) {
+        X509_STORE_CTX_set_flags(context.get(), X509_V_FLAG_NO_CHECK_TIME);
+    }
+    if (X509_verify_cert(context.get()) != 1) {
+        throw std::runtime_error(X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get())));
+    }
 }
 
 std::string CommonName(X509& certificate) {

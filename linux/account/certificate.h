@@ -3,7 +3,6 @@
 
 #include <ctime>
 #include <string>
-#include <vector>
 
 #include "linux/account/openssl.h"
 
@@ -27,8 +26,11 @@ CertificateHandle NewAuthority(const std::string& accountName, EVP_PKEY& key, co
 CertificateHandle NewDeviceCertificate(
     const std::string& udid, EVP_PKEY& deviceKey, X509& authority, EVP_PKEY& authorityKey, const Validity& validity);
 
-// The subject of the certificate of the device `udid` as its DER bytes.
-std::vector<unsigned char> DeviceSubject(const std::string& udid);
+// Whether what does not hold any more, or not yet, is taken all the same.
+enum class Expired { REFUSED, TAKEN };
+
+// Throws std::runtime_error when `authority` has not signed `certificate`.
+void CheckIssuedBy(X509& authority, X509& certificate, Expired expired);
 
 // The common name of the certificate's subject; empty when it has none.
 std::string CommonName(X509& certificate);

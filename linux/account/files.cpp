@@ -1,29 +1,25 @@
 #include "linux/account/files.h"
 
 #include <cerrno>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "linux/bus/unique_fd.h"
+
 namespace ZYNE::Linux {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uintmax_t MOST_BYTES = uintmax_t{1} << 20U;
-
-[[noreturn]] void Fail(const fs::path& file, int error) {
-    throw std::runtime_error(file.string() + ": " + std::generic_category().message(error));
-}
+constexpr off_t MOST_BYTES = off_t{1} << 20U;
+constexpr mode_t OF_OTHERS = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 
 void MakeDirectory(const fs::path& directory) {
     if (mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        Fail(directory, errno);
+        FailWithFile(directory, errno);
     }
 }
 
@@ -31,39 +27,87 @@ void WriteAll(int descriptor, const std::string& content, const fs::path& file) 
     for (size_t written = 0; written < content.size();) {
         const ssize_t now = write(descriptor, content.data() + written, content.size() - written);
         if (now < 0 && errno != EINTR) {
-            Fail(file, errno);
+            FailWithFile(file, errno);
         }
         written += now > 0 ? static_cast<size_t>(now) : 0;
     }
 }
 
-void WriteNew(const fs::path& path, const NewFile& file) {
-    const mode_t mode = file.isSecret ? S_IRUSR | S_IWUSR : S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
-    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
-    if (descriptor < 0) {
-        Fail(path, errno);
-    }
-    try {
-        WriteAll(descriptor, file.content, path);
-    } catch (...) {
-        close(descriptor);
-        unlink(path.c_str());
-        throw;
-    }
-    if (close(descriptor) != 0) {
-        const int error = errno;
-        unlink(path.c_str());
-        Fail(path, error);
+void GiveToOwnerOf(const fs::path& directory, int descriptor, const fs::path& file) {
+    struct stat status {};
+    if (geteuid() == 0 &&
+        (stat(directory.c_str(), &status) != 0 || fchown(descriptor, status.st_uid, status.st_gid) != 0)) {
+        FailWithFile(file, errno);
     }
 }
 
+void WriteNew(const fs::path& directory, const NewFile& file) {
+    const fs::path path = directory / file.name;
+    const mode_t mode = file.isSecret ? S_IRUSR | S_IWUSR : S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+    const UniqueFd descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+    if (!descriptor) {
+        FailWithFile(path, errno);
+    }
+    try {
+        GiveToOwnerOf(directory, descriptor.Get(), path);
+        WriteAll(descriptor.Get(), file.content, path);
+        if (fsync(descriptor.Get()) != 0) {
+            FailWithFile(path, errno);
+        }
+    } catch (...) {
+        unlink(path.c_str());
+        throw;
+    }
+}
+
+struct OpenFile {
+    UniqueFd descriptor;
+    struct stat status;
+};
+
+// Never waits, whatever kind of file it is.
+OpenFile Open(const fs::path& file) {
+    OpenFile opened{UniqueFd(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)), {}};
+    if (!opened.descriptor || fstat(opened.descriptor.Get(), &opened.status) != 0) {
+        FailWithFile(file, errno);
+    }
+    if (!S_ISREG(opened.status.st_mode)) {
+        throw std::runtime_error(file.string() + ": not a file");
+    }
+    return opened;
+}
+
+std::string ReadAll(const OpenFile& opened, const fs::path& file) {
+    if (opened.status.st_size > MOST_BYTES) {
+        FailWithFile(file, EFBIG);
+    }
+    std::string content(static_cast<size_t>(opened.status.st_size), '\0');
+    size_t taken = 0;
+    while (taken < content.size()) {
+        const ssize_t now = read(opened.descriptor.Get(), content.data() + taken, content.size() - taken);
+        if (now < 0 && errno != EINTR) {
+            FailWithFile(file, errno);
+        }
+        if (now == 0) {
+            break;
+        }
+        taken += now > 0 ? static_cast<size_t>(now) : 0;
+    }
+    content.resize(taken);
+    return content;
+}
+
 }  // namespace
+
+void FailWithFile(const fs::path& file, int error) {
+    throw std::runtime_error(file.string() + ": " + std::generic_category().message(error));
+}
 
 void WriteNewFiles(const fs::path& directory, const std::vector<NewFile>& files) {
     MakeDirectory(directory);
     for (size_t written = 0; written < files.size(); ++written) {
         try {
-            WriteNew(directory / files[written].name, files[written]);
+            WriteNew(directory, files[written]);
         } catch (...) {
             while (written > 0) {
                 unlink((directory / files[--written].name).c_str());
@@ -74,20 +118,28 @@ void WriteNewFiles(const fs::path& directory, const std::vector<NewFile>& files)
 }
 
 std::string ReadSmallFile(const fs::path& file) {
-    std::error_code error;
-    const uintmax_t size = fs::file_size(file, error);
-    if (error) {
-        Fail(file, error.value());
+    return ReadAll(Open(file), file);
+}
+
+std::string ReadSecretFile(const fs::path& file, uid_t owner) {
+    const OpenFile opened = Open(file);
+    if (opened.status.st_uid != owner && opened.status.st_uid != 0) {
+        throw std::runtime_error(
+            file.string() + ": belongs to another user, give it to the device's with chown and chmod 600");
     }
-    if (size > MOST_BYTES) {
-        Fail(file, EFBIG);
+    if ((opened.status.st_mode & OF_OTHERS) != 0) {
+        throw std::runtime_error(
+            file.string() + ": others may read or change it, close it to them with chmod 600 " + file.string());
     }
-    std::ifstream stream(file, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (!stream) {
-        Fail(file, EACCES);
+    return ReadAll(opened, file);
+}
+
+uid_t OwnerOf(const fs::path& directory) {
+    struct stat status {};
+    if (stat(directory.c_str(), &status) != 0) {
+        FailWithFile(directory, errno);
     }
-    return content;
+    return status.st_uid;
 }
 
 }  // namespace ZYNE::Linux

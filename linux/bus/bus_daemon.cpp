@@ -20,7 +20,7 @@ namespace {
 
 constexpr char PROGRAM[] = "dbus-daemon";
 constexpr std::chrono::seconds READY_TIME{10};
-constexpr std::chrono::seconds END_TIME{5};
+constexpr std::chrono::seconds END_TIME{2};
 constexpr int ADDRESS_FD = 3;  // in the child, where it writes its address
 constexpr int HELD_FD = 4;     // in the child
 

@@ -4,17 +4,17 @@
 #include <utility>
 
 #include "linux/fabric/fabric_log.h"
-#include "linux/fabric/guarded_call.h"
 #include "linux/fabric/listener_registry.h"
+#include "linux/network/guarded_call.h"
 
 namespace ZYNE::Linux {
 
-void DeliverAnswer(SessionTable& sessions, const std::string& networkId, ControlMessage answer) {
+bool DeliverAnswer(SessionTable& sessions, const std::string& networkId, ControlMessage answer) {
     const auto session = sessions.TakeOpened(answer.session, networkId);
     if (!session) {
         FabricPrint(LogLevel::WARN, "an answer of device %{public}s is dropped: it was not asked for, or came before",
             Anonymous(networkId));
-        return;
+        return false;
     }
     const auto length = static_cast<uint32_t>(answer.payload.size());
     const auto protocol = std::make_shared<CollaborationFwk::CollaborationFwkProtocol>(std::move(answer.payload));
@@ -22,6 +22,7 @@ void DeliverAnswer(SessionTable& sessions, const std::string& networkId, Control
         GuardedCall(
             "delivering an answer", [&] { listener->OnDataReceived(session->collaborationId, protocol, length); });
     }
+    return true;
 }
 
 void TellChannelShutDown(const std::vector<std::string>& collaborationIds) {

@@ -3,13 +3,18 @@
 #include <algorithm>
 #include <utility>
 
+#include <pthread.h>
+
 #include "linux/fabric/answer_delivery.h"
-#include "linux/fabric/guarded_call.h"
+#include "linux/network/guarded_call.h"
+#include "linux/runtime/log_share_scope.h"
 
 namespace ZYNE::Linux {
 
-DeviceEvents::DeviceEvents(const PeerTable& peers, Handler handler)
-    : peers_(peers), handler_(std::move(handler)), thread_([this] { Run(); }) {}
+DeviceEvents::DeviceEvents(const PeerTable& peers, PeerShares& shares, Handler handler)
+    : peers_(peers), shares_(shares), handler_(std::move(handler)), thread_([this] { Run(); }) {
+    pthread_setname_np(thread_.native_handle(), "collabd-devices");
+}
 
 void DeviceEvents::Add(const std::string& udid, std::vector<std::string> ended) {
     const std::scoped_lock lock(mutex_);
@@ -43,6 +48,7 @@ void DeviceEvents::Run() {
             event = std::move(events_.front());
             events_.pop_front();
         }
+        const LogShareScope scope(shares_.LogOf(event.udid));
         GuardedCall("telling of a device", [&] {
             TellChannelShutDown(event.ended);
             TellState(event.udid);
@@ -58,15 +64,15 @@ void DeviceEvents::TellState(const std::string& udid) {
     const auto told = told_.find(udid);
     const bool wasOnline = told != told_.end();
     const bool isSameRun = wasOnline && told->second.networkId == peer->device.networkId;
-    if (wasOnline && !(peer->online && isSameRun)) {
+    if (wasOnline && !(peer->IsOnline() && isSameRun)) {
         const Announcement gone = std::move(told->second);
         told_.erase(told);
         Call(DEVICE_STATE_OFFLINE, gone);
     }
-    if (peer->online && !isSameRun) {
+    if (peer->IsOnline() && !isSameRun) {
         told_.insert_or_assign(udid, peer->device);
         Call(DEVICE_STATE_ONLINE, peer->device);
-    } else if (peer->online && told->second != peer->device) {
+    } else if (peer->IsOnline() && told->second != peer->device) {
         told->second = peer->device;
         Call(DEVICE_INFO_CHANGED, peer->device);
     }

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "linux/fabric/peer_shares.h"
 #include "linux/fabric/peer_table.h"
 #include "platform/device_manager/dm_device_state.h"
 
@@ -21,7 +22,8 @@ class DeviceEvents {
 public:
     using Handler = std::function<void(int state, const DmDeviceInfo& device)>;
 
-    DeviceEvents(const PeerTable& peers, Handler handler);
+    // What it calls is done in the name of the device, see LogShareScope.
+    DeviceEvents(const PeerTable& peers, PeerShares& shares, Handler handler);
     DeviceEvents(const DeviceEvents&) = delete;
     DeviceEvents& operator=(const DeviceEvents&) = delete;
     ~DeviceEvents() { Stop(); }
@@ -43,6 +45,7 @@ private:
     void Call(DmDeviceState state, const Announcement& device) const;
 
     const PeerTable& peers_;
+    PeerShares& shares_;
     const Handler handler_;
     std::map<std::string, Announcement> told_;  // by udid, those told to be online; the thread's own
 

@@ -74,10 +74,28 @@ std::vector<Fabric::PeerStatus> Fabric::ListPeers() const {
     std::vector<PeerStatus> list;
     if (const auto node = Node()) {
         for (const PeerPtr& peer : node->Peers().All()) {
-            list.push_back({ToDeviceInfo(peer->device), peer->online, peer->screenStatus});
+            list.push_back({ToDeviceInfo(peer->device), peer->IsOnline(), peer->screenStatus});
         }
     }
     return list;
+}
+
+NetworkStatus Fabric::Status() const {
+    const auto node = Node();
+    return node ? node->Status() : NetworkStatus{"not running", {}, 0, {}, {}};
+}
+
+std::chrono::steady_clock::time_point Fabric::LastRound() const {
+    const auto node = Node();
+    return node ? node->LastRound() : std::chrono::steady_clock::now();
+}
+
+bool Fabric::TakeRevocations(const std::string& document) {
+    const auto node = Node();
+    if (!node) {
+        throw std::runtime_error("the network does not run");
+    }
+    return node->TakeRevocations(document);
 }
 
 std::shared_ptr<FabricNode> Fabric::Node() const {

@@ -4,6 +4,7 @@
 // operations fail with FABRIC_NOT_RUNNING before the start and after the stop.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "linux/fabric/fabric_options.h"
+#include "linux/fabric/network_status.h"
 #include "linux/screen/screen_status.h"
 #include "platform/device_manager/dm_device_info.h"
 
@@ -43,13 +45,13 @@ public:
     // SCREEN_UNKNOWN, as is what nobody has set.
     void SetScreenStatus(int32_t status);
 
-    // Joins the network and announces the device. Throws std::runtime_error with one line when that cannot be done: the
-    // credentials do not hold, the interface does not exist, it runs already …
+    // Joins the network, as soon as there is one. Throws std::runtime_error with one line when that cannot be: the
+    // credentials do not hold, it runs already …
     void Start(const FabricOptions& options);
 
     // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback
     // comes any more, except from large messages and changes of peers' screens that the thread pool has accepted. Does
-    // nothing when it does not run. Not to be called by a callback.
+    // nothing when it does not run. Not to be called by a callback. Takes half a second at most unless a callback hangs.
     void Stop();
 
     // This device; nothing while it is not started.
@@ -57,6 +59,17 @@ public:
 
     // All devices of the account that announced themselves since the start, those that have gone included.
     std::vector<PeerStatus> ListPeers() const;
+
+    // How the device is connected. "not running" while it is not started.
+    NetworkStatus Status() const;
+
+    // When the thread of the network came round last, which it does every two seconds at least; now while it is not
+    // started.
+    std::chrono::steady_clock::time_point LastRound() const;
+
+    // Takes a list of revoked devices that the account's authority has signed, obeys it and passes it on. False when it is
+    // no news. Throws std::runtime_error with one line when it is not such a list, or the fabric does not run.
+    bool TakeRevocations(const std::string& document);
 
     // What the seam's operations work on; null while it does not run.
     std::shared_ptr<FabricNode> Node() const;

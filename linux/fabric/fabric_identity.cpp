@@ -4,23 +4,36 @@
 
 #include "linux/account/udid.h"
 #include "linux/fabric/fabric_log.h"
+#include "linux/network/run_id.h"
 
 namespace ZYNE::Linux {
+namespace {
 
-FabricIdentity::FabricIdentity(const FabricOptions& options) {
+std::optional<Credentials> CredentialsOf(const FabricOptions& options) {
     if (options.trust == FabricOptions::Trust::ACCOUNT) {
-        credentials = LoadCredentials(options.credentials);
-        udid = credentials->udid;
-        return;
+        return LoadCredentials(options.credentials);
     }
     if (!IsUdid(options.udid) || options.accountName.empty()) {
         throw std::runtime_error("open mode needs a udid and the name of an account");
     }
-    udid = options.udid;
-    partitions = Partitions(options.accountName);
-    FabricPrint(LogLevel::WARN,
-        "open mode: peers prove nothing, nothing is encrypted, and whoever reaches interface %{public}s can be a peer",
-        options.interface);
+    FabricPrint(LogLevel::WARN, "open mode: peers prove nothing, and whoever knows the account's name can be a peer");
+    return std::nullopt;
 }
+
+LinkIdentity LinkIdentityOf(const FabricOptions& options, const std::optional<Credentials>& credentials) {
+    const std::string& udid = credentials ? credentials->udid : options.udid;
+    std::string run = NewRun();
+    std::string networkId = NetworkIdOf(udid, run);
+    auto tls = std::make_shared<const TlsContext>(credentials
+            ? TlsContext::Identity{credentials->certificate, credentials->key, credentials->authority}
+            : TlsContext::SelfSigned(udid));
+    return {udid, std::move(run), std::move(networkId), std::move(tls),
+        credentials ? MeetingKey(credentials->meetingKey) : MeetingKey::OfName(options.accountName)};
+}
+
+}  // namespace
+
+FabricIdentity::FabricIdentity(const FabricOptions& options)
+    : credentials(CredentialsOf(options)), link(LinkIdentityOf(options, credentials)) {}
 
 }  // namespace ZYNE::Linux

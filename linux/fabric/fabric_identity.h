@@ -6,7 +6,7 @@
 
 #include "linux/account/credentials.h"
 #include "linux/fabric/fabric_options.h"
-#include "linux/fabric/partitions.h"
+#include "linux/network/links.h"
 
 namespace ZYNE::Linux {
 
@@ -15,8 +15,7 @@ struct FabricIdentity {
     explicit FabricIdentity(const FabricOptions& options);
 
     std::optional<Credentials> credentials;  // in account mode
-    std::string udid;
-    Partitions partitions;
+    LinkIdentity link;
 };
 
 }  // namespace ZYNE::Linux

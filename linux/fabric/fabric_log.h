@@ -1,19 +1,12 @@
 // How the network half of a device logs.
 #pragma once
 
-#include <string>
-
-#include "platform/host/picker_result.h"
+#include "linux/network/network_log.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 
 inline constexpr LogDomain FABRIC_LOG{0xD004700, "Fabric"};
-
-// A udid or network id as it may be logged.
-inline std::string Anonymous(const std::string& id) {
-    return CollaborationFwk::PickerResult::StringToAnonymous(id);
-}
 
 template <typename... Args>
 void FabricPrint(

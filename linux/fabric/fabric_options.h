@@ -6,12 +6,18 @@
 #include <string>
 #include <vector>
 
+#include "linux/network/peer_address.h"
+
 namespace ZYNE::Linux {
+
+// Where devices take connections (TCP), and where they tell each other of themselves (UDP).
+inline constexpr uint16_t DEFAULT_PORT = 47020;
+inline constexpr uint16_t DEFAULT_BEACON_PORT = 47021;
 
 struct FabricOptions {
     enum class Trust {
-        ACCOUNT,  // peers prove by certificate that they are of this account; everything is encrypted
-        OPEN      // nothing is proved and nothing is encrypted
+        ACCOUNT,  // peers prove by certificate that they are of this account
+        OPEN      // nothing is proved: whoever knows the account's name can be a peer
     };
 
     std::string deviceName;   // at most 64 bytes of UTF-8
@@ -22,11 +28,16 @@ struct FabricOptions {
     std::string accountName;            // OPEN: devices that name another are neither seen nor served
     std::string udid;                   // OPEN
 
-    std::string interface = "lo";    // the one network interface that is used
-    std::vector<std::string> peers;  // hosts on which peers are looked for
-    uint32_t domain = 0;             // 0 to 230; devices of different domains do not meet
-    std::string tag;                 // nor do devices of different tags
-    bool multicast = false;          // whether peers are looked for by multicast too
+    std::filesystem::path stateDirectory;  // what the network keeps over restarts is in it
+
+    // The names of the network interfaces that are used, whether or not they exist yet; or "auto" alone, which stands for
+    // all that lead elsewhere.
+    std::vector<std::string> interfaces{"lo"};
+    std::vector<PeerAddress> peers;  // looked for there, besides what the beacon finds
+    uint16_t port = DEFAULT_PORT;    // 0: a free one
+    bool mayUseOtherPort = true;     // a free one when `port` is taken
+    bool hasBeacon = true;           // whether the devices of the local network are told, and heard
+    uint16_t beaconPort = DEFAULT_BEACON_PORT;
 };
 
 }  // namespace ZYNE::Linux

@@ -1,72 +1,48 @@
 #include "linux/fabric/peer_table.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "linux/fabric/endpoint_owner.h"
-
 namespace ZYNE::Linux {
-namespace {
 
-// Each start of a device takes one.
-constexpr size_t MOST_NETWORK_IDS = 8 * PeerTable::MOST_PEERS;
-
-}  // namespace
-
-bool PeerTable::Put(PeerPtr peer) {
+bool PeerTable::MayPut(const std::string& udid) const {
     const std::scoped_lock lock(mutex_);
-    const auto known = peers_.find(peer->device.udid);
-    if (known != peers_.end()) {
-        std::swap(known->second, peer);
-        Remember(known->second->device);
-        return true;
-    }
-    if (peers_.size() >= MOST_PEERS) {
-        return false;
-    }
-    Remember(peer->device);
-    const std::string& udid = peer->device.udid;
-    peers_.emplace(udid, std::move(peer));
-    return true;
+    return peers_.size() < MOST_PEERS || peers_.contains(udid);
 }
 
-void PeerTable::Remember(const Announcement& device) {
-    if (!udids_.emplace(device.networkId, device.udid).second) {
-        return;
+void PeerTable::Put(PeerPtr peer) {
+    const Announcement& device = peer->device;
+    const std::scoped_lock lock(mutex_);
+    Known& known = peers_[device.udid];
+    if (known.networkIds.empty() || known.networkIds.front() != device.networkId) {
+        std::erase(known.networkIds, device.networkId);
+        known.networkIds.push_front(device.networkId);
+        udids_[device.networkId] = device.udid;
     }
-    networkIds_.push_back(device.networkId);
-    if (networkIds_.size() > MOST_NETWORK_IDS) {
-        udids_.erase(networkIds_.front());
-        networkIds_.pop_front();
+    if (known.networkIds.size() > MOST_RUNS) {
+        udids_.erase(known.networkIds.back());
+        known.networkIds.pop_back();
     }
+    std::swap(known.peer, peer);
 }
 
 PeerPtr PeerTable::FindByUdid(const std::string& udid) const {
     const std::scoped_lock lock(mutex_);
     const auto known = peers_.find(udid);
-    return known == peers_.end() ? nullptr : known->second;
+    return known == peers_.end() ? nullptr : known->second.peer;
 }
 
 PeerPtr PeerTable::FindOnline(const std::string& networkId) const {
     const PeerPtr peer = FindByUdid(UdidOf(networkId));
-    return peer && peer->online && peer->device.networkId == networkId ? peer : nullptr;
-}
-
-PeerPtr PeerTable::FindOnline(const dds_guid_t& participant) const {
-    const std::scoped_lock lock(mutex_);
-    for (const auto& [udid, peer] : peers_) {
-        if (peer->online && IsSame(peer->participant, participant)) {
-            return peer;
-        }
-    }
-    return nullptr;
+    return peer && peer->IsOnline() && peer->device.networkId == networkId ? peer : nullptr;
 }
 
 std::vector<PeerPtr> PeerTable::All() const {
     const std::scoped_lock lock(mutex_);
     std::vector<PeerPtr> all;
     all.reserve(peers_.size());
-    for (const auto& [udid, peer] : peers_) {
-        all.push_back(peer);
+    for (const auto& [udid, known] : peers_) {
+        all.push_back(known.peer);
     }
     return all;
 }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "linux/fabric/announcement.h"
-#include "linux/fabric/control_writer.h"
+#include "linux/network/link.h"
 
 namespace ZYNE::Linux {
 
@@ -17,28 +17,28 @@ namespace ZYNE::Linux {
 struct Peer {
     Announcement device;
     ScreenStatus screenStatus = SCREEN_UNKNOWN;
-    dds_guid_t participant{};
-    dds_instance_handle_t presenceWriter = 0;
-    // Where it is sent to; null when the peer has gone.
-    std::shared_ptr<const ControlWriter> channel;
-    // Announced, and ready to take messages.
-    bool online = false;
+    LinkPtr link;  // null while the peer is away
+
+    bool IsOnline() const { return link != nullptr; }
 };
 using PeerPtr = std::shared_ptr<const Peer>;
 
 // Any thread; one thread changes it.
 class PeerTable {
 public:
-    // A device of the account could announce any number of others: at this many, new ones are refused.
+    // At this many, new devices are refused.
     static constexpr size_t MOST_PEERS = 1024;
+    // The network ids of so many of its last runs are known of each device, the present one among them.
+    static constexpr size_t MOST_RUNS = 8;
 
-    // Replaces what is known of the device. False when there are too many.
-    bool Put(PeerPtr peer);
+    // Whether there is room for the device, or it is known.
+    bool MayPut(const std::string& udid) const;
+    // Replaces what is known of the device.
+    void Put(PeerPtr peer);
 
     // Null when there is none.
     PeerPtr FindByUdid(const std::string& udid) const;
     PeerPtr FindOnline(const std::string& networkId) const;
-    PeerPtr FindOnline(const dds_guid_t& participant) const;
 
     std::vector<PeerPtr> All() const;
 
@@ -46,12 +46,14 @@ public:
     std::string UdidOf(const std::string& networkId) const;
 
 private:
-    void Remember(const Announcement& device);  // under mutex_
+    struct Known {
+        PeerPtr peer;
+        std::deque<std::string> networkIds;  // the latest in front
+    };
 
     mutable std::mutex mutex_;
-    std::unordered_map<std::string, PeerPtr> peers_;      // guarded by mutex_; by udid
-    std::unordered_map<std::string, std::string> udids_;  // guarded by mutex_; by network id
-    std::deque<std::string> networkIds_;                  // guarded by mutex_; those in udids_, the oldest first
+    std::unordered_map<std::string, Known> peers_;        // guarded by mutex_; by udid
+    std::unordered_map<std::string, std::string> udids_;  // guarded by mutex_; by network id, those in peers_
 };
 
 }  // namespace ZYNE::Linux

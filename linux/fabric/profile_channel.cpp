@@ -1,22 +1,15 @@
 #include "linux/fabric/profile_channel.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "linux/fabric/fabric_log.h"
-#include "linux/fabric/guarded_call.h"
+#include "linux/network/guarded_call.h"
 
 namespace ZYNE::Linux {
 
-ProfileChannel::ProfileChannel(const FabricDomain& domain, const Partitions& partitions, const std::string& udid,
-    bool isProved, ProfileService& profiles)
-    : udid_(udid), profiles_(profiles), reader_(domain, partitions, udid, isProved),
-      writer_(domain, partitions.Of(udid)), waitset_(dds_create_waitset(domain.Participant()), "no waitset"),
-      interrupted_(dds_create_guardcondition(domain.Participant()), "no guard condition"),
-      arrived_(dds_create_readcondition(reader_.Get(), DDS_ANY_STATE), "no read condition") {
-    for (const dds_entity_t source : {interrupted_.Get(), arrived_.Get(), reader_.Get()}) {
-        MustDds(dds_waitset_attach(waitset_.Get(), source, source), "no waitset");
-    }
-}
+ProfileChannel::ProfileChannel(std::string ownUdid, std::string ownRun, ProfileService& profiles, Hooks hooks)
+    : udid_(std::move(ownUdid)), profiles_(profiles),
+      exchange_(std::move(ownRun), profiles, std::move(hooks), ProfileExchange::Clock::now) {}
 
 void ProfileChannel::Begin() {
     isJoined_ = profiles_.Join(*this, udid_);
@@ -26,20 +19,31 @@ void ProfileChannel::Begin() {
 }
 
 void ProfileChannel::Stop(std::chrono::nanoseconds farewell) {
-    if (isJoined_) {
-        writer_.WaitForDelivery(std::max<dds_duration_t>(farewell.count(), 0));
+    if (std::exchange(isJoined_, false)) {
+        exchange_.WaitUntilTaken(farewell);
         profiles_.Leave();
-        isJoined_ = false;
     }
-    writer_.Stop();
 }
 
-void ProfileChannel::Read() noexcept {
-    GuardedCall("reading profiles", [this] {
-        dds_waitset_wait(waitset_.Get(), nullptr, 0, DDS_INFINITY);
-        reader_.Take(profiles_);
-        reader_.CheckWriters(profiles_);
+void ProfileChannel::OnLinkUp(const LinkPtr& link) {
+    GuardedCall("opening profiles", [&] {
+        exchange_.OnUp(
+            link->Udid(), [link](std::string message) { return link->Send(Stream::PROFILE, std::move(message)); });
     });
+}
+
+bool ProfileChannel::OnLinkMessage(const LinkPtr& link, std::string_view message) {
+    bool isValid = false;
+    GuardedCall("reading profiles", [&] { isValid = exchange_.OnMessage(link->Udid(), message); });
+    return isValid;
+}
+
+void ProfileChannel::OnLinkDown(const LinkPtr& link) {
+    GuardedCall("closing profiles", [&] { exchange_.OnDown(link->Udid()); });
+}
+
+void ProfileChannel::DropOld() {
+    GuardedCall("forgetting profiles", [&] { exchange_.DropOld(); });
 }
 
 }  // namespace ZYNE::Linux

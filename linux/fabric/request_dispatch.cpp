@@ -1,8 +1,8 @@
 #include "linux/fabric/request_dispatch.h"
 
 #include "linux/fabric/fabric_log.h"
-#include "linux/fabric/guarded_call.h"
 #include "linux/fabric/plugin_registry.h"
+#include "linux/network/guarded_call.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -46,19 +46,18 @@ SessionTable::Commands MakeCommands(const std::string& text) {
 
 }  // namespace
 
-void DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request) {
+bool DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request) {
     const auto commands = MakeCommands(request.service.commandProp);
     if (commands.empty()) {
-        return;
+        return false;
     }
     const int32_t session = sessions.Serve(networkId, request.session, commands);
     size_t started = 0;
     for (const auto& command : commands) {
         started += Run(*command, session, networkId) ? 1 : 0;
     }
-    if (started == 0) {
-        sessions.End(session);
-    }
+    // What has started may have been answered already.
+    return started > 0 || !sessions.End(session);
 }
 
 }  // namespace ZYNE::Linux

@@ -10,7 +10,7 @@
 namespace ZYNE::Linux {
 
 // Makes commands of a request of the device `networkId` and runs them, on a session on which their answer finds its way
-// back. Any thread.
-void DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request);
+// back. False when that is over already: nothing of it was started. Any thread.
+bool DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request);
 
 }  // namespace ZYNE::Linux

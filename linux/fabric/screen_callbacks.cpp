@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "linux/fabric/fabric_log.h"
-#include "linux/fabric/guarded_call.h"
+#include "linux/network/guarded_call.h"
 #include "platform/host/asyn_thread_pool.h"
 
 namespace ZYNE::Linux {

@@ -4,7 +4,7 @@
 #include "linux/fabric/fabric.h"
 #include "linux/fabric/fabric_log.h"
 #include "linux/fabric/fabric_node.h"
-#include "linux/fabric/guarded_call.h"
+#include "linux/network/guarded_call.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -21,8 +21,9 @@ public:
                 return;
             }
             const auto node = Fabric::GetInstance().Node();
-            code = node == nullptr ? FABRIC_NOT_RUNNING
-                                   : node->SendRequest(networkId, callerString, sessionName, *service, session);
+            code = node == nullptr
+                ? FABRIC_NOT_RUNNING
+                : node->Control().SendRequest(networkId, callerString, sessionName, *service, session);
         });
         if (code != FABRIC_OK) {
             FabricPrint(
@@ -41,8 +42,8 @@ public:
                 return;
             }
             const auto node = Fabric::GetInstance().Node();
-            code =
-                node == nullptr ? FABRIC_NOT_RUNNING : node->SendAnswer(collaborationSessionId, type, {data, length});
+            code = node == nullptr ? FABRIC_NOT_RUNNING
+                                   : node->Control().SendAnswer(collaborationSessionId, type, {data, length});
         });
         if (code != FABRIC_OK) {
             FabricPrint(

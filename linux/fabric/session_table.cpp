@@ -50,20 +50,7 @@ int32_t SessionTable::Open(const std::string& networkId, const std::string& coll
 }
 
 int32_t SessionTable::Serve(const std::string& networkId, int32_t openersNumber, Commands commands) {
-    std::optional<Served> pushedOut;
     const std::scoped_lock lock(mutex_);
-    size_t count = 0;
-    auto eldest = served_.end();
-    for (auto at = served_.begin(); at != served_.end(); ++at) {
-        if (at->second.networkId == networkId) {
-            ++count;
-            eldest = eldest == served_.end() || at->second.since < eldest->second.since ? at : eldest;
-        }
-    }
-    if (count >= MOST_SERVED_FOR_ONE) {
-        pushedOut = std::move(eldest->second);
-        served_.erase(eldest);
-    }
     const int32_t number = NewNumber();
     served_.emplace(number, Served{networkId, openersNumber, std::move(commands), now_()});
     return number;
@@ -87,11 +74,12 @@ std::optional<std::pair<std::string, int32_t>> SessionTable::FindServed(int32_t 
     return std::pair(session->second.networkId, session->second.openersNumber);
 }
 
-void SessionTable::End(int32_t number) {
+bool SessionTable::End(int32_t number) {
     std::map<int32_t, Served>::node_type ended;
     const std::scoped_lock lock(mutex_);
     opened_.erase(number);
     ended = served_.extract(number);
+    return !ended.empty();
 }
 
 std::vector<std::string> SessionTable::EndAllWith(const std::string& networkId) {
@@ -108,15 +96,21 @@ std::vector<std::string> SessionTable::EndAllWith(const std::string& networkId) 
     return ids;
 }
 
-void SessionTable::EndOld() {
+std::vector<std::string> SessionTable::EndOld() {
     const Clock::time_point eldest = now_() - LONGEST;
     const auto isOld = [&](const auto& session) {
         return session.since < eldest;
     };
     std::vector<Served> ended;
+    std::vector<std::string> networkIds;
     const std::scoped_lock lock(mutex_);
     ended = TakeIf(served_, isOld);
     TakeIf(opened_, isOld);
+    networkIds.reserve(ended.size());
+    for (Served& session : ended) {
+        networkIds.push_back(std::move(session.networkId));
+    }
+    return networkIds;
 }
 
 }  // namespace ZYNE::Linux

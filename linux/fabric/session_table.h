@@ -16,7 +16,7 @@
 namespace ZYNE::Linux {
 
 // Any thread. A session carries one request and its answer. It ends with the answer, with the device at the other end,
-// when it has become too old, or when too many newer ones have begun.
+// when it has become too old, or, of those opened, when too many newer ones have begun.
 class SessionTable {
 public:
     using Clock = std::chrono::steady_clock;
@@ -24,7 +24,6 @@ public:
 
     static constexpr std::chrono::seconds LONGEST{60};
     static constexpr size_t MOST_OPENED = 4096;
-    static constexpr size_t MOST_SERVED_FOR_ONE = 512;
 
     struct Opened {
         std::string networkId;  // of the device that was asked
@@ -53,10 +52,12 @@ public:
     // The device and its number of the session that is served as `number`.
     std::optional<std::pair<std::string, int32_t>> FindServed(int32_t number) const;
 
-    void End(int32_t number);
+    // Whether it was one that is served.
+    bool End(int32_t number);
     // Ends all sessions with a device. The collaboration ids of those that this device opened.
     std::vector<std::string> EndAllWith(const std::string& networkId);
-    void EndOld();
+    // The devices of those that are served, each as often as one ended.
+    std::vector<std::string> EndOld();
 
 private:
     int32_t NewNumber();  // under mutex_

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <exception>
+#include <pthread.h>
 #include <unistd.h>
 #include <utility>
 
@@ -38,6 +39,9 @@ LinuxLog& LinuxLog::Get() {
 
 void LinuxLog::Print(LogType /*type*/, LogLevel level, const LogDomain& domain, std::string_view text) noexcept {
     try {
+        if (!MayPrint()) {
+            return;
+        }
         LogEntry entry{std::chrono::system_clock::now(), level, domain, text.size(), false};
         const std::string_view cut = CutText(text, MOST_LINE_BYTES);
         std::unique_lock lock(mutex_);
@@ -59,6 +63,20 @@ void LinuxLog::Print(LogType /*type*/, LogLevel level, const LogDomain& domain, 
     } catch (...) {
         // There is nowhere to report it: the line is lost.
     }
+}
+
+// Whether the peer that the thread works for, if any, has lines left.
+bool LinuxLog::MayPrint() {
+    const std::shared_ptr<LogShare> share = LogShareScope::Current();
+    if (!share || share->Take()) {
+        return true;
+    }
+    if (share->WantsReport()) {
+        const std::scoped_lock lock(mutex_);
+        overdrawn_.push_back({std::chrono::steady_clock::now() + LogShare::TIME, share});
+        wake_.notify_one();
+    }
+    return false;
 }
 
 // Under mutex_: lines of several threads must not mix.
@@ -94,13 +112,38 @@ void LinuxLog::Open(const LogOptions& options) {
 }
 
 void LinuxLog::RunWriter() {
+    pthread_setname_np(pthread_self(), "collabd-log");
     std::unique_lock lock(mutex_);
     while (writing_) {
-        wake_.wait(lock, [&] { return !writing_ || !pending_.Empty(); });
+        WaitForLines(lock);
         wake_.wait_for(lock, GATHER_TIME, [&] { return !writing_; });
+        ReportOverdrawn(std::chrono::steady_clock::now());
         lock.unlock();
         WritePending();
         lock.lock();
+    }
+}
+
+void LinuxLog::WaitForLines(std::unique_lock<std::mutex>& lock) {
+    while (writing_ && pending_.Empty()) {
+        if (overdrawn_.empty()) {
+            wake_.wait(lock);
+            continue;
+        }
+        const auto reportAt = overdrawn_.front().reportAt;
+        if (wake_.wait_until(lock, reportAt) == std::cv_status::timeout) {
+            return;
+        }
+    }
+}
+
+// Under mutex_. Tells what was suppressed and is to be told by `until`.
+void LinuxLog::ReportOverdrawn(std::chrono::steady_clock::time_point until) {
+    while (!overdrawn_.empty() && overdrawn_.front().reportAt <= until) {
+        const std::string report = overdrawn_.front().share->Report();
+        overdrawn_.pop_front();
+        const LogEntry entry{std::chrono::system_clock::now(), LogLevel::WARN, LOG, report.size(), false};
+        pending_.Add(entry, CutText(report, MOST_LINE_BYTES), MOST_PENDING_BYTES);
     }
 }
 
@@ -157,6 +200,10 @@ void LinuxLog::Close() {
     wake_.notify_one();
     if (writer_.joinable()) {
         writer_.join();
+    }
+    {
+        const std::scoped_lock lock(mutex_);
+        ReportOverdrawn(std::chrono::steady_clock::time_point::max());
     }
     WritePending();
 }

@@ -1,11 +1,15 @@
 // The log on Linux.
 //
 // A thread that prints a line only copies it into a buffer; a writer thread passes what has gathered to the journal, or
-// to standard error, and always to the device's own file.
+// to standard error, and always to the device's own file. What a thread prints that works for a peer is taken from the
+// peer's share.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -14,6 +18,7 @@
 #include "linux/log/log_batch.h"
 #include "linux/log/log_file.h"
 #include "linux/log/log_line.h"
+#include "linux/log/log_share.h"
 #include "platform/log/log_service.h"
 
 namespace ZYNE::Linux {
@@ -52,19 +57,29 @@ public:
 private:
     LinuxLog() = default;
 
+    // A share of which lines were suppressed, and when that is told.
+    struct Overdrawn {
+        std::chrono::steady_clock::time_point reportAt;
+        std::shared_ptr<LogShare> share;
+    };
+
+    bool MayPrint();
     void PrintUnopened(const LogEntry& entry, std::string_view text);
     void RunWriter();
+    void WaitForLines(std::unique_lock<std::mutex>& lock);
+    void ReportOverdrawn(std::chrono::steady_clock::time_point until);
     void WritePending();
     void WriteLines(const LogBatch& batch);
     static void FlushAndTerminate();
 
-    // Lock order: writeMutex_, then mutex_.
+    // Lock order: writeMutex_, then mutex_, then that of a share.
     std::mutex mutex_;
     std::condition_variable wake_;
-    LogBatch pending_;      // guarded by mutex_
-    bool opened_ = false;   // guarded by mutex_
-    bool writing_ = false;  // guarded by mutex_; the writer thread runs
-    std::thread writer_;    // touched by Open and Close only
+    LogBatch pending_;                 // guarded by mutex_
+    std::deque<Overdrawn> overdrawn_;  // guarded by mutex_; in the order of reportAt
+    bool opened_ = false;              // guarded by mutex_
+    bool writing_ = false;             // guarded by mutex_; the writer thread runs
+    std::thread writer_;               // touched by Open and Close only
 
     std::mutex writeMutex_;
     LogBatch batch_;                        // guarded by writeMutex_; being written

@@ -42,6 +42,12 @@ inline bool HasSameContent(const ProfileRecord& a, const ProfileRecord& b) {
         a.profile.GetCharacteristicValue() == b.profile.GetCharacteristicValue();
 }
 
+// As it counts for the bounds.
+inline size_t BytesOf(const ProfileRecord& record) {
+    return record.profile.GetServiceName().size() + record.profile.GetCharacteristicKey().size() +
+        record.profile.GetCharacteristicValue().size();
+}
+
 // What one device may publish.
 struct ProfileBounds {
     static constexpr size_t NAME_BYTES = 255;

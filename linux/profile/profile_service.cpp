@@ -35,7 +35,7 @@ ProfileService& ProfileService::Get() {
     return service;
 }
 
-ProfileService::ProfileService() : turns_([this] { return TellOne(); }) {}
+ProfileService::ProfileService() : teller_([this] { return TellOne(); }) {}
 
 ProfileService::~ProfileService() {
     Close();
@@ -55,7 +55,7 @@ void ProfileService::Open(const std::filesystem::path& file, const std::string& 
             }
         }
     }
-    turns_.Start();
+    teller_.Start();
 }
 
 void ProfileService::Close() {
@@ -68,10 +68,11 @@ void ProfileService::Close() {
         store_.reset();
         network_ = nullptr;
         udid_.clear();
+        isJoined_ = false;
         table_.Clear();
         ended = subscriptions_.EndAll();
     }
-    turns_.Stop();
+    teller_.Stop();
 }
 
 std::string ProfileService::UdidOf(const std::string& deviceId) const {
@@ -167,7 +168,7 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
         network_->Publish(record, isDeleted);
     }
     if (isToBeTold) {
-        turns_.Wake();
+        teller_.Wake();
     }
     return PROFILE_OK;
 }
@@ -186,7 +187,7 @@ int32_t ProfileService::SubscribeDeviceProfile(const SubscribeInfo& subscribeInf
         earlier = subscriptions_.Subscribe(
             subscribeInfo, table_.Find(key.deviceId, CharacteristicName(key.serviceName, key.characteristicKey)));
     }
-    turns_.Wake();
+    teller_.Wake();
     return PROFILE_OK;
 }
 
@@ -241,55 +242,63 @@ bool ProfileService::TellOne() {
 }
 
 bool ProfileService::Join(ProfileNetwork& network, const std::string& udid) {
+    const std::scoped_lock publishing(publishMutex_);
+    std::vector<RecordPtr> own;
     {
-        const std::scoped_lock publishing(publishMutex_);
-        std::vector<RecordPtr> own;
-        {
-            const std::scoped_lock lock(mutex_);
-            if (udid_ != udid) {
-                return false;
-            }
-            own = table_.Of(udid_);
+        const std::scoped_lock lock(mutex_);
+        if (udid_ != udid) {
+            return false;
         }
-        network_ = &network;
-        for (const RecordPtr& record : own) {
-            network.Publish(record, false);
-        }
+        isJoined_ = true;
+        own = table_.Of(udid_);
     }
-    turns_.SetNetwork(&network);
+    network_ = &network;
+    for (const RecordPtr& record : own) {
+        network.Publish(record, false);
+    }
     return true;
 }
 
 void ProfileService::Leave() {
-    {
-        const std::scoped_lock publishing(publishMutex_);
-        network_ = nullptr;
-    }
-    turns_.SetNetwork(nullptr);
-    const std::scoped_lock lock(mutex_);
+    const std::scoped_lock leaving(publishMutex_, mutex_);
+    network_ = nullptr;
+    isJoined_ = false;
     for (const ProfileStep& step : table_.ForgetAllBut(udid_)) {
         subscriptions_.Add(step);
     }
 }
 
-void ProfileService::OnPut(const RecordPtr& record, WriterId writer) {
-    const std::scoped_lock lock(mutex_);
-    const std::string& udid = record->profile.GetDeviceId();
-    if (udid_.empty() || udid == udid_) {
-        return;
+bool ProfileService::OnPut(const RecordPtr& record, WriterId writer) {
+    bool isToBeTold = false;
+    {
+        const std::scoped_lock lock(mutex_);
+        const std::string& udid = record->profile.GetDeviceId();
+        if (!isJoined_ || udid == udid_) {
+            return false;
+        }
+        if (const ProfileCode code = table_.Check(*record); code != PROFILE_OK) {
+            if (table_.IsFirstRefusal(udid)) {
+                ProfilePrint(LogLevel::WARN, "device %{public}s publishes more than it may: refused, %{public}d",
+                    Anonymous(udid), code);
+            }
+            return false;
+        }
+        isToBeTold = subscriptions_.Add(table_.Put(record, writer));
     }
-    if (const ProfileCode code = table_.Check(*record); code == PROFILE_OK) {
-        subscriptions_.Add(table_.Put(record, writer));
-    } else if (table_.IsFirstRefusal(udid)) {
-        ProfilePrint(
-            LogLevel::WARN, "device %{public}s publishes more than it may: refused, %{public}d", Anonymous(udid), code);
+    if (isToBeTold) {
+        teller_.Wake();
     }
+    return true;
 }
 
 void ProfileService::OnDelete(const std::string& udid, const ProfileName& name) {
-    const std::scoped_lock lock(mutex_);
-    if (udid != udid_) {
-        subscriptions_.Add(table_.Delete(udid, name));
+    bool isToBeTold = false;
+    {
+        const std::scoped_lock lock(mutex_);
+        isToBeTold = udid != udid_ && subscriptions_.Add(table_.Delete(udid, name));
+    }
+    if (isToBeTold) {
+        teller_.Wake();
     }
 }
 

@@ -24,13 +24,14 @@
 #include "linux/profile/profile_store.h"
 #include "linux/profile/profile_subscriptions.h"
 #include "linux/profile/profile_table.h"
-#include "linux/profile/turn_taking.h"
+#include "linux/profile/teller.h"
 #include "platform/host/device_profile_client.h"
 
 namespace ZYNE::Linux {
 
 // Any thread, also inside listeners and with locks held that listeners take, unless said otherwise. Listeners are
-// called on one of two threads of its own, one call at a time; while one runs, the other thread goes on reading.
+// called on a thread of its own, one call at a time: one that blocks holds up the other listeners, but neither what
+// arrives nor what is put or read.
 //
 // Before Open and after Close every operation gives PROFILE_NOT_READY. Names have at most 255 bytes and no zero byte,
 // values at most 4 MiB; a device has at most 4096 profiles of 16 MiB together. What a peer publishes beyond that is
@@ -69,8 +70,7 @@ public:
         const std::string& characteristicKey, CharacteristicProfile& profile) override;
 
     // 0, PROFILE_NOT_OWN, PROFILE_INVALID_ARGUMENT, PROFILE_TOO_LARGE, PROFILE_TOO_MANY or PROFILE_STORE_FAILED. What
-    // is equal to what is there is no change. A peer that has frozen holds a put back for a tenth of a second at most;
-    // the peers get the value as soon as they take it.
+    // is equal to what is there is no change. A put never waits for a peer: each gets the value as soon as it takes it.
     int32_t PutServiceProfile(const ServiceProfile& profile) override;
     int32_t PutCharacteristicProfile(const CharacteristicProfile& profile) override;
 
@@ -90,14 +90,15 @@ public:
     // reported. Holds while open.
     void SetWatcher(Watcher watcher);
 
-    // Publishes on `network` what this device has and reads from it, until Leave. False when closed or of another udid.
-    // One network at a time.
+    // Publishes on `network` what this device has and takes what it reads, until Leave. False when closed or of another
+    // udid. One network at a time.
     bool Join(ProfileNetwork& network, const std::string& udid);
-    // Does not use the network any more when it returns. The peers' profiles are forgotten, without a word.
+    // Does not use the network any more when it returns, and takes nothing more from it. The peers' profiles are
+    // forgotten, without a word.
     void Leave();
 
-    // What `network` has read; the thread that reads.
-    void OnPut(const RecordPtr& record, WriterId writer) override;
+    // What the network has read; its thread. Take mutex_ alone.
+    bool OnPut(const RecordPtr& record, WriterId writer) override;
     void OnDelete(const std::string& udid, const ProfileName& name) override;
     void OnGone(const std::string& udid, WriterId writer) override;
 
@@ -118,9 +119,10 @@ private:
 
     mutable std::mutex mutex_;            // never held across a call out
     std::string udid_;                    // guarded by mutex_; empty while closed
+    bool isJoined_ = false;               // guarded by mutex_; a network may tell what peers publish
     ProfileTable table_;                  // guarded by mutex_
     ProfileSubscriptions subscriptions_;  // guarded by mutex_
-    TurnTaking turns_;
+    Teller teller_;
 };
 
 }  // namespace ZYNE::Linux

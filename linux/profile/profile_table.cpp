@@ -5,11 +5,6 @@
 namespace ZYNE::Linux {
 namespace {
 
-size_t BytesOf(const ProfileRecord& record) {
-    return record.profile.GetServiceName().size() + record.profile.GetCharacteristicKey().size() +
-        record.profile.GetCharacteristicValue().size();
-}
-
 bool HasZeroByte(const std::string& text) {
     return text.find('\0') != std::string::npos;
 }

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "linux/runtime/run_task.h"
 #include "platform/host/asyn_thread_pool.h"
 
 namespace ZYNE::Linux {
@@ -14,7 +13,7 @@ constexpr int32_t POOL_PARAM = 0;
 
 bool SerialTasks::Post(std::function<void()> task) {
     const std::scoped_lock lock(mutex_);
-    tasks_.push_back(std::move(task));
+    tasks_.emplace_back(std::move(task));
     if (running_) {
         return true;
     }
@@ -28,7 +27,7 @@ bool SerialTasks::Post(std::function<void()> task) {
 
 void SerialTasks::RunAll() {
     for (;;) {
-        std::function<void()> task;
+        PostedTask task;
         {
             const std::scoped_lock lock(mutex_);
             if (tasks_.empty()) {
@@ -38,7 +37,7 @@ void SerialTasks::RunAll() {
             task = std::move(tasks_.front());
             tasks_.pop_front();
         }
-        RunTask(std::move(task));
+        task.Run();
     }
 }
 

@@ -6,6 +6,8 @@
 #include <memory>
 #include <mutex>
 
+#include "linux/runtime/posted_task.h"
+
 namespace ZYNE::Linux {
 
 // Any thread. Lives while a task is left, whoever lets go of it.
@@ -17,9 +19,9 @@ public:
 private:
     void RunAll();
 
-    std::mutex mutex_;                         // held while the pool is asked, which does not call back
-    std::deque<std::function<void()>> tasks_;  // guarded by mutex_
-    bool running_ = false;                     // guarded by mutex_; RunAll is posted or runs
+    std::mutex mutex_;              // held while the pool is asked, which does not call back
+    std::deque<PostedTask> tasks_;  // guarded by mutex_
+    bool running_ = false;          // guarded by mutex_; RunAll is posted or runs
 };
 
 }  // namespace ZYNE::Linux

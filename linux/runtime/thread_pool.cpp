@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <exception>
+#include <pthread.h>
 #include <utility>
 
-#include "linux/runtime/run_task.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -35,10 +35,25 @@ ThreadPool::~ThreadPool() {
 }
 
 bool ThreadPool::AddAsynTask(std::function<void()> task, int32_t /*param*/) {
+    PostedTask posted(std::move(task));
+    const bool isForPeer = posted.IsForPeer();
     const std::scoped_lock lock(mutex_);
-    if (stopped_ || !task) {
+    if (stopped_ || !posted) {
         return false;
     }
+    if (isForPeer && peerTasks_ >= mostThreads_ / 2) {
+        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "%{public}zu threads are busy for peers, task for a peer refused",
+            peerTasks_);
+        return false;
+    }
+    if (!Give(std::move(posted))) {
+        return false;
+    }
+    peerTasks_ += isForPeer ? 1 : 0;
+    return true;
+}
+
+bool ThreadPool::Give(PostedTask task) {
     if (!idle_.empty()) {
         Worker& worker = *idle_.back();
         idle_.pop_back();
@@ -53,7 +68,7 @@ bool ThreadPool::AddAsynTask(std::function<void()> task, int32_t /*param*/) {
     return StartWorker(std::move(task));
 }
 
-bool ThreadPool::StartWorker(std::function<void()> task) {
+bool ThreadPool::StartWorker(PostedTask task) {
     const size_t before = workers_.size();
     try {
         const auto worker = workers_.emplace(workers_.end());
@@ -70,12 +85,15 @@ bool ThreadPool::StartWorker(std::function<void()> task) {
 }
 
 void ThreadPool::Run(std::list<Worker>::iterator self) {
+    pthread_setname_np(pthread_self(), "collabd-pool");
     std::unique_lock lock(mutex_);
     do {
-        std::function<void()> task = std::exchange(self->task, nullptr);
+        PostedTask task = std::exchange(self->task, PostedTask());
+        const bool isForPeer = task.IsForPeer();
         lock.unlock();
-        RunTask(std::move(task));
+        task.Run();
         lock.lock();
+        peerTasks_ -= isForPeer ? 1 : 0;
     } while (WaitForTask(lock, *self));
     Retire(lock, self);
 }

@@ -1,19 +1,18 @@
-// The device profile with a network that the test plays, and over DDS with peers that the test plays.
+// The device profile with a network that the test plays, and between two devices over a link that the test plays.
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <latch>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 
-#include "linux/fabric/profile_channel.h"
-#include "linux/fabric/qos.h"
-#include "linux/fabric/taken_samples.h"
-#include "linux/fabric/wire.h"
-#include "linux/fabric/wire_text.h"
+#include "linux/fabric/profile_exchange.h"
+#include "linux/network/secure_channel.h"
 #include "linux/profile/profile_service.h"
 #include "tests/port/port_test.h"
 #include "tests/support/profile_listener.h"
@@ -55,7 +54,7 @@ ProfileListener::Handler Telling(Told<std::string>& told) {
     };
 }
 
-// Gives what the test lets arrive, and keeps what is published: "key=value", "-key".
+// Keeps what is published: "key=value", "-key".
 class PlayedNetwork final : public ProfileNetwork {
 public:
     void Publish(const RecordPtr& record, bool isDeleted) override {
@@ -63,32 +62,8 @@ public:
         published.push_back(isDeleted ? '-' + profile.GetCharacteristicKey()
                                       : profile.GetCharacteristicKey() + '=' + profile.GetCharacteristicValue());
     }
-    void Read() noexcept override {
-        std::unique_lock lock(mutex_);
-        arrived_.wait(lock, [this] { return isInterrupted_ || !arrivals_.empty(); });
-        if (!arrivals_.empty()) {
-            arrivals_.front()();
-            arrivals_.pop_front();
-        }
-    }
-    void Interrupt() override {
-        const std::scoped_lock lock(mutex_);
-        isInterrupted_ = true;
-        arrived_.notify_all();
-    }
-    void Arrive(std::function<void()> arrival) {
-        const std::scoped_lock lock(mutex_);
-        arrivals_.push_back(std::move(arrival));
-        arrived_.notify_all();
-    }
 
     std::vector<std::string> published;
-
-private:
-    std::mutex mutex_;
-    std::condition_variable arrived_;
-    std::deque<std::function<void()>> arrivals_;
-    bool isInterrupted_ = false;
 };
 
 class DeviceProfileTest : public PortTest {
@@ -193,16 +168,13 @@ TEST_F(DeviceProfileTest, TellsItsOwnChangesAndWhatIsKnownAlready) {
 TEST_F(DeviceProfileTest, TellsTheWatcherOfEveryCharacteristic) {
     Put("known", "x");
     profiles.SetWatcher([this](ProfileChange change, const CharacteristicProfile& profile) {
-        const ProfileChangeType type = change == ProfileChange::ADDED ? ProfileChangeType::CHARACTERISTIC_ADD
-            : change == ProfileChange::DELETED                        ? ProfileChangeType::CHARACTERISTIC_DELETE
-                                                                      : ProfileChangeType::CHARACTERISTIC_UPDATE;
-        told.Add(Describe(type, profile));
+        told.Add("+~-"[static_cast<int32_t>(change)] + profile.GetCharacteristicKey());
     });
     Put("song", "a");
     Put("known", "y");
-    told.Until("~known=y");
+    told.Until("~known");
     profiles.Delete("music", "song");
-    EXPECT_THAT(told.Until("-song"), ElementsAre("+song=a", "~known=y", "-song"));
+    EXPECT_THAT(told.Until("-song"), ElementsAre("+song", "~known", "-song"));
 }
 
 TEST_F(DeviceProfileTest, LetsAListenerPutSubscribeAndEndItsSubscription) {
@@ -287,8 +259,8 @@ protected:
     }
     ~JoinedDeviceProfile() override { profiles.Leave(); }
 
-    void Arrives(const std::string& key, const std::string& value) {
-        network.Arrive([=, this] { profiles.OnPut(Record(key, value), FIRST_RUN); });
+    bool Arrives(const std::string& key, const std::string& value) {
+        return profiles.OnPut(Record(key, value), FIRST_RUN);
     }
 
     PlayedNetwork network;
@@ -312,235 +284,327 @@ TEST_F(JoinedDeviceProfile, ReadsOnWhileAListenerIsBlocked) {
             release.wait();
         }));
     Subscribe(DESK, "song");
-    Arrives("block", "x");
+    EXPECT_TRUE(Arrives("block", "x"));
     blocked.wait();
     for (const char* value : {"a", "b", "c"}) {
-        Arrives("song", value);
+        EXPECT_TRUE(Arrives("song", value));
     }
-    EXPECT_TRUE(Eventually([&] { return Get(DESK, "song") == "c"; }));
+    EXPECT_EQ(Get(DESK, "song"), "c");
     EXPECT_THAT(told.All(), IsEmpty());
     EXPECT_EQ(Put("song", "mine"), PROFILE_OK);
     release.count_down();
     EXPECT_THAT(told.Until("+song=c"), ElementsAre("+song=c"));
 }
 
-TEST_F(JoinedDeviceProfile, RefusesWhatAPeerPublishesBeyondItsBoundsAndKnowsTheRest) {
-    const std::string largest(ProfileBounds::VALUE_BYTES, 'v');
-    for (const char* key : {"1", "2", "3", "4"}) {
-        Arrives(key, largest);
+// One direction of a link: keeps what is said until the test delivers it, what is small before what is large.
+class Way {
+public:
+    bool Send(std::string message) {
+        const std::scoped_lock lock(mutex_);
+        (message.size() > SecureChannel::LARGE_BYTES ? large : small).push_back(std::move(message));
+        return true;
     }
+    std::optional<std::string> Take() {
+        const std::scoped_lock lock(mutex_);
+        std::deque<std::string>& first = small.empty() ? large : small;
+        if (first.empty()) {
+            return std::nullopt;
+        }
+        std::optional<std::string> message(std::move(first.front()));
+        first.pop_front();
+        return message;
+    }
+
+    std::deque<std::string> small;  // guarded by mutex_ while other threads put
+    std::deque<std::string> large;  // likewise
+
+private:
+    std::mutex mutex_;
+};
+
+// This device, SELF, and another, DESK unless said otherwise, that publishes without bounds.
+class DeviceProfileOverALink : public JoinedDeviceProfile {
+protected:
+    std::unique_ptr<ProfileExchange> New(const std::string& run) {
+        const std::function<void(const std::string&)> count([this](const std::string&) { ++hookCalls; });
+        return std::make_unique<ProfileExchange>(
+            run, profiles, ProfileExchange::Hooks{count, count}, [this] { return now; });
+    }
+    void DeskPuts(const std::string& key, const std::string& value) const { desk->Publish(Record(key, value), false); }
+    void DeskDeletes(const std::string& key) const { desk->Publish(Record(key, ""), true); }
+    void Up(const std::string& udid = DESK) {
+        self->OnUp(udid, [this](std::string message) { return toDesk.Send(std::move(message)); });
+        desk->OnUp(SELF, [this](std::string message) { return toSelf.Send(std::move(message)); });
+    }
+    // What was under way is lost.
+    void Down(const std::string& udid = DESK) {
+        while (toSelf.Take() || toDesk.Take()) {
+        }
+        self->OnDown(udid);
+        desk->OnDown(SELF);
+    }
+    // Delivers at most `most` messages. How many of them had a change of the other device.
+    int Deliver(int most = 1000000, const std::string& udid = DESK) {
+        int changes = 0;
+        for (int count = 0; count < most; ++count) {
+            Wire::ProfileMessage parsed;
+            if (const auto message = toSelf.Take()) {
+                EXPECT_TRUE(self->OnMessage(udid, *message) && parsed.ParseFromString(*message));
+                changes += parsed.has_change() ? 1 : 0;
+            } else if (const auto answer = toDesk.Take()) {
+                EXPECT_TRUE(desk->OnMessage(SELF, *answer));
+            } else {
+                break;
+            }
+        }
+        return changes;
+    }
+    void DeliverUntil(const std::string& last) {
+        Deliver();
+        told.Until(last);
+    }
+
+    const std::string large = std::string(size_t{20} << 10U, 'v');
+    const std::string largest = std::string(ProfileBounds::VALUE_BYTES, 'v');
+    ProfileExchange::Clock::time_point now{};
+    int hookCalls = 0;
+    Way toSelf;
+    Way toDesk;
+    std::unique_ptr<ProfileExchange> self = New("run");
+    std::unique_ptr<ProfileExchange> desk = New("desk's run");
+};
+
+TEST_F(DeviceProfileOverALink, KnowsWhatPeersPublishForAsLongAsTheyAreThere) {
+    DeskPuts("song", "a");
+    DeskPuts("artist", "x");
+    Subscribe(DESK, "song");
+    Up();
+    EXPECT_EQ(Deliver(), 2);
+    told.Until("+song=a");
+    EXPECT_EQ(Get(DESK, "artist"), "x");
+    DeskPuts("song", "b");
+    DeliverUntil("~song=b");
+    DeskDeletes("song");
+    DeliverUntil("-song");
+    DeskPuts("song", "c");
+    DeliverUntil("+song=c");
+    Down();
+    EXPECT_THAT(profiles.List(DESK), IsEmpty());
+
+    desk = New("desk's next run");
+    DeskPuts("song", "c");
+    Up();
+    EXPECT_EQ(Deliver(), 1);
+    EXPECT_TRUE(told.Reaches(5));
+    EXPECT_EQ(Get(DESK, "artist"), "none");
+    EXPECT_THAT(told.All(), ElementsAre("+song=a", "~song=b", "-song", "+song=c", "+song=c"));
+}
+
+TEST_F(DeviceProfileOverALink, GoesOnWhereItWasAfterABreak) {
+    for (int i = 0; i < 100; ++i) {
+        DeskPuts("key" + std::to_string(i), i == 0 ? large : "x");
+    }
+    Up();
+    const int before = Deliver(60);
+    Down();
+    Up();
+    EXPECT_EQ(Deliver(), 100 - before);
+    Down();
+    DeskPuts("key0", "new");
+    DeskDeletes("key1");
+    EXPECT_EQ(Get(DESK, "key2"), "none");
+    Up();
+    EXPECT_EQ(Deliver(), 2);
+    EXPECT_EQ(Get(DESK, "key0") + Get(DESK, "key2"), "newx");
+    EXPECT_EQ(profiles.List(DESK).size(), 99U);
+    Down();
+    for (size_t i = 0; i <= ProfileOutbox::KEPT_DELETIONS; ++i) {
+        DeskDeletes("gone" + std::to_string(i));
+    }
+    Up();
+    EXPECT_EQ(Deliver(), 99) << "a deletion may be missing";
+    for (const int expected : {0, 99}) {
+        Down();
+        now += expected == 0 ? std::chrono::minutes(0) : ProfileInbox::KEPT_TIME;
+        Up();
+        EXPECT_EQ(Deliver(), expected) << "kept for ten minutes";
+    }
+}
+
+TEST_F(DeviceProfileOverALink, LetsSmallChangesOvertakeLargeOnesAndKeepsTheNewest) {
+    Up();
+    Deliver();
+    for (const char* key : {"replaced", "deleted", "returned", "stays"}) {
+        DeskPuts(key, large);
+    }
+    DeskPuts("replaced", "small");
+    DeskDeletes("deleted");
+    DeskDeletes("returned");
+    EXPECT_EQ(Deliver(3), 3);
+    EXPECT_EQ(Get(DESK, "replaced"), "small");
+    DeskPuts("returned", "small");
+    EXPECT_EQ(Deliver(), 5);
+    EXPECT_EQ(Get(DESK, "replaced"), "small");
+    EXPECT_EQ(Get(DESK, "deleted"), "none");
+    EXPECT_EQ(Get(DESK, "returned"), "small");
+    EXPECT_EQ(Get(DESK, "stays"), large);
+    for (int i = 0; i < 2100; ++i) {
+        DeskPuts("key" + std::to_string(i), large);
+        DeskDeletes("key" + std::to_string(i));
+        Deliver();
+    }
+    EXPECT_EQ(profiles.List(DESK).size(), 3U);
+}
+
+TEST_F(DeviceProfileOverALink, SendsNoMoreThanAWindowAndOfManyChangesTheLast) {
+    Up();
+    Deliver();
+    for (int i = 0; i < 600; ++i) {
+        DeskPuts("key" + std::to_string(i), "x");
+        DeskPuts("large" + std::to_string(i), i == 0 ? largest : large);
+        DeskPuts("again", std::to_string(i));
+    }
+    EXPECT_EQ(toSelf.small.size(), 512U);
+    EXPECT_EQ(toSelf.large.size(), 1U);
+    EXPECT_LT(Deliver(), 600 + 600 + 300);
+    EXPECT_EQ(Get(DESK, "again"), "599");
+    EXPECT_EQ(profiles.List(DESK).size(), 1201U);
+    for (int i = 0; i < 600; ++i) {
+        DeskPuts("large" + std::to_string(i), large + 'v');
+    }
+    EXPECT_EQ(toSelf.large.size(), 51U) << "1 MiB";
+}
+
+TEST_F(DeviceProfileOverALink, RefusesWhatIsBeyondItsBoundsAndLosesNothingThatFitsInTheEnd) {
+    Up();
+    for (const char* key : {"1", "2", "3", "4", "5"}) {
+        DeskPuts(key, largest);
+    }
+    DeskPuts(std::string(256, 'k'), "x");
+    DeskPuts("large", largest + 'v');
     for (size_t i = 3; i <= ProfileBounds::RECORDS; ++i) {
-        Arrives('n' + std::to_string(i), "");
+        DeskPuts('n' + std::to_string(i), "");
     }
-    Arrives("1", "smaller");
-    EXPECT_TRUE(Eventually([&] { return Get(DESK, "1") == "smaller"; }));
+    Deliver();
     EXPECT_EQ(profiles.List(DESK).size(), ProfileBounds::RECORDS);
-    EXPECT_EQ(Get(DESK, "4"), "none");
-    EXPECT_EQ(Get(DESK, 'n' + std::to_string(ProfileBounds::RECORDS)), "none");
+    for (const char* key : {"1", "n3", "n4", "n5", "n6", "n7"}) {
+        DeskDeletes(key);
+    }
+    DeskPuts("5", "small");
+    Deliver();
+    EXPECT_EQ(Get(DESK, "4"), largest);
+    EXPECT_EQ(Get(DESK, "5"), "small");
     profiles.Leave();
+    EXPECT_FALSE(profiles.OnPut(Record("late", "x"), FIRST_RUN));
     EXPECT_THAT(profiles.List(DESK), IsEmpty());
     EXPECT_EQ(Get("LOCAL", "before"), "x");
 }
 
-using Sample = ZYNE_Linux_Wire_Profile;
-
-// A device as bare DDS.
-class PlayedDevice {
-public:
-    PlayedDevice(uint32_t domain, const Partitions& partitions, const std::string& udid)
-        : partitions_(partitions), participant_(dds_create_participant(domain, nullptr, nullptr), "participant"),
-          topic_(dds_create_topic(Participant(), &ZYNE_Linux_Wire_Profile_desc, "Profile", nullptr, nullptr), "topic"),
-          writer_(dds_create_writer(Participant(), topic_.Get(), ProfileWriterQos(partitions.Of(udid)).get(), nullptr),
-              "writer") {}
-
-    void Put(const std::string& udid, const std::string& key, const std::string& value) const {
-        Sample sample = SampleOf(udid, key);
-        std::string bytes = value;
-        sample.value = {static_cast<uint32_t>(bytes.size()), static_cast<uint32_t>(bytes.size()),
-            reinterpret_cast<uint8_t*>(bytes.data()), false};
-        MustDds(dds_write(writer_.Get(), &sample), "write");
+TEST_F(DeviceProfileOverALink, GivesUpAPeerThatTakesNothingUntilItComesAnew) {
+    Up();
+    Deliver();
+    for (size_t i = 0; i <= ProfileOutbox::MOST_DELETIONS + 512; ++i) {
+        DeskPuts("key", std::to_string(i));
+        DeskDeletes("key" + std::to_string(i));
     }
-    void Delete(const std::string& udid, const std::string& key) const {
-        Sample sample = SampleOf(udid, key);
-        sample.isDeleted = true;
-        MustDds(dds_writedispose(writer_.Get(), &sample), "dispose");
-    }
-    // What a reader that keeps at most `mostSamples` until they are taken gets.
-    void Read(int32_t mostSamples) {
-        const QosHandle qos = ProfileReaderQos(partitions_.OfAll());
-        dds_qset_resource_limits(qos.get(), mostSamples, DDS_LENGTH_UNLIMITED, DDS_LENGTH_UNLIMITED);
-        reader_ = DdsEntity(dds_create_reader(Participant(), topic_.Get(), qos.get(), nullptr), "reader");
-    }
-    // Takes until `key` of the device has `value`.
-    bool Gets(const std::string& key, const std::string& value) {
-        return Eventually([&] {
-            TakenSamples<Sample> samples(reader_.Get());
-            while (samples.Next()) {
-                const Sample& sample = samples.Sample();
-                if (samples.Info().valid_data) {
-                    values_[sample.characteristic] = sample.isDeleted
-                        ? "deleted"
-                        : std::string(reinterpret_cast<char*>(sample.value._buffer), sample.value._length);
-                }
-            }
-            return values_[key] == value;
-        });
-    }
-    size_t CountOfKeys() const { return values_.size(); }
-
-private:
-    static Sample SampleOf(const std::string& udid, const std::string& key) {
-        Sample sample{};
-        EXPECT_TRUE(
-            CopyText(udid, sample.udid) && CopyText("music", sample.service) && CopyText(key, sample.characteristic));
-        sample.kind = static_cast<uint8_t>(ProfileKind::CHARACTERISTIC);
-        sample.userId = CharacteristicProfile::ALL_USERS;
-        return sample;
-    }
-    dds_entity_t Participant() const { return participant_.Get(); }
-
-    Partitions partitions_;
-    DdsEntity participant_;
-    DdsEntity topic_;
-    DdsEntity writer_;
-    DdsEntity reader_;
-    std::map<std::string, std::string> values_;
-};
-
-// Nobody but those that the test plays is in the device's domain.
-class DeviceProfileOnTheNetwork : public DeviceProfileTest {
-protected:
-    static constexpr uint32_t DOMAIN = 97;
-
-    DeviceProfileOnTheNetwork() {
-        FabricOptions options;
-        options.domain = DOMAIN;
-        options.tag = directory.filename();
-        domain.emplace(options, std::nullopt);
-        channel.emplace(*domain, partitions, SELF, false, profiles);
-    }
-    ~DeviceProfileOnTheNetwork() override { channel.reset(); }
-
-    PlayedDevice Play(const std::string& udid) const { return {DOMAIN, partitions, udid}; }
-
-    const Partitions partitions{"home"};
-    std::optional<FabricDomain> domain;
-    std::optional<ProfileChannel> channel;
-};
-
-TEST_F(DeviceProfileOnTheNetwork, KnowsWhatPeersPublishForAsLongAsTheyAreThere) {
-    std::optional<PlayedDevice> desk(Play(DESK));
-    desk->Put(DESK, "song", "a");
-    desk->Put(DESK, "artist", "x");
-    Subscribe(DESK, "song");
-    channel->Begin();
-    told.Until("+song=a");
-    EXPECT_TRUE(Eventually([&] { return Get(DESK, "artist") == "x"; }));
-    desk->Put(DESK, "song", "b");
-    told.Until("~song=b");
-    desk->Delete(DESK, "song");
-    told.Until("-song");
-    EXPECT_EQ(Get(DESK, "song"), "none");
-    desk->Put(DESK, "song", "c");
-    told.Until("+song=c");
-
-    std::optional<PlayedDevice> restarted(Play(DESK));
-    restarted->Put(DESK, "song", "c");
-    desk.reset();
-    EXPECT_TRUE(Eventually([&] { return Get(DESK, "artist") == "none"; }));
-    EXPECT_EQ(Get(DESK, "song"), "c");
-    restarted.reset();
-    EXPECT_TRUE(Eventually([&] { return profiles.List(DESK).empty(); }));
-    desk.emplace(Play(DESK));
-    desk->Put(DESK, "song", "c");
-    EXPECT_TRUE(Eventually([&] { return told.All().size() > 4; }));
-    EXPECT_THAT(told.All(), ElementsAre("+song=a", "~song=b", "-song", "+song=c", "+song=c"));
+    EXPECT_EQ(hookCalls, 1);
+    Down();
+    Up();
+    EXPECT_EQ(Deliver(), 1);
+    EXPECT_EQ(Get(DESK, "key"), std::to_string(ProfileOutbox::MOST_DELETIONS + 512));
 }
 
-TEST_F(DeviceProfileOnTheNetwork, BelievesADeviceOnlyWhatItSaysOfItself) {
-    channel->Begin();
-    Subscribe(DESK, "song");
-    Subscribe(SELF, "song");
-    const PlayedDevice desk = Play(DESK);
-    const PlayedDevice other = Play(OTHER);
-    desk.Put(DESK, "song", "true");
-    other.Put(OTHER, "own", "x");
-    told.Until("+song=true");
-    EXPECT_TRUE(Eventually([&] { return Get(OTHER, "own") == "x"; }));
-    for (int i = 0; i < 100; ++i) {
-        other.Put(DESK, "song", "forged");
-        other.Put(SELF, "song", "forged");
-    }
-    other.Delete(DESK, "song");
-    desk.Put(DESK, "song", "still true");
-    EXPECT_THAT(told.Until("~song=still true"), ElementsAre("+song=true", "~song=still true"));
-    EXPECT_EQ(Get(SELF, "song"), "none");
-}
-
-TEST_F(DeviceProfileOnTheNetwork, LosesNothingThatArrivesWhileItReads) {
-    struct Inlet final : public ProfileInlet {
-        explicit Inlet(const PlayedDevice& device) : desk(device) {}
-        void OnPut(const RecordPtr&, WriterId) override {
-            // Of the same process: what is written is there at once.
-            for (int i = 0; count == 0 && i < 40; ++i) {
-                desk.Put(DESK, "late" + std::to_string(i), "x");
-            }
-            ++count;
+TEST_F(DeviceProfileOverALink, SendsWhatThreadsPutAtOnceAndWaitsUntilItIsTaken) {
+    Up();
+    DeskPuts("one0", "first");
+    EXPECT_FALSE(desk->WaitUntilTaken(std::chrono::seconds(0))) << "the peer has said nothing yet";
+    const auto put = [this](const std::string& name) {
+        for (int i = 0; i < 500; ++i) {
+            DeskPuts(name + std::to_string(i % 50), i % 10 == 0 ? large + name : std::to_string(i));
         }
-        void OnDelete(const std::string&, const ProfileName&) override {}
-        void OnGone(const std::string&, WriterId) override {}
-        const PlayedDevice& desk;
-        int count = 0;
     };
-    ProfileReader reader(*domain, partitions, SELF, false);
-    const PlayedDevice desk = Play(DESK);
-    Inlet inlet(desk);
-    desk.Put(DESK, "first", "x");
-    for (int i = 0; i < 5; ++i) {
-        reader.Take(inlet);
+    const auto all = std::async(std::launch::async, [&] {
+        std::thread one(put, "one");
+        put("two");
+        one.join();
+        EXPECT_TRUE(desk->WaitUntilTaken(std::chrono::seconds(30)));
+    });
+    while (all.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        Deliver();
     }
-    EXPECT_EQ(inlet.count, 41);
+    EXPECT_EQ(profiles.List(DESK).size(), 100U);
+    EXPECT_EQ(Get(DESK, "one49"), "499");
+    EXPECT_EQ(Get(DESK, "two40"), large + "two");
 }
 
-TEST_F(DeviceProfileOnTheNetwork, BelievesNobodyWithoutCertificateWhereThoseAreAsked) {
-    struct Inlet final : public ProfileInlet {
-        void OnPut(const RecordPtr&, WriterId) override { ++count; }
-        void OnDelete(const std::string&, const ProfileName&) override { ++count; }
-        void OnGone(const std::string&, WriterId) override {}
-        int count = 0;
+TEST_F(DeviceProfileOverALink, KeepsOfPeersThatAreAwayWhatThereIsRoomFor) {
+    const auto isKept = [this](int number) {
+        const std::string udid = "device" + std::to_string(number);
+        desk = New("one run");
+        DeskPuts("key", largest);
+        Up(udid);
+        const int sent = Deliver(1000000, udid);
+        Down(udid);
+        return sent == 0;
     };
-    const PlayedDevice desk = Play(DESK);
-    for (const bool isProved : {false, true}) {
-        ProfileReader reader(*domain, partitions, SELF, isProved);
-        // Of the same process: what is written is there at once.
-        desk.Put(DESK, "song", "a");
-        desk.Delete(DESK, "song");
-        Inlet inlet;
-        reader.Take(inlet);
-        EXPECT_EQ(inlet.count, isProved ? 0 : 2);
+    for (int i = 0; i < 18; ++i) {
+        EXPECT_FALSE(isKept(i % 16)) << i << ", one of the eldest at last";
     }
+    EXPECT_TRUE(isKept(0) && isKept(15));
 }
 
-TEST_F(DeviceProfileOnTheNetwork, ReachesPeersThatComeLaterAndThoseThatTakeLate) {
-    for (int i = 0; i < 1000; ++i) {
-        Put("key" + std::to_string(i), "x");
+// How the wire has a number, and a field of a message.
+std::string Number(uint64_t number) {
+    const auto last = static_cast<char>(number & 0x7fU);
+    return number < 0x80 ? std::string(1, last) : static_cast<char>(last | 0x80) + Number(number >> 7U);
+}
+std::string Field(uint64_t field, uint64_t number) {
+    return Number(field << 3U) + Number(number);
+}
+std::string Field(uint64_t field, const std::string& bytes) {
+    return Number(field << 3U | 2U) + Number(bytes.size()) + bytes;
+}
+
+TEST_F(DeviceProfileOverALink, EndsTheLinkOfAPeerThatDoesNotHoldToTheProtocol) {
+    const auto resume = [](uint64_t have, size_t beyond) {
+        return Field(1, Field(1, "run") + Field(2, have) + Field(4, std::string(beyond * 8, '\1')));
+    };
+    const auto begin = [](const std::string& run, bool isSnapshot) {
+        return Field(2, Field(1, run) + Field(2, isSnapshot));
+    };
+    const auto change = [](uint64_t sequence, uint64_t floor, uint64_t kind, const std::string& more = "") {
+        return Field(3, Field(1, sequence) + Field(2, floor) + Field(3, kind) + more);
+    };
+    const std::string start = begin("r", true);
+    std::vector<std::string> overtaking{start};
+    for (uint64_t i = 1; i <= 2049; ++i) {
+        overtaking.push_back(change(i, 1, 2, Field(5, std::to_string(i)) + Field(7, 1) + Field(9, 1)));
     }
-    channel->Begin();
-    PlayedDevice late = Play(DESK);
-    late.Read(DDS_LENGTH_UNLIMITED);
-    PlayedDevice stuck = Play(OTHER);
-    stuck.Read(1);
-    for (int i = 0; i < 1000; ++i) {
-        Put("burst", std::to_string(i));
+    // The last message of each ends the link.
+    const std::map<std::string, std::vector<std::string>> cases{{"no message", {"\xff"}}, {"nothing", {""}},
+        {"a change before the start", {change(1, 1, 2)}}, {"two starts", {start, start}}, {"no run", {begin("", true)}},
+        {"a long run", {begin(std::string(65, 'r'), true)}}, {"a run that is not kept", {begin("r", false)}},
+        {"no floor", {start, change(1, 0, 2)}}, {"a floor above", {start, change(1, 2, 2)}},
+        {"what is below the floor", {start, change(9, 9, 1), change(8, 8, 1)}}, {"no kind", {start, change(1, 1, 0)}},
+        {"an unknown kind", {start, change(1, 1, 3)}}, {"too many that overtake", overtaking},
+        {"an answer to nothing", {Field(4, Field(1, 1))}}, {"two resumes", {resume(0, 4096), resume(0, 0)}},
+        {"more than there is", {resume(9, 0)}}, {"too much beyond", {resume(0, 4097)}}};
+    for (const auto& [what, messages] : cases) {
+        SCOPED_TRACE(what);
+        Up(OTHER);
+        for (size_t i = 0; i < messages.size(); ++i) {
+            EXPECT_EQ(self->OnMessage(OTHER, messages[i]), i + 1 < messages.size());
+        }
+        Down(OTHER);
+        now += ProfileInbox::KEPT_TIME;
     }
-    Put("gone", "x");
-    profiles.Delete("music", "gone");
-    for (PlayedDevice* peer : {&stuck, &late}) {
-        EXPECT_TRUE(peer->Gets("burst", "999"));
-        EXPECT_TRUE(peer->Gets("gone", "deleted"));
+    Up();
+    self->OnMessage(DESK, start);
+    for (uint64_t i = 1; i <= 20001; ++i) {
+        EXPECT_EQ(hookCalls, 0);
+        EXPECT_TRUE(self->OnMessage(DESK, change(i, i, 2)));
     }
-    EXPECT_TRUE(late.Gets("key999", "x"));
-    EXPECT_EQ(late.CountOfKeys(), 1002U);
+    EXPECT_EQ(hookCalls, 1) << "its share of changes";
 }
 
 }  // namespace

@@ -1,10 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <csignal>
+#include <future>
 #include <latch>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 
+#include "linux/log/log_share.h"
+#include "linux/runtime/hang_watch.h"
+#include "linux/runtime/process_guard.h"
+#include "linux/runtime/serial_tasks.h"
 #include "linux/runtime/steady_time.h"
 #include "linux/runtime/thread_pool.h"
 
@@ -46,6 +53,75 @@ TEST(Pool, OutlivesATaskThatThrowsAndEndsIdleThreads) {
         std::this_thread::yield();
     }
     EXPECT_TRUE(ran);
+}
+
+TEST(Pool, KeepsHalfOfItsThreadsForTheDeviceAndRunsTasksForWhomTheyWerePosted) {
+    const auto share = std::make_shared<LogShare>("peer");
+    std::promise<std::shared_ptr<LogShare>> seen;
+    std::latch release(1);
+    ThreadPool pool(4);
+    const auto postAnother = [&] {
+        EXPECT_TRUE(pool.AddAsynTask([&] { seen.set_value(LogShareScope::Current()), release.wait(); }, PARAM));
+        release.wait();
+    };
+    {
+        const LogShareScope scope(share);
+        EXPECT_TRUE(pool.AddAsynTask(postAnother, PARAM));
+        EXPECT_EQ(seen.get_future().get(), share);
+        EXPECT_FALSE(pool.AddAsynTask([] { FAIL() << "a refused task ran"; }, PARAM));
+    }
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(pool.AddAsynTask([&] { EXPECT_EQ(LogShareScope::Current(), nullptr), release.wait(); }, PARAM));
+    }
+    release.count_down();
+    const LogShareScope scope(share);
+    while (!pool.AddAsynTask([] {}, PARAM)) {
+        std::this_thread::yield();
+    }
+}
+
+TEST(TasksInARow, RunForWhomTheyWerePostedWhoeverPostedTheFirst) {
+    const auto share = std::make_shared<LogShare>("peer");
+    const auto tasks = std::make_shared<SerialTasks>();
+    std::latch posted(1);
+    std::promise<std::shared_ptr<LogShare>> seen;
+    tasks->Post([&] { posted.wait(); });
+    {
+        const LogShareScope scope(share);
+        tasks->Post([&] { seen.set_value(LogShareScope::Current()); });
+    }
+    posted.count_down();
+    EXPECT_EQ(seen.get_future().get(), share);
+}
+
+TEST(ALoop, HangsWhenItDoesNotComeRoundUnlessTheWholeProcessWasStopped) {
+    const HangWatch::Clock::time_point start;
+    HangWatch watch(2s, 10s, start);
+    for (const auto& [at, lastRound, hangs] : std::vector<std::tuple<std::chrono::seconds, std::chrono::seconds, bool>>{
+             {2s, 1s, false}, {30s, 1s, false}, {34s, 1s, false}, {38s, 1s, false}, {40s, 1s, true}, {42s, 41s, false},
+             {45s, 41s, false}, {48s, 41s, false}, {51s, 41s, true}}) {
+        EXPECT_EQ(watch.Look(start + lastRound, start + at), hangs) << at.count();
+    }
+}
+
+// A process that ignores the signal, when it gets one.
+[[noreturn]] void RunGuarded(const ProcessGuard::Options& options, bool isTold) {
+    const ProcessGuard guard(options);
+    if (isTold) {
+        kill(getpid(), SIGTERM);
+    }
+    guard.WaitForStop();
+    for (;;) {
+        pause();
+    }
+}
+
+TEST(AProcess, IsEndedWhenItDoesNotStopAndWhenItsLoopHangs) {
+    const ProcessGuard::Options stuck{.lastRound = HangWatch::Clock::now, .stopTime = 20ms};
+    EXPECT_EXIT(RunGuarded(stuck, true), ::testing::ExitedWithCode(1), "did not end in time");
+    const ProcessGuard::Options hanging{
+        .lastRound = [] { return HangWatch::Clock::time_point(); }, .patience = 20ms, .step = 5ms};
+    EXPECT_EXIT(RunGuarded(hanging, false), ::testing::KilledBySignal(SIGABRT), "has not come round");
 }
 
 TEST(TimeThatRunsOut, WakesSleepersAndWaitersAndLiesBehindEveryDeadline) {

@@ -1,7 +1,4 @@
-// The state of screens: this device's own with a desktop that the test plays, and peers' over DDS with a peer that the
-// test plays.
-#include <algorithm>
-#include <cctype>
+// The state of screens: this device's own with a desktop that the test plays, and peers' with a peer that the test plays.
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -11,17 +8,11 @@
 
 #include "linux/bus/bus_address.h"
 #include "linux/fabric/announcement.h"
-#include "linux/fabric/device_id.h"
 #include "linux/fabric/fabric.h"
 #include "linux/fabric/fabric_code.h"
-#include "linux/fabric/partitions.h"
-#include "linux/fabric/qos.h"
-#include "linux/fabric/taken_samples.h"
-#include "linux/fabric/wire.h"
-#include "linux/fabric/wire_text.h"
 #include "linux/screen/screen_state.h"
 #include "platform/device_manager/device_manager.h"
-#include "tests/port/port_test.h"
+#include "tests/port/played_device.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -97,76 +88,9 @@ TEST_F(OwnScreen, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
     EXPECT_EQ(told.All().size(), 7U);
 }
 
-using Sample = ZYNE_Linux_Wire_Presence;
-
 constexpr char PACKAGE[] = "test";
-constexpr uint32_t DOMAIN = 98;
 const std::string SELF(64, 'a');
 const std::string DESK(64, 'b');
-const std::string DESK_RUN = NewNetworkId();
-
-// A device as bare DDS that takes messages, and so can come online.
-class PlayedPeer {
-public:
-    explicit PlayedPeer(const Partitions& partitions)
-        : participant_(dds_create_participant(DOMAIN, nullptr, nullptr), "participant"),
-          presence_(MakeTopic(ZYNE_Linux_Wire_Presence_desc, "Presence")),
-          writer_(dds_create_writer(
-                      participant_.Get(), presence_.Get(), PresenceWriterQos(partitions.Of(DESK)).get(), nullptr),
-              "writer"),
-          reader_(dds_create_reader(
-                      participant_.Get(), presence_.Get(), PresenceReaderQos(partitions.OfAll()).get(), nullptr),
-              "reader"),
-          control_(MakeTopic(ZYNE_Linux_Wire_ControlMessage_desc, ControlName(partitions.To(DESK, DESK_RUN)))),
-          inbox_(dds_create_reader(
-                     participant_.Get(), control_.Get(), ControlQos(partitions.To(DESK, DESK_RUN)).get(), nullptr),
-              "inbox") {}
-
-    void Announce(const std::string& name, int32_t screenStatus) const {
-        Sample sample{};
-        EXPECT_TRUE(
-            CopyText(DESK, sample.udid) && CopyText(DESK_RUN, sample.networkId) && CopyText(name, sample.deviceName));
-        sample.osType = OS_TYPE;
-        sample.screenStatus = screenStatus;
-        MustDds(dds_write(writer_.Get(), &sample), "write");
-    }
-    void Withdraw() const {
-        Sample sample{};
-        EXPECT_TRUE(CopyText(DESK, sample.udid));
-        MustDds(dds_dispose(writer_.Get(), &sample), "dispose");
-    }
-    // Takes until the other device's screen is announced as `status`.
-    bool Reads(int32_t status) {
-        return Eventually([&] {
-            TakenSamples<Sample> samples(reader_.Get());
-            while (samples.Next()) {
-                if (samples.Info().valid_data && samples.Sample().udid == SELF) {
-                    read_ = samples.Sample().screenStatus;
-                }
-            }
-            return read_ == status;
-        });
-    }
-
-private:
-    static std::string ControlName(const std::string& partition) {
-        std::string name = "Control_" + partition;
-        std::ranges::replace_if(
-            name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-        return name;
-    }
-    DdsEntity MakeTopic(const dds_topic_descriptor_t& type, const std::string& name) const {
-        return {dds_create_topic(participant_.Get(), &type, name.c_str(), nullptr, nullptr), "topic"};
-    }
-
-    DdsEntity participant_;
-    DdsEntity presence_;
-    DdsEntity writer_;
-    DdsEntity reader_;
-    DdsEntity control_;
-    DdsEntity inbox_;
-    std::optional<int32_t> read_;
-};
 
 class ScreenCallback final : public DeviceScreenStatusCallback {
 public:
@@ -186,12 +110,12 @@ protected:
         FabricOptions options;
         options.deviceName = "self";
         options.trust = FabricOptions::Trust::OPEN;
-        options.accountName = "home";
+        options.accountName = directory.filename();
         options.udid = SELF;
-        options.domain = DOMAIN;
-        options.tag = directory.filename();
+        options.port = 0;
+        options.hasBeacon = false;
         fabric.Start(options);
-        peer.emplace(Partitions(options.accountName));
+        peer.emplace(OpenIdentity(DESK, options.accountName));
     }
     ~PeerScreen() override {
         manager.UnRegisterDeviceScreenStatusCallback(PACKAGE);
@@ -199,6 +123,22 @@ protected:
         Fabric::GetInstance().Stop();
     }
 
+    // The first time, the peer comes online.
+    void Announce(const std::string& name, int32_t screenStatus) {
+        peer->SetFacts({name, 0, OS_TYPE, screenStatus});
+        if (!peer->HasLink(SELF)) {
+            EXPECT_TRUE(Eventually([] { return Fabric::GetInstance().Status().port != 0; }));
+            peer->Dial(Fabric::GetInstance().Status().port);
+            EXPECT_TRUE(Eventually([this] { return peer->HasLink(SELF); }));
+        }
+    }
+    // Whether the peer is told that this device's screen is so.
+    bool IsTold(int32_t status) const {
+        return Eventually([&] {
+            const auto told = peer->told.All();
+            return !told.empty() && told.back() == "facts self " + std::to_string(status);
+        });
+    }
     void Register(std::function<void(const DmDeviceInfo&)> handler) const {
         EXPECT_EQ(
             manager.RegisterDeviceScreenStatusCallback(PACKAGE, std::make_shared<ScreenCallback>(std::move(handler))),
@@ -207,7 +147,7 @@ protected:
     // The peer's status, or the code of the failure from 100 up.
     int Status() const {
         int32_t status = SCREEN_UNKNOWN;
-        const int32_t code = manager.GetDeviceScreenStatus(PACKAGE, DESK_RUN, status);
+        const int32_t code = manager.GetDeviceScreenStatus(PACKAGE, peer->identity.networkId, status);
         return code == FABRIC_OK ? status : 100 + code;
     }
     bool Becomes(int status) const {
@@ -216,31 +156,31 @@ protected:
 
     DeviceManager& manager = DeviceManager::GetInstance();
     Told<int> states;
-    std::optional<PlayedPeer> peer;
+    std::optional<PlayedDevice> peer;
 };
 
 TEST_F(PeerScreen, IsKnownWhileThePeerIsOnlineAndItsChangesAreToldAndAreNoDeviceState) {
     Told<std::string> told;
     Register([&](const DmDeviceInfo& device) { told.Add(device.deviceName + device.extraData); });
     EXPECT_EQ(Status(), 100 + FABRIC_PEER_OFFLINE);
-    peer->Announce("desk", SCREEN_UNKNOWN);
+    Announce("desk", SCREEN_UNKNOWN);
     EXPECT_TRUE(Becomes(100 + FABRIC_NOT_KNOWN));
     EXPECT_TRUE(states.Reaches(1));
-    peer->Announce("desk", SCREEN_OFF);
+    Announce("desk", SCREEN_OFF);
     EXPECT_TRUE(told.Reaches(1));
     EXPECT_EQ(Status(), SCREEN_OFF);
-    peer->Announce("table", SCREEN_OFF);
+    Announce("table", SCREEN_OFF);
     EXPECT_TRUE(states.Reaches(2));
-    peer->Announce("table", SCREEN_LOCKED);
+    Announce("table", SCREEN_LOCKED);
     EXPECT_TRUE(told.Reaches(2));
     EXPECT_EQ(Status(), SCREEN_LOCKED);
-    peer->Announce("table", 77);
+    Announce("table", 77);
     EXPECT_TRUE(told.Reaches(3));
     EXPECT_EQ(Status(), 100 + FABRIC_NOT_KNOWN);
     EXPECT_THAT(told.All(),
         ElementsAre(R"(desk{"OS_TYPE":10,"DEVICE_SCREEN_STATUS":0})", R"(table{"OS_TYPE":10,"DEVICE_SCREEN_STATUS":2})",
             R"(table{"OS_TYPE":10,"DEVICE_SCREEN_STATUS":-1})"));
-    peer->Withdraw();
+    peer->Do([this] { peer->links.Leave(); });
     EXPECT_TRUE(Becomes(100 + FABRIC_PEER_OFFLINE));
     EXPECT_TRUE(states.Reaches(3));
     EXPECT_THAT(states.All(), ElementsAre(0, 2, 1));
@@ -258,10 +198,10 @@ TEST_F(PeerScreen, IsReadOnWhileACallbackBlocksWhichIsToldTheLastChangeAfterward
             release.wait();
         }
     });
-    peer->Announce("desk", SCREEN_ON);
+    Announce("desk", SCREEN_ON);
     blocked.wait();
     for (const int32_t status : {SCREEN_OFF, SCREEN_ON, SCREEN_LOCKED}) {
-        peer->Announce("desk", status);
+        Announce("desk", status);
         EXPECT_TRUE(Becomes(status));
     }
     EXPECT_THAT(told.All(), ElementsAre("1}"));
@@ -269,17 +209,18 @@ TEST_F(PeerScreen, IsReadOnWhileACallbackBlocksWhichIsToldTheLastChangeAfterward
     EXPECT_TRUE(told.Reaches(2));
     EXPECT_THAT(told.All(), ElementsAre("1}", "2}"));
     EXPECT_EQ(manager.UnRegisterDeviceScreenStatusCallback(PACKAGE), FABRIC_OK);
-    peer->Announce("desk", SCREEN_ON);
+    Announce("desk", SCREEN_ON);
     EXPECT_TRUE(Becomes(SCREEN_ON));
     EXPECT_EQ(told.All().size(), 2U);
 }
 
 TEST_F(PeerScreen, IsAnnouncedAsItIsSetBeforeAndAfterTheStart) {
-    EXPECT_TRUE(peer->Reads(SCREEN_ON));
+    Announce("desk", SCREEN_ON);
+    EXPECT_TRUE(IsTold(SCREEN_ON));
     Fabric::GetInstance().SetScreenStatus(SCREEN_LOCKED);
-    EXPECT_TRUE(peer->Reads(SCREEN_LOCKED));
+    EXPECT_TRUE(IsTold(SCREEN_LOCKED));
     Fabric::GetInstance().SetScreenStatus(4);
-    EXPECT_TRUE(peer->Reads(SCREEN_UNKNOWN));
+    EXPECT_TRUE(IsTold(SCREEN_UNKNOWN));
 }
 
 }  // namespace

@@ -53,15 +53,5 @@ TEST_F(Sessions, EndWhenTheyAreTooOldAndNotBefore) {
     EXPECT_NE(table.FindServed(served), std::nullopt);
 }
 
-TEST_F(Sessions, OfOnePeerThatAsksWithoutEndDoNotCrowdOutThoseOfAnother) {
-    const int32_t first = table.Serve("noisy", 1, {});
-    const int32_t quiet = table.Serve("quiet", 1, {});
-    for (size_t i = 0; i < SessionTable::MOST_SERVED_FOR_ONE; ++i) {
-        table.Serve("noisy", 2, {});
-    }
-    EXPECT_EQ(table.FindServed(first), std::nullopt);
-    EXPECT_NE(table.FindServed(quiet), std::nullopt);
-}
-
 }  // namespace
 }  // namespace ZYNE::Linux

@@ -41,6 +41,19 @@ TEST_F(Status, TellsWhatIsInTheWayOfSetUpUntilNothingIs) {
     EXPECT_FALSE(IsSetUp());
 }
 
+TEST_F(Status, TellsHowTheDeviceIsConnectedAndToWhom) {
+    Add("pc").Start();
+    ASSERT_TRUE(Eventually([this] { return phone->Sees("pc"); }));
+    const std::string id = phone->Api().ListPeers().front().id;
+    const Client::Network network = phone->Api().GetNetwork();
+    ASSERT_EQ(network.links.size(), 1u);
+    EXPECT_EQ(network.links[0].peerId, id);
+    EXPECT_THAT(phone->Ctl({"status"}).out,
+        ContainsRegex("NETWORK +up\nINTERFACE +lo  127.0.0.1.*\nPORT +" + std::to_string(network.port) + "\nLINK +" +
+            id.substr(0, 4) + ".*" + network.links[0].address + "  pc\n"));
+    EXPECT_THAT(phone->Ctl({"status", "--json"}).out, HasSubstr("\"address\" : \"" + network.links[0].address));
+}
+
 TEST_F(Status, KeepsSettingsOfEachUserAndOfAllUsersApartAndOverARestart) {
     auto api = phone->Api();
     api.PutSetting("colour", "red", Client::DeviceClient::ALL_USERS);

@@ -43,7 +43,7 @@ std::string ReadAll(const fs::path& file) {
 }
 
 TestDevice::TestDevice(fs::path directory, std::string name, const DeviceSetup& setup)
-    : directory_(std::move(directory)), name_(std::move(name)) {
+    : directory_(std::move(directory)), name_(std::move(name)), launcher_(setup.launcher) {
     std::string config = "[device]\nname = " + Quoted(name_) + "\ntype = " + Quoted(setup.type) +
         "\nstate_directory = \"state\"\nsystem_root = \"root\"\n";
     if (setup.open) {
@@ -57,7 +57,7 @@ TestDevice::TestDevice(fs::path directory, std::string name, const DeviceSetup& 
         fs::create_directories(directory_);
         MustSucceed({COLLABCTL, "device", "enroll", "--account", account, "--directory", directory_ / "credentials"});
     }
-    config += "[network]\ntag = " + Quoted(directory_.parent_path().filename()) + "\n[log]\ntarget = \"none\"\n";
+    config += "[network]\n" + setup.network + "[log]\ntarget = \"none\"\n";
     fs::create_directories(directory_ / "root");
     config += InstallApps(setup) + setup.config;
     Write(ConfigFile(), config);
@@ -107,7 +107,9 @@ void TestDevice::WriteProvider() const {
 }
 
 void TestDevice::Start() {
-    process_ = std::make_unique<Process>(std::vector<std::string>{COLLABD, "--config", ConfigFile()}, OutputFile());
+    std::vector<std::string> command = launcher_;
+    command.insert(command.end(), {COLLABD, "--config", ConfigFile()});
+    process_ = std::make_unique<Process>(command, OutputFile());
     const bool isUp = Eventually([this] {
         const auto entry = Entry();
         return process_->HasEnded() || (entry && entry->running && !entry->busAddress.empty());
@@ -117,11 +119,14 @@ void TestDevice::Start() {
     }
 }
 
-int TestDevice::Stop() {
+int TestDevice::Stop(std::chrono::seconds limit) {
     if (process_ == nullptr) {
         return 0;
     }
     process_->Signal(SIGTERM);
+    if (!Eventually([this] { return process_->HasEnded(); }, limit)) {
+        process_->Signal(SIGKILL);
+    }
     const int status = process_->Wait();
     process_ = nullptr;
     return status;

@@ -1,6 +1,7 @@
 // A real device on loopback: a collabd with a bus and directories of its own.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -21,6 +22,10 @@ struct DeviceSetup {
     bool hasBoard = false;         // the sample app with a board
     bool hasCompanion = false;     // the sample app that carries out crossing
     std::string config{};          // further tables of its configuration
+    // The keys of its table [network].
+    std::string network = "interface = \"lo\"\nport = 0\n";
+    // What starts the daemon, and becomes it, with the words that stand before the daemon's own.
+    std::vector<std::string> launcher{};
 };
 
 class TestDevice {
@@ -29,9 +34,12 @@ public:
 
     // Starts it and waits until it can be asked.
     void Start();
-    // SIGTERM, and waits for the end; the exit status. 0 when it does not run.
-    int Stop();
+    // SIGTERM, and waits for the end, then kills it; the exit status. 0 when it does not run.
+    int Stop(std::chrono::seconds limit = std::chrono::seconds(30));
     void Kill();
+    // To the daemon, which runs.
+    void Signal(int signal) const { process_->Signal(signal); }
+    pid_t Pid() const { return process_->Pid(); }
 
     // collabctl --device NAME arguments...
     Outcome Ctl(std::vector<std::string> arguments) const;
@@ -64,6 +72,7 @@ private:
 
     const std::filesystem::path directory_;
     const std::string name_;
+    const std::vector<std::string> launcher_;
     std::unique_ptr<Process> process_;
 };
 

@@ -1,0 +1,14 @@
+// Where a peer may be, as a configuration says it.
+#pragma once
+
+#include <string>
+
+#include "linux/network/peer_address.h"
+
+namespace ZYNE::Host {
+
+// Reads "host", "host:port", "192.0.2.1:port", "[fe80::1%eth0]:port", "fd00::1". Throws std::invalid_argument with what is
+// wrong, to be put behind the text. Without a port it is DEFAULT_PORT.
+Linux::PeerAddress ReadPeerAddress(const std::string& text);
+
+}  // namespace ZYNE::Host

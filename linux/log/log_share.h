@@ -1,0 +1,46 @@
+// How much of the log one peer may fill.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <string>
+
+#include "linux/runtime/log_share_scope.h"
+
+namespace ZYNE::Linux {
+
+// Any thread. Kept for as long as the peer is known, or a peer that comes again gets a new one. The log asks the share
+// of the thread that prints, see LogShareScope.
+class LogShare {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // At once, and in each of the times that follow one another.
+    static constexpr size_t MOST_LINES = 400;
+    static constexpr std::chrono::minutes TIME{1};
+
+    // `device` is what the log calls the peer.
+    explicit LogShare(std::string device, std::function<Clock::time_point()> now = Clock::now);
+
+    // Whether one more line may be printed; it is counted.
+    bool Take();
+
+    // Whether lines were suppressed and nobody is going to report it yet; the caller does from then on.
+    bool WantsReport();
+    // How many lines were suppressed since the last report, as a line for the log.
+    std::string Report();
+
+private:
+    const std::string device_;
+    const std::function<Clock::time_point()> now_;
+
+    std::mutex mutex_;             // a leaf
+    Clock::time_point begin_;      // guarded by mutex_; of the time that runs
+    size_t taken_ = 0;             // guarded by mutex_; since begin_
+    size_t suppressed_ = 0;        // guarded by mutex_; since the last report
+    bool willBeReported_ = false;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,140 @@
+// What one peer may take of a device.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "linux/fabric/control_message.h"
+#include "linux/fabric/peer_shares.h"
+#include "linux/fabric/peer_table.h"
+#include "linux/fabric/request_gate.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+using namespace std::chrono_literals;
+using Place = RequestGate::Place;
+
+ControlMessage RequestOf(int32_t session, size_t bytes = 1) {
+    ControlMessage request;
+    request.session = session;
+    request.service.commandProp.assign(bytes, 'x');
+    return request;
+}
+
+TEST(RequestGate, LetsSoManyBeUnderWayHasOthersWaitInOrderAndRefusesTheRest) {
+    RequestGate gate;
+    const auto enter = [&](const std::string& device, int32_t session) {
+        ControlMessage request = RequestOf(session);
+        return gate.Enter(device, request);
+    };
+    int32_t session = 0;
+    for (size_t i = 0; i < RequestGate::MOST_UNDER_WAY; ++i) {
+        EXPECT_EQ(enter("noisy", ++session), Place::UNDER_WAY);
+    }
+    for (size_t i = 0; i < RequestGate::MOST_WAITING; ++i) {
+        EXPECT_EQ(enter("noisy", ++session), Place::WAITING);
+    }
+    EXPECT_EQ(enter("noisy", ++session), Place::REFUSED);
+    EXPECT_EQ(enter("quiet", 1), Place::UNDER_WAY);
+
+    EXPECT_EQ(gate.Leave("noisy")->session, static_cast<int32_t>(RequestGate::MOST_UNDER_WAY) + 1);
+    EXPECT_EQ(enter("noisy", ++session), Place::WAITING);
+    EXPECT_EQ(enter("noisy", ++session), Place::REFUSED);
+    gate.Forget("noisy");
+    EXPECT_EQ(enter("noisy", ++session), Place::UNDER_WAY);
+    EXPECT_EQ(gate.Leave("quiet"), std::nullopt);
+    EXPECT_EQ(gate.Leave("quiet"), std::nullopt);
+}
+
+TEST(RequestGate, BoundsTheBytesThatWait) {
+    RequestGate gate;
+    for (size_t i = 0; i < RequestGate::MOST_UNDER_WAY; ++i) {
+        ControlMessage request = RequestOf(1);
+        gate.Enter("desk", request);
+    }
+    ControlMessage large = RequestOf(2, RequestGate::MOST_WAITING_BYTES);
+    ControlMessage more = RequestOf(3);
+    EXPECT_EQ(gate.Enter("desk", large), Place::WAITING);
+    EXPECT_EQ(gate.Enter("desk", more), Place::REFUSED);
+    EXPECT_EQ(more.service.commandProp, "x");
+    EXPECT_EQ(gate.Leave("desk")->session, 2);
+    EXPECT_EQ(gate.Enter("desk", more), Place::WAITING);
+}
+
+TEST(PeerShares, LeaveAPeerAloneForAMinuteThatIsOverItsShareForLong) {
+    PeerShares::Clock::time_point now{1h};
+    PeerShares shares([&] { return now; });
+    const auto flood = [&](std::chrono::milliseconds time) {
+        bool isTooMuch = false;
+        for (const auto end = now + time; now < end; now += 5ms) {
+            isTooMuch = shares.OnExcess("noisy") || isTooMuch;
+        }
+        return isTooMuch;
+    };
+    EXPECT_FALSE(flood(4s));
+    now += 10s;
+    EXPECT_FALSE(flood(4s));
+    EXPECT_FALSE(shares.IsLeftAlone("noisy"));
+    EXPECT_TRUE(flood(6s));
+    EXPECT_TRUE(shares.IsLeftAlone("noisy"));
+    EXPECT_FALSE(shares.IsLeftAlone("quiet"));
+    now += PeerShares::ALONE;
+    EXPECT_FALSE(shares.IsLeftAlone("noisy"));
+
+    bool isLeftAlone = false;
+    for (int i = 0; i < 10; ++i, now += 1s) {
+        isLeftAlone = shares.OnNewLink("flicker") || isLeftAlone;
+    }
+    EXPECT_FALSE(isLeftAlone);
+    for (int i = 0; i < 40; ++i, now += 1s) {
+        isLeftAlone = shares.OnNewLink("flicker") || isLeftAlone;
+    }
+    EXPECT_TRUE(isLeftAlone);
+}
+
+TEST(PeerTable, KnowsWhoseANetworkIdIsOfSoManyRunsWhateverOthersDo) {
+    PeerTable table;
+    const auto put = [&](const std::string& udid, const std::string& networkId) {
+        table.Put(std::make_shared<const Peer>(Peer{{udid, networkId, "", 0, 0}, SCREEN_UNKNOWN, nullptr}));
+    };
+    put("desk", "run0");
+    for (size_t run = 0; run < 10000; ++run) {
+        put("noisy", "n" + std::to_string(run));
+    }
+    EXPECT_EQ(table.UdidOf("run0"), "desk");
+    EXPECT_EQ(table.UdidOf("n9999"), "noisy");
+    EXPECT_EQ(table.UdidOf("n" + std::to_string(10000 - PeerTable::MOST_RUNS)), "noisy");
+    EXPECT_EQ(table.UdidOf("n" + std::to_string(9999 - PeerTable::MOST_RUNS)), "");
+    for (size_t peer = 0; table.MayPut("p" + std::to_string(peer)); ++peer) {
+        put("p" + std::to_string(peer), "r" + std::to_string(peer));
+    }
+    EXPECT_EQ(table.All().size(), PeerTable::MOST_PEERS);
+    EXPECT_TRUE(table.MayPut("desk"));
+}
+
+TEST(ControlMessages, ArriveAsTheyWereSentAndNotBeyondTheirBounds) {
+    ControlMessage request = RequestOf(7, MOST_REQUEST_BYTES);
+    request.callerString = "me";
+    request.service.collaborationIdStr = "00000000007-me";
+    request.service.priority = -1;
+    const auto bytes = WriteControlMessage(request);
+    ASSERT_TRUE(bytes);
+    const auto read = ReadControlMessage(*bytes);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->session, 7);
+    EXPECT_EQ(read->callerString, "me");
+    EXPECT_EQ(read->service.collaborationIdStr, "00000000007-me");
+    EXPECT_EQ(read->service.priority, -1);
+    EXPECT_EQ(read->service.commandProp, request.service.commandProp);
+
+    request.service.commandProp += 'x';
+    EXPECT_FALSE(WriteControlMessage(request));
+    request = RequestOf(7);
+    request.callerString = std::string("a\0b", 3);
+    EXPECT_FALSE(WriteControlMessage(request));
+    EXPECT_FALSE(WriteControlMessage(RequestOf(0)));
+    EXPECT_FALSE(ReadControlMessage(""));
+    EXPECT_FALSE(ReadControlMessage(bytes->substr(0, bytes->size() - 1)));
+}
+
+}  // namespace
+}  // namespace ZYNE::Linux
