@@ -114,7 +114,7 @@ public:
     std::vector<Peer> ListPeers();
 
     // Asks `peer`, which is a peer's name, its id as ListPeers gives it, or its network id, for the items `names`.
-    // Blocks until it answers, for five seconds at most.
+    // Blocks until it answers, for five seconds at most after the request was sent.
     InfoAnswer GetInfo(const std::string& peer, const std::vector<std::string>& names);
 
     // What is known of the profile of `device`, a peer as for GetInfo or the device itself: the value of `key` under

@@ -8,6 +8,8 @@ namespace ZYNE {
 
 class PLATFORM_API Parcelable : public virtual RefBase {
 public:
+    ~Parcelable() override = default;  // the first in the virtual table
+
     // False when the parcel took not everything; what was written before stays in it.
     virtual bool Marshalling(Parcel& parcel) const = 0;
 };

@@ -164,10 +164,14 @@ private:
     RefCounter* counter_ = nullptr;
 };
 
-// A new T under a strong pointer; null when memory is out.
+// A new T under a strong pointer; null when memory is out, be it for the object, its counts or its members.
 template <typename T, typename... Args>
 sptr<T> MakeSptr(Args&&... args) {
-    return sptr<T>(new (std::nothrow) T(std::forward<Args>(args)...));
+    try {
+        return sptr<T>(new (std::nothrow) T(std::forward<Args>(args)...));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 }  // namespace ZYNE

@@ -42,6 +42,7 @@ void DataShareImp::RegisterObserver() {
 
 void DataShareImp::NotifyDPChangedInfo(const std::string& data) {
     NotifyChange(DataShareObserver::ChangeType::UPDATE, data);
+    CFWK_LOGI(LOG, "DataShareImp NotifyChangeExt done");
 }
 
 void DataShareImp::InsertDPChangedInfo(const std::string& key, const std::string& value) {
@@ -50,6 +51,7 @@ void DataShareImp::InsertDPChangedInfo(const std::string& key, const std::string
     const int32_t result = helper_->Insert(Uri(uri_), bucket);
     CFWK_LOGI(LOG, "DataShareImp Insert done retVal: %{public}d", result);
     NotifyChange(DataShareObserver::ChangeType::INSERT, "{" + key + ":" + value + "}");
+    CFWK_LOGI(LOG, "DataShareImp NotifyChangeExt done");
 }
 
 void DataShareImp::NotifyChange(DataShareObserver::ChangeType type, const std::string& data) {
@@ -59,7 +61,6 @@ void DataShareImp::NotifyChange(DataShareObserver::ChangeType type, const std::s
     changeInfo.data = data.data();
     changeInfo.size = static_cast<uint32_t>(data.size());
     helper_->NotifyChangeExt(changeInfo);
-    CFWK_LOGI(LOG, "DataShareImp NotifyChangeExt done");
 }
 
 }  // namespace ZYNE::CollaborationFwk

@@ -36,44 +36,41 @@ bool DataShareManager::CreateDataShareHelper(const std::string& uri, int32_t sys
     return true;
 }
 
-bool DataShareManager::IsHelperExists(const std::string& uri) {
-    return FindHelper(uri) != nullptr;
+std::shared_ptr<DataShareImp> DataShareManager::FindHelper(const std::string& uri) {
+    std::shared_lock lock(mutex_);
+    const auto found = helpers_.find(uri);
+    return found != helpers_.end() ? found->second : nullptr;
 }
 
-std::shared_ptr<DataShareImp> DataShareManager::FindHelper(const std::string& uri) {
-    std::shared_ptr<DataShareImp> helper;
-    {
-        std::shared_lock lock(mutex_);
-        const auto found = helpers_.find(uri);
-        helper = found != helpers_.end() ? found->second : nullptr;
-    }
-    if (!helper) {
+bool DataShareManager::IsHelperExists(const std::string& uri) {
+    if (!FindHelper(uri)) {
         CFWK_LOGE(LOG, "failed due to no helper record for uri:%{public}s", PickerResult::StringToAnonymous(uri));
-        return nullptr;
+        return false;
     }
     CFWK_LOGI(LOG, "helper exist for uri:%{public}s", PickerResult::StringToAnonymous(uri));
-    return helper;
+    return true;
 }
 
+// In each of these the helper that exists is still there at the second look: none is ever removed.
 void DataShareManager::RegisterObserver(const std::string& uri) {
-    if (const auto helper = FindHelper(uri)) {
-        helper->RegisterObserver();
+    if (IsHelperExists(uri)) {
+        FindHelper(uri)->RegisterObserver();
         CFWK_LOGI(
             LOG, "DataShareManager RegisterObserver uri:%{public}s success", PickerResult::StringToAnonymous(uri));
     }
 }
 
 void DataShareManager::NotifyDPChangedInfo(const std::string& uri, const std::string& data) {
-    if (const auto helper = FindHelper(uri)) {
-        helper->NotifyDPChangedInfo(data);
+    if (IsHelperExists(uri)) {
+        FindHelper(uri)->NotifyDPChangedInfo(data);
         CFWK_LOGI(
             LOG, "DataShareManager NotifyDPChangedInfo uri:%{public}s success", PickerResult::StringToAnonymous(uri));
     }
 }
 
 void DataShareManager::InsertDPChangedInfo(const std::string& uri, const std::string& key, const std::string& value) {
-    if (const auto helper = FindHelper(uri)) {
-        helper->InsertDPChangedInfo(key, value);
+    if (IsHelperExists(uri)) {
+        FindHelper(uri)->InsertDPChangedInfo(key, value);
         CFWK_LOGI(
             LOG, "DataShareManager InsertDPChangedInfo uri:%{public}s success", PickerResult::StringToAnonymous(uri));
     }

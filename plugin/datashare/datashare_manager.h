@@ -40,7 +40,7 @@ private:
     DataShareManager() = default;
     ~DataShareManager() = default;
 
-    // Null, and logged, when there is none.
+    // Null when there is none.
     std::shared_ptr<DataShareImp> FindHelper(const std::string& uri);
 
     std::shared_mutex mutex_;

@@ -24,22 +24,6 @@ struct CloseResultSet {
     void operator()(DataShareResultSet* resultSet) const { resultSet->Close(); }
 };
 
-// The one value that was asked for; empty when it cannot be read.
-std::string ReadValue(DataShareResultSet* resultSet, const std::string& key) {
-    int numRows = 0;
-    if (resultSet == nullptr || resultSet->GetRowCount(numRows) != 0 || numRows == 0) {
-        CFWK_LOGE(LOG, "get oobe status, numRows is zero with key is %{public}s", key);
-        return {};
-    }
-    std::string value;
-    if (resultSet->GoToRow(0) != 0 || resultSet->GetString(0, value) != 0) {
-        CFWK_LOGE(LOG, "get oobe status, resultSet->GetString not ok with key is %{public}s", key);
-        return {};
-    }
-    CFWK_LOGI(LOG, "GetStringValue, setting value is %{public}s with key is %{public}s", value, key);
-    return value;
-}
-
 }  // namespace
 
 OobeStatusDependency& OobeStatusDependency::GetInstance() {
@@ -78,7 +62,18 @@ std::string OobeStatusDependency::GetOobeStatusByUri(const std::string& key, con
     predicates.EqualTo(KEY_COLUMN, key);
     const std::shared_ptr<DataShareResultSet> resultSet = dataShareHelper_->Query(Uri(uri), predicates, {VALUE_COLUMN});
     const std::unique_ptr<DataShareResultSet, CloseResultSet> closeAtTheEnd(resultSet.get());
-    return ReadValue(resultSet.get(), key);
+    int numRows = 0;
+    if (!resultSet || resultSet->GetRowCount(numRows) != 0 || numRows == 0) {
+        CFWK_LOGE(LOG, "get oobe status, numRows is zero with key is %{public}s", key);
+        return {};
+    }
+    std::string value;
+    if (resultSet->GoToRow(0) != 0 || resultSet->GetString(0, value) != 0) {
+        CFWK_LOGE(LOG, "get oobe status, resultSet->GetString not ok with key is %{public}s", key);
+        return {};
+    }
+    CFWK_LOGI(LOG, "GetStringValue, setting value is %{public}s with key is %{public}s", value, key);
+    return value;
 }
 
 std::shared_ptr<DataShareHelper> OobeStatusDependency::GetDataShareHelper(

@@ -57,7 +57,11 @@ int32_t DeviceProfileManager::PutInfoCollectionWithJson(Json::Value& info) {
         "PutCharacteristicProfile: deviceId: %{public}s, ServiceName: %{public}s, InfoCollectionJson: %{public}s",
         PickerResult::StringToAnonymous(LOCAL_DEVICE_ID), ProfileNames::INFO_COLLECTION_SERVICE,
         PickerResult::StringToAnonymous(text));
-    return DeviceProfileClient::GetInstance().PutCharacteristicProfile(profile);
+    const int32_t characteristicCode = DeviceProfileClient::GetInstance().PutCharacteristicProfile(profile);
+    if (characteristicCode != 0) {
+        CFWK_LOGE(LOG, "PutCharacteristicProfile failed ret:%{public}d", characteristicCode);
+    }
+    return characteristicCode;
 }
 
 std::string DeviceProfileManager::GetSyncData(
@@ -97,6 +101,7 @@ int32_t DeviceProfileManager::PutSyncData(
     CFWK_LOGI(LOG, "start putSyncData, key: %{public}s, extraInfo: %{public}s", key, extraInfo);
     const sptr<DeviceInfo> localDevice = CollaborationFwkServiceUtils::GetLocalDeviceInfo();
     if (!localDevice) {
+        CFWK_LOGE(LOG, "GetLocalDeviceInfo failed");
         return NOT_PUT;
     }
     const std::string udid = CollaborationFwkServiceUtils::GetPeerDeviceUdid(localDevice->GetDeviceNetworkId());
@@ -118,6 +123,9 @@ int32_t DeviceProfileManager::PutSyncData(
     const int32_t code = DeviceProfileClient::GetInstance().PutCharacteristicProfile(profile);
     CFWK_LOGI(LOG, "PutCharacteristicProfile: deviceId: %{public}s, serviceName: %{public}s",
         PickerResult::StringToAnonymous(udid), serviceName);
+    if (code != 0) {
+        CFWK_LOGE(LOG, "PutCharacteristicProfile failed ret:%{public}d", code);
+    }
     return code;
 }
 

@@ -79,11 +79,13 @@ int32_t DeviceProfileManager::SubscribeOnlineDevice(sptr<DeviceInfo> device) {
         CFWK_LOGE(LOG, "deviceInfoPtr is nullptr");
         return ResultCodes::INVALID_PARAMETER;
     }
-    if (!RecordDevice(*device)) {
-        return ResultCodes::ALREADY_SUBSCRIBED;
-    }
     const std::string udid = device->GetDeviceUdid();
     const uint32_t deviceType = device->GetDeviceType();
+    if (!RecordDevice(*device)) {
+        CFWK_LOGE(LOG, "device exists, ignore this device");
+        return ResultCodes::ALREADY_SUBSCRIBED;
+    }
+    CFWK_LOGI(LOG, "deviceId:%{public}s check", PickerResult::StringToAnonymous(udid));
     const sptr<IProfileChangeListener> listener = MakeSptr<SubscribeDPChangeListener>(deviceType);
     if (!listener) {
         return ResultCodes::LISTENER_NOT_CREATED;
@@ -93,7 +95,20 @@ int32_t DeviceProfileManager::SubscribeOnlineDevice(sptr<DeviceInfo> device) {
         udid, listener, ProfileNames::KEY_MOUSE_SERVICE, ProfileNames::KEY_MOUSE_CHARACTERISTIC);
     SubscribeOnlineDeviceInternal(
         udid, listener, ProfileNames::INFO_COLLECTION_SERVICE, ProfileNames::INFO_COLLECTION_CHARACTERISTIC);
-    SubscribeCollectedPairs(udid, deviceType);
+    const CollectedPairs pairs = CollectPairs();
+    CFWK_LOGI(LOG, "collectInfoList size is: %{public}lu", pairs.size());
+    for (const auto& pair : pairs) {
+        if (!pair) {
+            CFWK_LOGE(LOG, "collectInfo is nullptr");
+            continue;
+        }
+        const sptr<IProfileChangeListener> pairListener = MakeSptr<SubscribeDPChangeListener>(deviceType);
+        if (!pairListener) {
+            CFWK_LOGE(LOG, "profileListener is nullptr");
+            continue;
+        }
+        SubscribeOnlineDeviceInternal(udid, pairListener, pair->serviceName, pair->characteristicKey);
+    }
     return 0;
 }
 
@@ -101,17 +116,8 @@ bool DeviceProfileManager::RecordDevice(const DeviceInfo& device) {
     const std::string udid = device.GetDeviceUdid();
     auto record =
         std::make_shared<DeviceInfo>(udid, device.GetDeviceNetworkId(), device.GetDeviceName(), device.GetDeviceType());
-    bool isNew = false;
-    {
-        std::lock_guard lock(mutex_);
-        isNew = deviceMap_.try_emplace(udid, std::move(record)).second;
-    }
-    if (!isNew) {
-        CFWK_LOGE(LOG, "device exists, ignore this device");
-        return false;
-    }
-    CFWK_LOGI(LOG, "deviceId:%{public}s check", PickerResult::StringToAnonymous(udid));
-    return true;
+    std::lock_guard lock(mutex_);
+    return deviceMap_.try_emplace(udid, std::move(record)).second;
 }
 
 void DeviceProfileManager::AddDeviceProfileSubscribe(
@@ -127,26 +133,13 @@ void DeviceProfileManager::AddDeviceProfileSubscribe(
         udid, listener, GloableVariables::DEVICE_STATUS_SERVICE, GloableVariables::SUPPORT_SINK_SERVICE);
 }
 
-void DeviceProfileManager::SubscribeCollectedPairs(const std::string& udid, uint32_t deviceType) {
+DeviceProfileManager::CollectedPairs DeviceProfileManager::CollectPairs() {
     SubscribeInfoListener collect;
     {
         std::lock_guard lock(listenerMutex_);
         collect = subscribeInfoListener_;
     }
-    const std::vector<std::shared_ptr<ServiceCollectPairInfo>> pairs =
-        collect ? collect() : std::vector<std::shared_ptr<ServiceCollectPairInfo>>();
-    CFWK_LOGI(LOG, "collectInfoList size is: %{public}lu", pairs.size());
-    for (const auto& pair : pairs) {
-        if (!pair) {
-            continue;
-        }
-        const sptr<IProfileChangeListener> listener = MakeSptr<SubscribeDPChangeListener>(deviceType);
-        if (!listener) {
-            CFWK_LOGE(LOG, "profileListener is nullptr");
-            continue;
-        }
-        SubscribeOnlineDeviceInternal(udid, listener, pair->serviceName, pair->characteristicKey);
-    }
+    return collect ? collect() : CollectedPairs();
 }
 
 int32_t DeviceProfileManager::SubscribeOnlineDeviceInternal(const std::string& udid,

@@ -40,7 +40,8 @@ public:
     class SubscribeDPChangeListener;
 
     using ProfileChangeListener = std::function<void(CharacteristicProfile, SyncProfileChangeType)>;
-    using SubscribeInfoListener = std::function<std::vector<std::shared_ptr<ServiceCollectPairInfo>>()>;
+    using CollectedPairs = std::vector<std::shared_ptr<ServiceCollectPairInfo>>;
+    using SubscribeInfoListener = std::function<CollectedPairs()>;
     using SuperDeviceListener = std::function<void(int)>;
 
     CFWK_EXPORT static DeviceProfileManager& GetInstance();
@@ -92,7 +93,8 @@ private:
 
     // False when the device was recorded before.
     bool RecordDevice(const DeviceInfo& device);
-    void SubscribeCollectedPairs(const std::string& udid, uint32_t deviceType);
+    // What the registered function wants subscribed; nothing when there is none.
+    CollectedPairs CollectPairs();
     ProfileChangeListener GetProfileChangeListener();
     std::optional<SuperDeviceListener> FindSuperDeviceListener();
 

@@ -16,26 +16,19 @@ constexpr LogDomain DETECT_LOG = LogDomains::DETECT;
 constexpr char INFO_COLLECTION_URI[] = "datashare:///com.varn.collaborationfwk.infocollection";
 constexpr char DATA_SHARE_CHANGED[] = "{datashareChanged:true}";  // this form is what apps look for
 
-bool IsInfoCollection(const CharacteristicProfile& profile) {
-    if (KeyMouseServiceManager::GetInstance().IsContainServiceId(profile, ProfileNames::INFO_COLLECTION_SERVICE)) {
-        return true;
-    }
-    CFWK_LOGD(LOG, "not infoCollection change");
-    return false;
+bool IsOfService(const CharacteristicProfile& profile, const char* serviceName) {
+    return KeyMouseServiceManager::GetInstance().IsContainServiceId(profile, serviceName);
 }
 
-// Hands the value to the apps of this device. `operation` is the callback that brought it.
-int32_t WriteToDataShare(const CharacteristicProfile& profile, const char* operation) {
-    CFWK_LOGI(LOG, "%{public}s start datashare", operation);
+// Hands the value to the apps of this device; false when there is no way to them.
+bool WriteToDataShare(const CharacteristicProfile& profile) {
     DataShareManager& dataShare = DataShareManager::GetInstance();
     if (!dataShare.CreateDataShareHelper(INFO_COLLECTION_URI, SystemAbilityIds::DEVICE_PROFILE)) {
-        CFWK_LOGE(LOG, "%{public}s CreateDataShareHelper failed", operation);
-        return ResultCodes::INVALID_PARAMETER;
+        return false;
     }
     dataShare.InsertDPChangedInfo(INFO_COLLECTION_URI, profile.GetDeviceId(), profile.GetCharacteristicValue());
     dataShare.NotifyDPChangedInfo(INFO_COLLECTION_URI, DATA_SHARE_CHANGED);
-    CFWK_LOGI(LOG, "%{public}s load datashare success", operation);
-    return 0;
+    return true;
 }
 
 }  // namespace
@@ -87,28 +80,60 @@ int32_t Listener::OnServiceProfileUpdate(const ServiceProfile&, const ServicePro
     return 0;
 }
 
+// Each of the three logs for itself: people search for the line with the operation's name in it.
 int32_t Listener::OnCharacteristicProfileAdd(const CharacteristicProfile& profile) {
     CFWK_LOGI(DETECT_LOG, "CharacteristicProfile add, key: %{public}s", profile.GetCharacteristicKey());
     TellListeners(profile, SyncProfileChangeType::ADD);
-    TellKeyMouse(profile);
-    return IsInfoCollection(profile) ? WriteToDataShare(profile, "OnCharacteristicProfileAdd")
-                                     : ResultCodes::INVALID_PARAMETER;
+    if (IsOfService(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
+        CFWK_LOGI(LOG, "deviceStatus change");
+        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(profile, deviceType_);
+    }
+    if (!IsOfService(profile, ProfileNames::INFO_COLLECTION_SERVICE)) {
+        CFWK_LOGD(LOG, "not infoCollection change");
+        return ResultCodes::INVALID_PARAMETER;
+    }
+    CFWK_LOGI(LOG, "OnCharacteristicProfileAdd start datashare");
+    if (!WriteToDataShare(profile)) {
+        CFWK_LOGE(LOG, "OnCharacteristicProfileAdd CreateDataShareHelper failed");
+        return ResultCodes::INVALID_PARAMETER;
+    }
+    CFWK_LOGI(LOG, "OnCharacteristicProfileAdd load datashare success");
+    return 0;
 }
 
 int32_t Listener::OnCharacteristicProfileUpdate(const CharacteristicProfile&, const CharacteristicProfile& newProfile) {
     CFWK_LOGI(DETECT_LOG, "CharacteristicProfile update, key: %{public}s", newProfile.GetCharacteristicKey());
     TellListeners(newProfile, SyncProfileChangeType::UPDATE);
-    TellKeyMouse(newProfile);
-    return IsInfoCollection(newProfile) ? WriteToDataShare(newProfile, "OnCharacteristicProfileUpdate")
-                                        : ResultCodes::INVALID_PARAMETER;
+    if (IsOfService(newProfile, ProfileNames::KEY_MOUSE_SERVICE)) {
+        CFWK_LOGI(LOG, "deviceStatus change");
+        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(newProfile, deviceType_);
+    }
+    if (!IsOfService(newProfile, ProfileNames::INFO_COLLECTION_SERVICE)) {
+        CFWK_LOGD(LOG, "not infoCollection change");
+        return ResultCodes::INVALID_PARAMETER;
+    }
+    CFWK_LOGI(LOG, "OnCharacteristicProfileUpdate start datashare");
+    if (!WriteToDataShare(newProfile)) {
+        CFWK_LOGE(LOG, "OnCharacteristicProfileUpdate CreateDataShareHelper failed");
+        return ResultCodes::INVALID_PARAMETER;
+    }
+    CFWK_LOGI(LOG, "OnCharacteristicProfileUpdate load datashare success");
+    return 0;
 }
 
 int32_t Listener::OnCharacteristicProfileDelete(const CharacteristicProfile& profile) {
     CFWK_LOGI(DETECT_LOG, "CharacteristicProfile delete, key: %{public}s", profile.GetCharacteristicKey());
     TellListeners(profile, SyncProfileChangeType::DELETE);
     CFWK_LOGI(LOG, "OnCharacteristicProfileDelete start.");
-    TellKeyMouse(profile);
-    return IsInfoCollection(profile) ? 0 : ResultCodes::INVALID_PARAMETER;  // apps keep what they have
+    if (IsOfService(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
+        CFWK_LOGI(LOG, "deviceStatus change");
+        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(profile, deviceType_);
+    }
+    if (!IsOfService(profile, ProfileNames::INFO_COLLECTION_SERVICE)) {
+        CFWK_LOGD(LOG, "not infoCollection change");
+        return ResultCodes::INVALID_PARAMETER;
+    }
+    return 0;  // apps keep what they have
 }
 
 void Listener::TellListeners(const CharacteristicProfile& profile, SyncProfileChangeType type) {
@@ -117,14 +142,6 @@ void Listener::TellListeners(const CharacteristicProfile& profile, SyncProfileCh
         listener(profile, type);
     }
     manager.ExecuteSuperDeviceProfileChangeListener();
-}
-
-void Listener::TellKeyMouse(const CharacteristicProfile& profile) const {
-    KeyMouseServiceManager& keyMouse = KeyMouseServiceManager::GetInstance();
-    if (keyMouse.IsContainServiceId(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
-        CFWK_LOGI(LOG, "deviceStatus change");
-        keyMouse.OnDeviceStatusChanged(profile, deviceType_);
-    }
 }
 
 }  // namespace ZYNE::CollaborationFwk

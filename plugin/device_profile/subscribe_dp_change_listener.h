@@ -35,9 +35,6 @@ public:
 private:
     static void TellListeners(const CharacteristicProfile& profile, SyncProfileChangeType type);
 
-    // Only those of its service interest it.
-    void TellKeyMouse(const CharacteristicProfile& profile) const;
-
     const uint32_t deviceType_;
 };
 

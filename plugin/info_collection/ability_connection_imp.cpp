@@ -45,15 +45,20 @@ void AbilityConnectionImp::OnAbilityConnectDone(
         return;
     }
     SetProxy(remoteObject);
-    isConnected_ = true;
+    {
+        std::unique_lock lock(proxyMutex_);
+        isConnected_ = proxy_ != nullptr;  // not when it has been lost again meanwhile
+    }
     {
         std::lock_guard lock(connectMutex_);
         connectCv_.notify_all();
     }
-    WatchForDeath();
+    if (!WatchForDeath()) {
+        CFWK_LOGE(LOG, "create AbilityConnectionDeathRecipient failed");
+    }
 }
 
-void AbilityConnectionImp::WatchForDeath() {
+bool AbilityConnectionImp::WatchForDeath() {
     const sptr<IRemoteObject> proxy = GetProxy();
     // The remote holds the recipient and may outlive this object: nothing is held back.
     auto handler = [connection = wptr<AbilityConnectionImp>(this), remote = wptr<IRemoteObject>(proxy)] {
@@ -63,16 +68,26 @@ void AbilityConnectionImp::WatchForDeath() {
     };
     const auto recipient = MakeSptr<AbilityConnectionDeathRecipient>(std::move(handler));
     if (!recipient) {
-        CFWK_LOGE(LOG, "create AbilityConnectionDeathRecipient failed");
-        return;
+        return false;
     }
     {
         std::unique_lock lock(proxyMutex_);
+        if (!proxy || proxy_ != proxy || deathRecipient_) {
+            return true;  // lost again, or another callback brought a service and watches it
+        }
         deathRecipient_ = recipient;
     }
-    if (proxy && !proxy->AddDeathRecipient(recipient)) {
+    if (!proxy->AddDeathRecipient(recipient)) {
         OnServiceDied(proxy);
+    } else if (!IsWatchedBy(recipient)) {
+        proxy->RemoveDeathRecipient(recipient);  // let go of before the watch began
     }
+    return true;
+}
+
+bool AbilityConnectionImp::IsWatchedBy(const sptr<AbilityConnectionDeathRecipient>& recipient) {
+    std::shared_lock lock(proxyMutex_);
+    return deathRecipient_ == recipient;
 }
 
 void AbilityConnectionImp::OnServiceDied(const sptr<IRemoteObject>& remote) {
@@ -82,9 +97,11 @@ void AbilityConnectionImp::OnServiceDied(const sptr<IRemoteObject>& remote) {
 }
 
 void AbilityConnectionImp::EndConnection(const sptr<IRemoteObject>& remote) {
+    sptr<AbilityConnectionDeathRecipient> recipient;
     std::unique_lock lock(proxyMutex_);
     if (remote && proxy_ == remote) {
         proxy_ = nullptr;
+        std::swap(deathRecipient_, recipient);
         isConnected_ = false;  // with the lock held: a new proxy may be set right behind it
     }
 }
@@ -104,13 +121,23 @@ void AbilityConnectionImp::OnAbilityDisconnectDone(const ElementName& element, i
         CFWK_LOGE(LOG, "proxy is nullptr");
         return;
     }
-    proxy->RemoveDeathRecipient(recipient);
+    if (recipient) {
+        proxy->RemoveDeathRecipient(recipient);
+    }
     EndConnection(proxy);
 }
 
 void AbilityConnectionImp::SetProxy(sptr<IRemoteObject> proxy) {
-    std::unique_lock lock(proxyMutex_);
-    std::swap(proxy_, proxy);  // the old one goes outside of the lock
+    sptr<AbilityConnectionDeathRecipient> recipient;
+    {
+        std::unique_lock lock(proxyMutex_);
+        std::swap(proxy_, proxy);  // the old one goes outside of the lock
+        std::swap(deathRecipient_, recipient);
+    }
+    // Also when the same service has come again: it is watched anew, and by one recipient.
+    if (proxy && recipient) {
+        proxy->RemoveDeathRecipient(recipient);
+    }
 }
 
 sptr<IRemoteObject> AbilityConnectionImp::GetProxy() {

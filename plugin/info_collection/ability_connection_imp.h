@@ -25,6 +25,7 @@ public:
         const ElementName& element, const sptr<IRemoteObject>& remoteObject, int resultCode) override;
     void OnAbilityDisconnectDone(const ElementName& element, int resultCode) override;
 
+    // Sets the proxy, and takes the watch off the one before.
     void SetProxy(sptr<IRemoteObject> proxy);
     sptr<IRemoteObject> GetProxy();
     bool IsProxyNull();
@@ -37,9 +38,11 @@ public:
 private:
     // The proxy, or null when none arrives in time.
     sptr<IRemoteObject> WaitForProxy();
-    void WatchForDeath();
+    // Watches the proxy. False when memory is out.
+    bool WatchForDeath();
+    bool IsWatchedBy(const sptr<AbilityConnectionDeathRecipient>& recipient);
     void OnServiceDied(const sptr<IRemoteObject>& remote);
-    // Forgets the proxy if it still is `remote`.
+    // Forgets the proxy, and who watches it, if it still is `remote`.
     void EndConnection(const sptr<IRemoteObject>& remote);
 
     std::mutex connectMutex_;            // a query waits under it; whoever brings a proxy passes through it

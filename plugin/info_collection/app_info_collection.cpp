@@ -78,8 +78,9 @@ sptr<IBundleMgr> AppInfoCollection::GetBundleMgrProxy() {
 
 bool AppInfoCollection::LoadLocalAbilities() {
     CFWK_LOGI(LOG, "start load local abilities");
-    const sptr<IBundleMgr> proxy = GetBundleMgrProxyForScan();
+    const sptr<IBundleMgr> proxy = GetBundleMgrProxy();
     if (!proxy) {
+        CFWK_LOGE(LOG, "failed to get bms proxy");
         return false;
     }
     std::unique_lock lock(scanMutex_);
@@ -103,8 +104,9 @@ bool AppInfoCollection::LoadLocalAbilities() {
 
 bool AppInfoCollection::LoadExtensionAbilities() {
     CFWK_LOGI(LOG, "start load extensionAbilities");
-    const sptr<IBundleMgr> proxy = GetBundleMgrProxyForScan();
+    const sptr<IBundleMgr> proxy = GetBundleMgrProxy();
     if (!proxy) {
+        CFWK_LOGE(LOG, "failed to get bms proxy");
         return false;
     }
     std::unique_lock lock(scanMutex_);
@@ -127,39 +129,32 @@ bool AppInfoCollection::LoadExtensionAbilities() {
     return true;
 }
 
-sptr<IBundleMgr> AppInfoCollection::GetBundleMgrProxyForScan() {
-    sptr<IBundleMgr> proxy = GetBundleMgrProxy();
-    if (!proxy) {
-        CFWK_LOGE(LOG, "failed to get bms proxy");
-    }
-    return proxy;
-}
-
 void AppInfoCollection::GetProfileInfo(
     const AbilityInfo& info, const std::string& action, std::vector<std::string>& profiles) {
-    ReadProfiles(info, action, profiles);
+    ReadProfiles(info, action, profiles, __FUNCTION__);
 }
 
 void AppInfoCollection::GetExtensionProfileInfo(
     const ExtensionAbilityInfo& info, const std::string& action, std::vector<std::string>& profiles) {
-    ReadProfiles(info, action, profiles);
+    ReadProfiles(info, action, profiles, __FUNCTION__);
 }
 
 template <typename Info>
-void AppInfoCollection::ReadProfiles(const Info& info, const std::string& action, std::vector<std::string>& profiles) {
-    CFWK_LOGI(LOG, "ability: %{public}s,bundleName: %{public}s, metadatasize: %{public}lu", info.name, info.bundleName,
-        info.metadata.size());
+void AppInfoCollection::ReadProfiles(
+    const Info& info, const std::string& action, std::vector<std::string>& profiles, const char* operation) {
+    CFWK_LOG_AS(INFO, LOG, operation, "ability: %{public}s,bundleName: %{public}s, metadatasize: %{public}lu",
+        info.name, info.bundleName, info.metadata.size());
     for (const Metadata& metadata : info.metadata) {
-        CFWK_LOGI(LOG, "ability metadata %{public}s", metadata.name);
+        CFWK_LOG_AS(INFO, LOG, operation, "ability metadata %{public}s", metadata.name);
         if (metadata.name != CONFIG_FILE_METADATA) {
             continue;
         }
         appInfoMetas_.insert({action, metadata.name, metadata.value, metadata.resource});
         if (!bundleMgrClient_.GetResConfigFile(info, metadata.name, profiles)) {
-            CFWK_LOGE(LOG, "getProfile fail");
+            CFWK_LOG_AS(ERROR, LOG, operation, "getProfile fail");
             continue;
         }
-        CFWK_LOGI(LOG, "getProfile success");
+        CFWK_LOG_AS(INFO, LOG, operation, "getProfile success");
         ParseProfiles(profiles, info.bundleName);
     }
 }

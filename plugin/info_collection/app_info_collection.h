@@ -78,10 +78,10 @@ private:
     AppInfoCollection() = default;
     ~AppInfoCollection() = default;
 
+    // Logs under the name of the `operation` that it does.
     template <typename Info>
-    void ReadProfiles(const Info& info, const std::string& action, std::vector<std::string>& profiles);
-    sptr<IBundleMgr> GetBundleMgrProxyForScan();
-    void AddStaticInfo(const Json::Value& staticInfoObj);
+    void ReadProfiles(
+        const Info& info, const std::string& action, std::vector<std::string>& profiles, const char* operation);
 
     std::mutex initMutex_;  // one collection at a time
     std::shared_mutex scanMutex_;

@@ -57,7 +57,16 @@ Json::Value AppInfoCollection::ParseStrToJson(const std::string& profileText, co
         CFWK_LOGE(LOG, "staticInfoObj format not correct");
         return {};
     }
-    AddStaticInfo(staticInfoObj);
+    for (const std::string& key : staticInfoObj.getMemberNames()) {
+        if (staticInfoObj[key].isString()) {
+            const std::string value = staticInfoObj[key].asString();
+            {
+                std::lock_guard lock(staticMapMutex_);
+                staticInfoMap_.emplace(key, value);
+            }
+            CFWK_LOGI(LOG, "staticInfoObj key:%{public}s val:%{public}s", key, value);
+        }
+    }
     const Json::Value& dynamicInfoObjArray = profile[DYNAMIC_INFO];
     if (!dynamicInfoObjArray.isArray()) {
         CFWK_LOGE(LOG, "dynamicInfoObjArray format not correct");
@@ -72,20 +81,6 @@ Json::Value AppInfoCollection::ParseStrToJson(const std::string& profileText, co
         }
     }
     return parsed;
-}
-
-void AppInfoCollection::AddStaticInfo(const Json::Value& staticInfoObj) {
-    for (const std::string& key : staticInfoObj.getMemberNames()) {
-        if (!staticInfoObj[key].isString()) {
-            continue;
-        }
-        const std::string value = staticInfoObj[key].asString();
-        {
-            std::lock_guard lock(staticMapMutex_);
-            staticInfoMap_.emplace(key, value);
-        }
-        CFWK_LOGI(LOG, "staticInfoObj key:%{public}s val:%{public}s", key, value);
-    }
 }
 
 void AppInfoCollection::ParseDynamicInfoConfig(const Json::Value& dynamicInfoObj, const std::string& bundleName) {

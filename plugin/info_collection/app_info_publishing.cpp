@@ -21,7 +21,10 @@ void AppInfoCollection::GetInfoAndPutToDpOnStart() {
         CFWK_LOGI(LOG, "profileObj null, skip write into DP");
         return;
     }
-    DeviceProfileManager::GetInstance().PutInfoCollectionWithJson(profileObj);
+    const int32_t code = DeviceProfileManager::GetInstance().PutInfoCollectionWithJson(profileObj);
+    if (code != 0) {
+        CFWK_LOGE(LOG, "PutInfoCollectionWithJson failed ret:%{public}d", code);
+    }
     CFWK_LOGI(LOG, "profileObj write into DP and push to remote devices");
 }
 

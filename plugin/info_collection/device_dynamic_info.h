@@ -10,13 +10,13 @@
 
 namespace ZYNE::CollaborationFwk {
 
-// Immutable but for assignment. Copies are records of their own and log nothing when they are made; construction and
-// destruction leave the key and value in the log.
+// Immutable. Copies are records of their own and log nothing when they are made; construction and destruction leave the
+// key and value in the log.
 class CFWK_EXPORT DeviceDynamicInfo : public Parcelable {
 public:
     DeviceDynamicInfo(std::string key, std::string value);
     DeviceDynamicInfo(const DeviceDynamicInfo&) = default;
-    DeviceDynamicInfo& operator=(const DeviceDynamicInfo&) = default;
+    DeviceDynamicInfo& operator=(const DeviceDynamicInfo&) = delete;
     ~DeviceDynamicInfo() override;
 
     std::string GetKey() const;

@@ -28,7 +28,7 @@ int32_t InfoCollectionCommand::Execute(int collaborationSessionId) {
     }
     collaborationSessionId_ = collaborationSessionId;
     const bool isAdded = AsynThreadPool::GetInstance()->AddAsynTask(
-        [weak = weak_from_this()] { AnswerIfAlive(weak); }, INFO_COLLECTION_TASK);
+        [weak = weak_from_this()] { GetInfoAndResponse(weak); }, INFO_COLLECTION_TASK);
     CFWK_LOGI(LOG, "add async result = %{public}d", isAdded);
     if (!isAdded) {
         CFWK_LOGE(LOG, "AddAsynTask failed, collaborationSessionId: %{public}d", collaborationSessionId);
@@ -46,7 +46,7 @@ bool InfoCollectionCommand::AuthenticationCheck(std::string /*peer*/) {
     return true;
 }
 
-void InfoCollectionCommand::AnswerIfAlive(const std::weak_ptr<InfoCollectionCommand>& command) {
+void InfoCollectionCommand::GetInfoAndResponse(const std::weak_ptr<InfoCollectionCommand>& command) {
     const std::shared_ptr<InfoCollectionCommand> alive = command.lock();
     if (alive == nullptr) {
         CFWK_LOGE(LOG, "info is nullptr");

@@ -34,7 +34,8 @@ protected:
     virtual int32_t ResponseInfoCollecRes();
 
 private:
-    static void AnswerIfAlive(const std::weak_ptr<InfoCollectionCommand>& command);
+    // The pool's task: holds the command over the run, unless the host has dropped it before.
+    static void GetInfoAndResponse(const std::weak_ptr<InfoCollectionCommand>& command);
     void GetInfoAndResponse();
 
     std::vector<std::string> infoNames_;

@@ -1,7 +1,6 @@
 #include "plugin/info_collection/info_collection_manager.h"
 
 #include <chrono>
-#include <mutex>
 #include <utility>
 
 #include "platform/host/asyn_thread_pool.h"
@@ -22,30 +21,6 @@ constexpr int HEXADECIMAL = 16;
 
 [[maybe_unused]] InfoCollectionManager* const g_builtAtLoad = InfoCollectionManager::GetInstance();
 
-std::string ServiceKey(const DynamicInfoMapByPak& record) {
-    return record.bundleName + "&" + record.serviceExtensionAbilityName;
-}
-
-std::map<std::string, DynamicInfoMapByPak> GetAppMap() {
-    CFWK_LOGI(LOG, "GetLocalDeviceDynamicInfo check dynamicMapByPak");
-    auto map = AppInfoCollection::GetInstance()->GetDynamicMap();
-    for (const auto& [key, record] : map) {
-        CFWK_LOGI(LOG, "dynamic key:%{public}s,info:%{public}s,bundle:%{public}s,%{public}s,Code:%{public}s,%{public}s",
-            key, record.infoName, record.bundleName, record.serviceExtensionAbilityName, record.commandCode,
-            record.variable);
-    }
-    return map;
-}
-
-std::map<std::string, DynamicInfoMapBySa> GetSystemAbilityMap() {
-    CFWK_LOGI(LOG, "GetLocalDeviceDynamicInfo check dynamicMapBySa");
-    auto map = RequestSAManager::GetInstance()->GetDynamicMap();
-    for (const auto& [key, record] : map) {
-        CFWK_LOGI(LOG, "dynamic key:%{public}s,saId:%{public}d,Code:%{public}d", key, record.saId, record.cmdCodeId);
-    }
-    return map;
-}
-
 }  // namespace
 
 InfoCollectionManager* InfoCollectionManager::GetInstance() {
@@ -55,8 +30,18 @@ InfoCollectionManager* InfoCollectionManager::GetInstance() {
 
 void InfoCollectionManager::GetLocalDeviceDynamicInfo(
     std::vector<std::string>& names, std::unordered_map<std::string, std::string>& result) {
-    auto appMap = GetAppMap();
-    const auto systemAbilityMap = GetSystemAbilityMap();
+    CFWK_LOGI(LOG, "GetLocalDeviceDynamicInfo check dynamicMapByPak");
+    auto appMap = AppInfoCollection::GetInstance()->GetDynamicMap();
+    for (const auto& [key, record] : appMap) {
+        CFWK_LOGI(LOG, "dynamic key:%{public}s,info:%{public}s,bundle:%{public}s,%{public}s,Code:%{public}s,%{public}s",
+            key, record.infoName, record.bundleName, record.serviceExtensionAbilityName, record.commandCode,
+            record.variable);
+    }
+    CFWK_LOGI(LOG, "GetLocalDeviceDynamicInfo check dynamicMapBySa");
+    const auto systemAbilityMap = RequestSAManager::GetInstance()->GetDynamicMap();
+    for (const auto& [key, record] : systemAbilityMap) {
+        CFWK_LOGI(LOG, "dynamic key:%{public}s,saId:%{public}d,Code:%{public}d", key, record.saId, record.cmdCodeId);
+    }
     for (const std::string& name : names) {
         const auto found = appMap.find(name);
         if (found == appMap.end()) {
@@ -84,8 +69,25 @@ std::string InfoCollectionManager::CheckAndGetDynamicInfoBySa(
 
 void InfoCollectionManager::GetLocalSingleDynamicInfoByPak(
     const std::string& name, DynamicInfoMapByPak& record, std::string& value) {
-    const std::string key = ServiceKey(record);
-    UseConnection(record.bundleName, record.serviceExtensionAbilityName, key);
+    const std::string& bundleName = record.bundleName;
+    const std::string& serviceName = record.serviceExtensionAbilityName;
+    const std::string key = bundleName + "&" + serviceName;
+    {
+        std::unique_lock lock(connectionMutex_);
+        const auto found = abilityConnectionImps_.find(key);
+        if (found == abilityConnectionImps_.end()) {
+            if (!AddConnection(bundleName, serviceName, key)) {
+                CFWK_LOGE(LOG, "create AbilityConnectionImp failed");
+                return;
+            }
+            CFWK_LOGI(LOG, "abilityConnectionImps_ find no imp, rebuid");
+        } else if (found->second->IsProxyNull()) {
+            CFWK_LOGI(LOG, "abilityConnectionImps_ find imp but no connection, reconnect");
+            found->second->ConnectAbility(bundleName, serviceName);
+        } else {
+            PostponeClose(key);
+        }
+    }
     const auto [isNumber, code] = StringUtils::GetResult(record.commandCode, HEXADECIMAL);
     if (!isNumber) {
         return;
@@ -98,22 +100,16 @@ void InfoCollectionManager::GetLocalSingleDynamicInfoByPak(
     }
 }
 
-void InfoCollectionManager::UseConnection(
+bool InfoCollectionManager::AddConnection(
     const std::string& bundleName, const std::string& serviceName, const std::string& key) {
-    std::unique_lock lock(connectionMutex_);
-    const auto found = abilityConnectionImps_.find(key);
-    if (found == abilityConnectionImps_.end()) {
-        auto connection = MakeSptr<AbilityConnectionImp>();
-        abilityConnectionImps_[key] = connection;
-        connection->ConnectAbility(bundleName, serviceName);
-        AddDisconnectServiceTask(bundleName, serviceName, key);
-        CFWK_LOGI(LOG, "abilityConnectionImps_ find no imp, rebuid");
-    } else if (found->second->IsProxyNull()) {
-        CFWK_LOGI(LOG, "abilityConnectionImps_ find imp but no connection, reconnect");
-        found->second->ConnectAbility(bundleName, serviceName);
-    } else {
-        PostponeClose(key);
+    const auto connection = MakeSptr<AbilityConnectionImp>();
+    if (!connection) {
+        return false;
     }
+    abilityConnectionImps_[key] = connection;
+    connection->ConnectAbility(bundleName, serviceName);
+    AddDisconnectServiceTask(bundleName, serviceName, key);
+    return true;
 }
 
 void InfoCollectionManager::PostponeClose(const std::string& key) {
@@ -137,9 +133,22 @@ void InfoCollectionManager::DisconnectService(
     CFWK_LOGI(LOG, "DisconnectService, start");
     TimeSource::GetInstance().SleepFor(FIRST_SLEEP);
     CFWK_LOGI(LOG, "DisconnectService, bundleName:%{public}s, serviceName:%{public}s", bundleName, serviceName);
-    do {
-        WaitUntilIdle(key);
-    } while (!CloseIfIdle(bundleName, serviceName, key));
+    const std::unique_lock lock = LockWhenIdle(key);
+    const auto found = abilityConnectionImps_.find(key);
+    if (found == abilityConnectionImps_.end()) {
+        CFWK_LOGE(LOG, "cannot find serviceKey");
+    } else {
+        const bool isConnected = found->second->IsServiceConnected();
+        CFWK_LOGI(LOG, "DisconnectService check if connected: %{public}d", isConnected);
+        if (isConnected) {
+            found->second->DisconnectAbility(bundleName, serviceName);
+        } else {
+            CFWK_LOGE(LOG, "DisconnectService find no connection for %{public}s & %{public}s", bundleName, serviceName);
+        }
+        abilityConnectionImps_.erase(found);
+    }
+    std::unique_lock timesLock(disconnectMutex_);
+    disconnectTimes_.erase(key);
 }
 
 TimeSource::TimePoint InfoCollectionManager::GetCloseTime(const std::string& key) {
@@ -157,28 +166,15 @@ void InfoCollectionManager::WaitUntilIdle(const std::string& key) {
     }
 }
 
-bool InfoCollectionManager::CloseIfIdle(
-    const std::string& bundleName, const std::string& serviceName, const std::string& key) {
-    std::unique_lock lock(connectionMutex_);
-    if (TimeSource::GetInstance().Now() < GetCloseTime(key)) {
-        return false;  // used since the wait ended
-    }
-    const auto found = abilityConnectionImps_.find(key);
-    if (found == abilityConnectionImps_.end()) {
-        CFWK_LOGE(LOG, "cannot find serviceKey");
-    } else {
-        const bool isConnected = found->second->IsServiceConnected();
-        CFWK_LOGI(LOG, "DisconnectService check if connected: %{public}d", isConnected);
-        if (isConnected) {
-            found->second->DisconnectAbility(bundleName, serviceName);
-        } else {
-            CFWK_LOGE(LOG, "DisconnectService find no connection for %{public}s & %{public}s", bundleName, serviceName);
+std::unique_lock<std::shared_mutex> InfoCollectionManager::LockWhenIdle(const std::string& key) {
+    while (true) {
+        WaitUntilIdle(key);
+        std::unique_lock lock(connectionMutex_);
+        // A use may have come in between.
+        if (TimeSource::GetInstance().Now() >= GetCloseTime(key)) {
+            return lock;
         }
-        abilityConnectionImps_.erase(found);
     }
-    std::unique_lock timesLock(disconnectMutex_);
-    disconnectTimes_.erase(key);
-    return true;
 }
 
 }  // namespace ZYNE::CollaborationFwk

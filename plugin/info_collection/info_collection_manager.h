@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <mutex>
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
@@ -49,14 +50,14 @@ private:
     InfoCollectionManager() = default;
     ~InfoCollectionManager() = default;
 
-    // Connects, reconnects, or postpones the close.
-    void UseConnection(const std::string& bundleName, const std::string& serviceName, const std::string& key);
+    // Makes and keeps a connection; false when memory is out. With connectionMutex_ held.
+    bool AddConnection(const std::string& bundleName, const std::string& serviceName, const std::string& key);
     void PostponeClose(const std::string& key);
     // When the connection `key` may be closed; the past when it is not known.
     TimeSource::TimePoint GetCloseTime(const std::string& key);
     void WaitUntilIdle(const std::string& key);
-    // False when a use came in between.
-    bool CloseIfIdle(const std::string& bundleName, const std::string& serviceName, const std::string& key);
+    // Blocks until the connection may be closed; connectionMutex_ is held then, so that no use comes in between.
+    std::unique_lock<std::shared_mutex> LockWhenIdle(const std::string& key);
 
     std::shared_mutex connectionMutex_;
     std::shared_mutex disconnectMutex_;

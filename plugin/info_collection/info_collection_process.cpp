@@ -34,26 +34,6 @@ bool IsConvertibleToString(const Json::Value& value) {
     return value.isConvertibleTo(Json::stringValue);
 }
 
-// Anything but an array or object counts as a list without entries.
-bool IsOverLimit(const Json::Value& keyList) {
-    if (keyList.size() <= MAX_KEY_COUNT) {
-        return false;
-    }
-    CFWK_LOGE(LOG, "external input over limit");
-    return true;
-}
-
-std::vector<std::string> CollectNames(const Json::Value& keyList) {
-    std::vector<std::string> names;
-    for (const Json::Value& entry : keyList) {
-        if (entry.isString()) {
-            names.push_back(entry.asString());
-            CFWK_LOGI(LOG, "infoCollectionCommand %{public}s", names.back());
-        }
-    }
-    return names;
-}
-
 // False when `text` is no object of plain values.
 bool ParseResponse(const char* text, Json::Value& response) {
     return JsonUtils::StringToJsonInternal(text, &response) && response.isObject() &&
@@ -139,10 +119,18 @@ std::vector<std::shared_ptr<Command>> InfoCollectionProcess::CreateCommand(const
     std::vector<std::shared_ptr<Command>> commands;
     if (root[COMMAND_TYPE].asInt() == INFO_COLLECTION_REQUEST) {
         const Json::Value keyList = root[KEY_LIST];
-        if (IsOverLimit(keyList)) {  // on purpose once more, next to the loop that it bounds
+        if (keyList.size() > MAX_KEY_COUNT) {  // on purpose once more, next to the loop that it bounds
+            CFWK_LOGE(LOG, "external input over limit");
             return {};
         }
-        commands.push_back(std::make_shared<InfoCollectionCommand>(CollectNames(keyList)));
+        std::vector<std::string> names;
+        for (const Json::Value& entry : keyList) {
+            if (entry.isString()) {
+                names.push_back(entry.asString());
+                CFWK_LOGI(LOG, "infoCollectionCommand %{public}s", names.back());
+            }
+        }
+        commands.push_back(std::make_shared<InfoCollectionCommand>(names));
     }
     CFWK_LOGI(LOG, "complete infoCollectionCommand");
     return commands;
@@ -162,7 +150,8 @@ bool InfoCollectionProcess::IsValidCommandProp(Json::Value& root) {
         return false;
     }
     const Json::Value& keyList = root[KEY_LIST];
-    if (IsOverLimit(keyList)) {
+    if (keyList.size() > MAX_KEY_COUNT) {  // what is no array or object has no entries
+        CFWK_LOGE(LOG, "external input over limit");
         return false;
     }
     if (!std::all_of(keyList.begin(), keyList.end(), IsString)) {

@@ -21,6 +21,21 @@ constexpr int32_t PRIORITY = 1;
 
 [[maybe_unused]] const auto& g_builtAtLoad = InfoCollectionService::GetInstance();
 
+// Null when memory is out.
+std::shared_ptr<ServiceInfo> MakeRequest(
+    uint32_t id, const std::string& callerString, const std::vector<std::string>& keys) {
+    InfoCollectionProcess* process = InfoCollectionProcess::GetInstance();
+    if (process == nullptr) {
+        return nullptr;
+    }
+    auto request = std::make_shared<ServiceInfo>();
+    request->businessType = BUSINESS_TYPE;
+    request->priority = PRIORITY;
+    request->collaborationIdStr = process->UIntToElevenLengthString(id) + "-" + callerString;
+    request->commandProp = process->GenerateInfoCollectionReqCommand(keys);
+    return request;
+}
+
 }  // namespace
 
 InfoCollectionService& InfoCollectionService::GetInstance() {
@@ -41,7 +56,14 @@ int32_t InfoCollectionService::GetRemoteDeviceDynamicInfo(DeviceInfo& device, co
     const std::vector<std::string>& keys, std::vector<DeviceDynamicInfo>& result) {
     const uint32_t id = CollaborationFwkServiceUtils::ObtainIdleCollaborationId();
     AddCollaborationId(id);
-    const SessionManager::Session session = SendRequest(device, callerString, keys, id);
+    const std::shared_ptr<ServiceInfo> request = MakeRequest(id, callerString, keys);
+    if (request == nullptr) {
+        return ResultCodes::NOT_SENT;
+    }
+    CFWK_LOGI(LOG, "collaborationIdStr: %{public}s", PickerResult::StringToAnonymous(request->collaborationIdStr));
+    CFWK_LOGI(LOG, "commandPropStr: %{public}s", request->commandProp);
+    const SessionManager::Session session = SessionManager::GetInstance()->CollaborationToDeviceByCtrlSession(
+        device.GetDeviceNetworkId(), callerString, request, GloableVariables::SESSION_NAME);
     if (session.code != 0) {
         CFWK_LOGE(LOG,
             "CollaborationToDevice failed, errorCode: %{public}d,             collaborationSessionId: %{public}d",
@@ -71,23 +93,6 @@ void InfoCollectionService::AddCollaborationId(uint32_t id) {
     collaborationIds_.insert(id);
 }
 
-SessionManager::Session InfoCollectionService::SendRequest(
-    DeviceInfo& device, const std::string& callerString, const std::vector<std::string>& keys, uint32_t id) {
-    InfoCollectionProcess* process = InfoCollectionProcess::GetInstance();
-    if (process == nullptr) {
-        return {ResultCodes::NOT_SENT, 0};
-    }
-    auto service = std::make_shared<ServiceInfo>();
-    service->businessType = BUSINESS_TYPE;
-    service->priority = PRIORITY;
-    service->collaborationIdStr = process->UIntToElevenLengthString(id) + "-" + callerString;
-    service->commandProp = process->GenerateInfoCollectionReqCommand(keys);
-    CFWK_LOGI(LOG, "collaborationIdStr: %{public}s", PickerResult::StringToAnonymous(service->collaborationIdStr));
-    CFWK_LOGI(LOG, "commandPropStr: %{public}s", service->commandProp);
-    return SessionManager::GetInstance()->CollaborationToDeviceByCtrlSession(
-        device.GetDeviceNetworkId(), callerString, service, GloableVariables::SESSION_NAME);
-}
-
 bool InfoCollectionService::WaitForAnswer(uint32_t id) {
     TimeSource& time = TimeSource::GetInstance();
     std::unique_lock lock(mutex_);
@@ -102,8 +107,8 @@ bool InfoCollectionService::TakeAnswer(
     uint32_t id, const std::vector<std::string>& keys, std::vector<DeviceDynamicInfo>& result) {
     // One hold for both: a second answer must not come in between test and use.
     std::shared_lock lock(resultMutex_);
-    const Answer* answer = FindValidAnswer(id, keys);
-    if (answer == nullptr) {
+    const Answer* answer = FindAnswer(id);
+    if (!IsValidDynamicInfoResult(id, keys, answer)) {
         return false;
     }
     for (const auto& [name, value] : *answer) {
@@ -112,30 +117,33 @@ bool InfoCollectionService::TakeAnswer(
     return true;
 }
 
-bool InfoCollectionService::IsValidDynamicInfoResult(uint32_t id, const std::vector<std::string>& keys) {
-    std::shared_lock lock(resultMutex_);
-    return FindValidAnswer(id, keys) != nullptr;
+const InfoCollectionService::Answer* InfoCollectionService::FindAnswer(uint32_t id) const {
+    const auto found = dynamicInfoResults_.find(id);
+    return found != dynamicInfoResults_.end() ? found->second.get() : nullptr;
 }
 
-const InfoCollectionService::Answer* InfoCollectionService::FindValidAnswer(
-    uint32_t id, const std::vector<std::string>& keys) const {
-    const auto found = dynamicInfoResults_.find(id);
-    if (found == dynamicInfoResults_.end()) {
+bool InfoCollectionService::IsValidDynamicInfoResult(uint32_t id, const std::vector<std::string>& keys) {
+    std::shared_lock lock(resultMutex_);
+    return IsValidDynamicInfoResult(id, keys, FindAnswer(id));
+}
+
+bool InfoCollectionService::IsValidDynamicInfoResult(
+    uint32_t id, const std::vector<std::string>& keys, const Answer* answer) {
+    if (answer == nullptr) {
         CFWK_LOGE(LOG, "cannot find collaborationId:%{public}d in ResultList", id);
-        return nullptr;
+        return false;
     }
-    const Answer& answer = *found->second;
-    if (answer.size() != keys.size()) {
+    if (answer->size() != keys.size()) {
         CFWK_LOGE(LOG, "infoResultSize is not the same as keyListSize");
-        return nullptr;
+        return false;
     }
     for (const std::string& key : keys) {
-        if (!answer.contains(key)) {
+        if (!answer->contains(key)) {
             CFWK_LOGE(LOG, "cannot find the same key %{public}s in infoRes", key);
-            return nullptr;
+            return false;
         }
     }
-    return &answer;
+    return true;
 }
 
 void InfoCollectionService::EraseCollaborationId(uint32_t id) {

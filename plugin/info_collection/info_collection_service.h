@@ -25,8 +25,9 @@ class InfoCollectionService {
 public:
     CFWK_EXPORT static InfoCollectionService& GetInstance();
 
-    // Asks `device` for `keys` and blocks for at most five seconds. Appends one record per answered name to `result`,
-    // in no particular order. A peer answers each name once, so keys that repeat a name never get a valid answer.
+    // Asks `device` for `keys` and blocks until it answers, for at most five seconds after the request was sent. Appends
+    // one record per answered name to `result`, in no particular order. A peer answers each name once, so keys that
+    // repeat a name never get a valid answer.
     // 0; 2201 no answer in time; 2203 not sent; 2205 the names answered are not the names asked for.
     CFWK_EXPORT int32_t GetRemoteDeviceDynamicInfo(DeviceInfo& device, const std::string& callerString,
         const std::vector<std::string>& keys, std::vector<DeviceDynamicInfo>& result);
@@ -52,13 +53,13 @@ private:
     ~InfoCollectionService();
 
     void AddCollaborationId(uint32_t id);
-    SessionManager::Session SendRequest(
-        DeviceInfo& device, const std::string& callerString, const std::vector<std::string>& keys, uint32_t id);
     bool WaitForAnswer(uint32_t id);
     // Appends the answer's records when it is valid.
     bool TakeAnswer(uint32_t id, const std::vector<std::string>& keys, std::vector<DeviceDynamicInfo>& result);
-    // Null when there is none with exactly the names `keys`. With resultMutex_ held.
-    const Answer* FindValidAnswer(uint32_t id, const std::vector<std::string>& keys) const;
+    // `answer` is null when there is none. With resultMutex_ held.
+    static bool IsValidDynamicInfoResult(uint32_t id, const std::vector<std::string>& keys, const Answer* answer);
+    // Null when there is none. With resultMutex_ held.
+    const Answer* FindAnswer(uint32_t id) const;
     // False when the request was given up meanwhile.
     bool StoreAnswer(uint32_t id, const std::shared_ptr<Answer>& answer);
     // False when it has been taken or replaced already.

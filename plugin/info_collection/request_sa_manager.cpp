@@ -23,18 +23,6 @@ sptr<ISystemAbilityManager> GetSystemAbilityManager() {
     return SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
 }
 
-// The string form of the item's value in a reply; empty when it has none.
-std::string FindValue(const Json::Value& reply, const std::string& infoName) {
-    const Json::Value& item = reply[infoName];
-    if (!item.isObject()) {
-        return {};
-    }
-    const Json::Value& value = item[VALUE];
-    std::string result = value.isBool() || value.isString() ? value.asString() : std::string();
-    CFWK_LOGI(LOG, "RequestSaOnConfigInfo resultJson get value  %{public}s", result);
-    return result;
-}
-
 }  // namespace
 
 RequestSAManager* RequestSAManager::GetInstance() {
@@ -129,7 +117,14 @@ std::string RequestSAManager::RequestSingleSaOnConfigInfo(DynamicInfoMapBySa inf
         CFWK_LOGE(LOG, "RequestSingleSaOnConfigInfo StringToJson failed");
         return {};
     }
-    return FindValue(reply, info.infoName);
+    const Json::Value& item = reply[info.infoName];
+    if (!item.isObject()) {
+        return {};
+    }
+    const Json::Value& value = item[VALUE];
+    std::string result = value.isBool() || value.isString() ? value.asString() : std::string();
+    CFWK_LOGI(LOG, "RequestSaOnConfigInfo resultJson get value  %{public}s", result);
+    return result;
 }
 
 }  // namespace ZYNE::CollaborationFwk

@@ -37,7 +37,7 @@ public:
 
     // The "info_config" member of the file, null where there is none; nothing when the file cannot be read.
     std::unique_ptr<Json::Value> ReadJsonFile(std::string path);
-    // Fills the tables. False, and nothing is filled, when there are more than 1024 entries.
+    // Fills the tables; null is no entries. False, and nothing is filled, when there are more than 1024 of them.
     bool ParseInfoConfig(std::unique_ptr<Json::Value>& infoConfig);
     void ParseStaticInfo(const Json::Value& staticInfo);
     void ParseDynamicInfo(const Json::Value& dynamicInfo, std::vector<std::string>& names);
@@ -65,14 +65,16 @@ private:
     RequestSAManager() = default;
     ~RequestSAManager() = default;
 
-    void ParseEntry(const Json::Value& entry, int index);
+    // Takes in the service of an entry that has all members; false when its descriptor is not UTF-8.
+    bool AddProvider(const Json::Value& entry);
 
     const std::string configPath_ = "/system/etc/CollaborationFwk/requestSaPre.json";
     std::mutex parseMutex_;  // held while the tables are filled
     std::shared_mutex dynamicMapMutex_;
     std::shared_mutex infoConfigMutex_;
     std::shared_mutex reqTasksMutex_;
-    std::map<std::string, std::string> staticInfoMap_;          // guarded by parseMutex_
+    // Guarded by parseMutex_. Kept for whoever comes to offer static info: nothing reads it yet.
+    std::map<std::string, std::string> staticInfoMap_;
     std::map<std::string, DynamicInfoMapBySa> dynamicMapBySa_;  // guarded by dynamicMapMutex_
     std::list<SaReqTask> infoConfigs_;                          // guarded by infoConfigMutex_
     std::list<SaReqTask> reqTasks_;                             // guarded by reqTasksMutex_

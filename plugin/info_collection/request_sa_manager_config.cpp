@@ -50,10 +50,6 @@ bool HasMandatoryFields(const Json::Value& entry) {
     return entry[SA_ID].isUInt() && entry[SA_DESCRIPTOR].isString() && entry[CMD_CODE_ID].isUInt();
 }
 
-void LogMissingFields() {
-    CFWK_LOGE(LOG, "infoConfigObj not have momentous fields");
-}
-
 }  // namespace
 
 std::unique_ptr<Json::Value> RequestSAManager::ReadJsonFile(std::string path) {
@@ -80,50 +76,51 @@ std::unique_ptr<Json::Value> RequestSAManager::ReadJsonFile(std::string path) {
 
 bool RequestSAManager::ParseInfoConfig(std::unique_ptr<Json::Value>& infoConfig) {
     std::lock_guard lock(parseMutex_);
-    const size_t size = infoConfig->isArray() ? infoConfig->size() : 0;
+    const size_t size = infoConfig != nullptr && infoConfig->isArray() ? infoConfig->size() : 0;
     if (size > MAX_ELEMENTS) {
         CFWK_LOGE(LOG, "ParseInfoConfig array size too large");
         return false;
     }
     for (int i = 0; i < static_cast<int>(size); ++i) {
         const Json::Value entry = (*infoConfig)[i];
-        ParseEntry(entry, i);
+        if (!entry.isObject()) {
+            CFWK_LOGI(LOG, "infoConfigObj config wrong format");
+            continue;
+        }
+        if (!HasMandatoryFields(entry)) {
+            CFWK_LOGE(LOG, "infoConfigObj not have momentous fields");
+            continue;
+        }
+        ParseStaticInfo(entry[STATIC_INFO]);
+        if (!entry.isMember(DYNAMIC_INFO)) {
+            CFWK_LOGE(LOG, "infoConfigObj not have dynamic_info");
+            continue;
+        }
+        if (!AddProvider(entry)) {
+            CFWK_LOGE(LOG, "infoConfigObj not have momentous fields");
+            continue;
+        }
+        CFWK_LOGI(LOG, "ParseInfoConfig for infoConfigArray index:%{public}d", i);
     }
     CFWK_LOGI(LOG, "ParseInfoConfig array size %{public}zu done", size);
     return true;
 }
 
-void RequestSAManager::ParseEntry(const Json::Value& entry, int index) {
-    if (!entry.isObject()) {
-        CFWK_LOGI(LOG, "infoConfigObj config wrong format");
-        return;
-    }
-    if (!HasMandatoryFields(entry)) {
-        LogMissingFields();
-        return;
-    }
+bool RequestSAManager::AddProvider(const Json::Value& entry) {
     // Ids and codes above the signed range keep their bits: they are sent as unsigned again.
     const auto saId = static_cast<int32_t>(entry[SA_ID].asUInt());
     const auto cmdCode = static_cast<int32_t>(entry[CMD_CODE_ID].asUInt());
-    ParseStaticInfo(entry[STATIC_INFO]);
-    if (!entry.isMember(DYNAMIC_INFO)) {
-        CFWK_LOGE(LOG, "infoConfigObj not have dynamic_info");
-        return;
-    }
     const std::string descriptorText = entry[SA_DESCRIPTOR].asString();
     const std::u16string descriptor = ToU16String(descriptorText);
     if (descriptor.empty() && !descriptorText.empty()) {
-        LogMissingFields();
-        return;
+        return false;
     }
     std::vector<std::string> names;
     ParseDynamicInfo(entry[DYNAMIC_INFO], names);
     SetDynamicMapBySa(saId, cmdCode, descriptor, names);
-    {
-        std::unique_lock lock(infoConfigMutex_);
-        infoConfigs_.emplace_back(saId, cmdCode, descriptor, std::move(names));
-    }
-    CFWK_LOGI(LOG, "ParseInfoConfig for infoConfigArray index:%{public}d", index);
+    std::unique_lock lock(infoConfigMutex_);
+    infoConfigs_.emplace_back(saId, cmdCode, descriptor, std::move(names));
+    return true;
 }
 
 void RequestSAManager::ParseStaticInfo(const Json::Value& staticInfo) {

@@ -128,11 +128,10 @@ public:
             uris.append(uris.empty() ? "" : " ").append(uri.ToString());
         }
         const std::string data(static_cast<const char*>(changeInfo.data), changeInfo.size);
+        const size_t buckets = changeInfo.valueBuckets.size();
         owner_.Call("NotifyChangeExt",
-            std::to_string(static_cast<uint32_t>(changeInfo.changeType)) + ", " + uris + ", " + data);
-        if (owner_.onNotify) {
-            owner_.onNotify();
-        }
+            std::to_string(static_cast<uint32_t>(changeInfo.changeType)) + ", " + uris + ", " + data +
+                (buckets > 0 ? ", " + std::to_string(buckets) : ""));
     }
     bool Release() override { return owner_.Call("Release", uri_) == 0; }
 
@@ -140,6 +139,14 @@ private:
     FakeDataShare& owner_;
     const std::string uri_;
 };
+
+int32_t FakeDataShare::Call(const std::string& operation, const std::string& arguments) {
+    const int32_t code = FakeCalls::Call(operation, arguments);
+    if (const auto hook = duringNext.extract(operation)) {
+        hook.mapped()();
+    }
+    return code;
+}
 
 std::shared_ptr<DataShareHelper> FakeDataShare::Create(
     const sptr<IRemoteObject>& token, const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
@@ -156,9 +163,9 @@ std::shared_ptr<DataShareHelper> FakeDataShare::GetDataShareHelper(const std::st
 int32_t FakeDataShare::QueryStringValue(const std::string& uri, const std::string& key, std::string& value) {
     const int32_t code = Call("QueryStringValue", uri + ", " + key);
     for (Row& row : Table(uri)) {
-        if (code == 0 && row[KEY_COLUMN] == key) {
-            value = row[VALUE_COLUMN];
-            return 0;
+        if (row[KEY_COLUMN] == key) {
+            value = row[VALUE_COLUMN];  // also when the call fails
+            return code;
         }
     }
     return code != 0 ? code : 1;

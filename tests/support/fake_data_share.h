@@ -19,8 +19,8 @@ namespace ZYNE::Testing {
 // In the journal: "Creator(uri, second uri, seconds)", "GetDataShareHelper(uri, ability)", "QueryStringValue(uri, key)",
 // "RegisterObserverExt(uri, descendants)", "RegisterObserver(uri)", "UnregisterObserver(uri)",
 // "Insert(uri, column=value ...)", "Update(uri, column=value ..., column=value ...)", "Query(uri, column=value ...,
-// column ...)", "GetRowCount()", "GoToRow(row)", "GetString(column)", "Close()", "NotifyChangeExt(type, uri ..., data)",
-// "Release(uri)".
+// column ...)", "GetRowCount()", "GoToRow(row)", "GetString(column)", "Close()", "NotifyChangeExt(type, uri ..., data)"
+// with ", count" behind the data where there are value buckets, "Release(uri)".
 class FakeDataShare final : public FakeCalls {
 public:
     using Row = std::map<std::string, std::string>;  // by column
@@ -53,12 +53,14 @@ public:
     sptr<IRemoteObject> lastToken;  // of Creator
     std::vector<ExtObserver> extObservers;
     std::vector<AbilityObserver> abilityObservers;
-    // Runs inside NotifyChangeExt, before it returns.
-    std::function<void()> onNotify;
+    // By operation: runs inside its next call, as soon as it stands in the journal.
+    std::map<std::string, std::function<void()>> duringNext;
 
 private:
     class Helper;
     class ResultSet;
+
+    int32_t Call(const std::string& operation, const std::string& arguments);
 
     std::map<std::string, std::vector<Row>> tables_;
 };

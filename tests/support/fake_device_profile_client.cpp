@@ -25,6 +25,10 @@ int32_t FakeDeviceProfileClient::SubscribeDeviceProfile(const SubscribeInfo& sub
     const int32_t code = Call("SubscribeDeviceProfile", Describe(subscribeInfo));
     if (code == 0) {
         subscriptions.push_back(subscribeInfo);
+        const CharacteristicProfile* known = answersInline ? Find(subscribeInfo) : nullptr;
+        if (known != nullptr) {
+            subscribeInfo.GetListener()->OnCharacteristicProfileAdd(*known);
+        }
     }
     return code;
 }
@@ -39,6 +43,10 @@ int32_t FakeDeviceProfileClient::UnSubscribeDeviceProfile(const SubscribeInfo& s
         return code != 0 ? code : 1;
     }
     subscriptions.erase(found);
+    const CharacteristicProfile* known = answersInline ? Find(subscribeInfo) : nullptr;
+    if (known != nullptr) {
+        subscribeInfo.GetListener()->OnCharacteristicProfileDelete(*known);
+    }
     return 0;
 }
 
@@ -87,6 +95,12 @@ int32_t FakeDeviceProfileClient::Delete(const CharacteristicProfile& profile) {
     characteristics.erase(NameOf(profile));
     return Tell(profile, ProfileChangeType::CHARACTERISTIC_DELETE,
         [&](IProfileChangeListener& listener) { return listener.OnCharacteristicProfileDelete(profile); });
+}
+
+const CharacteristicProfile* FakeDeviceProfileClient::Find(const SubscribeInfo& info) const {
+    const SubscribeKey& key = info.GetSubscribeKey();
+    const auto found = characteristics.find({key.deviceId, key.serviceName, key.characteristicKey});
+    return found != characteristics.end() ? &found->second : nullptr;
 }
 
 int32_t FakeDeviceProfileClient::Tell(

@@ -40,10 +40,15 @@ public:
     std::vector<SubscribeInfo> subscriptions;  // in the order in which they were made
     // Runs inside PutCharacteristicProfile, before it returns.
     std::function<void(const CharacteristicProfile& profile)> onPut;
+    // A port that is not allowed, but shows which locks are held: a listener is told inside SubscribeDeviceProfile that
+    // what is known is added, and inside UnSubscribeDeviceProfile that it is deleted.
+    bool answersInline = false;
 
 private:
     using Report = std::function<int32_t(IProfileChangeListener& listener)>;
 
+    // The characteristic that the subscription asks for; null when it is not known.
+    const CharacteristicProfile* Find(const SubscribeInfo& info) const;
     // The last result of those who want such a change.
     int32_t Tell(const CharacteristicProfile& profile, ProfileChangeType type, const Report& report) const;
 };

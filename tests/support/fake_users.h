@@ -26,10 +26,11 @@ public:
         return code == 0 ? std::make_shared<ScreenLock>(*this) : nullptr;
     }
 
-    // A process of user `uid` publishes an event.
+    // A process of user `uid` publishes an event. Subscribers to that publisher are told of it also when they asked for
+    // events of other names.
     void Publish(const std::string& event, int32_t uid) {
         for (const auto& subscriber : subscribers) {
-            if (subscriber->GetSubscribeInfo().Accepts(event, uid)) {
+            if (subscriber->GetSubscribeInfo().GetPublisherUid() == uid) {
                 subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event)));
             }
         }
@@ -37,7 +38,8 @@ public:
 
     int32_t foreground = 101;
     int32_t foregroundCode = 0;
-    std::map<int32_t, OsAccountType> types;  // by user; those that are missing cannot be asked for
+    std::map<int32_t, OsAccountType> types;  // by user; those that are missing are normal
+    int32_t typeCode = 0;                    // of asking for a type, which is told nevertheless
     std::vector<std::shared_ptr<CommonEventSubscriber>> subscribers;
     bool refusesSubscribers = false;
 

@@ -34,6 +34,16 @@ std::vector<std::string> Journal::Texts(bool ofCalls, bool ofLines) const {
     return texts;
 }
 
+std::vector<std::string> Journal::LinesOf(const std::string& function) const {
+    std::vector<std::string> lines;
+    for (const Entry& entry : Entries()) {
+        if (entry.isLog && entry.function == function) {
+            lines.push_back(entry.text);
+        }
+    }
+    return lines;
+}
+
 size_t Journal::CountCallsOf(const std::string& operation) const {
     const std::vector<std::string> calls = Calls();
     return static_cast<size_t>(std::count_if(

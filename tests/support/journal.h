@@ -27,6 +27,8 @@ public:
     // Calls and lines together.
     std::vector<std::string> All() const { return Texts(true, true); }
     std::vector<Entry> Entries() const;
+    // The lines that `function` logged.
+    std::vector<std::string> LinesOf(const std::string& function) const;
     // How often `text` stands in it.
     size_t Count(const std::string& text) const;
     bool Has(const std::string& text) const { return Count(text) > 0; }

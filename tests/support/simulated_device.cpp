@@ -119,11 +119,8 @@ int32_t OsAccountManager::GetForegroundOsAccountLocalId(int32_t& localId) {
 int32_t OsAccountManager::GetOsAccountType(int32_t localId, OsAccountType& type) {
     const Testing::FakeUsers& users = SimulatedDevice::Current().users;
     const auto found = users.types.find(localId);
-    if (found == users.types.end()) {
-        return 1;
-    }
-    type = found->second;
-    return 0;
+    type = found != users.types.end() ? found->second : OsAccountType::NORMAL;
+    return users.typeCode;
 }
 
 namespace CollaborationFwk {

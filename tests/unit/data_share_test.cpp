@@ -32,6 +32,8 @@ TEST_F(DataShare, MakesOneHelperForAUri) {
             "I Datashare: create new helper success for uri:" + MASKED,
             "I Datashare: helper exists for uri:" + MASKED));
     EXPECT_EQ(device.dataShare.lastToken, device.systemAbilities.running[70635]);
+    EXPECT_FALSE(dataShare.CreateDataShareHelper(URI + "/below", 4711));
+    EXPECT_TRUE(device.journal.Has("GetSystemAbility(4711)"));
 }
 
 TEST_F(DataShare, HasNoHelperWhereNoneCanBeMadeAndTriesAgain) {
@@ -127,6 +129,9 @@ TEST_F(DataShare, PublishesAnyJsonAndNothingElse) {
         Announce(data);
         EXPECT_EQ(device.journal.Lines().back(), line);
     }
+    device.profiles.codes["PutServiceProfile"] = 7;
+    Announce("{}");
+    EXPECT_EQ(device.journal.Lines().back(), done);  // whatever became of it
     device.journal.Clear();
     device.dataShare.Announce(URI, nullptr, 9);
     EXPECT_EQ(device.journal.All().back(), "I Datashare: changeType:2d, num of uris:1, data is nullptr:1, size:9d");
@@ -140,8 +145,7 @@ TEST_F(DataShare, HoldsNoLockWhileItNotifiesOrPublishes) {
         dataShare.CreateDataShareHelper(URI + "/another", 70635);
         dataShare.InsertDPChangedInfo(URI, "key", "value");
     };
-    device.dataShare.onNotify = [this] {
-        device.dataShare.onNotify = nullptr;
+    device.dataShare.duringNext["NotifyChangeExt"] = [this] {
         Announce("{}");
     };
     dataShare.NotifyDPChangedInfo(URI, "data");

@@ -1,9 +1,8 @@
-#include <atomic>
-#include <thread>
-
 #include "platform/host/global_variables.h"
 #include "plugin/device_profile/subscribe_dp_change_listener.h"
+#include "tests/support/library_renewer.h"
 #include "tests/support/profile_listener.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -19,6 +18,9 @@ protected:
         LogService::minLevel = LogLevel::DEBUG;
         manager.SubscribeOnlineDevice(MakeSptr<DeviceInfo>("peer-udid-0001", "network", "desk", DeviceType::PC));
         manager.RegisterProfileChangeListener([this](CharacteristicProfile profile, SyncProfileChangeType type) {
+            EXPECT_EQ(profile.GetDeviceId(), "peer-udid-0001");
+            EXPECT_EQ(profile.GetServiceName() + " " + profile.GetCharacteristicKey(), expectedName);
+            EXPECT_EQ(profile.GetUserId(), 100);
             device.journal.Call(
                 "function(" + profile.GetCharacteristicValue() + ", " + std::to_string(static_cast<int>(type)) + ")");
         });
@@ -29,14 +31,33 @@ protected:
     }
     ~DeviceProfileChange() override { LogService::minLevel = LogLevel::INFO; }
 
-    static CharacteristicProfile Switch(const std::string& value) {
-        return Testing::ProfileOf("peer-udid-0001", SWITCH_SERVICE, "SwitchStatus", value);
+    CharacteristicProfile Switch(const std::string& value) { return Make(SWITCH_SERVICE, "SwitchStatus", value); }
+    CharacteristicProfile Info(const std::string& value) {
+        return Make("infoCollection", "infoCollectionCharacterKey", value);
     }
-    static CharacteristicProfile Info(const std::string& value) {
-        return Testing::ProfileOf("peer-udid-0001", "infoCollection", "infoCollectionCharacterKey", value);
+    // What the registered function expects to be told of next.
+    CharacteristicProfile Make(const std::string& service, const std::string& key, const std::string& value) {
+        expectedName = service + " " + key;
+        CharacteristicProfile profile = Testing::ProfileOf("peer-udid-0001", service, key, value);
+        profile.SetUserId(100);
+        return profile;
     }
 
     DeviceProfileManager& manager = DeviceProfileManager::GetInstance();
+    std::string expectedName;
+};
+
+// Does something whenever it is copied: whoever copies it under a lock can be watched there.
+struct WatchedFunction {
+    explicit WatchedFunction(std::shared_ptr<std::function<void()>> action) : onCopy(std::move(action)) {}
+    WatchedFunction(const WatchedFunction& other) : onCopy(other.onCopy) {
+        if (const auto once = std::exchange(*onCopy, nullptr)) {
+            once();
+        }
+    }
+    DeviceProfileManager::CollectedPairs operator()(const auto&...) const { return {}; }
+
+    std::shared_ptr<std::function<void()>> onCopy;
 };
 
 TEST_F(DeviceProfileChange, OfTheSwitchReachesTheFunctionsAndIsNotHandledFurther) {
@@ -51,16 +72,23 @@ TEST_F(DeviceProfileChange, OfTheSwitchReachesTheFunctionsAndIsNotHandledFurther
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Detect: CharacteristicProfile add, key: SwitchStatus", "function(0, 0)", super, "super(3)",
             check, found, status, types, told, check, ends));
+    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileAdd"),
+        ElementsAre("I Detect: CharacteristicProfile add, key: SwitchStatus", status, ends));
     device.journal.Clear();
     EXPECT_EQ(device.profiles.Publish(Switch("1")), 1001);
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Detect: CharacteristicProfile update, key: SwitchStatus", "function(1, 1)", super, "super(3)",
             check, found, status, types, told, check, ends));
+    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileUpdate"),
+        ElementsAre("I Detect: CharacteristicProfile update, key: SwitchStatus", status, ends));
     device.journal.Clear();
     EXPECT_EQ(device.profiles.Delete(Switch("1")), 1001);
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Detect: CharacteristicProfile delete, key: SwitchStatus", "function(1, 2)", super, "super(3)",
             "I Collection: OnCharacteristicProfileDelete start.", check, found, status, types, told, check, ends));
+    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileDelete"),
+        ElementsAre("I Detect: CharacteristicProfile delete, key: SwitchStatus",
+            "I Collection: OnCharacteristicProfileDelete start.", status, ends));
 }
 
 TEST_F(DeviceProfileChange, OfInfoIsWrittenForTheAppsWhichAreThenTold) {
@@ -70,10 +98,10 @@ TEST_F(DeviceProfileChange, OfInfoIsWrittenForTheAppsWhichAreThenTold) {
         ElementsAre("function({\"a\":1}, 0)", "super(3)", "GetSystemAbility(70635)", "Creator(" + URI + ", , 2)",
             "Insert(" + URI + ", peer-udid-0001={\"a\":1})",
             "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:{\"a\":1}})", announce));
-    EXPECT_THAT(device.journal.Lines(),
-        IsSupersetOf<std::string>({"I Collection: OnCharacteristicProfileAdd start datashare",
-            "I Collection: OnCharacteristicProfileAdd load datashare success"}));
-    EXPECT_FALSE(device.journal.Has("I Collection: deviceStatus change"));
+    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileAdd"),
+        ElementsAre("I Detect: CharacteristicProfile add, key: infoCollectionCharacterKey",
+            "I Collection: OnCharacteristicProfileAdd start datashare",
+            "I Collection: OnCharacteristicProfileAdd load datashare success"));
 
     device.journal.Clear();
     device.dataShare.codes["Insert"] = -3;
@@ -81,8 +109,10 @@ TEST_F(DeviceProfileChange, OfInfoIsWrittenForTheAppsWhichAreThenTold) {
     EXPECT_THAT(device.journal.Calls(),
         ElementsAre("function(new, 1)", "super(3)", "Insert(" + URI + ", peer-udid-0001=new)",
             "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:new})", announce));
-    EXPECT_TRUE(device.journal.Has("I Collection: OnCharacteristicProfileUpdate start datashare"));
-    EXPECT_EQ(device.journal.Lines().back(), "I Collection: OnCharacteristicProfileUpdate load datashare success");
+    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileUpdate"),
+        ElementsAre("I Detect: CharacteristicProfile update, key: infoCollectionCharacterKey",
+            "I Collection: OnCharacteristicProfileUpdate start datashare",
+            "I Collection: OnCharacteristicProfileUpdate load datashare success"));
 
     device.journal.Clear();
     EXPECT_EQ(device.profiles.Delete(Info("new")), 0);
@@ -112,22 +142,46 @@ TEST_F(DeviceProfileChange, MayReplaceTheFunctionThatItReaches) {
     EXPECT_EQ(kept.use_count(), 1);
 }
 
-TEST_F(DeviceProfileChange, MayMeetTheExchangeOfItsFunctionOnAnotherThread) {
-    LogService::minLevel = LogLevel{7};  // none: the journal's lock would put everything in order
-    std::atomic<int> told{0};
-    std::atomic<bool> isChanging{true};
-    std::thread registrar([&] {
-        while (isChanging) {
-            manager.RegisterProfileChangeListener([&told, kept = std::string(100, 'x')](CharacteristicProfile,
-                                                      SyncProfileChangeType) { told += kept.back() == 'x' ? 1 : 0; });
-            manager.RegisterSuperDeviceProfileChangeListenerMap("another", nullptr);
-        }
-    });
-    while (told < 1000) {
-        device.profiles.Publish(Switch("1"));
-    }
-    isChanging = false;
-    registrar.join();
+TEST_F(DeviceProfileChange, LetsWhatAReplacedFunctionCapturedDieOutsideTheLock) {
+    Testing::SecondThread second;
+    int died = 0;
+    const auto mortal = [&] {
+        return std::shared_ptr<int>(&died, [&](int* count) {
+            ++*count;
+            EXPECT_TRUE(second.Ends([this] { manager.RegisterSuperDeviceProfileChangeListenerMap("other", nullptr); }));
+        });
+    };
+    manager.RegisterProfileChangeListener([kept = mortal()](CharacteristicProfile, SyncProfileChangeType) {});
+    manager.RegisterProfileChangeListener(nullptr);
+    manager.RegisterSubscribeInfoListener([kept = mortal()] { return DeviceProfileManager::CollectedPairs(); });
+    manager.RegisterSubscribeInfoListener(nullptr);
+    manager.RegisterSuperDeviceProfileChangeListenerMap(
+        GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY, [kept = mortal()](int) {});
+    EXPECT_EQ(died, 3);
+}
+
+TEST_F(DeviceProfileChange, TakesAFunctionWhileNobodyExchangesIt) {
+    const auto onCopy = std::make_shared<std::function<void()>>();
+    const std::string name = GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY;
+    LibraryRenewer::RenewAll();
+    manager.RegisterProfileChangeListener(WatchedFunction(onCopy));
+    manager.RegisterSubscribeInfoListener(WatchedFunction(onCopy));
+    manager.RegisterSuperDeviceProfileChangeListenerMap(name, WatchedFunction(onCopy));
+    Testing::SecondThread second;
+    const auto exchangeWaits = [&](const std::function<void()>& exchange) {
+        *onCopy = [&second, exchange] {
+            EXPECT_TRUE(second.Waits(exchange));
+        };
+    };
+    const sptr<DeviceInfo> peer = MakeSptr<DeviceInfo>("peer-udid-0001", "network", "desk", DeviceType::PC);
+    exchangeWaits([this] { manager.RegisterSubscribeInfoListener(nullptr); });
+    manager.SubscribeOnlineDevice(peer);
+    exchangeWaits([this] { manager.RegisterProfileChangeListener(nullptr); });
+    device.profiles.Publish(Switch("1"));
+    second.Join();
+    exchangeWaits([this] { manager.RegisterSuperDeviceProfileChangeListenerMap("other", nullptr); });
+    device.profiles.Publish(Switch("1"));
+    EXPECT_EQ(*onCopy, nullptr);  // each was copied
 }
 
 class SuperDeviceListener : public Testing::LibraryTest {};

@@ -87,7 +87,9 @@ TEST_F(DeviceProfileExchange, WritesNothingWhenItIsNotToldWhere) {
     device.host.localDevice = nullptr;
     device.journal.Clear();
     EXPECT_EQ(manager.PutSyncData("key", "value", ""), -1);
-    EXPECT_THAT(device.journal.All(), ElementsAre("I Collection: start putSyncData, key: key, extraInfo: "));
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre(
+            "I Collection: start putSyncData, key: key, extraInfo: ", "E Collection: GetLocalDeviceInfo failed"));
 }
 
 }  // namespace

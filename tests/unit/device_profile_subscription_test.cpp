@@ -1,5 +1,9 @@
+#include <algorithm>
+
 #include "platform/device_manager/dm_device_state.h"
 #include "plugin/device_profile/device_profile_manager.h"
+#include "tests/support/profile_listener.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -25,6 +29,8 @@ protected:
         return "I Collection: SubscribeDeviceProfile ret: 0 for deviceIdp**1 SERVICE_ID:" + service;
     }
 
+    using CollectedPairs = DeviceProfileManager::CollectedPairs;
+
     DeviceProfileManager& manager = DeviceProfileManager::GetInstance();
     const std::string switchService = "SwitchStatus_Key_Mouse_Edge_Crossing";
     const std::string subscribeSwitch = Subscribe(switchService, "SwitchStatus");
@@ -38,6 +44,9 @@ TEST_F(DeviceProfileSubscription, IsMadeOnceForADeviceHoweverOftenItIsReported) 
     }
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
     const std::string online = ", try to subscribe remote device info";
+    EXPECT_THAT(device.journal.LinesOf("SubscribeOnlineDevice"),
+        ElementsAre(
+            "I Collection: deviceId:p**1 check", "I Collection: collectInfoList size is: 0", EXISTS, EXISTS, EXISTS));
     EXPECT_THAT(device.journal.All(),
         ElementsAre(START, "I Collection: new device online:0" + online, "I Collection: deviceId:p**1 check",
             "I Collection: AddDeviceProfileSubscribe enter", subscribeSwitch, Result(switchService), subscribeInfo,
@@ -46,22 +55,30 @@ TEST_F(DeviceProfileSubscription, IsMadeOnceForADeviceHoweverOftenItIsReported) 
 }
 
 TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsByCharacteristicKey) {
-    manager.RegisterSubscribeInfoListener([] {
-        using Pair = ServiceCollectPairInfo;
-        return std::vector<std::shared_ptr<Pair>>{
-            std::make_shared<Pair>("sound", "volume"), nullptr, std::make_shared<Pair>("radio", "volume")};
+    manager.RegisterSubscribeInfoListener([] { return CollectedPairs(); });
+    manager.RegisterSubscribeInfoListener([this] {  // the later stands
+        return CollectedPairs{std::make_shared<ServiceCollectPairInfo>("sound", "volume"), nullptr,
+            std::make_shared<ServiceCollectPairInfo>(switchService, "volume")};
     });
     Report(DEVICE_INFO_CHANGED, DeviceType::TV);
-    EXPECT_TRUE(device.journal.Has("I Collection: TV ProfileChangeListener enter"));
-    EXPECT_TRUE(device.journal.Has("I Collection: collectInfoList size is: 3"));
+    EXPECT_THAT(device.journal.LinesOf("AddDeviceProfileSubscribe"),
+        ElementsAre("I Collection: AddDeviceProfileSubscribe enter", "I Collection: TV ProfileChangeListener enter"));
+    EXPECT_THAT(device.journal.LinesOf("SubscribeOnlineDevice"),
+        ElementsAre("I Collection: deviceId:p**1 check", "I Collection: collectInfoList size is: 3",
+            "E Collection: collectInfo is nullptr"));
     EXPECT_THAT(device.journal.Calls(),
         ElementsAre(Subscribe("keyScreen", "keyScreenOn"), Subscribe("wifiDisplay", "status"),
             Subscribe("deviceStatus", "supportSinkService"), subscribeSwitch, subscribeInfo,
-            Subscribe("sound", "volume"), Subscribe("radio", "volume")));
+            Subscribe("sound", "volume"), Subscribe(switchService, "volume")));
     const std::vector<SubscribeInfo> made = device.profiles.subscriptions;
     EXPECT_EQ(made[0].GetListener(), made[4].GetListener());
     EXPECT_NE(made[0].GetListener(), made[5].GetListener());
     EXPECT_NE(made[5].GetListener(), made[6].GetListener());
+    for (const std::string key : {"SwitchStatus", "volume"}) {
+        device.journal.Clear();
+        device.profiles.Publish(Testing::ProfileOf("peer-udid-0001", switchService, key, "1"));
+        EXPECT_EQ(device.journal.Count("I Collection: local deviceType: 0, remote deviceType: 156"), 1U);
+    }
 
     device.journal.Clear();
     device.profiles.codes["UnSubscribeDeviceProfile" + Key("wifiDisplay", "status")] = 5;
@@ -70,21 +87,27 @@ TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsBy
         "I Collection: UnsubscribeOfflineDevice deviceId:p**1", "I Collection: businessMap size: 6"};
     for (const auto& [service, key] : std::vector<std::pair<std::string, std::string>>{{switchService, "SwitchStatus"},
              {"infoCollection", "infoCollectionCharacterKey"}, {"keyScreen", "keyScreenOn"}, {"wifiDisplay", "status"},
-             {"deviceStatus", "supportSinkService"}, {"radio", "volume"}}) {
+             {"deviceStatus", "supportSinkService"}, {switchService, "volume"}}) {
         expected.push_back("UnSubscribeDeviceProfile" + Key(service, key));
         expected.push_back(
             "I Collection: unsubscribe, characteristicKey: " + key + ", ret: " + (key == "status" ? "5" : "0"));
     }
     expected.push_back("I Collection: unsubscribe remove deviceId record");
     EXPECT_EQ(device.journal.All(), expected);
+
+    // Nothing of it is left to be ended twice.
+    device.profiles.codes["SubscribeDeviceProfile"] = 7;
+    device.journal.Clear();
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
+    EXPECT_EQ(device.journal.CountCallsOf("UnSubscribeDeviceProfile"), 0U);
 }
 
 TEST_F(DeviceProfileSubscription, ThatFailedLeavesADeviceWithNothingToEnd) {
     device.profiles.codes["SubscribeDeviceProfile"] = 7;
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
-    EXPECT_TRUE(
-        device.journal.Has("I Collection: SubscribeDeviceProfile ret: 7 for deviceIdp**1 SERVICE_ID:infoCollection"));
+    EXPECT_EQ(device.journal.LinesOf("SubscribeOnlineDeviceInternal").back(),
+        "I Collection: SubscribeDeviceProfile ret: 7 for deviceIdp**1 SERVICE_ID:infoCollection");
     EXPECT_EQ(manager.SubscribeOnlineDeviceInternal("peer-udid-0001", nullptr, "service", "key"), 7);
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
     EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
@@ -111,11 +134,76 @@ TEST_F(DeviceProfileSubscription, IsNotMadeForOtherAccountsOrInOtherStates) {
     }
 }
 
+TEST_F(DeviceProfileSubscription, ComesBeforeTheKeyMouseManagerHearsOfAPhonePcOrTablet) {
+    const std::vector<std::pair<int, std::string>> states{{DEVICE_STATE_ONLINE, "OnDeviceOnline"},
+        {DEVICE_INFO_CHANGED, "OnDeviceChanged"}, {DEVICE_STATE_OFFLINE, "OnDeviceOffline"},
+        {DEVICE_INFO_READY, "OnDeviceOnline"}, {DEVICE_STATE_OFFLINE, "OnDeviceOffline"},
+        {DEVICE_INFO_CHANGED, "OnDeviceChanged"}, {DEVICE_STATE_OFFLINE, "OnDeviceOffline"}};
+    const std::vector<std::string> operations{
+        "SubscribeOnlineDevice", "UnsubscribeOfflineDevice", "OnDeviceOnline", "OnDeviceOffline", "OnDeviceChanged"};
+    for (const uint32_t type : {0U, 11U, 12U, 14U, 17U, 156U, 2607U}) {
+        const bool isForwarded = type == 14 || type == 17 || type == 2607;
+        for (const auto& [state, told] : states) {
+            SCOPED_TRACE(std::to_string(type) + " " + std::to_string(state));
+            device.journal.Clear();
+            Report(state, type);
+            std::vector<std::string> heard;  // which operations have logged, one after another
+            for (const auto& entry : device.journal.Entries()) {
+                if (std::find(operations.begin(), operations.end(), entry.function) != operations.end() &&
+                    (heard.empty() || heard.back() != entry.function)) {
+                    heard.push_back(entry.function);
+                }
+            }
+            std::vector<std::string> expected{
+                state == DEVICE_STATE_OFFLINE ? "UnsubscribeOfflineDevice" : "SubscribeOnlineDevice"};
+            if (isForwarded || state == DEVICE_INFO_CHANGED) {
+                expected.push_back(told);
+            }
+            EXPECT_EQ(heard, expected);
+        }
+    }
+}
+
+// The fake answers inline: whoever is told inside an operation sees which locks it holds.
+TEST_F(DeviceProfileSubscription, IsMadeWithoutALockAndEndedUnderOne) {
+    device.profiles.answersInline = true;
+    for (const auto& [service, key] : std::vector<std::pair<std::string, std::string>>{
+             {switchService, "SwitchStatus"}, {"infoCollection", "infoCollectionCharacterKey"}}) {
+        device.profiles.Publish(Testing::ProfileOf("peer-udid-0001", service, key, "5"));
+    }
+    Testing::SecondThread second;
+    std::vector<SyncProfileChangeType> told;
+    const auto needBothLocks = [this] {
+        EXPECT_EQ(manager.UnsubscribeOfflineDevice(MakeSptr<DeviceInfo>("other", "other", "tv", 0)), 2207);
+        manager.RegisterSuperDeviceProfileChangeListenerMap("another", nullptr);
+    };
+    manager.RegisterSubscribeInfoListener([&] {
+        EXPECT_TRUE(second.Ends(needBothLocks));
+        return CollectedPairs();
+    });
+    manager.RegisterProfileChangeListener([&](const CharacteristicProfile&, SyncProfileChangeType type) {
+        told.push_back(type);
+        if (type == SyncProfileChangeType::ADD) {
+            EXPECT_TRUE(second.Ends(needBothLocks));
+        } else {
+            EXPECT_TRUE(second.Ends([this] { manager.RegisterProfileChangeListener(nullptr); }));
+            EXPECT_TRUE(second.Waits([this] { EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0); }));
+        }
+    });
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    manager.RegisterSubscribeInfoListener(nullptr);
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 0);
+    second.Join();
+    EXPECT_THAT(
+        told, ElementsAre(SyncProfileChangeType::ADD, SyncProfileChangeType::ADD, SyncProfileChangeType::DELETE));
+    EXPECT_EQ(device.profiles.subscriptions.size(), 2U);
+}
+
 TEST_F(DeviceProfileSubscription, GoesOnWhenTheDeviceLeavesMeanwhile) {
     manager.RegisterSubscribeInfoListener([this] {
         manager.RegisterSubscribeInfoListener(nullptr);
         EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 0);
-        return std::vector{std::make_shared<ServiceCollectPairInfo>("sound", "volume")};
+        return CollectedPairs{std::make_shared<ServiceCollectPairInfo>("sound", "volume")};
     });
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
     EXPECT_EQ(device.journal.Calls().back(), Subscribe("sound", "volume"));

@@ -71,6 +71,7 @@ TEST_F(SetupCompletion, ClosesEachResultSetOnceWhateverFails) {
             EXPECT_EQ(device.journal.Count(line + key), 1U) << operation;
         }
         EXPECT_EQ(device.journal.CountCallsOf("Close"), operation == "Query" ? 0U : 3U) << operation;
+        EXPECT_EQ(device.journal.CountCallsOf("Creator"), operation == "Query" ? 1U : 0U) << operation;
     }
 }
 
