@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <future>
 #include <optional>
 #include <utility>
 
@@ -67,6 +68,9 @@ constexpr const char* FOREGROUND_USER_FILE = "foreground_user";
 // That the settings can be used, told in the name of the system service that keeps them elsewhere.
 constexpr const char* DATA_SHARE_READY = "usual.event.DATA_SHARE_READY";
 constexpr int32_t DATA_SHARE_UID = 3012;
+
+// How long the start waits for the library to take over old settings. It takes a few milliseconds.
+constexpr auto SETTINGS_TIME = 2s;
 
 constexpr int32_t INFO_COLLECTION = 2;  // what the pool is told of a task
 
@@ -238,14 +242,19 @@ void Daemon::StartFabric() {
     fabric.Start(options);
 }
 
-// On the network: the library asks who this device is.
+// On the network: the library asks who this device is. Old settings are moved to the user in the foreground before the
+// library hears who that is, which switches crossing off for a private one, and before anything is published.
 void Daemon::StartCrossing() {
     KeyMouseServiceManager& crossing = KeyMouseServiceManager::GetInstance();
     crossing.SubscribeCommonEvent();
+    const auto moved = std::make_shared<std::promise<void>>();
+    CommonEvents::GetInstance().Publish(DATA_SHARE_READY, DATA_SHARE_UID, [moved] { moved->set_value(); });
+    if (moved->get_future().wait_for(SETTINGS_TIME) != std::future_status::ready) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "the settings are slow: crossing may start with older ones");
+    }
     crossing.OnEventUserSwitched();  // the first tells who is there; only those after it are switches
     crossing.OnDpStart();
     crossing.OnDbStart();
-    CommonEvents::GetInstance().Publish(DATA_SHARE_READY, DATA_SHARE_UID);
 }
 
 // Any thread. The main thread waits for this signal.

@@ -18,7 +18,7 @@ struct InfoAnswer {
     std::vector<Record> records;  // in the order asked
 };
 
-// As GetInfo in device_api.xml. Blocks for at most five seconds. Throws ApiError.
+// As GetInfo in device_api.xml. Blocks for at most five seconds after the request was sent. Throws ApiError.
 InfoAnswer AskPeer(const KnownPeer& peer, const std::vector<std::string>& names);
 
 }  // namespace ZYNE::Host

@@ -128,12 +128,12 @@ bool CommonEvents::Subscribe(const std::shared_ptr<CommonEventSubscriber>& subsc
     return true;
 }
 
-bool CommonEvents::Publish(const std::string& event, int32_t publisherUid) {
+bool CommonEvents::Publish(const std::string& event, int32_t publisherUid, std::function<void()> told) {
     const std::shared_ptr<Running> running = GetRunning();
     if (!running || !IsName(event) || publisherUid < 0) {
         return false;
     }
-    running->subscribers.Tell(event, publisherUid);
+    running->subscribers.Tell(event, publisherUid, std::move(told));
     std::string error;
     const bool sent = running->sender.Send(
         PATH, INTERFACE, PUBLISHED,

@@ -18,6 +18,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -46,8 +47,9 @@ public:
 
     // Tells subscribers in this process that a process of user `publisherUid` has published `event`, and every other
     // process that this one has. False when it is not up, for a negative user, and for a name that is empty or too
-    // long. Returns before subscribers are called.
-    bool Publish(const std::string& event, int32_t publisherUid);
+    // long. Returns before subscribers are called. When all of this process have been told, and it is still up, `told`
+    // is called on any thread; it throws nothing.
+    bool Publish(const std::string& event, int32_t publisherUid, std::function<void()> told = {});
 
 private:
     struct Running;

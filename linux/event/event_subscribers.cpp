@@ -10,17 +10,40 @@
 
 namespace ZYNE::Linux {
 
+// One event on its way to those who are meant.
+class EventSubscribers::Delivery {
+public:
+    Delivery(size_t count, std::function<void()> told) : left_(count), told_(std::move(told)) {}
+
+    void FinishOne() {
+        if (--left_ == 0 && told_) {
+            told_();
+        }
+    }
+
+private:
+    std::atomic<size_t> left_;
+    const std::function<void()> told_;
+};
+
 struct EventSubscribers::Entry {
     const std::shared_ptr<CommonEventSubscriber> subscriber;
     const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
     std::atomic<bool> ended = false;
     std::atomic<size_t> waiting = 0;  // events that it has not been told
 
-    static void Post(const std::shared_ptr<Entry>& self, const std::string& event) {
+    // Also when the subscriber throws.
+    struct Finishing {
+        Delivery& delivery;
+        ~Finishing() { delivery.FinishOne(); }
+    };
+
+    static void Post(const std::shared_ptr<Entry>& self, const std::string& event, std::shared_ptr<Delivery> delivery) {
         const bool fits = self->waiting.fetch_add(1) < MOST_WAITING;
-        const bool posted = fits && self->tasks->Post([self, event] {
+        const bool posted = fits && self->tasks->Post([self, event, delivery] {
             --self->waiting;
             if (!self->ended) {
+                const Finishing finishing{*delivery};
                 self->subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event)));
             }
         });
@@ -28,6 +51,7 @@ struct EventSubscribers::Entry {
             --self->waiting;
             LogPrint(LogType::CORE, LogLevel::ERROR, EVENT_LOG, "%{public}s is lost to a subscriber: %{public}s", event,
                 fits ? "no thread" : "too much waits for it");
+            delivery->FinishOne();
         }
     }
 };
@@ -58,7 +82,7 @@ bool EventSubscribers::IsWanted(const std::string& event) {
     });
 }
 
-void EventSubscribers::Tell(const std::string& event, int32_t uid) {
+void EventSubscribers::Tell(const std::string& event, int32_t uid, std::function<void()> told) {
     std::vector<std::shared_ptr<Entry>> meant;
     {
         const std::scoped_lock lock(mutex_);
@@ -67,9 +91,11 @@ void EventSubscribers::Tell(const std::string& event, int32_t uid) {
                 return entry->subscriber->GetSubscribeInfo().Accepts(event, uid);
             });
     }
+    const auto delivery = std::make_shared<Delivery>(meant.size() + 1, std::move(told));
     for (const std::shared_ptr<Entry>& entry : meant) {
-        Entry::Post(entry, event);
+        Entry::Post(entry, event, delivery);
     }
+    delivery->FinishOne();
 }
 
 }  // namespace ZYNE::Linux

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,11 +35,14 @@ public:
     // Whether anybody wants `event` of some publisher.
     bool IsWanted(const std::string& event);
 
-    // Tells those who accept `event`, published by a process of user `uid`.
-    void Tell(const std::string& event, int32_t uid);
+    // Tells those who accept `event`, published by a process of user `uid`. When each of them has been told or has lost
+    // it, and Clear has not come before that, `told` is called: on a thread of the pool, or in here when there is
+    // nobody. It throws nothing.
+    void Tell(const std::string& event, int32_t uid, std::function<void()> told = {});
 
 private:
     struct Entry;
+    class Delivery;
 
     std::mutex mutex_;
     std::vector<std::shared_ptr<Entry>> entries_;  // guarded by mutex_

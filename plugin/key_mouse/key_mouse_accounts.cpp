@@ -38,17 +38,16 @@ void KeyMouseServiceManager::OnDataShareReady() {
 
 int32_t KeyMouseServiceManager::GetLocalAccountId() {
     CFWK_LOGI(LOG, "enter");
-    return QueryForegroundAccountId();
+    const ForegroundAccount account = QueryForegroundAccount();
+    CFWK_LOGI(LOG, "GetForegroundOsAccountLocalId ret = %{public}d, currentLocalId = %{public}d", account.code,
+        account.userId);
+    return account.userId;
 }
 
-int32_t KeyMouseServiceManager::QueryForegroundAccountId() {
+KeyMouseServiceManager::ForegroundAccount KeyMouseServiceManager::QueryForegroundAccount() {
     int32_t userId = DEFAULT_USER;
     const int32_t code = OsAccountManager::GetForegroundOsAccountLocalId(userId);
-    if (code != 0) {
-        userId = DEFAULT_USER;
-    }
-    CFWK_LOGI(LOG, "GetForegroundOsAccountLocalId ret = %{public}d, currentLocalId = %{public}d", code, userId);
-    return userId;
+    return {code, code == 0 ? userId : DEFAULT_USER};
 }
 
 void KeyMouseServiceManager::OnEventUserSwitched() {
@@ -64,17 +63,14 @@ void KeyMouseServiceManager::OnEventUserSwitched() {
     currentUserId_ = newUserId;
     auto type = OsAccountType::NORMAL;
     if (OsAccountManager::GetOsAccountType(newUserId, type) == 0 && type == OsAccountType::PRIVATE) {
-        SwitchOffForPrivateAccount(newUserId);
+        CFWK_LOGI(LOG, "OsAccountType is PRIVATE");
+        const bool isWritten =
+            UpdateSwitchStateToSettings(SETTINGS_SECURE_URI + std::to_string(newUserId) + "?Proxy=true",
+                KEY_MOUSE_SWITCH_STATUS_KEY, KEY_MOUSE_SWITCH_OFF);
+        CFWK_LOGI(LOG, "UpdateEdgeSwitchState: deviceId: %{public}s, ServiceName: %{public}s, result: %{public}d",
+            PickerResult::StringToAnonymous(GetLocalDeviceUdid()), KEY_MOUSE_EDGE_SERVICE_ID, isWritten);
     }
     CheckLocalSwitchState();
-}
-
-void KeyMouseServiceManager::SwitchOffForPrivateAccount(int32_t userId) {
-    CFWK_LOGI(LOG, "OsAccountType is PRIVATE");
-    const bool isWritten = UpdateSwitchStateToSettings(SETTINGS_SECURE_URI + std::to_string(userId) + "?Proxy=true",
-        KEY_MOUSE_SWITCH_STATUS_KEY, KEY_MOUSE_SWITCH_OFF);
-    CFWK_LOGI(LOG, "UpdateEdgeSwitchState: deviceId: %{public}s, ServiceName: %{public}s, result: %{public}d",
-        PickerResult::StringToAnonymous(GetLocalDeviceUdid()), KEY_MOUSE_EDGE_SERVICE_ID, isWritten);
 }
 
 }  // namespace ZYNE::CollaborationFwk

@@ -13,7 +13,8 @@ constexpr LogDomain LOG = LogDomains::COLLECTION;
 void KeyMouseDataShareObserver::OnChange() {
     CFWK_LOGI(LOG, "key mouse observer onchange");
     KeyMouseServiceManager& manager = KeyMouseServiceManager::GetInstance();
-    manager.RetireGlobalSwitches();
+    const auto [isMainDone, isEdgeDone] = manager.RetireGlobalSwitches();
+    CFWK_LOGI(LOG, "mainDataMigrationDone: %{public}d, dataMigrationNotDone: %{public}d", isMainDone, isEdgeDone);
     manager.UpdateEdgeSwitchState(manager.GetLocalSwitchStateFromSettings());
 }
 

@@ -15,8 +15,11 @@ void KeyMouseServiceConnection::OnAbilityConnectDone(
     CFWK_LOGI(LOG,
         "OnAbilityConnectDone, bundleName:%{public}s, abilityName:%{public}s,         reusultCode:%{public}d",
         element.GetBundleName(), element.GetAbilityName(), resultCode);
+    const KeyMouseServiceManager::ForegroundAccount account = KeyMouseServiceManager::QueryForegroundAccount();
+    CFWK_LOGI(LOG, "GetForegroundOsAccountLocalId ret = %{public}d, currentLocalId = %{public}d", account.code,
+        account.userId);
     KeyMouseServiceManager& manager = KeyMouseServiceManager::GetInstance();
-    manager.UpdateKeyMouseServiceBinder(KeyMouseServiceManager::QueryForegroundAccountId(), remoteObject);
+    manager.UpdateKeyMouseServiceBinder(account.userId, remoteObject);
     manager.SetServiceConnected(static_cast<bool>(remoteObject));
 }
 

@@ -25,7 +25,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/datashare/data_share_helper.h"
 #include "platform/device_manager/dm_device_info.h"
 #include "platform/device_profile/characteristic_profile.h"
 #include "platform/display/display.h"
@@ -75,6 +74,11 @@ public:
 
     CFWK_EXPORT static KeyMouseServiceManager& GetInstance();
 
+    struct ForegroundAccount {
+        int32_t code;  // 0 it is known
+        int32_t userId;
+    };
+
     // Start-up and state
 
     // For the host to call when the device profile service is up. Returns at once; the switch is published when both
@@ -100,8 +104,9 @@ public:
     bool UpdateSwitchStateToSettings(const std::string& baseUri, const std::string& key, const std::string& value);
     // Moves the switches from the table of all users into the foreground user's, once.
     void SwitchDataMigration();
-    // Makes the switches in the table of all users invalid without moving them.
-    void RetireGlobalSwitches();
+    // Makes the switches in the table of all users invalid without moving them. Whether the main one and the one for the
+    // edge are so now.
+    std::pair<bool, bool> RetireGlobalSwitches();
     void KeymouseRegisterObserver(int32_t userId);
     void KeymouseUnregisterObserver(int32_t userId);
 
@@ -115,7 +120,8 @@ public:
     void OnDataShareReady();
     // The foreground user; 100 when it is not known.
     int32_t GetLocalAccountId();
-    static int32_t QueryForegroundAccountId();
+    // The same and the account manager's code, without a line in the log.
+    static ForegroundAccount QueryForegroundAccount();
 
     // Switch propagation
 
@@ -251,7 +257,6 @@ private:
     static constexpr int32_t NO_USER = -1;
 
     using EventHandler = int32_t (KeyMouseServiceManager::*)(Json::Value& request, std::string& result);
-    using ObserverOperation = int32_t (DataShareHelper::*)(const Uri&, const sptr<IDataAbilityObserver>&);
 
     // What the rules say of a trusted device as such.
     struct PeerAnswers {
@@ -260,8 +265,11 @@ private:
         bool isNextDevice;
         bool isAccountAuth;
     };
-    // A switch in the table of all users, and how its lines are labelled.
-    struct GlobalSwitch;
+    // What became of a switch in the table of all users.
+    struct SwitchMove {
+        bool isCopied;   // to the foreground user
+        bool isRetired;  // it is invalid now
+    };
     struct DisplaySize {
         int32_t width;  // pixels
         int32_t height;
@@ -269,10 +277,10 @@ private:
 
     std::string GetLocalDeviceUdid();
 
-    void MigrateSwitch(const GlobalSwitch& globalSwitch, std::atomic<bool>& isMigrated);
+    // Nothing when there is nothing to move.
+    std::optional<SwitchMove> MoveSwitch(
+        const std::string& key, const std::string& value, std::atomic<bool>& isMigrated);
     void RetireSwitch(const std::string& key, std::atomic<bool>& isMigrated);
-    void ChangeObserver(int32_t userId, ObserverOperation operation);
-    void SwitchOffForPrivateAccount(int32_t userId);
 
     // False, and logged, when there are none or more than 10000.
     static bool GetTrustedDevices(std::vector<DmDeviceInfo>& devices);

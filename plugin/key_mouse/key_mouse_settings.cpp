@@ -19,14 +19,15 @@ std::string GetUserSettingsUri(int32_t userId) {
     return KeyMouseServiceManager::SETTINGS_SECURE_URI + std::to_string(userId) + PROXY_QUERY;
 }
 
-}  // namespace
+Uri GetUserSwitchUri(int32_t userId) {
+    return Uri(GetUserSettingsUri(userId) + "&key=" + KeyMouseServiceManager::KEY_MOUSE_SWITCH_STATUS_KEY);
+}
 
-struct KeyMouseServiceManager::GlobalSwitch {
-    const char* key;
-    const char* valueLabel;
-    const char* userLabel;
-    const char* globalLabel;
-};
+std::shared_ptr<DataShareHelper> OpenUserSettings(int32_t userId) {
+    return DataShareUtils::GetDataShareHelper(GetUserSettingsUri(userId), SystemAbilityIds::DEVICE_PROFILE);
+}
+
+}  // namespace
 
 bool KeyMouseServiceManager::GetLocalSwitchStateFromSettings() {
     const std::string uri = GetUserSettingsUri(GetLocalAccountId());
@@ -63,34 +64,37 @@ bool KeyMouseServiceManager::UpdateSwitchStateToSettings(
 }
 
 void KeyMouseServiceManager::SwitchDataMigration() {
-    MigrateSwitch(
-        {KEY_MOUSE_SWITCH_STATUS_KEY, "statusValue", "writeUserdataResult", "writeDataResult"}, switchDataMigrated_);
-    MigrateSwitch({KEY_MOUSE_EDGE_SWITCH_STATUS_KEY, "edgeStatusValue", "writeUserEdgeResult", "writeEdgeDataResult"},
-        edgeDataMigrated_);
-}
-
-void KeyMouseServiceManager::MigrateSwitch(const GlobalSwitch& globalSwitch, std::atomic<bool>& isMigrated) {
     std::string value;
-    const int32_t code = DataShareUtils::QueryStringValue(GloableVariables::SETTING_URI_PROXY, globalSwitch.key, value);
-    CFWK_LOGI(LOG, "%{public}s: %{public}s, res: %{public}d", globalSwitch.valueLabel, value, code);
-    if (isMigrated || value.empty() || value == SWITCH_DATA_MIGRATION_INVALID) {
-        return;
+    int32_t code =
+        DataShareUtils::QueryStringValue(GloableVariables::SETTING_URI_PROXY, KEY_MOUSE_SWITCH_STATUS_KEY, value);
+    CFWK_LOGI(LOG, "statusValue: %{public}s, res: %{public}d", value, code);
+    if (const auto move = MoveSwitch(KEY_MOUSE_SWITCH_STATUS_KEY, value, switchDataMigrated_)) {
+        CFWK_LOGI(LOG, "writeUserdataResult: %{public}d, writeDataResult: %{public}d", move->isCopied, move->isRetired);
     }
-    const bool isCopied = UpdateSwitchStateToSettings(SETTINGS_SECURE_URI, globalSwitch.key, value);
-    const bool isRetired =
-        UpdateSwitchStateToSettings(SETTINGS_DATA_URI, globalSwitch.key, SWITCH_DATA_MIGRATION_INVALID);
-    if (isRetired) {
-        isMigrated = true;
+    std::string edgeValue;
+    code = DataShareUtils::QueryStringValue(
+        GloableVariables::SETTING_URI_PROXY, KEY_MOUSE_EDGE_SWITCH_STATUS_KEY, edgeValue);
+    CFWK_LOGI(LOG, "edgeStatusValue: %{public}s, res: %{public}d", edgeValue, code);
+    if (const auto move = MoveSwitch(KEY_MOUSE_EDGE_SWITCH_STATUS_KEY, edgeValue, edgeDataMigrated_)) {
+        CFWK_LOGI(
+            LOG, "writeUserEdgeResult: %{public}d, writeEdgeDataResult: %{public}d", move->isCopied, move->isRetired);
     }
-    CFWK_LOGI(LOG, "%{public}s: %{public}d, %{public}s: %{public}d", globalSwitch.userLabel, isCopied,
-        globalSwitch.globalLabel, isRetired);
 }
 
-void KeyMouseServiceManager::RetireGlobalSwitches() {
+std::optional<KeyMouseServiceManager::SwitchMove> KeyMouseServiceManager::MoveSwitch(
+    const std::string& key, const std::string& value, std::atomic<bool>& isMigrated) {
+    if (isMigrated || value.empty() || value == SWITCH_DATA_MIGRATION_INVALID) {
+        return std::nullopt;
+    }
+    const bool isCopied = UpdateSwitchStateToSettings(SETTINGS_SECURE_URI, key, value);
+    RetireSwitch(key, isMigrated);
+    return SwitchMove{isCopied, isMigrated};
+}
+
+std::pair<bool, bool> KeyMouseServiceManager::RetireGlobalSwitches() {
     RetireSwitch(KEY_MOUSE_EDGE_SWITCH_STATUS_KEY, edgeDataMigrated_);
     RetireSwitch(KEY_MOUSE_SWITCH_STATUS_KEY, switchDataMigrated_);
-    CFWK_LOGI(LOG, "mainDataMigrationDone: %{public}d, dataMigrationNotDone: %{public}d", switchDataMigrated_.load(),
-        edgeDataMigrated_.load());
+    return {switchDataMigrated_, edgeDataMigrated_};
 }
 
 void KeyMouseServiceManager::RetireSwitch(const std::string& key, std::atomic<bool>& isMigrated) {
@@ -100,21 +104,21 @@ void KeyMouseServiceManager::RetireSwitch(const std::string& key, std::atomic<bo
 }
 
 void KeyMouseServiceManager::KeymouseRegisterObserver(int32_t userId) {
-    ChangeObserver(userId, &DataShareHelper::RegisterObserver);
-}
-
-void KeyMouseServiceManager::KeymouseUnregisterObserver(int32_t userId) {
-    ChangeObserver(userId, &DataShareHelper::UnregisterObserver);
-}
-
-void KeyMouseServiceManager::ChangeObserver(int32_t userId, ObserverOperation operation) {
-    const std::string uri = GetUserSettingsUri(userId);
-    const std::shared_ptr<DataShareHelper> helper =
-        DataShareUtils::GetDataShareHelper(uri, SystemAbilityIds::DEVICE_PROFILE);
+    const std::shared_ptr<DataShareHelper> helper = OpenUserSettings(userId);
     CFWK_LOGI(LOG, "dataShareHelper valid: %{public}u , dataObserver: %{public}u ", helper != nullptr,
         static_cast<bool>(dataShareObserver_));
     if (helper && dataShareObserver_) {
-        (helper.get()->*operation)(Uri(uri + "&key=" + KEY_MOUSE_SWITCH_STATUS_KEY), dataShareObserver_);
+        helper->RegisterObserver(GetUserSwitchUri(userId), dataShareObserver_);
+        helper->Release();
+    }
+}
+
+void KeyMouseServiceManager::KeymouseUnregisterObserver(int32_t userId) {
+    const std::shared_ptr<DataShareHelper> helper = OpenUserSettings(userId);
+    CFWK_LOGI(LOG, "dataShareHelper valid: %{public}u , dataObserver: %{public}u ", helper != nullptr,
+        static_cast<bool>(dataShareObserver_));
+    if (helper && dataShareObserver_) {
+        helper->UnregisterObserver(GetUserSwitchUri(userId), dataShareObserver_);
         helper->Release();
     }
 }

@@ -133,7 +133,9 @@ TEST_F(CommonEvent, ComesInOrderAndOneWhoBlocksHoldsUpNobodyAndLosesWhatIsTooMuc
         events.Publish("more", SYSTEM_SERVICE);
     }
     events.Publish("last", SYSTEM_SERVICE);
-    events.Publish("more", SYSTEM_SERVICE);
+    bool isTold = false;
+    events.Publish("more", SYSTEM_SERVICE, [&] { isTold = true; });
+    EXPECT_TRUE(isTold);  // to all whom it has not been lost to
     EXPECT_EQ(blocked->events.All().size(), 1U);
     gate.count_down();
     EXPECT_EQ(blocked->events.Until("last").size(), 1 + MOST);
@@ -155,11 +157,22 @@ TEST_F(CommonEvent, WithoutAProperNameIsPassedOver) {
 }
 
 TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
+    std::latch gate(1);
     std::weak_ptr<Recorder> recorder = Subscribe({"ready"});
+    recorder.lock()->gate = &gate;
     EXPECT_THROW(events.Start(address), std::runtime_error);
     EXPECT_FALSE(events.Subscribe(nullptr));
+    std::atomic<int> told = 0;
+    auto held = std::make_shared<int>();
+    const std::weak_ptr<int> watch = held;
+    events.Publish("ready", SYSTEM_SERVICE, [&] { ++told; });
+    ASSERT_TRUE(recorder.lock()->events.Reaches(1));
+    events.Publish("ready", SYSTEM_SERVICE, [&, held = std::move(held)] { ++told; });
+    EXPECT_EQ(told, 0);
     events.Stop();
-    EXPECT_TRUE(recorder.expired());
+    gate.count_down();
+    EXPECT_TRUE(Eventually([&] { return recorder.expired() && watch.expired(); }));
+    EXPECT_EQ(told, 1);  // the other came too late
     EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(NewRecorder({"ready"})));
     EXPECT_FALSE(events.Publish("ready", SYSTEM_SERVICE));
     EXPECT_THROW(events.Start("unix:path=/nowhere"), std::runtime_error);

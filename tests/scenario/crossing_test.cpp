@@ -194,6 +194,16 @@ TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {
     EXPECT_EQ(phone->CountInOutput(CONNECTED), 2U);
     EXPECT_EQ(phone->Ctl({"user", "switch", "7"}).status, 1);
     EXPECT_EQ(phone->Ctl({"switch", "on", "--user", "7"}).status, 1);
+
+    // Nor does a switch that all users shared before switch it on.
+    phone->Api().PutSetting("peer_desk_state", "1", -1);
+    phone->Stop();
+    const size_t before = phone->CountInLog("UpdateEdgeSwitchState 1");
+    phone->Start();
+    EXPECT_TRUE(Logs(*phone, "writeUserdataResult: 1, writeDataResult: 1", 1));
+    EXPECT_TRUE(Eventually([this] { return Switch(*pc, "phone") == "0"; }));
+    EXPECT_EQ(phone->Api().GetSetting("peer_desk_state", 101), "0");
+    EXPECT_EQ(phone->CountInLog("UpdateEdgeSwitchState 1"), before);
 }
 
 TEST_F(Crossing, AnswersRequestsHostileOnesToo) {
