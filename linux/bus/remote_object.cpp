@@ -1,7 +1,6 @@
 #include "linux/bus/remote_object.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "linux/bus/bus_wire.h"
@@ -24,10 +23,15 @@ int ReadReply(sd_bus_message* message, int32_t& status, MessageParcel& reply) {
 }  // namespace
 
 RemoteObject::RemoteObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path)
-    : caller_(std::move(caller)), post_(std::move(post)), method_{std::move(uniqueName), std::move(path),
-                                                              BusWire::OBJECT_INTERFACE, BusWire::CALL} {}
+    : MortalObject(std::move(post)), caller_(std::move(caller)), method_{std::move(uniqueName), std::move(path),
+                                                                     BusWire::OBJECT_INTERFACE, BusWire::CALL} {}
 
 int32_t RemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) {
+    return Send(code, data, reply, std::chrono::seconds(std::max(option.GetWaitTime(), 1)));
+}
+
+int32_t RemoteObject::Send(
+    uint32_t code, const MessageParcel& data, MessageParcel& reply, std::chrono::milliseconds timeout) {
     if (IsDead()) {
         return DEAD;
     }
@@ -39,52 +43,8 @@ int32_t RemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessagePar
     const auto read = [&](sd_bus_message* message) {
         return ReadReply(message, status, reply);
     };
-    const std::chrono::seconds timeout(std::max(option.GetWaitTime(), 1));
     const int result = caller_->Call(method_, timeout, std::ref(write), std::ref(read));
     return result == OK && status != 0 ? REFUSED : result;
-}
-
-bool RemoteObject::AddDeathRecipient(const sptr<DeathRecipient>& recipient) {
-    const std::scoped_lock lock(mutex_);
-    if (dead_ || !recipient) {
-        return false;
-    }
-    recipients_.Add(recipient);
-    return true;
-}
-
-bool RemoteObject::RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) {
-    sptr<DeathRecipient> removed;  // let go of behind the lock: it may be the last reference
-    const std::scoped_lock lock(mutex_);
-    removed = recipients_.Remove(recipient);
-    return static_cast<bool>(removed);
-}
-
-bool RemoteObject::IsDead() const {
-    const std::scoped_lock lock(mutex_);
-    return dead_;
-}
-
-void RemoteObject::Die() {
-    {
-        const std::scoped_lock lock(mutex_);
-        if (std::exchange(dead_, true) || recipients_.Empty()) {
-            return;
-        }
-    }
-    post_([self = sptr<RemoteObject>(this)] { self->TellRecipients(); });
-}
-
-void RemoteObject::TellRecipients() {
-    const wptr<IRemoteObject> self(sptr<IRemoteObject>(this));
-    while (const sptr<DeathRecipient> recipient = TakeRecipient()) {
-        recipient->OnRemoteDied(self);
-    }
-}
-
-sptr<IRemoteObject::DeathRecipient> RemoteObject::TakeRecipient() {
-    const std::scoped_lock lock(mutex_);
-    return recipients_.TakeFirst();
 }
 
 }  // namespace ZYNE::Linux

@@ -1,0 +1,41 @@
+// What objects have in common whose process can die: who is to be told, and that it has happened.
+#pragma once
+
+#include <functional>
+#include <mutex>
+
+#include "linux/bus/death_recipients.h"
+#include "platform/ipc/remote_object.h"
+
+namespace ZYNE::Linux {
+
+// Runs a task on another thread; false when it does not.
+using Post = std::function<bool(std::function<void()>)>;
+
+// Any thread.
+class MortalObject : public IRemoteObject {
+public:
+    explicit MortalObject(Post post);
+
+    bool AddDeathRecipient(const sptr<DeathRecipient>& recipient) override;
+    bool RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) override;
+
+    bool IsDead() const;
+
+    // The process is gone: has every recipient told, one after the other, by a posted task. The second time does
+    // nothing and gives false.
+    bool Die();
+
+protected:
+    const Post post_;
+
+private:
+    void TellRecipients();
+    sptr<DeathRecipient> TakeRecipient();
+
+    mutable std::mutex mutex_;
+    DeathRecipients recipients_;  // guarded by mutex_; those not told yet
+    bool dead_ = false;           // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux
