@@ -19,6 +19,14 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// Where a device has answered, and the answer is no: a result code other than 0, or crossing that does not start.
+constexpr int STATUS_OF_NO = 3;
+
+class Refusal : public CommandError {
+public:
+    using CommandError::CommandError;
+};
+
 // Which device is meant: by its name, by its state directory, or the only one there is.
 struct DeviceChoice {
     std::string name;
@@ -28,6 +36,9 @@ struct DeviceChoice {
 // Throws CommandError when there is no such device, or when nothing was chosen and several run. With `mayHaveEnded` a
 // device that ended without leaving is found too.
 Client::DeviceEntry ChooseDevice(const DeviceChoice& choice, bool mayHaveEnded);
+
+// Throws CommandError when the device has no user of that number.
+void CheckUser(const Client::DeviceEntry& device, int32_t user);
 
 int ShowDevices(const DeviceChoice& choice, bool json);
 
@@ -66,7 +77,8 @@ int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& filter, bool 
 int GetSetting(const DeviceChoice& choice, const std::string& key, int32_t user, bool json);
 int PutSetting(const DeviceChoice& choice, const std::string& key, const std::string& value, int32_t user, bool json);
 
-// The last `lines` lines of the device's log; with `follow` goes on until the device has ended or the user interrupts.
+// The last `lines` lines of the device's log; with `follow` goes on until the user interrupts. Throws when the device
+// has ended.
 int ShowLog(const DeviceChoice& choice, size_t lines, bool follow);
 
 int CreateAccount(const std::string& directory, const std::string& name);

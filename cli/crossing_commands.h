@@ -19,11 +19,15 @@ int ShowSwitches(const DeviceChoice& choice, std::optional<int32_t> user, bool j
 // the device has ended.
 int WatchCrossing(const DeviceChoice& choice, const std::vector<std::string>& events, bool json);
 
-// The request "-" is what standard input has.
+// The request "-" is what standard input has. Throws Refusal when the device takes it and answers with another code
+// than 0.
 int SendRequest(const DeviceChoice& choice, const std::string& request, bool json);
 
-// Rule by rule why crossing with `peer` does or does not start.
+// Rule by rule why crossing with `peer` does or does not start. STATUS_OF_NO when it does not.
 int ExplainCrossing(const DeviceChoice& choice, const std::string& peer, bool json);
+
+// Has the device connect to the companion anew, with all attempts to reconnect.
+int RestartCompanion(const DeviceChoice& choice, bool json);
 
 int ListUsers(const DeviceChoice& choice, bool json);
 int SwitchUser(const DeviceChoice& choice, int32_t user, bool json);

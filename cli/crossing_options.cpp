@@ -91,6 +91,20 @@ void AddRequest(CLI::App& app, const DeviceChoice& device, Run& run) {
     });
 }
 
+void AddCompanion(CLI::App& app, const DeviceChoice& device, Run& run) {
+    CLI::App* companion = app.add_subcommand("companion", "The app that moves the pointer over");
+    companion->require_subcommand(1);
+    CLI::App* command = companion->add_subcommand(
+        "restart", "Connect to it anew, with all attempts to reconnect; without --json nothing is printed");
+    auto json = std::make_shared<bool>(false);
+    command->add_flag("--json", *json, "Print JSON");
+    command->callback([&device, &run, json] {
+        run = [&device, json] {
+            return RestartCompanion(device, *json);
+        };
+    });
+}
+
 void AddExplain(CLI::App& app, const DeviceChoice& device, Run& run) {
     struct Options {
         std::string peer;

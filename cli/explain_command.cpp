@@ -29,11 +29,12 @@ constexpr std::array<Hint, 10> HINTS{{
     {"peer of the same account", "enrol the peer with the account of this device"},
     {"peer switch on", "collabctl switch on, on the peer"},
     {"companion installed", "install the app com.talvex.peerdesk on this device"},
-    {"service connected", "follows when all needed rules hold; if it does not, see collabctl log"},
-    {"reconnect attempts left", "a lost service stays lost: collabctl switch off, then on"},
+    {"service connected", "follows when all needed rules hold; if it does not: collabctl companion restart"},
+    {"reconnect attempts left", "each start counts: lost once more it stays lost, then collabctl companion restart"},
 }};
 
 constexpr std::string_view TRUSTED = "peer trusted";
+constexpr std::string_view CONNECTED = "service connected";
 
 bool Holds(const std::vector<Client::CrossingRule>& rules, std::string_view name) {
     const auto rule = std::ranges::find(rules, name, &Client::CrossingRule::name);
@@ -49,8 +50,19 @@ std::string HintFor(const Client::CrossingRule& rule, bool isPeerTrusted) {
     return rule.holds || hint == HINTS.end() ? std::string() : std::string(hint->text);
 }
 
-bool Starts(const std::vector<Client::CrossingRule>& rules) {
+bool IsAllowed(const std::vector<Client::CrossingRule>& rules) {
     return std::ranges::all_of(rules, [](const auto& rule) { return rule.holds || !rule.isRequired; });
+}
+
+bool Starts(const std::vector<Client::CrossingRule>& rules) {
+    return IsAllowed(rules) && Holds(rules, CONNECTED);
+}
+
+std::string Conclusion(const std::vector<Client::CrossingRule>& rules) {
+    if (Starts(rules)) {
+        return " starts";
+    }
+    return IsAllowed(rules) ? " may start, but the companion is not connected" : " does not start";
 }
 
 void PrintTable(const std::string& peer, const std::vector<Client::CrossingRule>& rules) {
@@ -60,12 +72,13 @@ void PrintTable(const std::string& peer, const std::vector<Client::CrossingRule>
             HintFor(rule, Holds(rules, TRUSTED))});
     }
     table.Print(std::cout);
-    TextTable conclusion({"crossing with " + peer + (Starts(rules) ? " starts" : " does not start")});
+    TextTable conclusion({"crossing with " + peer + Conclusion(rules)});
     conclusion.Print(std::cout << '\n');
 }
 
 Json::Value ToJson(const std::vector<Client::CrossingRule>& rules) {
     Json::Value root(Json::objectValue);
+    root["allowed"] = IsAllowed(rules);
     root["starts"] = Starts(rules);
     Json::Value& list = root["rules"] = Json::arrayValue;
     for (const Client::CrossingRule& rule : rules) {
@@ -88,7 +101,7 @@ int ExplainCrossing(const DeviceChoice& choice, const std::string& peer, bool js
     } else {
         PrintTable(device.FindPeer(peer).name, rules);
     }
-    return 0;
+    return Starts(rules) ? 0 : STATUS_OF_NO;
 }
 
 }  // namespace ZYNE::Cli

@@ -1,20 +1,18 @@
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <poll.h>
 #include <string>
 #include <sys/stat.h>
-#include <thread>
 
 #include "cli/commands.h"
+#include "cli/stop_signals.h"
 
 namespace ZYNE::Cli {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto LOOK_INTERVAL = 100ms;
+constexpr int LOOK_INTERVAL_MS = 100;
 
 // Where the last `lines` lines of the file begin.
 std::streamoff LastLines(std::ifstream& file, size_t lines) {
@@ -59,9 +57,16 @@ ino_t FileNumber(const std::filesystem::path& path) {
     return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
+bool IsInterrupted(const StopSignals& stop) {
+    pollfd polled{stop.Descriptor(), POLLIN, 0};
+    return poll(&polled, 1, LOOK_INTERVAL_MS) > 0;
+}
+
 void Follow(const Client::DeviceEntry& device, std::ifstream& file, std::streamoff position) {
+    const StopSignals stop;
     ino_t number = FileNumber(device.LogFile());
-    for (bool running = true; running && std::cout;) {
+    bool running = true;
+    while (running && std::cout && !IsInterrupted(stop)) {
         // Asked before the file is read, so that the last lines of a device that ends are not lost.
         const auto now = Client::FindDeviceByDirectory(device.stateDirectory);
         running = now && now->running;
@@ -74,17 +79,22 @@ void Follow(const Client::DeviceEntry& device, std::ifstream& file, std::streamo
             file = std::ifstream(device.LogFile(), std::ios::binary);
             running = true;
         }
-        std::this_thread::sleep_for(LOOK_INTERVAL);
     }
-    std::cerr << "the device has ended\n";
+    if (!running) {
+        throw CommandError("the device \"" + device.name + "\" has ended");
+    }
 }
 
 }  // namespace
 
 int ShowLog(const DeviceChoice& choice, size_t lines, bool follow) {
     const Client::DeviceEntry device = ChooseDevice(choice, true);
-    std::ifstream file(device.LogFile(), std::ios::binary);
-    if (!file) {
+    std::error_code ignored;
+    std::ifstream file;
+    if (std::filesystem::is_regular_file(device.LogFile(), ignored)) {
+        file.open(device.LogFile(), std::ios::binary);
+    }
+    if (!file.is_open()) {
         throw CommandError(device.LogFile().string() + " cannot be read: no device has logged there");
     }
     std::streamoff position = LastLines(file, lines);

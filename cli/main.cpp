@@ -1,7 +1,10 @@
 // collabctl: asks a device, shows its log, and makes accounts and their devices.
 #include <exception>
+#include <fcntl.h>
 #include <iostream>
 #include <string>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -17,7 +20,8 @@ constexpr int FAILED = 1;
 constexpr int WRONG_USAGE = 2;
 
 constexpr const char* FOOTER = R"(
-Exit status: 0 done; 1 failed, with one line on standard error; 2 wrong usage.
+Exit status: 0 done; 1 failed, with one line on standard error; 2 wrong usage; 3 the device answered no: crossing does
+not start (explain), or a request has another result than 0 (request).
 
 Examples:
   collabctl devices                              with one device running, --device may be left out
@@ -37,8 +41,27 @@ Examples:
 int Fail(const std::string& problem, int status) {
     std::string line;
     ZYNE::AppendPrintable(line, problem);
-    std::cerr << "collabctl: " << line << (status == WRONG_USAGE ? " (see collabctl --help)" : "") << '\n';
+    std::cerr << "collabctl: " << line << '\n';
     return status;
+}
+
+// The command as far as it was understood.
+std::string Command(const CLI::App& app) {
+    std::string command = app.get_name();
+    for (const CLI::App* inner : app.get_subcommands()) {
+        command += ' ' + Command(*inner);
+    }
+    return command;
+}
+
+// A descriptor that the caller closed would be the next socket's, and what is printed would go there.
+void KeepStandardDescriptors() {
+    for (const auto& [descriptor, mode] :
+        {std::pair(STDIN_FILENO, O_WRONLY), std::pair(STDOUT_FILENO, O_RDONLY), std::pair(STDERR_FILENO, O_RDONLY)}) {
+        if (fcntl(descriptor, F_GETFD) < 0) {
+            open("/dev/null", mode);  // the lowest that is free: this one; using it fails, as before
+        }
+    }
 }
 
 // The parser misses a command before it looks at the words that are none.
@@ -67,6 +90,7 @@ int Main(int argc, char** argv) {
     ZYNE::Cli::AddSetting(app, device, run);
     ZYNE::Cli::AddSwitch(app, device, run);
     ZYNE::Cli::AddExplain(app, device, run);
+    ZYNE::Cli::AddCompanion(app, device, run);
     ZYNE::Cli::AddCrossingWatch(app, device, run);
     ZYNE::Cli::AddRequest(app, device, run);
     ZYNE::Cli::AddUser(app, device, run);
@@ -79,7 +103,9 @@ int Main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return error.get_exit_code() == 0 ? app.exit(error) : Fail(Problem(app, error), WRONG_USAGE);
+        return error.get_exit_code() == 0
+            ? app.exit(error)
+            : Fail(Problem(app, error) + " (see " + Command(app) + " --help)", WRONG_USAGE);
     }
     return run();
 }
@@ -87,8 +113,13 @@ int Main(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    KeepStandardDescriptors();
     try {
-        return Main(argc, argv);
+        const int status = Main(argc, argv);
+        std::cout.flush();
+        return std::cout ? status : Fail("standard output cannot be written", FAILED);
+    } catch (const ZYNE::Cli::Refusal& refusal) {
+        return Fail(refusal.what(), ZYNE::Cli::STATUS_OF_NO);
     } catch (const std::exception& error) {
         return Fail(error.what(), FAILED);
     }

@@ -23,6 +23,7 @@ void AddSwitch(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddCrossingWatch(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddRequest(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddExplain(CLI::App& app, const DeviceChoice& device, Run& run);
+void AddCompanion(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddUser(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddInput(CLI::App& app, const DeviceChoice& device, Run& run);
 void AddScreen(CLI::App& app, const DeviceChoice& device, Run& run);

@@ -94,19 +94,19 @@ int Conclude(int32_t code, bool json) {
 
 int GetProfile(const DeviceChoice& choice, const std::string& device, const ProfileKey& key, bool json) {
     Client::DeviceClient client(ChooseDevice(choice, false));
-    const std::string value = client.GetProfile(device, key.service, key.serviceType, key.key);
+    const auto value = client.GetProfile(device, key.service, key.serviceType, key.key);
     if (json) {
         Json::Value result(Json::objectValue);
-        result["known"] = !value.empty();
-        result["value"] = value;
+        result["known"] = value.has_value();
+        result["value"] = value.value_or("");
         PrintJson(result);
     }
-    if (value.empty()) {
+    if (!value) {
         throw CommandError("nothing is known of " + key.key + " under the service " + key.service + " of " + device);
     }
     if (!json) {
         std::string line;
-        AppendPrintable(line, value);
+        AppendPrintable(line, *value);
         std::cout << line << '\n';
     }
     return 0;

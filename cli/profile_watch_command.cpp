@@ -1,7 +1,5 @@
-#include <algorithm>
 #include <iostream>
 #include <string>
-#include <vector>
 
 #include <json/value.h>
 
@@ -9,25 +7,16 @@
 #include "cli/json_output.h"
 #include "cli/stop_signals.h"
 #include "cli/time_stamp.h"
-#include "client/device_client.h"
+#include "client/crossing_client.h"
 #include "client/profile_watch.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
 namespace {
 
-// A device that nobody has seen is more often misspelt than waited for.
-void CheckDevice(Client::DeviceClient& client, const std::string& wanted) {
-    const std::vector<Client::Peer> peers = client.ListPeers();
-    const bool known = wanted.empty() || wanted == client.Name() ||
-        std::ranges::any_of(peers, [&](const auto& peer) { return peer.name == wanted || peer.id == wanted; });
-    if (!known) {
-        throw CommandError("no peer \"" + wanted + "\" has been seen");
-    }
-}
-
+// `filter.device` is the device's id.
 bool Passes(const ProfileFilter& filter, const Client::ProfileEntry& entry) {
-    return (filter.device.empty() || filter.device == entry.deviceName || filter.device == entry.deviceId) &&
+    return (filter.device.empty() || filter.device == entry.deviceId) &&
         (filter.service.empty() || filter.service == entry.service) && (filter.key.empty() || filter.key == entry.key);
 }
 
@@ -56,11 +45,14 @@ Json::Value ToJson(const Client::ProfileChange& change) {
 
 }  // namespace
 
-int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& filter, bool json) {
+int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& wanted, bool json) {
     const StopSignals stop;
     const Client::DeviceEntry device = ChooseDevice(choice, false);
-    Client::DeviceClient client(device);
-    CheckDevice(client, filter.device);
+    ProfileFilter filter = wanted;
+    if (!wanted.device.empty()) {
+        // A device that nobody has seen is more often misspelt than waited for.
+        filter.device = Client::CrossingClient(device).FindPeer(wanted.device).id;
+    }
     Client::ProfileWatch watch(device, [&](const Client::ProfileChange& change) {
         if (!Passes(filter, change.entry)) {
             return;
@@ -70,6 +62,7 @@ int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& filter, bool 
         } else {
             PrintLine(change);
         }
+        stop.RaiseUnlessWritable(std::cout);
     });
     std::cerr << "watching until interrupted\n";
     watch.Follow(stop.Descriptor());

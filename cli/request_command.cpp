@@ -42,7 +42,7 @@ int SendRequest(const DeviceChoice& choice, const std::string& request, bool jso
         std::cout << line << '\n';
     }
     if (answer.code != 0) {
-        throw CommandError("result " + std::to_string(answer.code) + ": " + Meaning(answer.code));
+        throw Refusal("result " + std::to_string(answer.code) + ": " + Meaning(answer.code));
     }
     return 0;
 }

@@ -18,10 +18,18 @@ void Print(const std::string& key, const std::string& value) {
     PrintJson(setting);
 }
 
+Client::DeviceEntry ChooseDeviceOf(const DeviceChoice& choice, int32_t user) {
+    const Client::DeviceEntry device = ChooseDevice(choice, false);
+    if (user != Client::DeviceClient::ALL_USERS) {
+        CheckUser(device, user);
+    }
+    return device;
+}
+
 }  // namespace
 
 int GetSetting(const DeviceChoice& choice, const std::string& key, int32_t user, bool json) {
-    Client::DeviceClient device(ChooseDevice(choice, false));
+    Client::DeviceClient device(ChooseDeviceOf(choice, user));
     const std::string value = device.GetSetting(key, user);
     if (json) {
         Print(key, value);
@@ -34,7 +42,7 @@ int GetSetting(const DeviceChoice& choice, const std::string& key, int32_t user,
 }
 
 int PutSetting(const DeviceChoice& choice, const std::string& key, const std::string& value, int32_t user, bool json) {
-    Client::DeviceClient device(ChooseDevice(choice, false));
+    Client::DeviceClient device(ChooseDeviceOf(choice, user));
     device.PutSetting(key, value, user);
     if (json) {
         Print(key, value);

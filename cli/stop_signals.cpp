@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ostream>
 #include <sys/signalfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -17,6 +18,12 @@ StopSignals::StopSignals() {
     descriptor_ = signalfd(-1, &stop, SFD_CLOEXEC);
     if (descriptor_ < 0) {
         throw std::system_error(errno, std::generic_category(), "signals cannot be waited for");
+    }
+}
+
+void StopSignals::RaiseUnlessWritable(const std::ostream& out) const {
+    if (!out) {
+        kill(getpid(), SIGTERM);
     }
 }
 

@@ -1,6 +1,8 @@
 // The user's wish to end a command that goes on by itself.
 #pragma once
 
+#include <iosfwd>
+
 namespace ZYNE::Cli {
 
 // From its making on, SIGINT and SIGTERM do not end the process but make a descriptor readable. Made before any thread.
@@ -12,6 +14,9 @@ public:
     ~StopSignals();
 
     int Descriptor() const { return descriptor_; }
+
+    // Makes it readable when `out` has failed: nobody reads what would follow.
+    void RaiseUnlessWritable(const std::ostream& out) const;
 
 private:
     int descriptor_;

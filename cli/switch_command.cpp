@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <iostream>
 
 #include <json/value.h>
@@ -25,14 +24,10 @@ struct PeerSwitch {
 };
 
 int32_t ChooseUser(const Client::DeviceEntry& device, std::optional<int32_t> wanted) {
-    Client::CrossingClient client(device);
     if (!wanted) {
-        return client.ForegroundUser();
+        return Client::CrossingClient(device).ForegroundUser();
     }
-    const std::vector<Client::User> users = client.ListUsers();
-    if (std::ranges::find(users, *wanted, &Client::User::id) == users.end()) {
-        throw CommandError("the device has no user " + std::to_string(*wanted));
-    }
+    CheckUser(device, *wanted);
     return *wanted;
 }
 
@@ -49,8 +44,8 @@ std::vector<PeerSwitch> ReadPeers(Client::DeviceClient& device) {
     std::vector<PeerSwitch> switches;
     for (const Client::Peer& peer : device.ListPeers()) {
         if (peer.online) {
-            const std::string value = device.GetProfile(peer.id, SERVICE, "", KEY);
-            switches.push_back({peer, value.empty() ? "unknown" : value == ON ? "on" : "off"});
+            const auto value = device.GetProfile(peer.id, SERVICE, "", KEY);
+            switches.push_back({peer, !value ? "unknown" : *value == ON ? "on" : "off"});
         }
     }
     return switches;

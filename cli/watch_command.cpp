@@ -117,8 +117,11 @@ private:
 int WatchCrossing(const DeviceChoice& choice, const std::vector<std::string>& events, bool json) {
     const StopSignals stop;
     const Client::DeviceEntry device = ChooseDevice(choice, false);
-    Client::CrossingWatch watch(device, events,
-        [print = EventPrinter(device, json)](const Client::CrossingEvent& event) { std::visit(print, event); });
+    Client::CrossingWatch watch(
+        device, events, [&stop, print = EventPrinter(device, json)](const Client::CrossingEvent& event) {
+            std::visit(print, event);
+            stop.RaiseUnlessWritable(std::cout);
+        });
     std::cerr << "watching until interrupted\n";
     watch.Follow(stop.Descriptor());
     return 0;

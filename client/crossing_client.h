@@ -59,6 +59,7 @@ public:
     std::vector<CrossingRule> Explain(const std::string& peer);
     // With `bind` the companion's service runs whatever the rules say.
     void BindService(bool bind);
+    // Of a peer, or of this device.
     PeerName FindPeer(const std::string& peer);
 
     // In the order of the device's configuration.

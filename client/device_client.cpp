@@ -61,10 +61,14 @@ InfoAnswer DeviceClient::GetInfo(const std::string& peer, const std::vector<std:
     return answer;
 }
 
-std::string DeviceClient::GetProfile(
+std::optional<std::string> DeviceClient::GetProfile(
     const std::string& device, const std::string& service, const std::string& serviceType, const std::string& key) {
     CheckTexts({device, service, serviceType, key});
-    return Ask(name_, [&] { return proxy_->GetProfile(device, service, serviceType, key); });
+    try {
+        return Ask(name_, [&] { return proxy_->GetProfile(device, service, serviceType, key); });
+    } catch (const NotFound&) {
+        return std::nullopt;
+    }
 }
 
 int32_t DeviceClient::PutProfile(

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -118,8 +119,8 @@ public:
     InfoAnswer GetInfo(const std::string& peer, const std::vector<std::string>& names);
 
     // What is known of the profile of `device`, a peer as for GetInfo or the device itself: the value of `key` under
-    // `service`. Empty when nothing is known.
-    std::string GetProfile(
+    // `service`, which may be an empty text. No value when nothing is known.
+    std::optional<std::string> GetProfile(
         const std::string& device, const std::string& service, const std::string& serviceType, const std::string& key);
     // Both change the device's own profile: 0 once that is kept, or why it is not, see device_api.xml.
     int32_t PutProfile(

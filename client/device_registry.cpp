@@ -21,12 +21,44 @@ constexpr const char* STATE_LINK = "state";
 constexpr const char* RUNTIME_LINK = "run";
 constexpr const char* ADDRESS_FILE = "address";
 
-// Created and checked level by level: in /tmp anybody may have been there first.
-fs::path DevicesDirectory() {
+fs::path Registry() {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const fs::path registry = runtime != nullptr && *runtime == '/'
-        ? fs::path(runtime) / "collaborationfwk"
-        : fs::path("/tmp/collaborationfwk-" + std::to_string(geteuid()));
+    return runtime != nullptr && *runtime == '/' ? fs::path(runtime) / "collaborationfwk"
+                                                 : fs::path("/tmp/collaborationfwk-" + std::to_string(geteuid()));
+}
+
+// In /tmp anybody may have been there first.
+void CheckOwnDirectory(const fs::path& directory) {
+    struct stat status {};
+    if (lstat(directory.c_str(), &status) != 0) {
+        throw RegistryError(directory.string() + ": " + std::strerror(errno));
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        throw RegistryError(directory.string() + " is not a directory");
+    }
+    if (status.st_uid != geteuid()) {
+        throw RegistryError(directory.string() + " belongs to another user");
+    }
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        throw RegistryError(directory.string() + " is open to other users: its mode must be 0700");
+    }
+}
+
+// Nothing when no device has run yet: who only looks leaves nothing behind.
+std::optional<fs::path> FindDevicesDirectory() {
+    const fs::path registry = Registry();
+    for (const fs::path& directory : {registry, registry / "devices"}) {
+        std::error_code ignored;
+        if (fs::symlink_status(directory, ignored).type() == fs::file_type::not_found) {
+            return std::nullopt;
+        }
+        CheckOwnDirectory(directory);
+    }
+    return registry / "devices";
+}
+
+fs::path DevicesDirectory() {
+    const fs::path registry = Registry();
     EnsureOwnDirectory(registry);
     EnsureOwnDirectory(registry / "devices");
     return registry / "devices";
@@ -34,6 +66,10 @@ fs::path DevicesDirectory() {
 
 // Empty when the process that wrote it is gone: the next one takes the lock before it can remove the file.
 std::string ReadAddress(const fs::path& file) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(file, ignored)) {
+        return {};  // opening a pipe would wait for its other end
+    }
     pid_t process = 0;
     std::string address;
     std::ifstream stream(file);
@@ -70,24 +106,13 @@ void EnsureOwnDirectory(const fs::path& directory) {
     if (mkdir(directory.c_str(), OWN_DIRECTORY) != 0 && errno != EEXIST) {
         throw RegistryError(directory.string() + ": cannot be created: " + std::strerror(errno));
     }
-    struct stat status {};
-    if (lstat(directory.c_str(), &status) != 0) {
-        throw RegistryError(directory.string() + ": " + std::strerror(errno));
-    }
-    if (!S_ISDIR(status.st_mode)) {
-        throw RegistryError(directory.string() + " is not a directory");
-    }
-    if (status.st_uid != geteuid()) {
-        throw RegistryError(directory.string() + " belongs to another user");
-    }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-        throw RegistryError(directory.string() + " is open to other users: its mode must be 0700");
-    }
+    CheckOwnDirectory(directory);
 }
 
 std::vector<DeviceEntry> ListDevices() {
     std::vector<DeviceEntry> devices;
-    for (const fs::directory_entry& entry : fs::directory_iterator(DevicesDirectory())) {
+    const auto directory = FindDevicesDirectory();
+    for (const fs::directory_entry& entry : directory ? fs::directory_iterator(*directory) : fs::directory_iterator()) {
         devices.push_back(ReadEntry(entry.path()));
     }
     std::ranges::sort(devices, {}, &DeviceEntry::name);

@@ -90,7 +90,7 @@ private:
 
     void FindPeer(sdbus::Result<std::string, std::string>&& result, std::string peer) override {
         AnswerOnPool(std::move(result), [this, peer = std::move(peer)] {
-            const KnownPeer found = ChoosePeer(peers_(), peer);
+            const KnownPeer found = ChooseDevice(peers_(), ThisDevice(), peer);
             return std::tuple(BusText(found.name), ShortId(found.udid));
         });
     }

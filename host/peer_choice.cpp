@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/host/collaboration_fwk_service_utils.h"
 #include "platform/host/picker_result.h"
 
 namespace ZYNE::Host {
@@ -13,6 +14,15 @@ bool IsMeant(const KnownPeer& peer, const std::string& wanted) {
 }
 
 }  // namespace
+
+KnownPeer ThisDevice() {
+    const auto self = CollaborationFwk::CollaborationFwkServiceUtils::GetLocalDeviceInfo();
+    if (self == nullptr) {
+        return {};
+    }
+    return {
+        self->GetDeviceUdid(), self->GetDeviceNetworkId(), self->GetDeviceName(), self->GetDeviceType(), true, true};
+}
 
 std::string ShortId(const std::string& udid) {
     return CollaborationFwk::PickerResult::StringToAnonymous(udid);

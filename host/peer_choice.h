@@ -19,6 +19,9 @@ public:
     explicit AmbiguousPeer(const std::string& message) : ApiError("AmbiguousPeer", message) {}
 };
 
+// This device; nothing is known of it while it is starting or ending.
+KnownPeer ThisDevice();
+
 // A device's id as people see it.
 std::string ShortId(const std::string& udid);
 

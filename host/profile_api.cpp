@@ -12,13 +12,13 @@
 #include "host/api_error.h"
 #include "host/bus_text.h"
 #include "host/peer_choice.h"
-#include "platform/host/collaboration_fwk_service_utils.h"
+#include "platform/host/device_profile_client.h"
 #include "plugin/device_profile/device_profile_manager.h"
 
 namespace ZYNE::Host {
 namespace {
 
-using CollaborationFwk::CollaborationFwkServiceUtils;
+using CollaborationFwk::DeviceProfileClient;
 using CollaborationFwk::DeviceProfileManager;
 using Linux::ProfileChange;
 using Linux::ProfileService;
@@ -26,14 +26,10 @@ using Linux::ProfileService;
 constexpr size_t MOST_LISTED_BYTES = 4096;    // of a value in a list
 constexpr size_t MOST_TOLD_BYTES = 64 << 10;  // of a value in a change
 
-// This device; nothing is known of it while it is starting or ending.
-KnownPeer Self() {
-    const auto self = CollaborationFwkServiceUtils::GetLocalDeviceInfo();
-    if (self == nullptr) {
-        return {};
-    }
-    return {
-        self->GetDeviceUdid(), self->GetDeviceNetworkId(), self->GetDeviceName(), self->GetDeviceType(), true, true};
+// The library tells of an empty value no more than of none.
+bool IsKnown(const std::string& udid, const std::string& service, const std::string& key) {
+    CharacteristicProfile profile;
+    return DeviceProfileClient::GetInstance().GetCharacteristicProfile(udid, service, key, profile) == 0;
 }
 
 // How the library wants to be told of the service.
@@ -79,9 +75,12 @@ ProfileApi::ProfileApi(std::function<std::vector<KnownPeer>()> peers) : peers_(s
 
 std::string ProfileApi::Get(const std::string& device, const std::string& service, const std::string& serviceType,
     const std::string& key) const {
-    const KnownPeer meant = ChooseDevice(peers_(), Self(), device);
+    const KnownPeer meant = ChooseDevice(peers_(), ThisDevice(), device);
     std::string value =
         BusText(DeviceProfileManager::GetInstance().GetSyncData(meant.udid, key, ExtraInfo(service, serviceType)));
+    if (value.empty() && !IsKnown(meant.udid, service, key)) {
+        throw ApiError("NotFound", "nothing is known of " + key + " under the service " + service + " of " + device);
+    }
     if (value.size() > MOST_REPLY_BYTES) {
         throw ApiError("TooLarge", "the value of \"" + key + "\" is too large for the bus");
     }
@@ -99,7 +98,7 @@ int32_t ProfileApi::Delete(const std::string& service, const std::string& key) c
 
 std::vector<ProfileApi::Entry> ProfileApi::List(const std::string& device) const {
     const std::vector<KnownPeer> peers = peers_();
-    const KnownPeer self = Self();
+    const KnownPeer self = ThisDevice();
     std::vector<KnownPeer> meant = peers;
     meant.push_back(self);
     if (!device.empty()) {
@@ -121,7 +120,7 @@ std::vector<ProfileApi::Entry> ProfileApi::List(const std::string& device) const
 }
 
 ProfileApi::Change ProfileApi::Describe(ProfileChange change, const CharacteristicProfile& profile) const {
-    return {Word(change), Host::Describe(peers_(), Self(), profile, MOST_TOLD_BYTES)};
+    return {Word(change), Host::Describe(peers_(), ThisDevice(), profile, MOST_TOLD_BYTES)};
 }
 
 }  // namespace ZYNE::Host

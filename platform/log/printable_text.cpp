@@ -1,5 +1,6 @@
 #include "platform/log/printable_text.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace ZYNE {
@@ -7,7 +8,14 @@ namespace {
 
 constexpr unsigned char FIRST_PRINTABLE = 0x20;
 constexpr unsigned char DELETE = 0x7f;
-constexpr char32_t FIRST_PRINTABLE_BEYOND_ASCII = 0xa0;  // what lies between are control characters too
+
+struct Range {
+    char32_t first;
+    char32_t last;
+};
+constexpr Range HIDDEN[] = {{0, 0x1f}, {0x7f, 0x9f}, {0xad, 0xad}, {0x61c, 0x61c}, {0x115f, 0x1160}, {0x17b4, 0x17b5},
+    {0x180b, 0x180f}, {0x200b, 0x200f}, {0x2028, 0x202e}, {0x2060, 0x206f}, {0x3164, 0x3164}, {0xfeff, 0xfeff},
+    {0xffa0, 0xffa0}, {0xfff0, 0xfffb}, {0x1bca0, 0x1bca3}, {0x1d173, 0x1d17a}, {0xe0000, 0xe007f}};
 
 bool IsContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U;
@@ -25,7 +33,7 @@ size_t SequenceLength(unsigned char lead) {
 
 // The length of the printable character beyond ASCII at the start of `text`; 0 when there is none.
 size_t PrintableLength(std::string_view text) {
-    constexpr char32_t LEAST[] = {0, 0, FIRST_PRINTABLE_BEYOND_ASCII, 0x800, 0x10000};
+    constexpr char32_t LEAST[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto lead = static_cast<unsigned char>(text.front());
     const size_t length = SequenceLength(lead);
     if (length == 0 || length > text.size()) {
@@ -39,7 +47,7 @@ size_t PrintableLength(std::string_view text) {
         character = (character << 6U) | (static_cast<unsigned char>(byte) & 0x3fU);
     }
     const bool surrogate = character >= 0xd800 && character <= 0xdfff;
-    return character >= LEAST[length] && character <= 0x10ffff && !surrogate ? length : 0;
+    return character >= LEAST[length] && character <= 0x10ffff && !surrogate && !IsHidden(character) ? length : 0;
 }
 
 void AppendEscaped(std::string& line, unsigned char byte) {
@@ -62,6 +70,11 @@ void AppendEscaped(std::string& line, unsigned char byte) {
 }
 
 }  // namespace
+
+bool IsHidden(char32_t character) {
+    return std::ranges::any_of(
+        HIDDEN, [character](const Range& range) { return character >= range.first && character <= range.last; });
+}
 
 void AppendPrintable(std::string& line, std::string_view text) {
     while (!text.empty()) {

@@ -6,7 +6,11 @@
 
 namespace ZYNE {
 
-// Appends `text` to `line` with every control character, and every byte that is not UTF-8, escaped: line feed, carriage
+// Whether a terminal would not show the character itself: control characters, line separators, what has no width, what
+// turns the direction of writing.
+bool IsHidden(char32_t character);
+
+// Appends `text` to `line` with every hidden character, and every byte that is not UTF-8, escaped: line feed, carriage
 // return and tab as \n, \r and \t, the rest byte by byte as \x1b.
 void AppendPrintable(std::string& line, std::string_view text);
 

@@ -92,7 +92,7 @@ protected:
     // From before the put of each until it is known at the peer.
     static Times Measure(const Pair& pair, const std::string& round) {
         auto isKnown = [api = pair.larger->device->Api(), &pair](const std::string& key) mutable {
-            return !api.GetProfile(pair.smaller->device->Name(), "network", "test", key).empty();
+            return api.GetProfile(pair.smaller->device->Name(), "network", "test", key).has_value();
         };
         Times times{};
         const auto start = Clock::now();
