@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <poll.h>
 #include <string>
 #include <sys/stat.h>
@@ -62,8 +63,7 @@ bool IsInterrupted(const StopSignals& stop) {
     return poll(&polled, 1, LOOK_INTERVAL_MS) > 0;
 }
 
-void Follow(const Client::DeviceEntry& device, std::ifstream& file, std::streamoff position) {
-    const StopSignals stop;
+void Follow(const Client::DeviceEntry& device, std::ifstream& file, std::streamoff position, const StopSignals& stop) {
     ino_t number = FileNumber(device.LogFile());
     bool running = true;
     while (running && std::cout && !IsInterrupted(stop)) {
@@ -97,10 +97,11 @@ int ShowLog(const DeviceChoice& choice, size_t lines, bool follow) {
     if (!file.is_open()) {
         throw CommandError(device.LogFile().string() + " cannot be read: no device has logged there");
     }
+    const std::optional<StopSignals> stop = follow ? std::optional<StopSignals>(std::in_place) : std::nullopt;
     std::streamoff position = LastLines(file, lines);
     PrintNewLines(file, position);
-    if (follow) {
-        Follow(device, file, position);
+    if (stop) {
+        Follow(device, file, position, *stop);
     }
     return 0;
 }

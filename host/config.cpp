@@ -9,6 +9,7 @@
 
 #include <toml++/toml.h>
 
+#include "host/closest_name.h"
 #include "host/config_table.h"
 #include "host/device_type_name.h"
 #include "host/peer_address.h"
@@ -144,10 +145,12 @@ void RefuseOldKeys(const ConfigTable& table) {
     }
 }
 
-void ReadNetwork(const toml::table& root, const fs::path& file, FabricOptions& fabric) {
+void ReadNetwork(const toml::table& root, const fs::path& file, Config& config) {
+    FabricOptions& fabric = config.fabric;
     ConfigTable table(root, file, "network");
     RefuseOldKeys(table);
     fabric.interfaces = ReadInterfaces(table);
+    config.interfacePlace = table.Place("interface");
     fabric.peers = ReadPeers(table);
     fabric.port = static_cast<uint16_t>(table.Number("port", Linux::DEFAULT_PORT, LAST_PORT));
     fabric.mayUseOtherPort = !table.Has("port");
@@ -237,12 +240,13 @@ void ReadLog(const toml::table& root, const fs::path& file, Linux::LogOptions& l
 }
 
 void RefuseOtherTables(const toml::table& root, const fs::path& file) {
-    constexpr std::array<std::string_view, 8> KNOWN{
+    static const std::vector<std::string> KNOWN{
         "device", "account", "network", "apps", "services", "user", "input", "log"};
     for (const auto& [key, node] : root) {
         if (std::ranges::find(KNOWN, key.str()) == KNOWN.end()) {
             throw ConfigError(file.string() + ":" + std::to_string(node.source().begin.line) + ": " +
-                std::string(key.str()) + " is not a known " + (node.is_table() ? "table" : "key"));
+                std::string(key.str()) + " is not a known " + (node.is_table() ? "table" : "key") +
+                DidYouMean(key.str(), KNOWN));
         }
     }
 }
@@ -268,7 +272,7 @@ Config ReadConfig(const fs::path& file) {
     Config config;
     ReadDevice(root, file, config);
     ReadAccount(root, file, config.fabric);
-    ReadNetwork(root, file, config.fabric);
+    ReadNetwork(root, file, config);
     ReadApps(root, file, config);
     ReadServices(root, file, config);
     config.users = ReadUsers(root, file);

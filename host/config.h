@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "linux/fabric/fabric_options.h"
@@ -22,6 +23,7 @@ struct Config {
     std::vector<Linux::User> users;  // at least one, each id once
     Linux::InputOptions input;
     Linux::DisplayArea scriptedDisplay;  // stands in while there is no display server
+    std::string interfacePlace;          // file, line and key of the interfaces, for messages
     Linux::FabricOptions fabric;         // neither the udid nor the state directory is set
     Linux::LogOptions log;               // nor are the file and the device
 };

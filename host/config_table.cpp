@@ -2,13 +2,14 @@
 
 #include <optional>
 
+#include "host/closest_name.h"
 #include "host/config.h"
 
 namespace ZYNE::Host {
 
 namespace {
 
-std::string Place(const std::filesystem::path& file, const toml::node& node) {
+std::string FileAndLine(const std::filesystem::path& file, const toml::node& node) {
     return file.string() + ":" + std::to_string(node.source().begin.line);
 }
 
@@ -16,7 +17,7 @@ std::string Place(const std::filesystem::path& file, const toml::node& node) {
 const toml::table* AsTable(
     const toml::node& node, const std::filesystem::path& file, const std::string& name, const std::string& written) {
     if (!node.is_table()) {
-        throw ConfigError(Place(file, node) + ": " + name + " must be a table, written as " + written);
+        throw ConfigError(FileAndLine(file, node) + ": " + name + " must be a table, written as " + written);
     }
     return node.as_table();
 }
@@ -39,7 +40,7 @@ std::vector<ConfigTable> ConfigTable::ReadArray(
     const std::string written = "[[" + name + "]]";
     const toml::node* node = root.get(name);
     if (node != nullptr && !node->is_array()) {
-        throw ConfigError(Place(file, *node) + ": " + name + " must be written as " + written);
+        throw ConfigError(FileAndLine(file, *node) + ": " + name + " must be written as " + written);
     }
     if (node != nullptr) {
         for (const toml::node& element : *node->as_array()) {
@@ -138,14 +139,17 @@ void ConfigTable::Require(const std::string& key) const {
     }
 }
 
-// A key that is missing is looked for in its table, a missing table in the file.
-void ConfigTable::Fail(const std::string& key, const std::string& problem) const {
+std::string ConfigTable::Place(const std::string& key) const {
     std::string place = file_.string();
     if (table_ != nullptr) {
         const toml::node* node = table_->get(key);
-        place = Place(file_, node != nullptr ? *node : *table_);
+        place = FileAndLine(file_, node != nullptr ? *node : *table_);
     }
-    throw ConfigError(place + ": " + name_ + "." + key + " " + problem);
+    return place + ": " + name_ + "." + key;
+}
+
+void ConfigTable::Fail(const std::string& key, const std::string& problem) const {
+    throw ConfigError(Place(key) + " " + problem);
 }
 
 void ConfigTable::RefuseOthers() const {
@@ -154,7 +158,7 @@ void ConfigTable::RefuseOthers() const {
     }
     for (const auto& [key, node] : *table_) {
         if (!known_.contains(key.str())) {
-            Fail(std::string(key.str()), "is not a known key");
+            Fail(std::string(key.str()), "is not a known key" + DidYouMean(key.str(), {known_.begin(), known_.end()}));
         }
     }
 }

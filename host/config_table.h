@@ -47,6 +47,9 @@ public:
         Fail(key, '"' + word + "\" is none of: " + known);
     }
 
+    // "file:line: table.key"; of a key that is not given the line is its table's, and of a missing table there is none.
+    std::string Place(const std::string& key) const;
+
     // Throws when the key is not given.
     void Require(const std::string& key) const;
     // Throws with the key's place and `problem`.

@@ -10,9 +10,11 @@
 #include <sys/resource.h>
 
 #include "host/config.h"
+#include "host/config_check.h"
 #include "host/daemon.h"
 #include "linux/fabric/fabric.h"
 #include "linux/runtime/process_guard.h"
+#include "platform/log/printable_text.h"
 
 namespace {
 
@@ -28,7 +30,9 @@ Example:
   collabd --config phone.toml)";
 
 int Fail(const std::string& problem, int status) {
-    std::cerr << "collabd: " << problem << '\n';
+    std::string line;
+    ZYNE::AppendPrintable(line, problem);
+    std::cerr << "collabd: " << line << '\n';
     return status;
 }
 
@@ -54,12 +58,24 @@ int RunDevice(const ZYNE::Host::Config& config) {
     return daemon.Stop() ? 0 : FAILED;
 }
 
+int Check(const std::string& file, const ZYNE::Host::Config& config) {
+    const std::vector<std::string> mistakes = ZYNE::Host::FindMistakes(config);
+    for (const std::string& mistake : mistakes) {
+        Fail(mistake, WRONG_USAGE);
+    }
+    if (!mistakes.empty()) {
+        return WRONG_USAGE;
+    }
+    std::cout << file << ": no mistakes found" << std::endl;
+    return std::cout ? 0 : FAILED;
+}
+
 int Main(int argc, char** argv) {
     CLI::App app("Runs one device of an account.", "collabd");
     std::string file;
     bool checkOnly = false;
     app.add_option("--config", file, "The device's configuration")->required()->type_name("FILE");
-    app.add_flag("--check", checkOnly, "Check the configuration and start nothing");
+    app.add_flag("--check", checkOnly, "Check the configuration and the files that it names, and start nothing");
     app.set_version_flag("--version", COLLAB_VERSION);
     app.footer(FOOTER);
     try {
@@ -72,8 +88,7 @@ int Main(int argc, char** argv) {
     try {
         const ZYNE::Host::Config config = ZYNE::Host::ReadConfig(file);
         if (checkOnly) {
-            std::cout << file << ": no mistakes found\n";
-            return 0;
+            return Check(file, config);
         }
         return RunDevice(config);
     } catch (const ZYNE::Host::ConfigError& error) {

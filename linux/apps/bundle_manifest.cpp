@@ -21,7 +21,7 @@ std::string ReadName(const Json::Value& json, const char* member) {
     const bool printable = std::none_of(name.begin(), name.end(),
         [](char character) { return static_cast<unsigned char>(character) < ' ' || character == '\x7f'; });
     if (name.empty() || !printable) {
-        throw std::runtime_error(std::string("\"") + member + "\" must be a name");
+        throw JsonError(json, std::string("\"") + member + "\" must be a name");
     }
     return name;
 }
@@ -42,10 +42,10 @@ BundleExtension ReadExtension(const Json::Value& json, const Bundle& bundle) {
     extension.service.name = ExtensionBusName(bundle.bundleName, extension.name);
     extension.service.command = JsonStrings(json, "exec");
     if (extension.service.name.empty()) {
-        throw std::runtime_error("the names of extension \"" + extension.name + "\" are too long");
+        throw JsonError(json, "the names of extension \"" + extension.name + "\" are too long");
     }
     if (extension.service.command.empty()) {
-        throw std::runtime_error("extension \"" + extension.name + "\" has no \"exec\"");
+        throw JsonError(json, "extension \"" + extension.name + "\" has no \"exec\"");
     }
     std::string& executable = extension.service.command.front();
     executable = (bundle.folder / executable).lexically_normal().native();
@@ -59,7 +59,8 @@ std::vector<std::string> ReadDataShares(const Json::Value& root) {
         const std::optional<ShareName> name = ParseShareName(share);
         if (!name || name->path != share || share.ends_with('/') || IsAtOrBelow(ShareProviders::SETTINGS, share) ||
             IsAtOrBelow(share, ShareProviders::SETTINGS)) {
-            throw std::runtime_error("\"dataShares\" must name data of the app such as datashare:///org.example.app");
+            throw JsonError(
+                root["dataShares"], "\"dataShares\" must name data of the app such as datashare:///org.example.app");
         }
     }
     return shares;
@@ -74,15 +75,15 @@ void ReadAbilities(const Json::Value& root, Bundle& bundle) {
         names.insert(bundle.extensions.emplace_back(ReadExtension(json, bundle)).name);
     }
     if (names.size() != bundle.abilities.size() + bundle.extensions.size()) {
-        throw std::runtime_error("two abilities or extensions have the same name");
+        throw JsonError(root, "two abilities or extensions have the same name");
     }
 }
 
 }  // namespace
 
 Bundle ReadManifest(const std::filesystem::path& folder) {
-    const std::filesystem::path file = folder / FILE_NAME;
-    const Json::Value root = ReadJsonObject(file, LARGEST_FILE);
+    const JsonFile file = ReadJsonFile(folder / FILE_NAME, LARGEST_FILE);
+    const Json::Value& root = file.root;
     Bundle bundle;
     bundle.folder = std::filesystem::absolute(folder);
     try {
@@ -93,8 +94,10 @@ Bundle ReadManifest(const std::filesystem::path& folder) {
         bundle.user = JsonInt(root, "user", DEVICE_USER);
         bundle.dataShares = ReadDataShares(root);
         ReadAbilities(root, bundle);
+    } catch (const JsonError& error) {
+        throw std::runtime_error(file.Place(error.Offset()) + error.what());
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error(file.native() + ": " + error.what());
+        throw std::runtime_error(file.path.native() + ": " + error.what());
     }
     return bundle;
 }

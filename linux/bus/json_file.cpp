@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <memory>
-#include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include <json/reader.h>
@@ -22,8 +24,10 @@ constexpr int MOST_NESTING = 64;
     throw std::runtime_error(path.native() + ": " + what);
 }
 
-[[noreturn]] void FailMember(const char* name, const char* type) {
-    throw std::runtime_error(std::string("\"") + name + "\" must be " + type);
+// `member` is null when it is absent.
+[[noreturn]] void FailMember(
+    const Json::Value& object, const Json::Value* member, const char* name, const std::string& type) {
+    throw JsonError(member != nullptr ? *member : object, std::string("\"") + name + "\" must be " + type);
 }
 
 // Null when the member is absent.
@@ -46,10 +50,13 @@ bool Parse(const std::string& text, Json::Value& value, std::string& error) {
     }
 }
 
-// The parser's report has several indented lines.
-std::string OneLine(const std::string& text) {
-    std::string line;
-    for (const char character : text) {
+// The parser's report has several indented lines: "* Line 3, Column 5", then what is wrong.
+std::string LineAndProblem(const std::string& report) {
+    unsigned number = 0;
+    int end = 0;
+    const bool hasLine = std::sscanf(report.c_str(), "* Line %u, Column %*u%n", &number, &end) == 1;
+    std::string line = hasLine ? std::to_string(number) + ": " : std::string(" ");
+    for (const char character : std::string_view(report).substr(hasLine ? static_cast<size_t>(end) : 0)) {
         const bool blank = character == '\n' || character == ' ';
         if (!blank) {
             line += character;
@@ -64,7 +71,7 @@ const Json::Value& Array(const Json::Value& object, const char* name, const char
     static const Json::Value NONE(Json::arrayValue);
     const Json::Value* member = Find(object, name);
     if (member != nullptr && !member->isArray()) {
-        FailMember(name, type);
+        FailMember(object, member, name, type);
     }
     return member != nullptr ? *member : NONE;
 }
@@ -92,18 +99,25 @@ std::string ReadTextFile(const std::filesystem::path& path, size_t limit) {
     return text;
 }
 
-Json::Value ReadJsonObject(const std::filesystem::path& path, size_t limit) {
-    const std::string text = ReadTextFile(path, limit);
-    Json::Value value;
+std::string JsonFile::Place(size_t offset) const {
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size()));
+    return path.native() + ":" + std::to_string(std::count(text.begin(), end, '\n') + 1) + ": ";
+}
+
+JsonFile ReadJsonFile(const std::filesystem::path& path, size_t limit) {
+    JsonFile file{path, ReadTextFile(path, limit), {}};
     std::string error;
-    if (!Parse(text, value, error)) {
-        Fail(path, OneLine(error));
+    if (!Parse(file.text, file.root, error)) {
+        throw std::runtime_error(path.native() + ":" + LineAndProblem(error));
     }
-    if (!value.isObject()) {
+    if (!file.root.isObject()) {
         Fail(path, "is no JSON object");
     }
-    return value;
+    return file;
 }
+
+JsonError::JsonError(const Json::Value& value, const std::string& what)
+    : std::runtime_error(what), offset_(static_cast<size_t>(value.getOffsetStart())) {}
 
 std::string JsonString(const Json::Value& object, const char* name, const char* absent) {
     const Json::Value* member = Find(object, name);
@@ -111,7 +125,7 @@ std::string JsonString(const Json::Value& object, const char* name, const char* 
         return absent;
     }
     if (member == nullptr || !member->isString()) {
-        FailMember(name, "a string");
+        FailMember(object, member, name, "a string");
     }
     return member->asString();
 }
@@ -123,7 +137,7 @@ std::string JsonString(const Json::Value& object, const char* name) {
 bool JsonBool(const Json::Value& object, const char* name, bool absent) {
     const Json::Value* member = Find(object, name);
     if (member != nullptr && !member->isBool()) {
-        FailMember(name, "true or false");
+        FailMember(object, member, name, "true or false");
     }
     return member != nullptr ? member->asBool() : absent;
 }
@@ -131,7 +145,7 @@ bool JsonBool(const Json::Value& object, const char* name, bool absent) {
 int32_t JsonInt(const Json::Value& object, const char* name) {
     const Json::Value* member = Find(object, name);
     if (member == nullptr || !member->isInt()) {
-        FailMember(name, "a whole number");
+        FailMember(object, member, name, "a whole number");
     }
     return member->asInt();
 }
@@ -145,7 +159,7 @@ std::vector<std::string> JsonStrings(const Json::Value& object, const char* name
     std::vector<std::string> strings;
     for (const Json::Value& element : Array(object, name, TYPE)) {
         if (!element.isString()) {
-            FailMember(name, TYPE);
+            FailMember(object, &element, name, TYPE);
         }
         strings.push_back(element.asString());
     }
@@ -157,7 +171,7 @@ std::vector<Json::Value> JsonObjects(const Json::Value& object, const char* name
     std::vector<Json::Value> objects;
     for (const Json::Value& element : Array(object, name, TYPE)) {
         if (!element.isObject()) {
-            FailMember(name, TYPE);
+            FailMember(object, &element, name, TYPE);
         }
         objects.push_back(element);
     }

@@ -19,10 +19,10 @@ SystemAbilityEntry ReadEntry(const Json::Value& json, const std::filesystem::pat
     entry.service.command = JsonStrings(json, "exec");
     entry.path = JsonString(json, "path", BusWire::DEFAULT_PATH);
     if (sd_bus_service_name_is_valid(entry.service.name.c_str()) <= 0 || entry.service.name.starts_with(':')) {
-        throw std::runtime_error("\"busName\" must be a well-known bus name");
+        throw JsonError(json, "\"busName\" must be a well-known bus name");
     }
     if (sd_bus_object_path_is_valid(entry.path.c_str()) <= 0) {
-        throw std::runtime_error("\"path\" must be an object path");
+        throw JsonError(json, "\"path\" must be an object path");
     }
     if (!entry.service.command.empty()) {
         std::string& executable = entry.service.command.front();
@@ -34,20 +34,22 @@ SystemAbilityEntry ReadEntry(const Json::Value& json, const std::filesystem::pat
 }  // namespace
 
 SystemAbilityTable ReadSystemAbilityTable(const std::filesystem::path& file) {
-    const Json::Value root = ReadJsonObject(file, LARGEST_FILE);
+    const JsonFile json = ReadJsonFile(file, LARGEST_FILE);
     const std::filesystem::path directory = std::filesystem::absolute(file).parent_path();
     SystemAbilityTable table;
     std::set<std::string> names;
     size_t index = 0;
     try {
-        for (const Json::Value& json : JsonObjects(root, "abilities")) {
-            const int32_t id = JsonInt(json, "id");
-            const SystemAbilityEntry& entry = table[id] = ReadEntry(json, directory);
+        for (const Json::Value& ability : JsonObjects(json.root, "abilities")) {
+            const int32_t id = JsonInt(ability, "id");
+            const SystemAbilityEntry& entry = table[id] = ReadEntry(ability, directory);
             ++index;
             if (table.size() != index || !names.insert(entry.service.name).second) {
-                throw std::runtime_error("its \"id\" or \"busName\" stands in an earlier entry already");
+                throw JsonError(ability, "its \"id\" or \"busName\" stands in an earlier entry already");
             }
         }
+    } catch (const JsonError& error) {
+        throw std::runtime_error(json.Place(error.Offset()) + "entry " + std::to_string(index) + ": " + error.what());
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(file.native() + ": entry " + std::to_string(index) + ": " + error.what());
     }
