@@ -63,9 +63,9 @@ TEST_F(Status, KeepsSettingsOfEachUserAndOfAllUsersApartAndOverARestart) {
     phone->Start();
     EXPECT_EQ(phone->Ctl({"setting", "get", "colour"}).out, "red\n");
     EXPECT_EQ(phone->Ctl({"setting", "get", "colour", "--user", "100"}).out, "blue\n");
-    const Outcome missing = phone->Ctl({"setting", "get", "colour", "--user", "101"});
+    const Outcome missing = phone->Ctl({"setting", "get", "shape", "--user", "100"});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_THAT(missing.err, HasSubstr("colour"));
+    EXPECT_THAT(missing.err, HasSubstr("shape"));
 }
 
 }  // namespace
