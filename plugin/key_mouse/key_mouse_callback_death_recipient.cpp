@@ -6,7 +6,7 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-constexpr LogDomain LOG = LogDomains::COLLECTION;
+constexpr LogDomain LOG = LogDomains::DEVICE_DETECT;
 
 }  // namespace
 

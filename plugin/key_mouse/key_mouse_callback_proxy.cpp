@@ -1,5 +1,7 @@
 #include "plugin/key_mouse/key_mouse_callback_proxy.h"
 
+#include <string>
+
 #include "plugin/utils/log.h"
 #include "plugin/utils/result_codes.h"
 
@@ -25,88 +27,86 @@ public:
 
 const Registration g_registration;
 
-bool IsWritten(bool written, const char* field) {
-    if (!written) {
-        CFWK_LOGE(LOG, "write %{public}s failed", field);
+// One request. What cannot be written is logged by `operation` and ends it: nothing follows, and it is not sent.
+class Request {
+public:
+    Request(const char* operation, const sptr<IRemoteObject>& remote) : operation_(operation), remote_(remote) {
+        if (!remote_) {
+            Fail(ResultCodes::NO_REMOTE, "remote is null");
+        } else if (!data_.WriteInterfaceToken(IKeyMouseCallback::DESCRIPTOR)) {
+            Fail(ResultCodes::TOKEN_NOT_WRITTEN, "write interface token failed");
+        }
     }
-    return written;
-}
+
+    // Each with the line that says that there is no room for it.
+    void Write(const std::string& value, const char* failure) { Check(Fits() && data_.WriteString(value), failure); }
+    void Write(int32_t value, const char* failure) { Check(Fits() && data_.WriteInt32(value), failure); }
+    void Write(bool value, const char* failure) { Check(Fits() && data_.WriteBool(value), failure); }
+
+    int32_t Send(IKeyMouseCallback::RequestCode code) {
+        if (!Fits()) {
+            return code_;
+        }
+        MessageParcel reply;
+        MessageOption option(MessageOption::SYNCHRONOUS, WAIT_SECONDS);
+        const int32_t result = remote_->SendRequest(code, data_, reply, option);
+        if (result != 0) {
+            CFWK_LOG_AS(ERROR, LOG, operation_, "failed to SendRequest, error: %{public}d", result);
+        }
+        return result;
+    }
+
+private:
+    bool Fits() const { return code_ == 0; }
+    void Check(bool isWritten, const char* failure) {
+        if (Fits() && !isWritten) {
+            Fail(ResultCodes::FIELD_NOT_WRITTEN, failure);
+        }
+    }
+    void Fail(int32_t code, const char* failure) {
+        CFWK_LOG_AS(ERROR, LOG, operation_, "%{public}s", failure);
+        code_ = code;
+    }
+
+    const char* const operation_;
+    const sptr<IRemoteObject> remote_;
+    MessageParcel data_;
+    int32_t code_ = 0;  // of the first failure
+};
 
 }  // namespace
 
-int32_t KeyMouseCallbackProxy::Begin(MessageParcel& data) const {
-    if (!Remote()) {
-        CFWK_LOGE(LOG, "remote is null");
-        return ResultCodes::NO_REMOTE;
-    }
-    if (!data.WriteInterfaceToken(DESCRIPTOR)) {
-        CFWK_LOGE(LOG, "write interface token failed");
-        return ResultCodes::TOKEN_NOT_WRITTEN;
-    }
-    return 0;
-}
-
-int32_t KeyMouseCallbackProxy::Send(RequestCode code, MessageParcel& data) const {
-    MessageParcel reply;
-    MessageOption option(MessageOption::SYNCHRONOUS, WAIT_SECONDS);
-    const int32_t result = Remote()->SendRequest(code, data, reply, option);
-    if (result != 0) {
-        CFWK_LOGE(LOG, "failed to SendRequest, error: %{public}d", result);
-    }
-    return result;
-}
-
 int32_t KeyMouseCallbackProxy::OnDeviceStatusChanged(const KeyMouseSwitchState& state) {
-    MessageParcel data;
-    if (const int32_t code = Begin(data); code != 0) {
-        return code;
-    }
-    if (!IsWritten(data.WriteString(state.deviceId), "deviceId") ||
-        !IsWritten(data.WriteInt32(state.switchStatus), "switchStatus")) {
-        return ResultCodes::FIELD_NOT_WRITTEN;
-    }
-    return Send(DEVICE_STATUS_CHANGED, data);
+    Request request(__func__, Remote());
+    request.Write(state.deviceId, "write deviceId failed");
+    request.Write(state.switchStatus, "write switchStatus failed");
+    return request.Send(DEVICE_STATUS_CHANGED);
 }
 
 int32_t KeyMouseCallbackProxy::OnDeviceScreenStatusChanged(const KeyMouseScreenStatus& status) {
-    MessageParcel data;
-    if (const int32_t code = Begin(data); code != 0) {
-        return code;
-    }
-    if (!IsWritten(data.WriteString(status.networkId), "networkId") ||
-        !IsWritten(data.WriteInt32(status.screenStatus), "screen status")) {
-        return ResultCodes::FIELD_NOT_WRITTEN;
-    }
-    return Send(DEVICE_SCREEN_STATUS_CHANGED, data);
+    Request request(__func__, Remote());
+    request.Write(status.networkId, "write networkId failed");
+    request.Write(status.screenStatus, "write screen status failed");
+    return request.Send(DEVICE_SCREEN_STATUS_CHANGED);
 }
 
 int32_t KeyMouseCallbackProxy::OnKeyboardEvent(const KeyMouseKeyboardEvent& event) {
-    MessageParcel data;
-    if (const int32_t code = Begin(data); code != 0) {
-        return code;
-    }
-    if (!IsWritten(data.WriteInt32(event.keyCode), "keyCode") ||
-        !IsWritten(data.WriteInt32(event.keyAction), "keyAction")) {
-        return ResultCodes::FIELD_NOT_WRITTEN;
-    }
-    return Send(KEYBOARD_EVENT, data);
+    Request request(__func__, Remote());
+    request.Write(event.keyCode, "write keyCode failed");
+    request.Write(event.keyAction, "write keyAction failed");
+    return request.Send(KEYBOARD_EVENT);
 }
 
 int32_t KeyMouseCallbackProxy::OnMoveToEdgeEvent(const KeyMouseMoveToEdgeEvent& event) {
-    MessageParcel data;
-    if (const int32_t code = Begin(data); code != 0) {
-        return code;
-    }
-    if (!IsWritten(data.WriteInt32(event.screenId), "screenId") ||
-        !IsWritten(data.WriteInt32(event.screenX), "screenX") ||
-        !IsWritten(data.WriteInt32(event.screenY), "screenY") ||
-        !IsWritten(data.WriteInt32(event.rawDeltaX), "rawDeltaX") ||
-        !IsWritten(data.WriteInt32(event.rawDeltaY), "rawDeltaY") ||
-        !IsWritten(data.WriteInt32(event.deviceId), "deviceId") ||
-        !IsWritten(data.WriteBool(event.isPressedButtons), "isPressedButtons")) {
-        return ResultCodes::FIELD_NOT_WRITTEN;
-    }
-    return Send(MOVE_TO_EDGE_EVENT, data);
+    Request request(__func__, Remote());
+    request.Write(event.screenId, "write screenId failed");
+    request.Write(event.screenX, "write screenX failed");
+    request.Write(event.screenY, "write screenY failed");
+    request.Write(event.rawDeltaX, "write rawDeltaX failed");
+    request.Write(event.rawDeltaY, "write rawDeltaY failed");
+    request.Write(event.deviceId, "write deviceId failed");
+    request.Write(event.isPressedButtons, "write isPressedButtons failed");
+    return request.Send(MOVE_TO_EDGE_EVENT);
 }
 
 }  // namespace ZYNE::CollaborationFwk

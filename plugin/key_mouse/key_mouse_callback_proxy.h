@@ -19,11 +19,6 @@ public:
     int32_t OnDeviceScreenStatusChanged(const KeyMouseScreenStatus& status) override;
     int32_t OnKeyboardEvent(const KeyMouseKeyboardEvent& event) override;
     int32_t OnMoveToEdgeEvent(const KeyMouseMoveToEdgeEvent& event) override;
-
-private:
-    // Opens the request with the token. 0; 1006; 1009.
-    int32_t Begin(MessageParcel& data) const;
-    int32_t Send(RequestCode code, MessageParcel& data) const;
 };
 
 }  // namespace ZYNE::CollaborationFwk

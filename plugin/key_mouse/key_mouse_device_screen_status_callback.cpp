@@ -26,8 +26,8 @@ void KeyMouseDeviceScreenStatusCallback::OnDeviceScreenStatus(const DmDeviceInfo
         return;
     }
     status.networkId = deviceInfo.networkId;
-    KeyMouseListenerSet::GetInstance().Send(
-        GloableVariables::KEY_SCREEN, [&](IKeyMouseCallback& client) { client.OnDeviceScreenStatusChanged(status); });
+    KeyMouseListenerSet::GetInstance().Send(__func__, GloableVariables::KEY_SCREEN,
+        [&](IKeyMouseCallback& client) { client.OnDeviceScreenStatusChanged(status); });
 }
 
 }  // namespace ZYNE::CollaborationFwk

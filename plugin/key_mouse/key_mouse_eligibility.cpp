@@ -12,6 +12,7 @@
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 #include "plugin/utils/json_utils.h"
 #include "plugin/utils/log.h"
+#include "plugin/utils/result_codes.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
@@ -31,31 +32,32 @@ int32_t QueryTrustedDevices(std::vector<DmDeviceInfo>& devices) {
 
 }  // namespace
 
-bool KeyMouseServiceManager::GetTrustedDevices(std::vector<DmDeviceInfo>& devices) {
+bool KeyMouseServiceManager::GetTrustedDevices(const char* operation, std::vector<DmDeviceInfo>& devices) {
     QueryTrustedDevices(devices);  // only the list counts
     if (devices.empty() || devices.size() > MAX_TRUSTED_DEVICES) {
-        CFWK_LOGE(LOG, "trust device list size is invalid");
+        CFWK_LOG_AS(ERROR, LOG, operation, "trust device list size is invalid");
         return false;
     }
     return true;
 }
 
-bool KeyMouseServiceManager::FetchTrustedDevices(std::vector<DmDeviceInfo>& devices) {
+bool KeyMouseServiceManager::FetchTrustedDevices(const char* operation, std::vector<DmDeviceInfo>& devices) {
     const int32_t code = QueryTrustedDevices(devices);
     if (code != 0) {
-        CFWK_LOGE(LOG, "Failed to GetTrustedDeviceList, ret: %{public}d.", code);
+        CFWK_LOG_AS(ERROR, LOG, operation, "Failed to GetTrustedDeviceList, ret: %{public}d.", code);
         return false;
     }
     if (devices.empty()) {
-        CFWK_LOGE(LOG, "No trusted devices.");
+        CFWK_LOG_AS(ERROR, LOG, operation, "No trusted devices.");
         return false;
     }
     return true;
 }
 
-std::optional<DmDeviceInfo> KeyMouseServiceManager::FindTrustedDevice(const std::string& networkId) {
+std::optional<DmDeviceInfo> KeyMouseServiceManager::FindTrustedDevice(
+    const char* operation, const std::string& networkId) {
     std::vector<DmDeviceInfo> devices;
-    if (!GetTrustedDevices(devices)) {
+    if (!GetTrustedDevices(operation, devices)) {
         return std::nullopt;
     }
     const auto found = std::find_if(
@@ -89,12 +91,12 @@ bool KeyMouseServiceManager::IsNextDevice(const DmDeviceInfo& info) {
 }
 
 bool KeyMouseServiceManager::IsNextDevice(const std::string& networkId) {
-    const std::optional<DmDeviceInfo> device = FindTrustedDevice(networkId);
+    const std::optional<DmDeviceInfo> device = FindTrustedDevice(__func__, networkId);
     return device && IsNextDevice(*device);
 }
 
 bool KeyMouseServiceManager::IsSameAccount(const std::string& networkId) {
-    const std::optional<DmDeviceInfo> device = FindTrustedDevice(networkId);
+    const std::optional<DmDeviceInfo> device = FindTrustedDevice(__func__, networkId);
     return device && KeyMouseRules::IsIdenticalAccount(*device);
 }
 
@@ -150,7 +152,7 @@ void KeyMouseServiceManager::AddServiceId(uint32_t remoteDeviceTypeId, std::vect
 
 std::string KeyMouseServiceManager::getDeviceNetworkId(const std::string& udid) {
     std::vector<DmDeviceInfo> devices;
-    if (!FetchTrustedDevices(devices)) {
+    if (!FetchTrustedDevices(__func__, devices)) {
         return {};
     }
     for (const DmDeviceInfo& device : devices) {
@@ -185,7 +187,7 @@ int32_t KeyMouseServiceManager::OnDeviceOnline(sptr<DeviceInfo> deviceInfo) {
     CFWK_LOGI(LOG, "enter");
     if (!deviceInfo) {
         CFWK_LOGE(LOG, "info is null");
-        return 0;
+        return ResultCodes::INVALID_PARAMETER;
     }
     if (IsSurpportDevice(deviceInfo->GetDeviceType())) {
         SetDeviceStatus(deviceInfo->GetDeviceUdid(), true);

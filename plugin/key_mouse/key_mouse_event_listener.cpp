@@ -10,7 +10,8 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-constexpr LogDomain LOG = LogDomains::COLLECTION;
+constexpr LogDomain LOG = LogDomains::DEVICE_DETECT;
+constexpr LogDomain EVENT_LOG = LogDomains::COLLECTION;
 
 }  // namespace
 
@@ -23,42 +24,42 @@ KeyMouseEventListener::~KeyMouseEventListener() {
 void KeyMouseEventListener::On(int32_t pid, const sptr<IRemoteObject>& callback) {
     CFWK_LOGI(LOG, "On cb %{public}s", type_);
     std::lock_guard lock(sourceMutex_);
-    if (AddCallback(pid, callback)) {
+    if (AddCallback(__func__, pid, callback)) {
         StartSource();
     }
 }
 
-bool KeyMouseEventListener::AddCallback(int32_t pid, const sptr<IRemoteObject>& callback) {
+bool KeyMouseEventListener::AddCallback(const char* operation, int32_t pid, const sptr<IRemoteObject>& callback) {
     std::unique_lock lock(callbacksMutex_);
     if (callbacks_.size() >= MAX_CALLBACKS) {
-        CFWK_LOGE(LOG, "On cb exceed maximum size");
+        CFWK_LOG_AS(ERROR, LOG, operation, "On cb exceed maximum size");
         return false;
     }
     if (!callback) {
-        CFWK_LOGE(LOG, "callback is null");
+        CFWK_LOG_AS(ERROR, LOG, operation, "callback is null");
         return false;
+    }
+    if (callbacks_.contains(pid)) {
+        return true;  // its first callback stays, and is watched already
     }
     if (!deathRecipient_) {
         deathRecipient_ = MakeSptr<KeyMouseCallbackDeathRecipient>(weak_from_this());
     }
-    if (const auto known = callbacks_.find(pid); known != callbacks_.end() && known->second == callback) {
-        return true;  // watched already
-    }
     // Under the lock, so that a death which is told at once finds the entry: the port never tells it inline.
     if (!callback->AddDeathRecipient(deathRecipient_)) {
-        CFWK_LOGE(LOG, "callback is dead");
+        CFWK_LOG_AS(ERROR, LOG, operation, "callback is dead");
         return false;
     }
-    if (callbacks_.try_emplace(pid, callback).second) {
-        pids_.push_back(pid);
-    }
+    callbacks_.emplace(pid, callback);
+    pids_.push_back(pid);
     return true;
 }
 
 void KeyMouseEventListener::Off(int32_t pid) {
     CFWK_LOGI(LOG, "Off the cb %{public}d", pid);
     std::lock_guard lock(sourceMutex_);
-    CFWK_LOGE(LOG, "remove callback result %{public}lu", RemoveCallbackByPid(pid));
+    const bool isRemoved = RemoveCallbackByPid(pid);
+    CFWK_LOGE(LOG, "remove callback result %{public}lu", isRemoved);
     // Held while the source is stopped; shared, so that an event which is on its way can still be sent. The port does
     // not wait for it.
     std::shared_lock callbacksLock(callbacksMutex_);
@@ -88,10 +89,20 @@ bool KeyMouseEventListener::RemoveCallback(const sptr<IRemoteObject>& callback) 
 }
 
 bool KeyMouseEventListener::RemoveCallbackByPid(int32_t pid) {
-    std::unique_lock lock(callbacksMutex_);
-    const bool isKnown = callbacks_.contains(pid);
-    Erase(pid);
-    return isKnown;
+    sptr<IRemoteObject> callback;
+    sptr<KeyMouseCallbackDeathRecipient> recipient;
+    {
+        std::unique_lock lock(callbacksMutex_);
+        const auto found = callbacks_.find(pid);
+        if (found == callbacks_.end()) {
+            return false;
+        }
+        callback = found->second;
+        recipient = deathRecipient_;
+        Erase(pid);
+    }
+    callback->RemoveDeathRecipient(recipient);
+    return true;
 }
 
 void KeyMouseEventListener::Erase(int32_t pid) {
@@ -100,9 +111,17 @@ void KeyMouseEventListener::Erase(int32_t pid) {
 }
 
 void KeyMouseEventListener::Clear() {
-    std::unique_lock lock(callbacksMutex_);
-    callbacks_.clear();
-    pids_.clear();
+    std::unordered_map<int32_t, sptr<IRemoteObject>> callbacks;
+    sptr<KeyMouseCallbackDeathRecipient> recipient;
+    {
+        std::unique_lock lock(callbacksMutex_);
+        callbacks.swap(callbacks_);
+        pids_.clear();
+        recipient = deathRecipient_;
+    }
+    for (const auto& [pid, callback] : callbacks) {
+        callback->RemoveDeathRecipient(recipient);
+    }
 }
 
 std::vector<sptr<IRemoteObject>> KeyMouseEventListener::GetCallbacks() const {
@@ -115,11 +134,12 @@ std::vector<sptr<IRemoteObject>> KeyMouseEventListener::GetCallbacks() const {
     return callbacks;
 }
 
-void KeyMouseEventListener::Send(const std::function<void(IKeyMouseCallback& client)>& send) const {
+void KeyMouseEventListener::Send(
+    const char* operation, const std::function<void(IKeyMouseCallback& client)>& send) const {
     for (const sptr<IRemoteObject>& callback : GetCallbacks()) {
         const sptr<IKeyMouseCallback> client = iface_cast<IKeyMouseCallback>(callback);
         if (!client) {
-            CFWK_LOGE(LOG, "failed to cast remoteObject callback");
+            CFWK_LOG_AS(ERROR, EVENT_LOG, operation, "failed to cast remoteObject callback");
             continue;
         }
         send(*client);

@@ -41,18 +41,20 @@ public:
 
     // The source goes on: only Off(pid) stops it. Whether the callback was registered and is no longer watched.
     bool RemoveCallback(const sptr<IRemoteObject>& callback);
-    // Whether there was one.
+    // Whether there was one. It is no longer watched then.
     bool RemoveCallbackByPid(int32_t pid);
+    // The same with all.
     void Clear();
 
     // A copy, in the order in which they were registered.
     std::vector<sptr<IRemoteObject>> GetCallbacks() const;
-    // Calls `send` for each client in that order. One that cannot be reached does not keep the others from hearing.
-    void Send(const std::function<void(IKeyMouseCallback& client)>& send) const;
+    // Calls `send` for each client in that order. One that cannot be reached does not keep the others from hearing; it is
+    // logged by `operation`, which has something to tell.
+    void Send(const char* operation, const std::function<void(IKeyMouseCallback& client)>& send) const;
 
 private:
-    // False when it is not taken.
-    bool AddCallback(int32_t pid, const sptr<IRemoteObject>& callback);
+    // False, and logged by `operation`, when it is not taken.
+    bool AddCallback(const char* operation, int32_t pid, const sptr<IRemoteObject>& callback);
     // With callbacksMutex_ held.
     void Erase(int32_t pid);
     void StartSource() const;

@@ -95,7 +95,7 @@ int32_t KeyMouseServiceManager::OnKeyEvent(std::shared_ptr<KeyEvent> event) {
     record.keyCode = event->GetKeyCode();
     record.keyAction = event->GetKeyAction();
     KeyMouseListenerSet::GetInstance().Send(
-        GloableVariables::KEY_KEYBOARD, [&](IKeyMouseCallback& client) { client.OnKeyboardEvent(record); });
+        __func__, GloableVariables::KEY_KEYBOARD, [&](IKeyMouseCallback& client) { client.OnKeyboardEvent(record); });
     return 0;
 }
 
@@ -106,7 +106,7 @@ void KeyMouseServiceManager::OnMouseEvent(std::shared_ptr<PointerEvent> event) {
         return;
     }
     const int32_t displayId = event->GetTargetDisplayId();
-    const std::optional<DisplaySize> size = GetDisplaySize(displayId);
+    const std::optional<DisplaySize> size = GetDisplaySize(__func__, displayId);
     if (!size) {
         return;
     }
@@ -127,9 +127,10 @@ void KeyMouseServiceManager::OnMouseEvent(std::shared_ptr<PointerEvent> event) {
     OnMoveToEdgeEvent(record);
 }
 
-std::optional<KeyMouseServiceManager::DisplaySize> KeyMouseServiceManager::GetDisplaySize(int32_t displayId) {
+std::optional<KeyMouseServiceManager::DisplaySize> KeyMouseServiceManager::GetDisplaySize(
+    const char* operation, int32_t displayId) {
     if (displayId < 0) {
-        CFWK_LOGE(LOG, "invalid targetDisplayId: %{public}d", displayId);
+        CFWK_LOG_AS(ERROR, LOG, operation, "invalid targetDisplayId: %{public}d", displayId);
         return std::nullopt;
     }
     const auto wanted = static_cast<uint64_t>(displayId);
@@ -141,7 +142,7 @@ std::optional<KeyMouseServiceManager::DisplaySize> KeyMouseServiceManager::GetDi
     }
     const sptr<Display> display = DisplayManager::GetInstance().GetDisplayById(wanted);
     if (!display) {
-        CFWK_LOGE(LOG, "targetDisplay is nullptr");
+        CFWK_LOG_AS(ERROR, LOG, operation, "targetDisplay is nullptr");
         return std::nullopt;
     }
     return CacheDisplay(*display);
@@ -156,8 +157,8 @@ KeyMouseServiceManager::DisplaySize KeyMouseServiceManager::CacheDisplay(const D
 }
 
 int32_t KeyMouseServiceManager::OnMoveToEdgeEvent(const KeyMouseMoveToEdgeEvent& event) {
-    KeyMouseListenerSet::GetInstance().Send(
-        GloableVariables::KEY_MOVE_TO_EDGE, [&](IKeyMouseCallback& client) { client.OnMoveToEdgeEvent(event); });
+    KeyMouseListenerSet::GetInstance().Send(__func__, GloableVariables::KEY_MOVE_TO_EDGE,
+        [&](IKeyMouseCallback& client) { client.OnMoveToEdgeEvent(event); });
     return 0;
 }
 

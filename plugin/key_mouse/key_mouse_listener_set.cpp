@@ -26,9 +26,9 @@ std::shared_ptr<KeyMouseEventListener> KeyMouseListenerSet::GetListener(const st
 }
 
 void KeyMouseListenerSet::Send(
-    const std::string& type, const std::function<void(IKeyMouseCallback& client)>& send) const {
+    const char* operation, const std::string& type, const std::function<void(IKeyMouseCallback& client)>& send) const {
     if (const std::shared_ptr<KeyMouseEventListener> listener = GetListener(type)) {
-        listener->Send(send);
+        listener->Send(operation, send);
     }
 }
 

@@ -19,8 +19,9 @@ public:
 
     // Null for a kind that does not exist.
     std::shared_ptr<KeyMouseEventListener> GetListener(const std::string& type) const;
-    // Calls `send` for each client of that kind, with no lock held.
-    void Send(const std::string& type, const std::function<void(IKeyMouseCallback& client)>& send) const;
+    // Calls `send` for each client of that kind, with no lock held. Lines are logged as those of `operation`.
+    void Send(const char* operation, const std::string& type,
+        const std::function<void(IKeyMouseCallback& client)>& send) const;
 
 protected:
     KeyMouseListenerSet();

@@ -54,15 +54,16 @@ void KeyMouseServiceManager::StartOrStopKeyMouseService(bool isSwitchOn) {
         return;
     }
     std::vector<DmDeviceInfo> devices;
-    if (!GetTrustedDevices(devices)) {
+    if (!GetTrustedDevices(__func__, devices)) {
         StopKeyMouseService();
         return;
     }
-    if (std::any_of(
-            devices.begin(), devices.end(), [this](const DmDeviceInfo& device) { return IsEligible(device); })) {
-        CFWK_LOGI(LOG, "trust and same acconut device switch on.");
-        StartKeyMouseService();
-        return;
+    for (const DmDeviceInfo& device : devices) {
+        if (IsEligible(__func__, device)) {
+            CFWK_LOGI(LOG, "trust and same acconut device switch on.");
+            StartKeyMouseService();
+            return;
+        }
     }
     CFWK_LOGI(LOG, "have not trust and same acconut device switch on.");
     StopKeyMouseService();
@@ -77,9 +78,9 @@ KeyMouseServiceManager::PeerAnswers KeyMouseServiceManager::CheckPeer(const DmDe
     return answers;
 }
 
-bool KeyMouseServiceManager::IsEligible(const DmDeviceInfo& device) {
+bool KeyMouseServiceManager::IsEligible(const char* operation, const DmDeviceInfo& device) {
     const PeerAnswers answers = CheckPeer(device);
-    CFWK_LOGI(LOG,
+    CFWK_LOG_AS(INFO, LOG, operation,
         "deviceId: %{public}s, isSupportDevice: %{public}d, isNextDevice: %{public}d, isAccountAuth: %{public}d",
         PickerResult::StringToAnonymous(answers.udid), answers.isSupportDevice, answers.isNextDevice,
         answers.isAccountAuth);
@@ -88,7 +89,7 @@ bool KeyMouseServiceManager::IsEligible(const DmDeviceInfo& device) {
 
 std::vector<CrossingRule> KeyMouseServiceManager::ExplainCrossing(const std::string& device) {
     std::vector<DmDeviceInfo> devices;
-    const bool hasDevices = GetTrustedDevices(devices);
+    const bool hasDevices = GetTrustedDevices(__func__, devices);
     const auto peer = std::find_if(devices.begin(), devices.end(), [&](const DmDeviceInfo& other) {
         return other.networkId == device || CollaborationFwkServiceUtils::GetPeerDeviceUdid(other.networkId) == device;
     });
@@ -175,7 +176,7 @@ void KeyMouseServiceManager::TryToPullKeyMouseServiceAsync() {
 void KeyMouseServiceManager::TryToPullKeyMouseService() {
     CFWK_LOGI(LOG, "Enter.");
     std::vector<DmDeviceInfo> devices;
-    if (!FetchTrustedDevices(devices)) {
+    if (!FetchTrustedDevices(__func__, devices)) {
         return;
     }
     const bool isSwitchOn = CheckDeviceStatus(GetLocalDeviceUdid());

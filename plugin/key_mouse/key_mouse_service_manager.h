@@ -167,7 +167,7 @@ public:
     // Peers as they come, go and change. A decision follows one second after a peer came, and five minutes after one
     // has gone.
 
-    // 1 the decision was posted; 0 it was refused.
+    // 1 the decision was posted; 0 it was refused; 1001 there is no device.
     int32_t OnDeviceOnline(sptr<DeviceInfo> deviceInfo);
     void OnDeviceOffline(sptr<DeviceInfo> deviceInfo);
     void OnDeviceChanged(sptr<DeviceInfo> deviceInfo);
@@ -282,20 +282,22 @@ private:
         const std::string& key, const std::string& value, std::atomic<bool>& isMigrated);
     void RetireSwitch(const std::string& key, std::atomic<bool>& isMigrated);
 
+    // Lines of the following are logged as those of `operation`.
+
     // False, and logged, when there are none or more than 10000.
-    static bool GetTrustedDevices(std::vector<DmDeviceInfo>& devices);
+    static bool GetTrustedDevices(const char* operation, std::vector<DmDeviceInfo>& devices);
     // False, and logged, when the device manager fails or there are none.
-    static bool FetchTrustedDevices(std::vector<DmDeviceInfo>& devices);
+    static bool FetchTrustedDevices(const char* operation, std::vector<DmDeviceInfo>& devices);
     // The first with that network id.
-    static std::optional<DmDeviceInfo> FindTrustedDevice(const std::string& networkId);
+    static std::optional<DmDeviceInfo> FindTrustedDevice(const char* operation, const std::string& networkId);
+    bool IsEligible(const char* operation, const DmDeviceInfo& device);
+    // Nothing, and logged, when there is no such display.
+    std::optional<DisplaySize> GetDisplaySize(const char* operation, int32_t displayId);
+
     PeerAnswers CheckPeer(const DmDeviceInfo& device);
-    bool IsEligible(const DmDeviceInfo& device);
     // With onlineDevicesMutex_ held.
     bool IsAnyOnlineSwitchOn();
     void DecideByLocalSwitch();
-
-    // Nothing, and logged, when there is no such display.
-    std::optional<DisplaySize> GetDisplaySize(int32_t displayId);
     DisplaySize CacheDisplay(const Display& display);
 
     std::atomic<bool> switchDataMigrated_{false};

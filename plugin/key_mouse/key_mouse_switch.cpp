@@ -43,8 +43,8 @@ void KeyMouseServiceManager::onSwitchStatusChanged(const std::string& udid, bool
         CFWK_LOGE(LOG, "onSwitchStatusChanged networkId is empty");
         return;
     }
-    KeyMouseListenerSet::GetInstance().Send(
-        GloableVariables::KEY_SWITCH, [&](IKeyMouseCallback& client) { client.OnDeviceStatusChanged(state); });
+    KeyMouseListenerSet::GetInstance().Send(__func__, GloableVariables::KEY_SWITCH,
+        [&](IKeyMouseCallback& client) { client.OnDeviceStatusChanged(state); });
 }
 
 }  // namespace ZYNE::CollaborationFwk
