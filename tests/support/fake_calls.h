@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "tests/support/journal.h"
 
@@ -15,6 +17,8 @@ public:
     // By the name of an operation, or by its whole line in the journal, which comes first: what the call answers. A
     // call that has no code succeeds.
     std::map<std::string, int32_t> codes;
+    // Runs once, inside the next call, before it is answered.
+    std::function<void()> onNextCall;
 
 protected:
     explicit FakeCalls(Journal& journal) : journal_(journal) {}
@@ -24,6 +28,9 @@ protected:
     int32_t Call(const std::string& operation, const std::string& arguments) {
         const std::string line = operation + "(" + arguments + ")";
         journal_.Call(line);
+        if (onNextCall) {
+            std::exchange(onNextCall, nullptr)();
+        }
         const auto found = codes.contains(line) ? codes.find(line) : codes.find(operation);
         return found != codes.end() ? found->second : 0;
     }

@@ -66,6 +66,7 @@ public:
 
     sptr<Display> defaultDisplay;
     std::map<uint64_t, sptr<Display>> displays;
+    int32_t nextId = 5;  // of a monitor
 
 private:
     template <typename Monitor>
@@ -75,8 +76,8 @@ private:
         if (code != 0) {
             return code;
         }
-        monitors[++lastId_] = std::move(monitor);
-        return lastId_;
+        monitors[nextId] = std::move(monitor);
+        return nextId++;
     }
     template <typename Monitors>
     Monitors Copy(const Monitors& monitors) {
@@ -85,7 +86,6 @@ private:
     }
 
     std::mutex mutex_;
-    int32_t lastId_ = 4;
     std::map<int32_t, KeyMonitor> keyMonitors_;
     std::map<int32_t, PointerMonitor> pointerMonitors_;
 };

@@ -1,10 +1,12 @@
 // Client processes: their registrations, what they are told, and what they may ask for.
 #include <algorithm>
+#include <functional>
 
 #include "platform/host/global_variables.h"
 #include "plugin/key_mouse/key_mouse_callback_proxy.h"
 #include "plugin/key_mouse/key_mouse_listener_set.h"
 #include "tests/support/key_mouse_test.h"
+#include "tests/support/second_thread.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
@@ -43,6 +45,9 @@ protected:
         }
         return expected;
     }
+    std::shared_ptr<KeyMouseEventListener> Listener(const std::string& type) {
+        return KeyMouseListenerSet::GetInstance().GetListener(type);
+    }
     // Whether the client hears of the pointer's arrival.
     bool Hears(int32_t displayId, int32_t x, int32_t y) {
         device.journal.Clear();
@@ -62,7 +67,8 @@ TEST_F(KeyMouseClients, AreTenAKindEachWithItsFirstCallbackAndHearInTheOrderOfTh
     Add(KEY_KEYBOARD, 5, Client("eleventh"));
     Add(KEY_KEYBOARD, 15, Client("known"));
     Add(KEY_SWITCH, 5, Client("other kind"));
-    EXPECT_EQ(device.journal.Count("E Collection: On cb exceed maximum size"), 2U);
+    EXPECT_EQ(device.journal.Count("E DeviceDetect: On cb exceed maximum size"), 2U);
+    EXPECT_EQ(device.journal.LinesOf("On").back(), "I DeviceDetect: On cb keySwitch");
     EXPECT_TRUE(device.journal.Has("I DeviceDetect: AddListener. pid: 5, type: keySwitch"));
     device.journal.Clear();
     device.input.Press(17, 1);
@@ -70,8 +76,10 @@ TEST_F(KeyMouseClients, AreTenAKindEachWithItsFirstCallbackAndHearInTheOrderOfTh
     EXPECT_EQ(bytes, Request("", {17, 1}));
     EXPECT_EQ(manager.OnKeyEvent(nullptr), 1001);
 
-    EXPECT_TRUE(KeyMouseListenerSet::GetInstance().GetListener(KEY_KEYBOARD)->RemoveCallbackByPid(20));
-    Add(KEY_KEYBOARD, 15, Client("a second callback"));
+    EXPECT_TRUE(Listener(KEY_KEYBOARD)->RemoveCallbackByPid(20));
+    const auto second = Client("a second callback");
+    Add(KEY_KEYBOARD, 15, second);
+    EXPECT_EQ(second->RecipientCount(), 0U);
     Add(KEY_KEYBOARD, 20, Client("20"));
     std::rotate(told.begin(), told.begin() + 1, told.end());
     device.journal.Clear();
@@ -100,10 +108,43 @@ TEST_F(KeyMouseClients, StartTheSourceOfTheirKindAndTheLastToLeaveStopsIt) {
         EXPECT_THAT(device.journal.Calls(), ElementsAre());
         manager.RemoveKeyMouseEventListener(row.type, 2);
         EXPECT_EQ(device.journal.Calls(), row.stops);
-        EXPECT_EQ(device.journal.Count("E Collection: remove callback result 1"), row.type == "keyOther" ? 0U : 2U);
+        EXPECT_EQ(device.journal.Count("E DeviceDetect: remove callback result 1"), row.type == "keyOther" ? 0U : 2U);
     }
-    EXPECT_EQ(manager.AddKeyMonitor(), 7);
-    manager.RemoveKeyMonitor();
+    EXPECT_TRUE(device.journal.Has("I DeviceDetect: RemoveListener. pid: 2, type: keyOther"));
+
+    // With no lock of the clients held.
+    Testing::SecondThread thread;
+    bool ends = false;
+    device.deviceManager.onNextCall = [&] {
+        ends = thread.Ends([this] { Listener(KEY_SCREEN)->RemoveCallbackByPid(77); });
+    };
+    for (int32_t pid = 0; pid < 10; ++pid) {
+        Add(KEY_SCREEN, pid, Client("client"));
+    }
+    EXPECT_TRUE(ends);
+    device.journal.Clear();
+    Add(KEY_SCREEN, 10, Client("eleventh"));
+    Add(KEY_SWITCH, 10, nullptr);
+    EXPECT_THAT(device.journal.Calls(), ElementsAre());
+}
+
+TEST_F(KeyMouseClients, HaveOneMonitorOfAKindWhateverItsId) {
+    for (const int32_t id : {7, 0}) {
+        device.input.nextId = id;
+        device.journal.Clear();
+        EXPECT_EQ(manager.AddKeyMonitor(), id);
+        EXPECT_EQ(manager.AddKeyMonitor(), id);
+        manager.RemoveKeyMonitor();
+        device.input.nextId = id;
+        device.input.defaultDisplay = MakeSptr<Display>(0, 800, 600);
+        EXPECT_EQ(manager.AddMouseMonitor(), id);
+        EXPECT_EQ(manager.AddMouseMonitor(), id);
+        manager.RemoveMouseMonitor();
+        const std::string removal = "RemoveMonitor(" + std::to_string(id) + ")";
+        EXPECT_THAT(device.journal.Calls(), ElementsAre("AddMonitor(keys)", removal, "AddMonitor(pointer)", removal));
+        EXPECT_THAT(device.journal.Lines(),
+            ElementsAre("I Collection: start", "I Collection: default.", "I Collection: start"));
+    }
     device.input.codes["AddMonitor"] = -2;
     EXPECT_EQ(manager.AddKeyMonitor(), -2);
     manager.RemoveKeyMonitor();  // there is none
@@ -115,24 +156,48 @@ TEST_F(KeyMouseClients, ThatHaveDiedAreForgottenButTheMonitorGoesOnUntilSomebody
     Add(KEY_KEYBOARD, 1, first);
     Add(KEY_KEYBOARD, 1, first);
     EXPECT_EQ(first->RecipientCount(), 1U);
+    Add(KEY_KEYBOARD, 2, Client("stays"));
     device.journal.Clear();
     first->Die();
     EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: OnRemoteDied the cb", "I Collection: remove callback pid 1, type keyKeyboard"));
+        ElementsAre("I DeviceDetect: OnRemoteDied the cb", "I DeviceDetect: remove callback pid 1, type keyKeyboard"));
     EXPECT_EQ(first->RecipientCount(), 0U);
-    Add(KEY_KEYBOARD, 1, first);  // dead before it came
-    Add(KEY_KEYBOARD, 3, nullptr);
     device.journal.Clear();
     device.input.Press(1, 1);
-    EXPECT_THAT(device.journal.All(), ElementsAre());
+    EXPECT_THAT(device.journal.All(), ElementsAre("SendRequest(stays, 3, 0, 8)"));
+    EXPECT_TRUE(Listener(KEY_KEYBOARD)->RemoveCallbackByPid(2));
+    device.journal.Clear();
+    Add(KEY_SCREEN, 1, first);  // dead before it came
+    Add(KEY_SCREEN, 3, nullptr);
+    EXPECT_THAT(device.journal.LinesOf("On"),
+        ElementsAre("I DeviceDetect: On cb keyScreen", "E DeviceDetect: callback is dead",
+            "I DeviceDetect: On cb keyScreen", "E DeviceDetect: callback is null"));
+    EXPECT_THAT(device.journal.Calls(), ElementsAre());
     manager.RemoveKeyMouseEventListener(KEY_KEYBOARD, 77);
     EXPECT_EQ(device.journal.Calls().back(), "RemoveMonitor(5)");
+    EXPECT_EQ(device.journal.LinesOf("Off").back(), "E DeviceDetect: remove callback result 0");
+}
 
-    const auto listener = KeyMouseListenerSet::GetInstance().GetListener(KEY_KEYBOARD);
-    const auto second = Client("second");
-    Add(KEY_KEYBOARD, 3, second);
-    listener->Off(second);
-    EXPECT_FALSE(listener->RemoveCallback(second));
+TEST_F(KeyMouseClients, AreNoLongerWatchedOnceTheyAreForgotten) {
+    auto listener = std::make_shared<KeyMouseEventListener>(KEY_SWITCH);
+    const auto client = Client("client");
+    const std::vector<std::function<void()>> ways{[&] { EXPECT_TRUE(listener->RemoveCallbackByPid(1)); },
+        [&] { EXPECT_TRUE(listener->RemoveCallback(client)); }, [&] { listener->Off(1); },
+        [&] { listener->Off(client); }, [&] { listener->Clear(); },
+        [&] {
+            listener.reset();
+        }};
+    for (const auto& forget : ways) {
+        listener->On(1, client);
+        EXPECT_EQ(client->RecipientCount(), 1U);
+        forget();
+        EXPECT_EQ(client->RecipientCount(), 0U);
+        if (listener) {
+            EXPECT_TRUE(listener->GetCallbacks().empty());
+            EXPECT_FALSE(listener->RemoveCallback(client));
+            EXPECT_FALSE(listener->RemoveCallbackByPid(1));
+        }
+    }
 }
 
 TEST_F(KeyMouseClients, ThatCannotBeReachedDoNotKeepTheOthersFromHearing) {
@@ -143,11 +208,14 @@ TEST_F(KeyMouseClients, ThatCannotBeReachedDoNotKeepTheOthersFromHearing) {
     brokers.Unregister(IKeyMouseCallback::DESCRIPTOR);
     SetPeerSwitch("peer", "0");
     EXPECT_EQ(device.journal.Count("E Collection: failed to cast remoteObject callback"), 2U);
+    EXPECT_EQ(
+        device.journal.LinesOf("onSwitchStatusChanged").back(), "E Collection: failed to cast remoteObject callback");
     brokers.Register(IKeyMouseCallback::DESCRIPTOR,
         [](const sptr<IRemoteObject>& remote) { return sptr<IRemoteBroker>(MakeSptr<KeyMouseCallbackProxy>(remote)); });
     SetPeerSwitch("peer", "1");
     EXPECT_EQ(device.journal.Count("SendRequest(first, 1, 0, 8)"), 1U);
-    EXPECT_EQ(device.journal.Count("E CFWKCallback: failed to SendRequest, error: 2"), 1U);
+    EXPECT_THAT(device.journal.LinesOf("OnDeviceStatusChanged"),
+        IsSupersetOf({"E CFWKCallback: failed to SendRequest, error: 2"}));
     EXPECT_EQ(device.journal.Count("SendRequest(client, 1, 0, 8)"), 1U);
     EXPECT_EQ(bytes, Request("peer-network", {1}));
     device.journal.Clear();
@@ -169,12 +237,17 @@ TEST_F(KeyMouseClients, HearOfAPeersScreenIfItsStatusIsANumber) {
         EXPECT_THAT(device.journal.All(), ElementsAre(outcome));
     }
     EXPECT_EQ(bytes, Request("peer-network", {-7}));
+    device.deviceManager.codes = {{REGISTER, 7}, {"Un" + REGISTER, 8}};
+    EXPECT_EQ(manager.RegisterDeviceScreenStatusCallback(), 7);
+    EXPECT_EQ(manager.UnRegisterDeviceScreenStatusCallback(), 8);
     int32_t status = 9;
     device.deviceManager.screens["peer-network"] = 3;
     EXPECT_EQ(manager.GetDeviceScreenStatus("gone", status), 1001);
     EXPECT_EQ(status, 9);
     EXPECT_EQ(manager.GetDeviceScreenStatus("peer-network", status), 0);
     EXPECT_EQ(status, 3);
+    EXPECT_EQ(device.journal.Lines().back(),
+        "I Collection: GetDeviceScreenStatus, networkId: " + Masked("peer-network") + ", screenStatus: 3, ret: 0.");
 }
 
 TEST_F(KeyMouseClients, HearOnceOfEachArrivalAtAnEdge) {
@@ -199,6 +272,20 @@ TEST_F(KeyMouseClients, HearOnceOfEachArrivalAtAnEdge) {
     manager.RemoveKeyMouseEventListener(KEY_MOVE_TO_EDGE, 1);
     Add(KEY_MOVE_TO_EDGE, 1, Client("client"));
     EXPECT_FALSE(Hears(0, 0, 300));  // it has been there all the time
+    manager.RemoveKeyMouseEventListener(KEY_MOVE_TO_EDGE, 1);
+
+    // What comes while a client is told is no second arrival; and it is told with no lock held.
+    Testing::SecondThread thread;
+    bool ends = false;
+    Add(KEY_MOVE_TO_EDGE, 1, device.MakeRemote("client", [&](auto&&...) {
+        ends = thread.Ends([this] { Listener(KEY_MOVE_TO_EDGE)->RemoveCallbackByPid(77); });
+        device.input.Move(0, 1, 300);
+        return 0;
+    }));
+    device.input.Move(0, 300, 300);
+    EXPECT_TRUE(Hears(0, 0, 300));
+    EXPECT_TRUE(ends);
+    EXPECT_EQ(device.journal.CountCallsOf("SendRequest"), 1U);
 }
 
 TEST_F(KeyMouseClients, HearOfTheEdgesOfTheDisplayThatThePointerIsOn) {
@@ -214,24 +301,38 @@ TEST_F(KeyMouseClients, HearOfTheEdgesOfTheDisplayThatThePointerIsOn) {
     EXPECT_FALSE(Hears(-1, 400, 300));
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: invalid targetDisplayId: -1");
     EXPECT_FALSE(Hears(8, 400, 300));
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: targetDisplay is nullptr");
+    EXPECT_THAT(device.journal.LinesOf("OnMouseEvent"), ElementsAre("E Collection: targetDisplay is nullptr"));
+    device.journal.Clear();
     manager.OnMouseEvent(std::make_shared<PointerEvent>());
     manager.OnMouseEvent(nullptr);
     EXPECT_EQ(device.journal.Count("E Collection: Can't find this pointerItem"), 2U);
+    EXPECT_EQ(device.journal.LinesOf("OnMouseEvent").size(), 2U);
     EXPECT_FALSE(Hears(3, 1919, 300));
 }
 
 TEST_F(KeyMouseClients, AreNotTalkedToWhenARequestDoesNotFit) {
     EXPECT_EQ(KeyMouseCallbackProxy(nullptr).OnKeyboardEvent({}), 1009);
     EXPECT_EQ(device.journal.Lines().back(), "E CFWKCallback: remote is null");
+    EXPECT_EQ(KeyMouseCallbackProxy(Client("client", IRemoteObject::TIMED_OUT)).OnKeyboardEvent({}),
+        IRemoteObject::TIMED_OUT);
+    EXPECT_THAT(device.journal.LinesOf("OnKeyboardEvent"),
+        ElementsAre("E CFWKCallback: remote is null", "E CFWKCallback: failed to SendRequest, error: 2"));
+    device.journal.Clear();
     KeyMouseCallbackProxy proxy(Client("client"));
     const size_t room = Parcel::MAX_SIZE - Request("", {}).size() - sizeof(int32_t);
-    for (const std::string field : {"networkId", "screen status"}) {
-        KeyMouseScreenStatus status;
-        status.networkId.assign(field == "networkId" ? room + 1 : room, 'x');
+    KeyMouseSwitchState state;
+    KeyMouseScreenStatus status;
+    for (const size_t size : {room + 1, room}) {
+        state.deviceId.assign(size, 'x');
+        status.networkId.assign(size, 'x');
+        EXPECT_EQ(proxy.OnDeviceStatusChanged(state), 1007);
         EXPECT_EQ(proxy.OnDeviceScreenStatusChanged(status), 1007);
-        EXPECT_EQ(device.journal.Lines().back(), "E CFWKCallback: write " + field + " failed");
     }
+    EXPECT_THAT(device.journal.LinesOf("OnDeviceStatusChanged"),
+        ElementsAre("E CFWKCallback: write deviceId failed", "E CFWKCallback: write switchStatus failed"));
+    EXPECT_THAT(device.journal.LinesOf("OnDeviceScreenStatusChanged"),
+        ElementsAre("E CFWKCallback: write networkId failed", "E CFWKCallback: write screen status failed"));
+    EXPECT_THAT(device.journal.Calls(), ElementsAre());
 }
 
 TEST_F(KeyMouseClients, LockTheScreenOnAndReleaseItByRequest) {
@@ -253,6 +354,8 @@ TEST_F(KeyMouseClients, LockTheScreenOnAndReleaseItByRequest) {
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Collection: receive event: 1", "I Collection: lock in", "CreateRunningLock(runningLock, 0)",
             "Lock(60000)", "I Collection: lock errorcode:0.", "I Collection: OnKeyMouseEvent result. 0"));
+    device.users.codes["Lock"] = 12;
+    EXPECT_EQ(Ask(1), R"({"result":12})");
     EXPECT_EQ(Ask(2), R"({"result":31})");
     EXPECT_TRUE(device.journal.Has("I Collection: unlock errorcode:31"));
     for (const auto& [event, call] : std::map<int, std::string>{{3, "Lock(60000)"}, {4, "UnLock()"}}) {

@@ -1,7 +1,11 @@
 // Who is eligible, and when the companion's service starts, stops and is connected anew.
+#include <array>
+
 #include "platform/device_manager/dm_device_state.h"
+#include "platform/host/global_variables.h"
 #include "plugin/device_profile/device_profile_manager.h"
 #include "tests/support/key_mouse_test.h"
+#include "tests/support/second_thread.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
@@ -13,6 +17,11 @@ const std::string QUALIFIED = "I Collection: trust and same acconut device switc
 const std::string NOBODY = "I Collection: have not trust and same acconut device switch on.";
 const std::string BAD_LIST = "E Collection: trust device list size is invalid";
 const std::string SWITCH_OFF = "I Collection: LocalDevice switch off";
+const std::string UNSUPPORTED = "I Collection: local deviceType or remote deviceType is not supported";
+const std::string STOP_PENDING = "E Collection: Stop key mouse service task already start";
+
+// Before anything was looked at.
+class KeyMousePeers : public Testing::KeyMouseTest {};
 
 class KeyMouseService : public Testing::KeyMouseTest {
 protected:
@@ -35,30 +44,41 @@ protected:
 
 TEST_F(KeyMouseService, RunsForAPeerThatIsEligibleInEveryWayAndExplainsWhichRuleFails) {
     const DmDeviceInfo good = peer;
-    const auto expectFailing = [this, good](const std::string& rule) {
+    const auto expectFailing = [this, good](const std::string& rule, const std::vector<std::string>& answers) {
         EXPECT_THAT(Explain("peer-network"), ElementsAre(rule));
         manager.StartOrStopKeyMouseService(true);
+        const std::vector<std::string> lines = device.journal.LinesOf("StartOrStopKeyMouseService");
+        EXPECT_EQ(lines.front(),
+            "I Collection: deviceId: " + Masked("peer-udid") + ", isSupportDevice: " + answers[0] +
+                ", isNextDevice: " + answers[1] + ", isAccountAuth: " + answers[2]);
+        EXPECT_EQ(device.journal.CountCallsOf("GetCharacteristicProfile"), rule == "peer switch on" ? 1U : 0U);
+        EXPECT_TRUE(device.journal.Has("GetTrustedDeviceList(varn.collaborationfwk.deviceDetect, )"));
+        EXPECT_TRUE(device.journal.Has("DisconnectAbility(known)"));
         ExpectDecision(NOBODY, STOPPED);
         peer = good;
         device.profiles.codes.clear();
     };
     peer.deviceTypeId = 156;
-    expectFailing("peer device type supported");
+    expectFailing("peer device type supported", {"0", "1", "1"});
     peer.extraData = R"({"OS_TYPE":11})";
-    expectFailing("peer system type supported");
-    peer.authForm = 2;
-    expectFailing("peer of the same account");
+    expectFailing("peer system type supported", {"1", "0", "1"});
+    for (const int32_t relation : {0, 2}) {
+        peer.authForm = relation;
+        expectFailing("peer of the same account", {"1", "1", "0"});
+    }
     device.profiles.codes["GetCharacteristicProfile"] = 7;
-    expectFailing("peer switch on");
-    SetPeerSwitch("peer", "10");
-    expectFailing("peer switch on");
+    expectFailing("peer switch on", {"1", "1", "1"});
+    auto& stored = device.profiles.characteristics[{"peer-udid", SWITCH_SERVICE, "SwitchStatus"}];
+    for (const auto& [service, key, value] : std::vector<std::array<std::string, 3>>{
+             {SWITCH_SERVICE, "SwitchStatus", "10"}, {"other", "SwitchStatus", "1"}, {SWITCH_SERVICE, "other", "1"}}) {
+        stored = Testing::ProfileOf("peer-udid", service, key, value);
+        expectFailing("peer switch on", {"1", "1", "1"});
+    }
     SetPeerSwitch("peer", "1");
     for (const uint32_t type : {11U, 12U, 17U, 2607U, 14U}) {
         peer.deviceTypeId = type;
         EXPECT_THAT(Explain("peer-udid"), ElementsAre());
         manager.StartOrStopKeyMouseService(true);
-        EXPECT_TRUE(device.journal.Has("I Collection: deviceId: " + Masked("peer-udid") +
-            ", isSupportDevice: 1, isNextDevice: 1, isAccountAuth: 1"));
         ExpectDecision(QUALIFIED, CONNECTED);
     }
     EXPECT_EQ(Explain("stranger").size(), 5U);
@@ -66,14 +86,24 @@ TEST_F(KeyMouseService, RunsForAPeerThatIsEligibleInEveryWayAndExplainsWhichRule
 
 TEST_F(KeyMouseService, LooksAtTheLocalSideFirst) {
     manager.StartOrStopKeyMouseService(false);
-    EXPECT_FALSE(device.journal.Has("GetTrustedDeviceList(varn.collaborationfwk.deviceDetect, )"));
+    EXPECT_EQ(device.journal.CountCallsOf("GetTrustedDeviceList"), 0U);
     ExpectDecision(SWITCH_OFF, STOPPED);
     device.deviceManager.local.deviceTypeId = 156;
+    device.deviceManager.codes["GetLocalDeviceInfo"] = -5;
+    EXPECT_EQ(manager.SetLocalDeviceUdid(), -5);
+    EXPECT_THAT(Explain("peer-network"), ElementsAre());
+    device.deviceManager.codes.clear();
     manager.SetLocalDeviceUdid();
     EXPECT_THAT(Explain("peer-network"), ElementsAre("local device type supported"));
     device.pool.RunAll();
     ExpectDecision("I Collection: localDeviceType not support 156", STOPPED);
+    manager.OnDeviceStatusChanged({}, DeviceType::PHONE);
+    ExpectDecision(UNSUPPORTED, "");
+    std::vector<std::string> services;
+    manager.AddServiceId(DeviceType::PHONE, services);
+    EXPECT_TRUE(services.empty());
     manager.UpdateEdgeSwitchState(false);
+    EXPECT_TRUE(device.journal.Has(SWITCH_OFF));
     EXPECT_EQ(Explain("peer-network")[0], "local switch on");
     manager.CheckDeviceStatus("local-udid");
     EXPECT_THAT(device.journal.All(),
@@ -84,24 +114,33 @@ TEST_F(KeyMouseService, LooksAtTheLocalSideFirst) {
 TEST_F(KeyMouseService, SearchesUpToTenThousandTrustedDevicesWhateverTheCodeOfTheList) {
     device.deviceManager.codes["GetTrustedDeviceList"] = 4;
     const DmDeviceInfo good = peer;
-    for (const size_t size : {10000U, 10001U, 0U}) {
+    for (const size_t size : {1U, 10000U, 10001U, 0U}) {
+        const bool isSearched = size == 1 || size == 10000;
         device.deviceManager.trusted.assign(size, {"other", "other-network", "other", "{}", 14, 1});
         if (size > 0) {
             device.deviceManager.trusted.back() = good;
         }
         device.journal.Clear();
-        EXPECT_EQ(manager.IsSameAccount("peer-network"), size == 10000);
-        EXPECT_EQ(manager.IsNextDevice(std::string("peer-network")), size == 10000);
+        EXPECT_EQ(manager.IsSameAccount("peer-network"), isSearched);
+        EXPECT_EQ(manager.IsNextDevice(std::string("peer-network")), isSearched);
         EXPECT_FALSE(manager.IsSameAccount("unknown"));
-        EXPECT_EQ(device.journal.Count(BAD_LIST), size == 10000 ? 0U : 3U);
+        EXPECT_EQ(device.journal.Count(BAD_LIST), isSearched ? 0U : 3U);
+        EXPECT_EQ(device.journal.LinesOf("IsSameAccount").size(), isSearched ? 0U : 2U);
         manager.StartOrStopKeyMouseService(true);
-        size == 10000 ? ExpectDecision(QUALIFIED, CONNECTED) : ExpectDecision(BAD_LIST, STOPPED);
+        isSearched ? ExpectDecision(QUALIFIED, CONNECTED) : ExpectDecision(BAD_LIST, STOPPED);
+        EXPECT_EQ(manager.getDeviceNetworkId("peer-udid"), "");
+        EXPECT_THAT(device.journal.LinesOf("getDeviceNetworkId"),
+            ElementsAre("E Collection: Failed to GetTrustedDeviceList, ret: 4."));
+        device.deviceManager.codes.clear();
+        EXPECT_EQ(manager.getDeviceNetworkId("peer-udid"), size == 0 ? "" : "peer-network");
+        device.deviceManager.codes["GetTrustedDeviceList"] = 4;
     }
-    EXPECT_EQ(manager.getDeviceNetworkId("peer-udid"), "");
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: Failed to GetTrustedDeviceList, ret: 4.");
     device.deviceManager.codes.clear();
+    device.journal.Clear();
     manager.TryToPullKeyMouseService();
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: No trusted devices.");
+    EXPECT_THAT(device.journal.LinesOf("TryToPullKeyMouseService"),
+        ElementsAre("I Collection: Enter.", "E Collection: No trusted devices."));
+    EXPECT_FALSE(device.journal.Has(STOPPED));
 }
 
 TEST_F(KeyMouseService, ReadsTheSystemTypeOutOfUntrustedText) {
@@ -121,11 +160,15 @@ TEST_F(KeyMouseService, ReadsTheSystemTypeOutOfUntrustedText) {
 TEST_F(KeyMouseService, NeedsTheInstalledCompanion) {
     ApplicationInfo& companion = device.apps.applications["com.talvex.peerdesk"];
     const auto expectMissing = [this](const std::string& line) {
-        EXPECT_THAT(Explain("peer-network"), ElementsAre("companion installed"));
+        EXPECT_THAT(Explain("peer-network"), ElementsAre("!bind requested", "companion installed"));
         EXPECT_EQ(manager.StartKeyMouseService(), 2514);
         EXPECT_TRUE(device.journal.Has("E Collection: " + line));
+        EXPECT_EQ(device.journal.Has("GetApplicationInfo(com.talvex.peerdesk, 0, 100)"), device.apps.hasBundleManager);
         ExpectDecision("E Collection: PeerDesk is not installed.", "");
     };
+    manager.BindKeymouseServiceReq(true);
+    manager.StopKeyMouseService();
+    const ApplicationInfo good = companion;
     companion.enabled = false;
     expectMissing("Peerdesk is not installed.");
     companion = {"com.talvex.other", true};
@@ -134,6 +177,12 @@ TEST_F(KeyMouseService, NeedsTheInstalledCompanion) {
     expectMissing("Query ability infos error");
     device.apps.hasBundleManager = false;
     expectMissing("failed to get bms proxy");
+
+    // It was wanted each time, but not tried.
+    device.apps.hasBundleManager = true;
+    device.apps.applications["com.talvex.peerdesk"] = good;
+    device.apps.Disconnect();
+    ExpectDecision("E Collection: Retry connect key mouse service, connectCount_1", CONNECTED);
 }
 
 TEST_F(KeyMouseService, IsStartedOneSecondAfterAPeerCameAndLeftFiveMinutesAfterTheFirstHasGone) {
@@ -150,29 +199,77 @@ TEST_F(KeyMouseService, IsStartedOneSecondAfterAPeerCameAndLeftFiveMinutesAfterT
     ExpectDecision(QUALIFIED, CONNECTED);
 
     profiles.HandleDeviceProfileChange(DEVICE_STATE_OFFLINE, tablet);
-    manager.OnDeviceOffline(Peer());
+    EXPECT_TRUE(device.journal.Has("AddAsynTask(4)"));
     EXPECT_FALSE(manager.HasOnlineDeviceSwitchOn());
+    device.journal.Clear();
     EXPECT_TRUE(manager.CheckIfNeedStopKeyMouse());
+    manager.OnDeviceOffline(Peer());
+    EXPECT_THAT(device.journal.LinesOf("OnDeviceOffline"),
+        ElementsAre(
+            "I Collection: remote device: deviceId: " + Masked("peer-udid") + ", deviceTypeId: 14", STOP_PENDING));
     EXPECT_EQ(device.pool.Size(), 1U);
     device.deviceManager.trusted.clear();
     device.time.At(300s - 1ns, [this] {
         EXPECT_FALSE(device.journal.Has(STOPPED));
         manager.OnDeviceOffline(Peer());  // the pending one serves it too
     });
+    device.deviceManager.onNextCall = [this] {
+        manager.OnDeviceOffline(Peer());
+    };  // until it has decided
     device.pool.RunNext();
-    EXPECT_EQ(device.journal.Count("E Collection: Stop key mouse service task already start"), 2U);
+    EXPECT_EQ(device.journal.Count(STOP_PENDING), 3U);
     ExpectDecision(BAD_LIST, STOPPED);
     EXPECT_EQ(device.pool.Size(), 0U);
 
+    device.pool.runsDuringPost = true;
+    manager.OnDeviceOffline(Peer());
+    manager.OnDeviceOffline(Peer());
+    EXPECT_EQ(device.journal.Count(STOPPED), 2U);
     device.pool.refuses = true;
     manager.OnDeviceOffline(Peer());
     manager.OnDeviceOffline(Peer());
     EXPECT_EQ(device.journal.Count("I Collection: add async result = 0"), 2U);
-    EXPECT_EQ(manager.OnDeviceOnline(Peer()), 0);
-    device.pool.refuses = false;
-    EXPECT_EQ(manager.OnDeviceOnline(Peer(156)), 1);  // looked at later, but not taken as online
-    EXPECT_EQ(manager.OnDeviceOnline(nullptr), 0);
+    EXPECT_EQ(manager.OnDeviceOnline(Peer(156)), 0);
+    EXPECT_FALSE(manager.HasOnlineDeviceSwitchOn());
+    device.pool.refuses = device.pool.runsDuringPost = false;
+    device.journal.Clear();
+    EXPECT_EQ(manager.OnDeviceOnline(Peer()), 1);
+    EXPECT_TRUE(device.journal.Has("AddAsynTask(4)"));
+    manager.OnDeviceOffline(Peer(156));
+    EXPECT_TRUE(manager.HasOnlineDeviceSwitchOn());
+    EXPECT_EQ(manager.OnDeviceOnline(nullptr), 1001);
+    EXPECT_EQ(device.journal.LinesOf("OnDeviceOnline").back(), "E Collection: info is null");
     manager.OnDeviceOffline(nullptr);
+    EXPECT_EQ(device.pool.Size(), 2U);
+}
+
+TEST_F(KeyMouseService, LooksAtTheLocalSwitchAsItIsAfterTheDelay) {
+    for (const bool isComing : {true, false}) {
+        manager.UpdateEdgeSwitchState(true);
+        device.journal.Clear();
+        device.time.At(500ms, [this] { manager.UpdateEdgeSwitchState(false); });
+        isComing ? manager.ConnectKeyMouseServiceAsync(1000, "peer-udid", "local-udid")
+                 : manager.StopKeyMouseServiceAsync(1000);
+        EXPECT_EQ(device.journal.Count(SWITCH_OFF), 2U);
+        EXPECT_FALSE(device.journal.Has(QUALIFIED));
+    }
+    manager.StopKeyMouseServiceTimer(1);
+    manager.OnDeviceOffline(Peer());
+    EXPECT_TRUE(device.journal.Has(STOP_PENDING));
+}
+
+TEST_F(KeyMousePeers, CountWhileTheyAreOnlineByTheIdThatTheyCameWith) {
+    EXPECT_FALSE(manager.HasOnlineDeviceSwitchOn());
+    EXPECT_THAT(device.journal.All(), ElementsAre("E Collection: No Online devices."));
+    manager.TryToPullKeyMouseService();
+    EXPECT_FALSE(manager.HasOnlineDeviceSwitchOn());
+    device.profiles.Publish(Testing::ProfileOf("peer-id", SWITCH_SERVICE, "SwitchStatus", "1"));
+    EXPECT_TRUE(manager.HasOnlineDeviceSwitchOn());
+    manager.SetDeviceStatus("peer-id", false);
+    device.journal.Clear();
+    EXPECT_FALSE(manager.HasOnlineDeviceSwitchOn());
+    EXPECT_TRUE(manager.CheckIfNeedStopKeyMouse());
+    EXPECT_THAT(device.journal.All(), ElementsAre());
 }
 
 TEST_F(KeyMouseService, StaysWhenAPeerThatLeftIsBackInTime) {
@@ -187,7 +284,21 @@ TEST_F(KeyMouseService, FollowsAPeersSwitchIfBothDevicesAreSupported) {
     SetPeerSwitch("peer", "1");
     ExpectDecision(QUALIFIED, CONNECTED);
     manager.OnDeviceStatusChanged({}, 156);
-    ExpectDecision("I Collection: local deviceType or remote deviceType is not supported", "");
+    ExpectDecision(UNSUPPORTED, "");
+
+    // Clients hear first, of what is stored by then; the own switch decides.
+    manager.UpdateEdgeSwitchState(false);
+    manager.AddKeyMouseEventListener(
+        GloableVariables::KEY_SWITCH, 1, device.MakeRemote("client", [](auto&&...) { return 0; }));
+    device.journal.Clear();
+    manager.OnDeviceStatusChanged(
+        Testing::ProfileOf("peer-udid", SWITCH_SERVICE, "SwitchStatus", "0"), DeviceType::PHONE);
+    EXPECT_THAT(device.journal.LinesOf("onSwitchStatusChanged"),
+        ElementsAre("I Collection: onSwitchStatusChanged networkId: " + Masked("peer-network") + ", status: 1"));
+    const std::vector<std::string> calls = device.journal.Calls();
+    EXPECT_EQ(calls[calls.size() - 2], "SendRequest(client, 1, 0, 8)");
+    EXPECT_EQ(calls.back(), "DisconnectAbility(known)");
+    ExpectDecision(SWITCH_OFF, STOPPED);
     std::vector<std::string> services{"first"};
     manager.AddServiceId(156, services);
     manager.AddServiceId(2607, services);
@@ -201,8 +312,10 @@ TEST_F(KeyMouseService, IsConnectedAnewUntilThreeAttemptsWereMadeSinceTheLastBin
     for (const std::string count : {"2", "3"}) {
         device.journal.Clear();
         device.apps.Disconnect();
-        EXPECT_TRUE(device.journal.Has("I Collection: runninglock is null"));
-        EXPECT_TRUE(device.journal.Has("E Collection: Retry connect key mouse service, connectCount_" + count));
+        const std::vector<std::string> lines = device.journal.Lines();
+        EXPECT_THAT(std::vector(lines.begin() + 1, lines.begin() + 4),
+            ElementsAre("I Collection: unlock in", "I Collection: runninglock is null",
+                "E Collection: Retry connect key mouse service, connectCount_" + count));
         EXPECT_EQ(device.journal.Count(CONNECTED), count == "2" ? 1U : 0U);
     }
     EXPECT_EQ(device.journal.Lines().back(),
@@ -221,6 +334,32 @@ TEST_F(KeyMouseService, IsConnectedAnewUntilThreeAttemptsWereMadeSinceTheLastBin
     EXPECT_TRUE(device.journal.Has("E Collection: Retry connect key mouse service, connectCount_2"));
     manager.StopKeyMouseService();
     device.apps.Disconnect();
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: KeyMouseService need stop");
+
+    // An attempt counts, and an end is wanted, before the platform hears of it.
+    const auto disconnect = [this] {
+        device.apps.Disconnect();
+    };
+    device.apps.codes.clear();
+    manager.BindKeymouseServiceReq(false);
+    device.journal.Clear();
+    manager.UpdateKeyMouseServiceBinder(101, device.MakeRemote("service", [](auto&&...) { return 0; }));
+    device.apps.onNextCall = disconnect;
+    manager.StopKeyMouseService();
+    EXPECT_TRUE(device.journal.Has("E Collection: KeyMouseService need stop"));
+    EXPECT_TRUE(manager.QueryKeyMouseServiceBinder(101));
+    device.apps.onNextCall = [&] {
+        device.apps.onNextCall = disconnect;
+    };  // past the question for the companion
+    manager.BindKeymouseServiceReq(true);
+    EXPECT_TRUE(device.journal.Has("E Collection: Retry connect key mouse service, connectCount_1"));
+}
+
+TEST_F(KeyMousePeers, AreNotReturnedToWhenAReplacementSaysThatItIsToStop) {
+    class Stopping final : public KeyMouseServiceManager {
+        bool IsNeedStopKeyMouse() override { return true; }
+    };
+    Stopping().RetryConnectKeyMouseService();
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: KeyMouseService need stop");
 }
 
@@ -243,7 +382,13 @@ TEST_F(KeyMouseService, IsKeptByUserUntilItHasAnsweredThatItIsLetGo) {
     EXPECT_THAT(Explain("peer-network"), ElementsAre());
 
     int32_t answer = 3;
-    device.apps.Connect(device.MakeRemote("service", [&](auto&&...) { return answer; }));
+    Testing::SecondThread thread;
+    device.apps.Connect(device.MakeRemote("service", [&](uint32_t, MessageParcel& data, MessageParcel& reply) {
+        EXPECT_EQ(data.ReadInterfaceToken(), u"com.talvex.peerdesk.KeyMouseManager");
+        EXPECT_TRUE(thread.Ends([this] { manager.QueryKeyMouseServiceBinder(9); }));
+        reply.WriteInt32(21);
+        return answer;
+    }));
     EXPECT_THAT(device.journal.Lines(),
         ElementsAre("I Collection: OnAbilityConnectDone, bundleName:com.talvex.peerdesk, abilityName:KeyMouseService,"
                     "         reusultCode:0",
@@ -252,20 +397,31 @@ TEST_F(KeyMouseService, IsKeptByUserUntilItHasAnsweredThatItIsLetGo) {
     EXPECT_THAT(Explain("peer-network"), ElementsAre("!service connected"));
     EXPECT_FALSE(manager.DisconnectKeyMouseService(101));
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: SendRequest failed");
+    EXPECT_EQ(device.journal.Calls().back(), "SendRequest(service, 15, 0, 8)");
     answer = 0;
+    manager.UpdateKeyMouseServiceBinder(100, manager.QueryKeyMouseServiceBinder(101));
     EXPECT_TRUE(manager.DisconnectKeyMouseService(101));
+    EXPECT_EQ(device.journal.Lines().back(), "I Collection: reply ret: 21");
     EXPECT_FALSE(manager.QueryKeyMouseServiceBinder(101));
+    EXPECT_TRUE(manager.QueryKeyMouseServiceBinder(100));
     device.apps.Disconnect();
     EXPECT_THAT(Explain("peer-network"), ElementsAre());
 }
 
-TEST_F(KeyMouseService, PullsPassOverDevicesOfOtherTypes) {
+TEST_F(KeyMouseService, PullsPassOverDevicesOfOtherTypesAndReadTheOwnSwitchOnce) {
     peer.deviceTypeId = 156;
     AddPeer("second");
+    device.profiles.onNextCall = [this] {
+        manager.UpdateEdgeSwitchState(false);
+    };
     manager.TryToPullKeyMouseService();
+    EXPECT_EQ(device.journal.Count(SWITCH_OFF), 1U);
     EXPECT_TRUE(device.journal.Has("E Collection: Device type is not support, which id is 156."));
     EXPECT_TRUE(device.journal.Has("I Collection: deviceId:" + Masked("second-udid") + " check"));
-    ExpectDecision(QUALIFIED, CONNECTED);
+    EXPECT_TRUE(device.journal.Has(CONNECT));
+    EXPECT_TRUE(device.journal.Has(QUALIFIED));
+    SetPeerSwitch("second", "1");
+    EXPECT_TRUE(device.journal.Has("I Collection: local deviceType: 2607, remote deviceType: 14"));
 }
 
 }  // namespace
