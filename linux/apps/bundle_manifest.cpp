@@ -4,6 +4,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "linux/bus/bus_config.h"
 #include "linux/bus/extension_name.h"
 #include "linux/bus/json_file.h"
 #include "linux/datashare/share_name.h"
@@ -49,6 +50,7 @@ BundleExtension ReadExtension(const Json::Value& json, const Bundle& bundle) {
     }
     std::string& executable = extension.service.command.front();
     executable = (bundle.folder / executable).lexically_normal().native();
+    CheckService(extension.service);
     return extension;
 }
 

@@ -1,6 +1,7 @@
 #include "linux/bus/bus_config.h"
 
 #include <algorithm>
+#include <climits>
 #include <stdexcept>
 #include <string_view>
 
@@ -46,20 +47,8 @@ std::string QuoteArgument(std::string_view argument) {
 }
 
 bool HasControlCharacter(std::string_view text) {
-    return std::any_of(
-        text.begin(), text.end(), [](char character) { return static_cast<unsigned char>(character) < ' '; });
-}
-
-void CheckService(const BusService& service) {
-    if (sd_bus_service_name_is_valid(service.name.c_str()) <= 0 || service.name.starts_with(':')) {
-        throw std::runtime_error("\"" + service.name + "\" is no bus name");
-    }
-    if (service.command.empty() || !service.command.front().starts_with('/')) {
-        throw std::runtime_error("the service " + service.name + " has no command with an absolute path");
-    }
-    if (std::any_of(service.command.begin(), service.command.end(), HasControlCharacter)) {
-        throw std::runtime_error("the command of the service " + service.name + " has control characters");
-    }
+    return std::any_of(text.begin(), text.end(),
+        [](char character) { return static_cast<unsigned char>(character) < ' ' || character == '\x7f'; });
 }
 
 }  // namespace
@@ -94,6 +83,25 @@ std::string BusConfig(const std::string& address, const std::filesystem::path& s
   <limit name="service_start_timeout">10000</limit>
 </busconfig>
 )";
+}
+
+void CheckService(const BusService& service) {
+    if (sd_bus_service_name_is_valid(service.name.c_str()) <= 0 || service.name.starts_with(':')) {
+        throw std::runtime_error("\"" + service.name + "\" is no bus name");
+    }
+    if (ActivationFileName(service).size() > NAME_MAX) {
+        throw std::runtime_error("the bus name " + service.name + " is too long for the name of a file");
+    }
+    if (service.command.empty() || !service.command.front().starts_with('/')) {
+        throw std::runtime_error("the service " + service.name + " has no command with an absolute path");
+    }
+    if (std::any_of(service.command.begin(), service.command.end(), HasControlCharacter)) {
+        throw std::runtime_error("the command of the service " + service.name + " has control characters");
+    }
+}
+
+std::string ActivationFileName(const BusService& service) {
+    return service.name + ".service";
 }
 
 std::string ActivationFile(const BusService& service) {

@@ -77,7 +77,7 @@ struct DeviceBus::Running {
         std::filesystem::create_directory(path / SERVICE_DIRECTORY);
         for (const BusService& service : services) {
             directory.Write(
-                std::filesystem::path(SERVICE_DIRECTORY) / (service.name + ".service"), ActivationFile(service));
+                std::filesystem::path(SERVICE_DIRECTORY) / ActivationFileName(service), ActivationFile(service));
         }
         daemon = std::make_unique<BusDaemon>(path / CONFIG_FILE, directory.GetBusLock());
     }

@@ -5,6 +5,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include "linux/bus/bus_config.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/json_file.h"
 
@@ -27,6 +28,7 @@ SystemAbilityEntry ReadEntry(const Json::Value& json, const std::filesystem::pat
     if (!entry.service.command.empty()) {
         std::string& executable = entry.service.command.front();
         executable = (directory / executable).lexically_normal().native();
+        CheckService(entry.service);
     }
     return entry;
 }

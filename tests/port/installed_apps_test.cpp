@@ -62,6 +62,16 @@ TEST_F(InstalledApps, DoNotSufferFromMalformedOnes) {
     Write("6/manifest.json", R"({"bundleName": "good.app", "extensions": {}})");
     fs::create_directories(directory / "7" / "manifest.json");
     fs::create_directories(directory / "8");
+    for (const char* extension : {R"("name": "Y", "exec": ["y", "line\n\u0007"])",
+             R"("name": "Y", "exec": ["y\u007f"])", R"("name": "Y", "exec": ["y\u0000"])"}) {
+        Write("9/manifest.json", R"({"bundleName": "x", "extensions": [{)" + std::string(extension) + "}]}");
+        EXPECT_THAT(
+            [&] { ReadManifest(directory / "9"); }, ThrowsMessage<std::runtime_error>(HasSubstr("control characters")));
+    }
+    // Long enough for a bus name, too long for the file that tells the bus of it.
+    Write("10/manifest.json",
+        R"({"bundleName": "x", "extensions": [{"exec": ["y"], "name": ")" + std::string(230, 'n') + "\"}]}");
+    EXPECT_THAT([&] { ReadManifest(directory / "10"); }, ThrowsMessage<std::runtime_error>(HasSubstr("of a file")));
     EXPECT_THAT(QueriedBundles(), ElementsAre("good.app"));
 }
 
@@ -98,6 +108,7 @@ TEST_F(InstalledApps, HaveServicesWhoseTableNamesItsFaults) {
         {R"({"abilities": [{"id": 1, "busName": "no name"}]})", "busName"},
         {R"({"abilities": [{"id": 1, "busName": "a.b"}, {"id": 1, "busName": "a.c"}]})", "entry 2"},
         {R"({"abilities": [{"id": 1, "busName": "a.b", "path": "no path"}]})", "path"},
+        {R"({"abilities": [{"id": 1, "busName": "a.b", "exec": ["x", "a\nb"]}]})", "control characters"},
         {"{", "table.json"},
     };
     for (const auto& [text, part] : cases) {
