@@ -1,16 +1,33 @@
 #include "linux/runtime/system_root.h"
 
+#include <filesystem>
 #include <mutex>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "platform/host/system_partition.h"
+#include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-struct Root {
-    std::mutex mutex;
-    std::string directory;  // guarded by mutex
+constexpr LogDomain LOG{0xD004630, "Runtime"};
+
+class Root {
+public:
+    void Set(std::string directory) {
+        const std::scoped_lock lock(mutex_);
+        directory_ = std::move(directory);
+    }
+    std::string Get() {
+        const std::scoped_lock lock(mutex_);
+        return directory_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::string directory_;  // guarded by mutex_
 };
 
 Root& TheRoot() {
@@ -21,19 +38,23 @@ Root& TheRoot() {
 }  // namespace
 
 void SystemRoot::Set(std::string directory) {
-    Root& root = TheRoot();
-    const std::scoped_lock lock(root.mutex);
-    root.directory = std::move(directory);
+    TheRoot().Set(std::move(directory));
 }
 
 }  // namespace ZYNE::Linux
 
 namespace ZYNE::CollaborationFwk {
 
+// The library opens what it is given and waits for it: nobody may ever write to a FIFO.
 std::string SystemPartition::Locate(const std::string& path) {
-    Linux::Root& root = Linux::TheRoot();
-    const std::scoped_lock lock(root.mutex);
-    return root.directory + path;
+    const std::string located = Linux::TheRoot().Get() + path;
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(located, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        LogPrint(LogType::CORE, LogLevel::ERROR, Linux::LOG, "%{public}s is no regular file and is left out", located);
+        return {};
+    }
+    return located;
 }
 
 }  // namespace ZYNE::CollaborationFwk

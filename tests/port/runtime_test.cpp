@@ -2,9 +2,14 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <latch>
 #include <stdexcept>
+#include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -13,7 +18,9 @@
 #include "linux/runtime/process_guard.h"
 #include "linux/runtime/serial_tasks.h"
 #include "linux/runtime/steady_time.h"
+#include "linux/runtime/system_root.h"
 #include "linux/runtime/thread_pool.h"
+#include "platform/host/system_partition.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -148,6 +155,26 @@ TEST(TimeThatRunsOut, WakesSleepersAndWaitersAndLiesBehindEveryDeadline) {
     waiter.join();
     time.SleepFor(100h);
     EXPECT_GE(time.Now(), deadline + 100h);
+}
+
+// A FIFO would be waited for.
+TEST(SystemFiles, AreRegularOnesOrNotThereYet) {
+    std::string directory = (std::filesystem::temp_directory_path() / "cfwkXXXXXX").string();
+    ASSERT_NE(mkdtemp(directory.data()), nullptr);
+    const auto locate = [](const char* path) {
+        return CollaborationFwk::SystemPartition::Locate(path);
+    };
+    SystemRoot::Set(directory);
+    std::ofstream(directory + "/file") << "text";
+    std::filesystem::create_symlink("file", directory + "/link");
+    EXPECT_EQ(mkfifo((directory + "/fifo").c_str(), S_IRUSR | S_IWUSR), 0);
+    for (const std::string path : {"/file", "/link", "/missing"}) {
+        EXPECT_EQ(locate(path.c_str()), directory + path);
+    }
+    EXPECT_EQ(locate("/fifo"), "");
+    EXPECT_EQ(locate("/"), "");
+    SystemRoot::Set("");
+    std::filesystem::remove_all(directory);
 }
 
 }  // namespace
