@@ -31,6 +31,9 @@ constexpr size_t MOST_WORD_BYTES = 63;
 constexpr uint32_t LAST_PORT = 65535;
 constexpr uint32_t LAST_USER = INT32_MAX;
 constexpr size_t MOST_USERS = 100;
+constexpr uint32_t ANSWER_TIME = 500;  // in milliseconds, as the next two
+constexpr uint32_t LEAST_ANSWER_TIME = 50;
+constexpr uint32_t MOST_ANSWER_TIME = 8000;
 constexpr uint32_t SCRIPTED_WIDTH = 1920;
 constexpr uint32_t SCRIPTED_HEIGHT = 1080;
 constexpr uint32_t MOST_PIXELS = 32767;
@@ -169,6 +172,10 @@ void ReadApps(const toml::table& root, const fs::path& file, Config& config) {
     ConfigTable table(root, file, "apps");
     config.appsDirectory = table.Path("directory");
     CheckExists(table, "directory", config.appsDirectory, fs::file_type::directory);
+    config.answerTime = std::chrono::milliseconds(table.Number("answer_time", ANSWER_TIME, MOST_ANSWER_TIME));
+    if (config.answerTime.count() < LEAST_ANSWER_TIME) {
+        table.Fail("answer_time", "must be at least " + std::to_string(LEAST_ANSWER_TIME) + " milliseconds");
+    }
     table.RefuseOthers();
 }
 

@@ -1,6 +1,7 @@
 // The configuration file of a device; docs/configuration.md describes every key.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -19,6 +20,7 @@ struct Config {
     std::filesystem::path stateDirectory;
     std::filesystem::path systemRoot;
     std::filesystem::path appsDirectory;
+    std::chrono::milliseconds answerTime{};  // of an app that is asked for a fact
     std::filesystem::path serviceTable;
     std::vector<Linux::User> users;  // at least one, each id once
     Linux::InputOptions input;

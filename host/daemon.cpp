@@ -13,6 +13,7 @@
 #include "host/device_identity.h"
 #include "host/device_type_name.h"
 #include "linux/account/credentials.h"
+#include "linux/apps/ability_manager.h"
 #include "linux/apps/bundle_manager.h"
 #include "linux/bus/device_bus.h"
 #include "linux/bus/system_abilities.h"
@@ -24,6 +25,7 @@
 #include "linux/log/linux_log.h"
 #include "linux/power/power_manager.h"
 #include "linux/profile/profile_service.h"
+#include "linux/runtime/delayed_tasks.h"
 #include "linux/runtime/log_share_scope.h"
 #include "linux/runtime/steady_time.h"
 #include "linux/runtime/system_root.h"
@@ -163,6 +165,7 @@ void Daemon::StartBus() {
     if (!config_.appsDirectory.empty()) {
         bundles.LoadDirectory(config_.appsDirectory);
     }
+    Linux::AbilityManager::GetInstance().SetAnswerTime(config_.answerTime);
     abilities.AddLocalAbility(Linux::BundleManager::SYSTEM_ABILITY_ID, bundles.AsObject());
     abilities.AddLocalAbility(DataShareService::SYSTEM_ABILITY_ID, DataShareService::GetInstance()->AsObject());
 
@@ -268,6 +271,7 @@ bool Daemon::Stop() {
     const bool busLost = parts_->busLost;
     Fabric::GetInstance().Stop();
     StopDesktop();
+    Linux::DelayedTasks::Get().Stop();
     Linux::SteadyTime::Get().RunOut();
     if (parts_->api) {
         parts_->api->Stop();

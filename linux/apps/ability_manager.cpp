@@ -1,5 +1,6 @@
 #include "linux/apps/ability_manager.h"
 
+#include <optional>
 #include <vector>
 
 #include "linux/apps/bundle_manager.h"
@@ -22,11 +23,24 @@ namespace {
 // Means the apps of the device's user, whoever is in the foreground.
 constexpr int32_t CURRENT_USER = -1;
 
+// The extension that takes the keyboard and the mouse to another device. It is connected to for as long as that lasts.
+constexpr char COMPANION_BUNDLE[] = "com.talvex.peerdesk";
+constexpr char COMPANION_EXTENSION[] = "KeyMouseService";
+
+bool IsAskedForFacts(const ElementName& element) {
+    return element.GetBundleName() != COMPANION_BUNDLE || element.GetAbilityName() != COMPANION_EXTENSION;
+}
+
 }  // namespace
 
 AbilityManager& AbilityManager::GetInstance() {
     static auto& manager = *new AbilityManager();
     return manager;
+}
+
+void AbilityManager::SetAnswerTime(std::chrono::milliseconds time) {
+    const std::scoped_lock lock(mutex_);
+    answerTime_ = time;
 }
 
 int32_t AbilityManager::ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) {
@@ -78,7 +92,8 @@ std::shared_ptr<Extension> AbilityManager::FindOrMake(const ElementName& element
     const std::scoped_lock lock(mutex_);
     std::shared_ptr<Extension>& extension = extensions_[Key(element.GetBundleName(), element.GetAbilityName())];
     if (!extension) {
-        extension = std::make_shared<Extension>(element, busName);
+        extension = std::make_shared<Extension>(
+            element, busName, IsAskedForFacts(element) ? std::optional(answerTime_) : std::nullopt);
     }
     return extension;
 }

@@ -1,6 +1,7 @@
 // Connects to the extensions of installed apps.
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -12,6 +13,8 @@
 #include "platform/ability/extension_manager_client.h"
 
 namespace ZYNE::Linux {
+
+inline constexpr std::chrono::milliseconds DEFAULT_ANSWER_TIME{500};
 
 // Any thread. Only extensions have a process that can be connected to.
 class AbilityManager final : public AbilityManagerClient, public ExtensionManagerClient {
@@ -29,6 +32,10 @@ public:
     // The process's manager; never destroyed.
     static AbilityManager& GetInstance();
 
+    // How long extensions get to answer a request for a fact, from now on: those that were connected to before keep
+    // theirs. The companion's extension, which is asked for none, has no such limit.
+    void SetAnswerTime(std::chrono::milliseconds time);
+
     int32_t ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) override;
     int32_t DisconnectAbility(const sptr<IAbilityConnection>& connection) override;
     int32_t ConnectServiceExtensionAbility(const Want& want, const sptr<IAbilityConnection>& connection,
@@ -40,7 +47,8 @@ private:
     std::shared_ptr<Extension> FindOrMake(const ElementName& element, const std::string& busName);
 
     std::mutex mutex_;
-    std::map<Key, std::shared_ptr<Extension>> extensions_;  // guarded by mutex_; those ever connected to
+    std::chrono::milliseconds answerTime_ = DEFAULT_ANSWER_TIME;  // guarded by mutex_
+    std::map<Key, std::shared_ptr<Extension>> extensions_;        // guarded by mutex_; those ever connected to
 };
 
 }  // namespace ZYNE::Linux

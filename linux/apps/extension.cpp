@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <utility>
 
+#include "linux/apps/extension_remote.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/device_bus.h"
+#include "linux/runtime/delayed_tasks.h"
+#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -14,6 +18,16 @@ namespace {
 constexpr LogDomain LOG{0xD004632, "Apps"};
 constexpr std::chrono::seconds ASK_TIME{1};            // for the process to hear that it should end
 constexpr std::chrono::milliseconds GRACE_TIME{2000};  // for it to end
+
+// In answer times.
+constexpr int START_LIMIT = 3;  // a start that takes longer has a stand-in
+constexpr int PAUSE = 10;       // before a start that failed is tried again
+
+constexpr int32_t POOL_PARAM = 0;
+
+bool PostToPool(std::function<void()> task) {
+    return CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(std::move(task), POOL_PARAM);
+}
 
 }  // namespace
 
@@ -31,17 +45,25 @@ private:
     const std::weak_ptr<Extension> extension_;
 };
 
-Extension::Extension(ElementName element, std::string busName)
-    : element_(std::move(element)), busName_(std::move(busName)), tasks_(std::make_shared<SerialTasks>()) {}
+Extension::Extension(ElementName element, std::string busName, std::optional<std::chrono::milliseconds> answerTime)
+    : element_(std::move(element)), busName_(std::move(busName)), answerTime_(answerTime),
+      tasks_(std::make_shared<SerialTasks>()) {}
 
 bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
+    sptr<AbsentExtension> absent;
     {
         const std::scoped_lock lock(mutex_);
         ++accepted_[connection.GetRefPtr()];
+        waiting_.push_back(connection);
+        absent = isStarting_ ? absent_ : nullptr;
     }
     if (!tasks_->Post([self = shared_from_this(), connection] { self->DoConnect(connection); })) {
+        StopWaiting(connection);
         Forget(connection);
         return false;
+    }
+    if (absent && !absent->IsDead()) {
+        PostToPool([self = shared_from_this(), connection, absent] { self->TellStandIn(connection, absent); });
     }
     return true;
 }
@@ -68,9 +90,11 @@ void Extension::DoConnect(const sptr<IAbilityConnection>& connection) {
     if (remote_ && !IsRunning()) {
         LoseEveryone();
     }
-    if (!remote_ && !Start()) {
+    const bool isStarted = remote_ || Start();
+    StopWaiting(connection);
+    if (!isStarted) {
         Forget(connection);
-        connection->OnAbilityConnectDone(element_, nullptr, START_FAILED);
+        connection->OnAbilityConnectDone(element_, GetStandIn(), START_FAILED);
         return;
     }
     if (std::find(connected_.begin(), connected_.end(), connection) == connected_.end()) {
@@ -78,7 +102,7 @@ void Extension::DoConnect(const sptr<IAbilityConnection>& connection) {
     } else {
         Forget(connection);
     }
-    connection->OnAbilityConnectDone(element_, remote_, 0);
+    connection->OnAbilityConnectDone(element_, object_, 0);
 }
 
 void Extension::DoDisconnect(const sptr<IAbilityConnection>& connection) {
@@ -109,6 +133,15 @@ bool Extension::IsRunning() const {
 }
 
 bool Extension::Start() {
+    if (!BeginStart()) {
+        return false;
+    }
+    const bool isStarted = StartProcess();
+    EndStart(isStarted);
+    return isStarted;
+}
+
+bool Extension::StartProcess() {
     const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
     std::string error = "the bus is not up";
     const std::string owner = client ? client->StartService(busName_, error) : std::string();
@@ -116,6 +149,7 @@ bool Extension::Start() {
         remote_ = client->GetRemote(owner, BusWire::DEFAULT_PATH);
         deathWatch_ = MakeSptr<DeathWatch>(weak_from_this());
         if (remote_->AddDeathRecipient(deathWatch_)) {
+            object_ = MakeObject(remote_);
             return true;
         }
         remote_ = nullptr;
@@ -126,8 +160,115 @@ bool Extension::Start() {
     return false;
 }
 
+sptr<IRemoteObject> Extension::MakeObject(const sptr<RemoteObject>& remote) {
+    if (!answerTime_) {
+        return remote;
+    }
+    auto hung = [weak = weak_from_this(), remote = wptr<RemoteObject>(remote)] {
+        const std::shared_ptr<Extension> extension = weak.lock();
+        const sptr<RemoteObject> alive = remote.promote();
+        if (extension && alive) {
+            extension->tasks_->Post([extension, alive] { extension->KillHung(alive); });
+        }
+    };
+    return ExtensionRemote::Make(&PostToPool, remote, *answerTime_, std::move(hung));
+}
+
+void Extension::KillHung(const sptr<RemoteObject>& remote) const {
+    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    if (!client || remote->IsDead()) {
+        return;
+    }
+    LogPrint(LogType::CORE, LogLevel::WARN, LOG,
+        "extension %{public}s of %{public}s has left %{public}d requests in a row unanswered and is killed",
+        element_.GetAbilityName(), element_.GetBundleName(), AnswerBreaker::MOST_MISSES);
+    const ProcessHandle process = client->FindProcess(remote->GetUniqueName());
+    process.Kill();
+    process.WaitUntilEnded(GRACE_TIME);
+    client->GetNames().WaitUntilGone(remote->GetUniqueName(), GRACE_TIME);
+}
+
+// False when a start failed a moment ago.
+bool Extension::BeginStart() {
+    if (!answerTime_) {
+        return true;
+    }
+    uint64_t start = 0;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (absent_ && !absent_->IsDead()) {
+            return false;
+        }
+        isStarting_ = true;
+        start = ++starts_;
+    }
+    DelayedTasks::Get().Post(START_LIMIT * *answerTime_, [weak = weak_from_this(), start] {
+        if (const std::shared_ptr<Extension> extension = weak.lock()) {
+            extension->StandIn(start);
+        }
+    });
+    return true;
+}
+
+// The stand-in goes when the process is there, or when a start is worth another try.
+void Extension::EndStart(bool isStarted) {
+    if (!answerTime_) {
+        return;
+    }
+    sptr<AbsentExtension> absent;
+    {
+        const std::scoped_lock lock(mutex_);
+        isStarting_ = false;
+        if (!isStarted && (!absent_ || absent_->IsDead())) {
+            absent_ = sptr<AbsentExtension>(new AbsentExtension(&PostToPool));
+        }
+        absent = absent_;
+    }
+    if (absent && (isStarted || !DelayedTasks::Get().Post(PAUSE * *answerTime_, [absent] { absent->Die(); }))) {
+        absent->Die();
+    }
+}
+
+// Whoever hears of it only after the process itself gets a stand-in that is dead, and connects again.
+void Extension::StandIn(uint64_t start) {
+    std::vector<sptr<IAbilityConnection>> waiting;
+    sptr<AbsentExtension> absent;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (!isStarting_ || starts_ != start) {
+            return;
+        }
+        absent = absent_ = sptr<AbsentExtension>(new AbsentExtension(&PostToPool));
+        waiting = waiting_;
+    }
+    LogPrint(LogType::CORE, LogLevel::WARN, LOG,
+        "extension %{public}s of %{public}s is slow to start: it counts as gone", element_.GetAbilityName(),
+        element_.GetBundleName());
+    for (const sptr<IAbilityConnection>& connection : waiting) {
+        TellStandIn(connection, absent);
+    }
+}
+
+void Extension::TellStandIn(const sptr<IAbilityConnection>& connection, const sptr<AbsentExtension>& absent) const {
+    connection->OnAbilityConnectDone(element_, absent, START_FAILED);
+}
+
+void Extension::StopWaiting(const sptr<IAbilityConnection>& connection) {
+    const std::scoped_lock lock(mutex_);
+    const auto found = std::find(waiting_.begin(), waiting_.end(), connection);
+    if (found != waiting_.end()) {
+        waiting_.erase(found);
+    }
+}
+
+sptr<AbsentExtension> Extension::GetStandIn() {
+    const std::scoped_lock lock(mutex_);
+    return absent_;
+}
+
 void Extension::End() {
     const sptr<RemoteObject> remote = std::exchange(remote_, nullptr);
+    object_ = nullptr;
     const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
     remote->RemoveDeathRecipient(deathWatch_);
     if (!client || remote->IsDead()) {
@@ -149,6 +290,7 @@ void Extension::End() {
 
 void Extension::LoseEveryone() {
     remote_ = nullptr;
+    object_ = nullptr;
     for (const sptr<IAbilityConnection>& connection : std::exchange(connected_, {})) {
         Forget(connection);
         connection->OnAbilityDisconnectDone(element_, DIED);

@@ -2,11 +2,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <functional>
 #include <iterator>
 
 #include "linux/apps/ability_manager.h"
+#include "linux/apps/answer_breaker.h"
 #include "linux/apps/bundle_manager.h"
 #include "platform/ipc/string_conversion.h"
 #include "tests/port/port_test.h"
@@ -16,6 +18,7 @@ namespace {
 
 constexpr int32_t CURRENT_USER = -1;
 constexpr uint32_t APP_CODE = 0x1f;
+constexpr std::chrono::milliseconds ANSWER_TIME{300};
 
 class Connection final : public AbilityConnectionStub {
 public:
@@ -51,6 +54,8 @@ class AppExtension : public PortTest {
 protected:
     AppExtension() {
         Install("test.app", R"("name": "Provider", "exec": [")" TEST_PROVIDER R"(", "app"])");
+        Install("slow.app", R"("name": "Never", "exec": ["/bin/sh", "-c", "sleep 2; exit 1"])");
+        AbilityManager::GetInstance().SetAnswerTime(ANSWER_TIME);
         Install("com.talvex.peerdesk",
             R"("name": "KeyMouseService", "exec": ["/bin/sh", "-c", "exec ')" PEER_DESK R"(' >>')" +
                 CompanionOutput().native() + R"('"])");
@@ -61,18 +66,22 @@ protected:
     ~AppExtension() override { DeviceBus::GetInstance().Stop(); }
 
     fs::path CompanionOutput() const { return directory / "companion.out"; }
-    static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider") {
+    static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider",
+        const std::string& bundle = "test.app") {
         Want want;
-        want.SetElementName("test.app", extension);
+        want.SetElementName(bundle, extension);
         return AbilityManager::GetInstance().ConnectAbility(want, connection, CURRENT_USER);
+    }
+    static int32_t Send(const sptr<IRemoteObject>& remote, const std::string& name, MessageParcel& reply) {
+        MessageParcel data;
+        MessageOption option;
+        data.WriteString16(Str8ToStr16(name));
+        return remote->SendRequest(APP_CODE, data, reply, option);
     }
     // Empty when it does not answer.
     static std::string Ask(const sptr<IRemoteObject>& remote, const std::string& name) {
-        MessageParcel data;
         MessageParcel reply;
-        MessageOption option;
-        data.WriteString16(Str8ToStr16(name));
-        if (remote->SendRequest(APP_CODE, data, reply, option) != 0) {
+        if (Send(remote, name, reply) != 0) {
             return "";
         }
         reply.ReadUint32();
@@ -132,6 +141,79 @@ TEST_F(AppExtension, ThatIsKilledIsReportedAsGoneAndCanBeConnectedToAgainAtOnce)
     EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
     EXPECT_TRUE(connection->AwaitDisconnect(2));
     EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), AbilityManager::NOT_CONNECTED);
+}
+
+TEST_F(AppExtension, ThatHangsIsAskedSeldomAndKilledAndThatIsSlowOnceIsNot) {
+    const auto connection = MakeSptr<Connection>();
+    ASSERT_EQ(Connect(connection), 0);
+    const sptr<IRemoteObject> hung = connection->AwaitRemote();
+    const std::string pid = Ask(hung, "app.pid");
+    MessageParcel reply;
+    EXPECT_EQ(Send(hung, "app.slow", reply), IRemoteObject::TIMED_OUT);
+    EXPECT_TRUE(Eventually([&] { return Ask(hung, "app.pid") == pid; }));
+
+    ASSERT_EQ(kill(std::stoi(pid), SIGSTOP), 0);
+    const auto start = std::chrono::steady_clock::now();
+    size_t refusals = 0;
+    for (int32_t result = 0; result != IRemoteObject::DEAD; ++refusals) {
+        result = Send(hung, "app.pid", reply);
+        ASSERT_THAT(result, ::testing::AnyOf(IRemoteObject::TIMED_OUT, IRemoteObject::DEAD));
+    }
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(took, (3 + 2 * 2) * ANSWER_TIME);  // three misses, with a pause between them
+    EXPECT_GT(refusals, 3u + 1);
+    EXPECT_TRUE(connection->AwaitDisconnect());
+    ASSERT_EQ(Connect(connection), 0);
+    const std::string next = Ask(connection->AwaitRemote(2), "app.pid");
+    EXPECT_NE(next, "");
+    EXPECT_NE(next, pid);
+    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
+    EXPECT_TRUE(connection->AwaitDisconnect(2));
+}
+
+TEST_F(AppExtension, ThatDoesNotStartHasAStandInUntilAnotherTryIsDue) {
+    const auto first = MakeSptr<Connection>();
+    const auto second = MakeSptr<Connection>();
+    const auto third = MakeSptr<Connection>();
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(Connect(first, "Never", "slow.app"), 0);
+    ASSERT_EQ(Connect(second, "Never", "slow.app"), 0);
+    const sptr<IRemoteObject> standIn = first->AwaitRemote();
+    EXPECT_EQ(second->AwaitRemote(), standIn);
+    ASSERT_EQ(Connect(third, "Never", "slow.app"), 0);
+    EXPECT_EQ(third->AwaitRemote(), standIn);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << "the start was waited for";
+    MessageParcel reply;
+    EXPECT_EQ(Send(standIn, "x", reply), IRemoteObject::DEAD);
+    const auto death = MakeSptr<Death>();
+    EXPECT_TRUE(standIn->AddDeathRecipient(death));
+
+    EXPECT_EQ(third->AwaitRemote(2), standIn) << "it failed a moment ago";
+    EXPECT_TRUE(Eventually([&] { return death->hasCome.load(); }));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2) + 10 * ANSWER_TIME);
+    EXPECT_FALSE(standIn->AddDeathRecipient(death));
+    ASSERT_EQ(Connect(first, "Never", "slow.app"), 0);
+    EXPECT_NE(first->AwaitRemote(3), standIn);
+}
+
+TEST(AnswerBreaker, CountsRequestsThatWereUnderWayTogetherOnceAndStartsAnewAfterAnAnswer) {
+    using namespace std::chrono_literals;
+    const AnswerBreaker::TimePoint start{1h};
+    AnswerBreaker breaker(500ms);
+    EXPECT_TRUE(breaker.MayAsk(start));
+    EXPECT_FALSE(breaker.TakeMiss(start, start + 500ms));
+    for (int more = 0; more < 5; ++more) {
+        EXPECT_FALSE(breaker.TakeMiss(start + 499ms, start + 999ms));
+    }
+    EXPECT_FALSE(breaker.MayAsk(start + 1499ms));
+    EXPECT_TRUE(breaker.MayAsk(start + 1500ms));
+    EXPECT_FALSE(breaker.TakeMiss(start + 1500ms, start + 2s));
+    breaker.TakeAnswer();
+    EXPECT_TRUE(breaker.MayAsk(start + 2s));
+    EXPECT_FALSE(breaker.TakeMiss(start + 2s, start + 3s));
+    EXPECT_FALSE(breaker.TakeMiss(start + 4s, start + 5s));
+    EXPECT_TRUE(breaker.TakeMiss(start + 6s, start + 7s));
+    EXPECT_FALSE(breaker.TakeMiss(start + 8s, start + 9s));
 }
 
 TEST_F(AppExtension, OfTheCompanionPrintsThatItIsConnectedAskedToDisconnectAndLeft) {
