@@ -38,7 +38,8 @@ void PrintTable(const Client::InfoAnswer& answer) {
         std::ranges::any_of(answer.records, [](const auto& record) { return record.second.empty(); });
     if (someMissing) {
         std::cerr << NO_VALUE
-                  << ": unknown on the peer, or its provider was not running and is being started: ask again\n";
+                  << ": unknown on the peer, or its provider does not run or did not answer in time: ask again.\n"
+                     "A service that died is started again, at once or within half a minute.\n";
     }
 }
 

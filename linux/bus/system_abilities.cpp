@@ -85,19 +85,22 @@ sptr<IRemoteObject> SystemAbilities::CheckSystemAbility(int32_t systemAbilityId)
 sptr<IRemoteObject> SystemAbilities::GetSystemAbility(int32_t systemAbilityId) {
     sptr<IRemoteObject> running = CheckSystemAbility(systemAbilityId);
     const Ability ability = Find(systemAbilityId);
+    return running || !ability.known ? running : Start(systemAbilityId, ability.entry);
+}
+
+sptr<IRemoteObject> SystemAbilities::Start(int32_t systemAbilityId, const SystemAbilityEntry& entry) {
     const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
-    if (running || !ability.known || !client) {
-        return running;
-    }
-    const std::string& name = ability.entry.service.name;
-    std::string error;
-    const std::string owner = client->StartService(name, error);
+    const std::string& name = entry.service.name;
+    std::string error = "the bus is not up";
+    const std::string owner = client ? client->StartService(name, error) : std::string();
     if (owner.empty()) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG,
             "system ability %{public}d (%{public}s) did not start: %{public}s", systemAbilityId, name, error);
         return nullptr;
     }
-    return sptr<IRemoteObject>(client->GetRemote(owner, ability.entry.path));
+    const sptr<RemoteObject> remote = client->GetRemote(owner, entry.path);
+    keeper_->Keep(name, remote);
+    return remote;
 }
 
 int32_t SystemAbilities::LoadSystemAbility(int32_t systemAbilityId, const sptr<ISystemAbilityLoadCallback>& callback) {

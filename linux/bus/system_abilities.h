@@ -4,11 +4,13 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "linux/bus/bus_service.h"
+#include "linux/bus/service_keeper.h"
 #include "linux/bus/system_ability_table.h"
 #include "platform/system_ability/system_ability_manager.h"
 
@@ -32,6 +34,7 @@ public:
     // An ability that is an object of this process. It is there at once, and comes before one of the table.
     void AddLocalAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& object);
 
+    // What it has started it starts again when it dies.
     sptr<IRemoteObject> GetSystemAbility(int32_t systemAbilityId) override;
     sptr<IRemoteObject> CheckSystemAbility(int32_t systemAbilityId) override;
     int32_t LoadSystemAbility(int32_t systemAbilityId, const sptr<ISystemAbilityLoadCallback>& callback) override;
@@ -44,8 +47,10 @@ private:
         bool known = false;
     };
     Ability Find(int32_t systemAbilityId) const;
+    sptr<IRemoteObject> Start(int32_t systemAbilityId, const SystemAbilityEntry& entry);
     void LoadAndTell(int32_t systemAbilityId, const sptr<ISystemAbilityLoadCallback>& callback);
 
+    const std::shared_ptr<ServiceKeeper> keeper_ = std::make_shared<ServiceKeeper>();
     mutable std::mutex mutex_;
     SystemAbilityTable table_;                      // guarded by mutex_
     std::map<int32_t, sptr<IRemoteObject>> local_;  // guarded by mutex_

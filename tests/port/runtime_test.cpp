@@ -13,7 +13,9 @@
 #include <thread>
 #include <unistd.h>
 
+#include "linux/bus/restart_pauses.h"
 #include "linux/log/log_share.h"
+#include "linux/runtime/delayed_tasks.h"
 #include "linux/runtime/hang_watch.h"
 #include "linux/runtime/process_guard.h"
 #include "linux/runtime/serial_tasks.h"
@@ -175,6 +177,48 @@ TEST(SystemFiles, AreRegularOnesOrNotThereYet) {
     EXPECT_EQ(locate("/"), "");
     SystemRoot::Set("");
     std::filesystem::remove_all(directory);
+}
+
+TEST(LaterTasks, RunWhenTheyAreDueAndNotAfterTheStop) {
+    std::promise<void> ran;
+    std::promise<int> order;
+    std::atomic<int> count{0};
+    const auto held = std::make_shared<int>(0);
+    {
+        DelayedTasks tasks;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(tasks.Post(1h, [held] { FAIL() << "a dropped task ran"; }));
+        EXPECT_TRUE(tasks.Post(100ms, [&] { order.set_value(++count); }));
+        EXPECT_TRUE(tasks.Post(0ms, [&] {
+            ++count;
+            ran.set_value();
+        }));
+        ran.get_future().wait();
+        EXPECT_EQ(order.get_future().get(), 2);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
+        tasks.Stop();
+        EXPECT_EQ(held.use_count(), 1);
+        EXPECT_FALSE(tasks.Post(0ms, [] { FAIL() << "a refused task ran"; }));
+    }
+}
+
+TEST(AServiceThatDies, IsStartedAgainAtOnceThenLaterAndLaterUntilItLivesForAMinute) {
+    RestartPauses pauses;
+    for (const auto last : {59s, 60s}) {
+        for (const auto pause : {0s, 1s, 3s, 10s}) {
+            EXPECT_EQ(pauses.TakeDeath(0s), pause);
+            EXPECT_FALSE(pauses.IsSteady());
+        }
+        EXPECT_EQ(pauses.TakeDeath(0s), 30s);
+        EXPECT_TRUE(pauses.HasBecomeSteady());
+        for (int more = 0; more < 3; ++more) {
+            EXPECT_EQ(pauses.TakeDeath(59s), 30s);
+            EXPECT_TRUE(pauses.IsSteady());
+            EXPECT_FALSE(pauses.HasBecomeSteady());
+        }
+        EXPECT_EQ(pauses.TakeDeath(last), last == 60s ? 0s : 30s);
+        pauses = RestartPauses();
+    }
 }
 
 }  // namespace

@@ -60,12 +60,14 @@ TEST_F(Exchange, WorksInBothDirectionsAndAfterARestartOfThePeer) {
     EXPECT_EQ(Await("service.hello"), "hello from the service");
 }
 
-TEST_F(Exchange, AnswersAtOnceWhenAServiceDiesWhileItIsAskedAndLoadsItOnTheNextAsk) {
-    const std::string pid = Await("service.pid");
-
-    EXPECT_EQ(phone->AskOne("pc", "service.die"), "");
-    EXPECT_NE(Await("service.hello"), "");
-    EXPECT_NE(phone->AskOne("pc", "service.pid"), pid);
+TEST_F(Exchange, AnswersAtOnceWhenAServiceDiesWhileItIsAskedAndHasItBackEachTime) {
+    std::string pid = Await("service.pid");
+    for (int death = 1; death <= 3; ++death) {
+        EXPECT_EQ(phone->AskOne("pc", "service.die"), "");
+        std::string next = Await("service.pid");
+        EXPECT_NE(next, pid);
+        pid = std::move(next);
+    }
 }
 
 TEST_F(Exchange, ReconnectsAnAppExtensionThatWasKilled) {
