@@ -10,7 +10,9 @@
 #include <csignal>
 #include <exception>
 #include <optional>
+#include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "platform/log/log_print.h"
 
@@ -20,6 +22,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr LogDomain LOG{0xD004636, "Input"};
+constexpr auto OPEN_LIMIT = 3s;  // before it is said that the server does not answer
 constexpr auto RETRY_INTERVAL = 2s;
 constexpr auto BURST_INTERVAL = 3ms;
 
@@ -73,6 +76,7 @@ void XInputSource::Stop() {
         attemptEnded_.notify_all();
     }
     thread_.join();
+    attempt_ = nullptr;
 }
 
 void XInputSource::SetWanted(bool isWanted) {
@@ -94,7 +98,7 @@ void XInputSource::Run() {
     IgnoreBrokenPipe();
     while (IsRunning()) {
         if (!IsWanted()) {
-            Wait(-1, std::nullopt);
+            WaitUntilWanted();
         } else if (!ServeWhileWanted() && EndAttempt()) {
             Wait(-1, RETRY_INTERVAL);
         }
@@ -114,7 +118,10 @@ bool XInputSource::IsWanted() {
 bool XInputSource::ServeWhileWanted() noexcept {
     bool isLost = true;
     try {
-        const auto connection = XConnection::Open(display_);
+        const auto connection = Open();
+        if (!connection) {
+            return true;
+        }
         const ConnectionMark mark(*this, connection->Fd());
         displays_.SetServer(connection->GetDisplays());
         trouble_.clear();
@@ -127,6 +134,31 @@ bool XInputSource::ServeWhileWanted() noexcept {
     }
     displays_.SetServer(std::nullopt);
     return !isLost;
+}
+
+std::unique_ptr<XConnection> XInputSource::Open() {
+    if (!attempt_) {
+        attempt_ = XAttempt::Begin(display_);
+    }
+    const auto deadline = Clock::now() + OPEN_LIMIT;
+    while (!attempt_->IsOver()) {
+        const auto now = Clock::now();
+        if (!IsWanted()) {
+            return nullptr;
+        }
+        if (now >= deadline) {
+            throw std::runtime_error("the X server does not answer");
+        }
+        Wait(attempt_->Fd(), deadline - now);
+    }
+    return std::exchange(attempt_, nullptr)->Take();
+}
+
+void XInputSource::WaitUntilWanted() {
+    Wait(attempt_ ? attempt_->Fd() : -1, std::nullopt);
+    if (attempt_ && attempt_->IsOver() && !IsWanted()) {
+        attempt_ = nullptr;
+    }
 }
 
 // Once for all attempts that fail alike.

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "linux/bus/unique_fd.h"
 #include "linux/input/display_table.h"
 #include "linux/input/input_monitors.h"
+#include "linux/input/x_attempt.h"
 #include "linux/input/x_connection.h"
 
 namespace ZYNE::Linux {
@@ -28,6 +30,7 @@ public:
 
     // For one thread, as Stop. `display` as in InputOptions. Throws std::system_error.
     void Start(const std::string& display);
+    // Waits for no server.
     void Stop();
 
     // While it is wanted, the connection is made, and made again when it is lost. Nothing happens when not started.
@@ -47,6 +50,9 @@ private:
     bool EndAttempt();
     // False when there is no connection, or it was lost.
     bool ServeWhileWanted() noexcept;
+    // Null when it is not wanted any more. Throws std::exception when there is none yet.
+    std::unique_ptr<XConnection> Open();
+    void WaitUntilWanted();
     bool Serve(XConnection& connection);
     bool TellBurst(XConnection& connection, EventAssembler& assembler);
     void LogTrouble(const char* trouble);
@@ -59,6 +65,8 @@ private:
     std::string display_;  // written while there is no thread
     UniqueFd wake_;        // likewise
     std::string trouble_;  // why there is no connection, as it was logged; the thread's while there is one
+    // The one that is under way, even when nobody wants it any more: there is one thread for it at a time. Likewise.
+    std::shared_ptr<XAttempt> attempt_;
     std::thread thread_;
 
     std::mutex mutex_;

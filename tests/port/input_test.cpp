@@ -1,4 +1,7 @@
 // Keyboard, pointer and displays on a real X server, driven from outside as a person would; and the scripted stand-in.
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -7,11 +10,13 @@
 #include <xcb/xtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
 
+#include "linux/bus/unique_fd.h"
 #include "linux/input/event_assembler.h"
 #include "linux/input/input_service.h"
 #include "linux/input/scripted_input.h"
@@ -370,6 +375,28 @@ TEST_F(InputOfServer, StopsWhenTheServerDoesNotAnswer) {
     EXPECT_LT(WatchKeys(std::make_shared<Watcher>()), 0);
     EXPECT_EQ(displays.GetDefaultDisplay(), nullptr);
     server.Server().Signal(SIGCONT);
+}
+
+// It accepts, or its system does so for it, and says nothing.
+TEST_F(Input, StopsWhenTheServerIsSilentFromTheStart) {
+    const UniqueFd silent(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int number = 1000 + getpid() % 10000;
+    do {
+        address.sin_port = htons(static_cast<uint16_t>(6000 + ++number));
+    } while (bind(silent.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0);
+    ASSERT_EQ(listen(silent.Get(), 5), 0);
+    InputService::Get().Start({"127.0.0.1:" + std::to_string(number), false});
+    WatchKeys(std::make_shared<Watcher>());
+    pollfd caller{silent.Get(), POLLIN, 0};
+    EXPECT_EQ(poll(&caller, 1, 30000), 1);
+    WatchKeys(std::make_shared<Watcher>());
+    EXPECT_FALSE(InputService::Get().Displays().HasServer());
+    const auto start = std::chrono::steady_clock::now();
+    InputService::Get().Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST_F(InputOfServer, KeepsTheServerOnlyWhileSomebodyWatches) {
