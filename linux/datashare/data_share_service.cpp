@@ -56,7 +56,7 @@ void DataShareService::Start(const std::filesystem::path& databaseFile, const st
         throw std::runtime_error("data share needs the device's bus, which is not up");
     }
     const std::filesystem::path file = std::filesystem::absolute(databaseFile);
-    ShareTable(file).SetProviders(shares);
+    ShareTable(file, true).SetProviders(shares);
     auto running = std::make_shared<Running>(SharePlace{file.native(), address});
     const std::scoped_lock lock(mutex_);
     running_ = std::move(running);

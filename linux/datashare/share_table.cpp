@@ -1,6 +1,7 @@
 #include "linux/datashare/share_table.h"
 
 #include <exception>
+#include <utility>
 
 #include <SQLiteCpp/Transaction.h>
 
@@ -76,11 +77,24 @@ void NoteKey(const ShareTable::Row& row, ShareChange& change) {
     }
 }
 
+std::unique_ptr<Database> Open(const std::filesystem::path& file, bool isChecked) {
+    return std::make_unique<Database>(DatabaseOptions{file, Durability::MACHINE, SCHEMA, false, isChecked});
+}
+
+}  // namespace
+
+ShareTable::ShareTable(std::filesystem::path file, bool isChecked)
+    : file_(std::move(file)), database_(Open(file_, isChecked)) {}
+
 // Runs an operation on the database: what it returns, or the code of its failure.
 template <typename Operation>
-int32_t Guard(const char* name, Operation operation) {
+int32_t ShareTable::Use(const char* name, const Operation& operation) {
     try {
-        return operation();
+        const std::scoped_lock lock(mutex_);
+        if (!database_ || !database_->IsInPlace()) {
+            MakeAnew();
+        }
+        return database_->Run(operation);
     } catch (const Refusal& refusal) {
         return refusal.code;
     } catch (const std::exception& error) {
@@ -89,17 +103,34 @@ int32_t Guard(const char* name, Operation operation) {
     }
 }
 
-}  // namespace
-
-ShareTable::ShareTable(const std::filesystem::path& file)
-    : database_(OpenDatabase(file, Durability::MACHINE, SCHEMA)) {}
+// Another process of the device may have made it anew already.
+void ShareTable::MakeAnew() {
+    if (database_) {
+        const Database::Remains remains = database_->GetRemains();
+        database_.reset();
+        remains.Remove();
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "%{public}s was deleted or replaced, and is opened anew",
+            file_.string());
+    }
+    database_ = Open(file_, false);
+    database_->Run([this] { WriteProviders(); });
+}
 
 void ShareTable::SetProviders(const std::vector<std::string>& beginnings) {
     const std::scoped_lock lock(mutex_);
-    SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
-    database_.exec("DELETE FROM provider");
-    for (const std::string& beginning : beginnings) {
-        SQLite::Statement insert(database_, "INSERT INTO provider VALUES (?)");
+    providers_ = beginnings;
+    database_->Run([this] { WriteProviders(); });
+}
+
+// Nothing is written where nothing has changed: a device starts on a full disk.
+void ShareTable::WriteProviders() {
+    SQLite::Transaction transaction(Connection(), SQLite::TransactionBehavior::IMMEDIATE);
+    if (ReadProviders() == providers_) {
+        return;
+    }
+    Connection().exec("DELETE FROM provider");
+    for (const std::string& beginning : providers_) {
+        SQLite::Statement insert(Connection(), "INSERT INTO provider VALUES (?)");
         Bind(insert, 1, beginning);
         insert.exec();
     }
@@ -108,8 +139,13 @@ void ShareTable::SetProviders(const std::vector<std::string>& beginnings) {
 
 std::vector<std::string> ShareTable::GetProviders() {
     const std::scoped_lock lock(mutex_);
+    database_->Run([this] { providers_ = ReadProviders(); });
+    return providers_;
+}
+
+std::vector<std::string> ShareTable::ReadProviders() {
     std::vector<std::string> beginnings;
-    SQLite::Statement select(database_, "SELECT beginning FROM provider");
+    SQLite::Statement select(Connection(), "SELECT beginning FROM provider ORDER BY rowid");
     while (select.executeStep()) {
         beginnings.push_back(ReadBytes(select, 0));
     }
@@ -118,14 +154,14 @@ std::vector<std::string> ShareTable::GetProviders() {
 
 ShareChange ShareTable::Insert(const std::string& share, const Row& row) {
     ShareChange change{0, {}};
-    change.result = Guard("insert", [&] {
+    change.result = Use("insert", [&] {
         CheckRow(row);
-        const std::scoped_lock lock(mutex_);
-        SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Transaction transaction(Connection(), SQLite::TransactionBehavior::IMMEDIATE);
         const std::string name = NameOf(row);
         const int64_t found = FindRow(share, name);
         WriteRow(found != NO_ROW ? found : MakeRow(share, name), row);
         transaction.commit();
+        database_->Settle();
         NoteKey(row, change);
         return 1;
     });
@@ -134,24 +170,23 @@ ShareChange ShareTable::Insert(const std::string& share, const Row& row) {
 
 ShareChange ShareTable::Update(const std::string& share, const Conditions& conditions, const Row& values) {
     ShareChange change{0, {}};
-    change.result = Guard("update", [&] {
+    change.result = Use("update", [&] {
         CheckRow(values);
-        const std::scoped_lock lock(mutex_);
-        SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Transaction transaction(Connection(), SQLite::TransactionBehavior::IMMEDIATE);
         const std::vector<int64_t> ids = FindRows(share, conditions);
         for (const int64_t id : ids) {
             UpdateRow(share, id, values, change);
         }
         transaction.commit();
+        database_->Settle();
         return static_cast<int32_t>(ids.size());
     });
     return change;
 }
 
 int32_t ShareTable::Query(const std::string& share, const Conditions& conditions, std::vector<Row>& rows) {
-    return Guard("query", [&] {
-        const std::scoped_lock lock(mutex_);
-        const SQLite::Transaction transaction(database_);  // one state of the data for every read
+    return Use("query", [&] {
+        const SQLite::Transaction transaction(Connection());  // one state of the data for every read
         rows = ReadRows(FindRows(share, conditions));
         return SHARE_OK;
     });
@@ -168,7 +203,7 @@ std::vector<int64_t> ShareTable::FindRows(const std::string& share, const Condit
             ? " AND name = ?"
             : " AND EXISTS (SELECT 1 FROM cell WHERE cell.row = id AND cell.column = ? AND cell.value = ?)";
     }
-    SQLite::Statement select(database_, text + " ORDER BY id");
+    SQLite::Statement select(Connection(), text + " ORDER BY id");
     int index = 0;
     Bind(select, ++index, share);
     for (const auto& [column, value] : conditions) {
@@ -188,7 +223,7 @@ std::vector<int64_t> ShareTable::FindRows(const std::string& share, const Condit
 
 ShareTable::Row ShareTable::ReadRow(int64_t id) {
     Row row;
-    SQLite::Statement select(database_, "SELECT column, value FROM cell WHERE row = ?");
+    SQLite::Statement select(Connection(), "SELECT column, value FROM cell WHERE row = ?");
     select.bind(1, id);
     while (select.executeStep()) {
         row.emplace(ReadBytes(select, 0), ReadBytes(select, 1));
@@ -211,10 +246,10 @@ std::vector<ShareTable::Row> ShareTable::ReadRows(const std::vector<int64_t>& id
 }
 
 void ShareTable::WriteRow(int64_t id, const Row& row) {
-    SQLite::Statement clear(database_, "DELETE FROM cell WHERE row = ?");
+    SQLite::Statement clear(Connection(), "DELETE FROM cell WHERE row = ?");
     clear.bind(1, id);
     clear.exec();
-    SQLite::Statement insert(database_, "INSERT INTO cell VALUES (?, ?, ?)");
+    SQLite::Statement insert(Connection(), "INSERT INTO cell VALUES (?, ?, ?)");
     for (const auto& [column, value] : row) {
         insert.bind(1, id);
         Bind(insert, 2, column);
@@ -238,7 +273,7 @@ void ShareTable::UpdateRow(const std::string& share, int64_t id, const Row& valu
         throw Refusal{SHARE_NAME_TAKEN};
     }
     if (holder == NO_ROW) {
-        SQLite::Statement rename(database_, "UPDATE row SET name = ? WHERE id = ?");
+        SQLite::Statement rename(Connection(), "UPDATE row SET name = ? WHERE id = ?");
         Bind(rename, 1, name);
         rename.bind(2, id);
         rename.exec();
@@ -247,23 +282,23 @@ void ShareTable::UpdateRow(const std::string& share, int64_t id, const Row& valu
 }
 
 int64_t ShareTable::FindRow(const std::string& share, const std::string& name) {
-    SQLite::Statement select(database_, "SELECT id FROM row WHERE share = ? AND name = ?");
+    SQLite::Statement select(Connection(), "SELECT id FROM row WHERE share = ? AND name = ?");
     Bind(select, 1, share);
     Bind(select, 2, name);
     return select.executeStep() ? select.getColumn(0).getInt64() : NO_ROW;
 }
 
 int64_t ShareTable::MakeRow(const std::string& share, const std::string& name) {
-    SQLite::Statement count(database_, "SELECT COUNT(*) FROM row WHERE share = ?");
+    SQLite::Statement count(Connection(), "SELECT COUNT(*) FROM row WHERE share = ?");
     Bind(count, 1, share);
     if (count.executeStep() && count.getColumn(0).getInt64() >= static_cast<int64_t>(ShareLimits::ROWS)) {
         throw Refusal{SHARE_FULL};
     }
-    SQLite::Statement insert(database_, "INSERT INTO row (share, name) VALUES (?, ?)");
+    SQLite::Statement insert(Connection(), "INSERT INTO row (share, name) VALUES (?, ?)");
     Bind(insert, 1, share);
     Bind(insert, 2, name);
     insert.exec();
-    return database_.getLastInsertRowid();
+    return Connection().getLastInsertRowid();
 }
 
 }  // namespace ZYNE::Linux

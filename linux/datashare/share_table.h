@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -24,7 +25,7 @@ struct ShareChange {
 };
 
 // Any thread; one operation at a time. Other processes may use the file at the same time. A failure of the database is
-// logged.
+// logged. A file that was deleted or replaced is made anew before the next operation, without rows; the log says so.
 class ShareTable {
 public:
     using Row = std::map<std::string, std::string>;  // text by column
@@ -32,8 +33,9 @@ public:
 
     static constexpr char KEY_COLUMN[] = "KEYWORD";
 
-    // Opens the file, or makes it. Throws std::runtime_error with one line.
-    explicit ShareTable(const std::filesystem::path& file);
+    // Opens the file, or makes it; `isChecked`: after it was looked through for damage. Throws std::runtime_error with one
+    // line.
+    explicit ShareTable(std::filesystem::path file, bool isChecked = false);
 
     // The beginnings of URIs that apps serve. Both throw std::exception.
     void SetProviders(const std::vector<std::string>& beginnings);
@@ -49,6 +51,11 @@ public:
     int32_t Query(const std::string& share, const Conditions& conditions, std::vector<Row>& rows);
 
 private:
+    template <typename Operation>
+    int32_t Use(const char* name, const Operation& operation);
+    void MakeAnew();
+    std::vector<std::string> ReadProviders();
+    void WriteProviders();
     std::vector<int64_t> FindRows(const std::string& share, const Conditions& conditions);
     Row ReadRow(int64_t id);
     std::vector<Row> ReadRows(const std::vector<int64_t>& ids);
@@ -57,8 +64,12 @@ private:
     int64_t FindRow(const std::string& share, const std::string& name);
     int64_t MakeRow(const std::string& share, const std::string& name);
 
+    SQLite::Database& Connection() { return database_->Get(); }  // under mutex_
+
+    const std::filesystem::path file_;
     std::mutex mutex_;
-    SQLite::Database database_;  // guarded by mutex_
+    std::vector<std::string> providers_;  // guarded by mutex_; as they were read or set last
+    std::unique_ptr<Database> database_;  // guarded by mutex_; null after a failure to make it anew
 };
 
 }  // namespace ZYNE::Linux

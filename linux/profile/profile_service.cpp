@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "linux/profile/profile_log.h"
+#include "linux/runtime/device_notes.h"
 
 namespace ZYNE::CollaborationFwk {
 
@@ -22,6 +23,13 @@ constexpr WriterId THIS_DEVICE = 0;
 
 std::string Anonymous(const std::string& udid) {
     return CollaborationFwk::PickerResult::StringToAnonymous(udid);
+}
+
+// Names may be long: both bounds together leave a line that can be read.
+std::string NameForPeople(const ProfileRecord& record) {
+    constexpr size_t MOST_SHOWN_BYTES = 64;
+    return record.profile.GetServiceName().substr(0, MOST_SHOWN_BYTES) + '/' +
+        record.profile.GetCharacteristicKey().substr(0, MOST_SHOWN_BYTES);
 }
 
 ProfileName CharacteristicName(const std::string& service, const std::string& key) {
@@ -42,7 +50,10 @@ ProfileService::~ProfileService() {
 }
 
 void ProfileService::Open(const std::filesystem::path& file, const std::string& udid) {
-    auto store = std::make_unique<ProfileStore>(file);
+    auto store = std::make_unique<ProfileStore>(file, [this] {
+        const std::scoped_lock lock(mutex_);
+        return table_.Of(udid_);
+    });
     const std::vector<RecordPtr> records = store->Load(udid);
     const std::scoped_lock publishing(publishMutex_);
     store_ = std::move(store);
@@ -122,6 +133,7 @@ int32_t ProfileService::Put(ProfileKind kind, CharacteristicProfile profile) {
         profile.SetDeviceId(udid_);
         *record = {kind, std::move(profile)};
         if (const ProfileCode code = table_.Check(*record); code != PROFILE_OK) {
+            NoteRefusal(*record, code);
             return code;
         }
         const RecordPtr known = table_.Find(udid_, ProfileName(*record));
@@ -145,6 +157,16 @@ int32_t ProfileService::Delete(const std::string& serviceName, const std::string
     return record ? Commit(record, true) : static_cast<int32_t>(PROFILE_UNKNOWN);
 }
 
+// A publication of the library's own is not seen to fail otherwise.
+void ProfileService::NoteRefusal(const ProfileRecord& record, ProfileCode code) {
+    const std::string name = NameForPeople(record);
+    const char* why = code == PROFILE_TOO_MANY ? "the profile has as many entries as it may have"
+        : code == PROFILE_TOO_LARGE            ? "it is too large, or the profile is with it"
+                                               : "its name has a zero byte";
+    ProfilePrint(LogLevel::WARN, "%{public}s is not published: %{public}s", name, why);
+    DeviceNotes::Get().Set("profile", name, name + " is not published: " + why);
+}
+
 // Whoever learns of the change can rely on it: it is stored first.
 int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
     const ProfileName name(*record);
@@ -164,6 +186,7 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
         isToBeTold = subscriptions_.Add(
             isDeleted ? table_.Delete(record->profile.GetDeviceId(), name) : table_.Put(record, THIS_DEVICE));
     }
+    DeviceNotes::Get().Clear("profile", NameForPeople(*record));
     if (network_ != nullptr) {
         network_->Publish(record, isDeleted);
     }

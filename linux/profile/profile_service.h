@@ -108,6 +108,7 @@ private:
 
     std::string UdidOf(const std::string& deviceId) const;  // under mutex_
     int32_t Put(ProfileKind kind, CharacteristicProfile profile);
+    static void NoteRefusal(const ProfileRecord& record, ProfileCode code);
     int32_t Commit(const RecordPtr& record, bool isDeleted);  // under publishMutex_
     bool TellOne();
 

@@ -1,7 +1,10 @@
 #include "linux/profile/profile_store.h"
 
-#include <memory>
 #include <utility>
+
+#include <SQLiteCpp/Transaction.h>
+
+#include "linux/profile/profile_log.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -9,16 +12,6 @@ namespace {
 constexpr char SCHEMA[] = "CREATE TABLE IF NOT EXISTS profiles (kind INTEGER NOT NULL, service TEXT NOT NULL, "
                           "key TEXT NOT NULL, user INTEGER NOT NULL, value BLOB NOT NULL, "
                           "PRIMARY KEY (kind, service, key))";
-
-// The file is this process's alone while it is open, which spares each commit the locks. A checkpoint, after that many
-// pages, waits for the disk: seldom.
-constexpr char CHEAP_COMMITS[] = "PRAGMA locking_mode = EXCLUSIVE; PRAGMA wal_autocheckpoint = 8192";
-
-SQLite::Database OpenProfiles(const std::filesystem::path& file) {
-    SQLite::Database database = OpenDatabase(file, Durability::PROCESS, SCHEMA);
-    database.exec(CHEAP_COMMITS);
-    return database;
-}
 
 // Binds the name to the statement's first three parameters.
 void BindName(SQLite::Statement& statement, ProfileKind kind, const std::string& service, const std::string& key) {
@@ -39,16 +32,19 @@ void RunOnce(SQLite::Statement& statement) {
 
 }  // namespace
 
-ProfileStore::ProfileStore(const std::filesystem::path& file)
-    : database_(OpenProfiles(file)),
-      put_(database_,
+ProfileStore::Opened::Opened(const std::filesystem::path& file)
+    : database({file, Durability::PROCESS, SCHEMA, true, true}),
+      put(database.Get(),
           "INSERT INTO profiles (kind, service, key, user, value) VALUES (?, ?, ?, ?, ?) "
           "ON CONFLICT DO UPDATE SET user = excluded.user, value = excluded.value"),
-      delete_(database_, "DELETE FROM profiles WHERE kind = ? AND service = ? AND key = ?") {}
+      remove(database.Get(), "DELETE FROM profiles WHERE kind = ? AND service = ? AND key = ?") {}
+
+ProfileStore::ProfileStore(const std::filesystem::path& file, std::function<std::vector<RecordPtr>()> known)
+    : file_(file), known_(std::move(known)), opened_(std::make_unique<Opened>(file)) {}
 
 std::vector<RecordPtr> ProfileStore::Load(const std::string& udid) {
     std::vector<RecordPtr> records;
-    SQLite::Statement all(database_, "SELECT kind, service, key, user, value FROM profiles");
+    SQLite::Statement all(opened_->database.Get(), "SELECT kind, service, key, user, value FROM profiles");
     while (all.executeStep()) {
         auto record = std::make_shared<ProfileRecord>();
         record->kind = static_cast<ProfileKind>(all.getColumn(0).getInt());
@@ -62,18 +58,77 @@ std::vector<RecordPtr> ProfileStore::Load(const std::string& udid) {
     return records;
 }
 
-void ProfileStore::Put(const ProfileRecord& record) {
+void ProfileStore::PutRecord(Opened& opened, const ProfileRecord& record) {
     const CharacteristicProfile& profile = record.profile;
-    BindName(put_, record.kind, profile.GetServiceName(), profile.GetCharacteristicKey());
-    put_.bind(4, profile.GetUserId());
+    BindName(opened.put, record.kind, profile.GetServiceName(), profile.GetCharacteristicKey());
+    opened.put.bind(4, profile.GetUserId());
     const std::string& value = profile.GetCharacteristicValue();
-    put_.bindNoCopy(5, value.data(), static_cast<int>(value.size()));
-    RunOnce(put_);
+    opened.put.bindNoCopy(5, value.data(), static_cast<int>(value.size()));
+    RunOnce(opened.put);
+}
+
+void ProfileStore::Put(const ProfileRecord& record) {
+    Change([&](Opened& opened) { PutRecord(opened, record); }, false);
 }
 
 void ProfileStore::Delete(const ProfileName& name) {
-    BindName(delete_, name.kind, name.service, name.key);
-    RunOnce(delete_);
+    const auto remove = [&](Opened& opened) {
+        BindName(opened.remove, name.kind, name.service, name.key);
+        RunOnce(opened.remove);
+    };
+    Change(remove, true);
+}
+
+void ProfileStore::Change(const std::function<void(Opened& opened)>& change, bool mayUseReserve) {
+    if (!opened_ || !opened_->database.IsInPlace()) {
+        MakeAnew(false);
+    }
+    try {
+        TryChange(change);
+    } catch (const DatabaseError& error) {
+        if (error.GetKind() == DatabaseError::Kind::DAMAGED) {
+            MakeAnew(true);
+        } else if (error.GetKind() != DatabaseError::Kind::DISK_FULL || !mayUseReserve ||
+            !opened_->database.GiveUpReserve()) {
+            throw;
+        }
+        TryChange(change);
+    }
+    opened_->database.Settle();
+}
+
+void ProfileStore::TryChange(const std::function<void(Opened& opened)>& change) {
+    opened_->database.Run([&] { change(*opened_); });
+}
+
+// A file that took the place of ours is no less a stranger's than none.
+void ProfileStore::MakeAnew(bool isDamaged) {
+    const bool wasOpen = opened_ != nullptr;
+    if (wasOpen) {
+        const Database::Remains remains = opened_->database.GetRemains();
+        const bool isMoved = !opened_->database.IsInPlace();
+        opened_.reset();
+        if (isMoved) {
+            remains.Remove();
+        }
+    }
+    if (isDamaged) {
+        Database::PutAside(file_);
+    }
+    auto opened = std::make_unique<Opened>(file_);
+    opened->database.Run([&] {
+        SQLite::Transaction transaction(opened->database.Get());
+        opened->database.Get().exec("DELETE FROM profiles");
+        for (const RecordPtr& record : known_()) {
+            PutRecord(*opened, *record);
+        }
+        transaction.commit();
+    });
+    opened_ = std::move(opened);
+    if (wasOpen && !isDamaged) {
+        ProfilePrint(LogLevel::WARN, "%{public}s was deleted or replaced, and is made anew with what this device publishes",
+            file_.string());
+    }
 }
 
 }  // namespace ZYNE::Linux

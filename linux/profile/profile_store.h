@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,23 +14,41 @@ namespace ZYNE::Linux {
 
 // One thread at a time. What an operation has written when it returns outlasts the process, however that ends.
 //
-// Every operation throws std::exception when the file cannot be read or written; nothing has changed then.
+// A file that is found damaged is put aside, and one that was deleted or replaced is given up: a new one is made with
+// what is known, before the operation goes on; the log says so.
+//
+// Every operation throws std::exception, with a line that names the file, when that cannot be read or written; nothing
+// has changed then.
 class ProfileStore {
 public:
     // The file has the profiles of one device, and is this process's alone while it is open. It is made when it is not
-    // there.
-    explicit ProfileStore(const std::filesystem::path& file);
+    // there. `known` gives all that is to be in it.
+    ProfileStore(const std::filesystem::path& file, std::function<std::vector<RecordPtr>()> known);
 
     // Everything kept, as profiles of the device `udid`.
     std::vector<RecordPtr> Load(const std::string& udid);
     // Replaces the earlier one of the same name.
     void Put(const ProfileRecord& record);
+    // Works on a full disk too.
     void Delete(const ProfileName& name);
 
 private:
-    SQLite::Database database_;
-    SQLite::Statement put_;
-    SQLite::Statement delete_;
+    struct Opened {
+        explicit Opened(const std::filesystem::path& file);
+
+        Database database;
+        SQLite::Statement put;
+        SQLite::Statement remove;
+    };
+
+    void Change(const std::function<void(Opened& opened)>& change, bool mayUseReserve);
+    void TryChange(const std::function<void(Opened& opened)>& change);
+    void MakeAnew(bool isDamaged);
+    static void PutRecord(Opened& opened, const ProfileRecord& record);
+
+    const std::filesystem::path file_;
+    const std::function<std::vector<RecordPtr>()> known_;
+    std::unique_ptr<Opened> opened_;  // null after a failure to make it anew
 };
 
 }  // namespace ZYNE::Linux
