@@ -36,15 +36,16 @@ FileLock::FileLock(const std::filesystem::path& path) {
         throw std::system_error(errno, std::generic_category(), path.string());
     }
     struct flock lock = WholeFile();
-    const std::string process = std::to_string(getpid()) + "\n";
-    const bool held = fcntl(descriptor, F_OFD_SETLK, &lock) == 0 && IsStillThere(descriptor, path) &&
-        ftruncate(descriptor, 0) == 0 &&
-        write(descriptor, process.data(), process.size()) == static_cast<ssize_t>(process.size());
-    if (!held) {
+    if (fcntl(descriptor, F_OFD_SETLK, &lock) != 0 || !IsStillThere(descriptor, path)) {
         close(descriptor);
         return;
     }
     descriptor_ = descriptor;
+    // Who holds it is for people. On a full disk that is not known, but the lock holds.
+    const std::string process = std::to_string(getpid()) + "\n";
+    if (ftruncate(descriptor, 0) == 0) {
+        [[maybe_unused]] const ssize_t ignored = write(descriptor, process.data(), process.size());
+    }
 }
 
 FileLock::FileLock(FileLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}

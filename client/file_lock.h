@@ -9,7 +9,8 @@ namespace ZYNE::Client {
 // Moved, not shared.
 class FileLock {
 public:
-    // Takes the lock on `path`, which is created if need be, and notes the process in it. Not held when another has it.
+    // Takes the lock on `path`, which is created if need be, and notes the process in it, where the
+    // disk has room. Not held when another has it.
     // Throws std::system_error when the file cannot be opened.
     explicit FileLock(const std::filesystem::path& path);
     FileLock(FileLock&& other) noexcept;

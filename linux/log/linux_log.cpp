@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "linux/log/log_journal.h"
+#include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"
 #include "platform/log/printable_text.h"
 
@@ -171,6 +172,7 @@ void LinuxLog::WritePending() {
 void LinuxLog::WriteLines(const LogBatch& batch) {
     std::string toFile;
     std::string toStderr;
+    size_t lines = 0;
     for (size_t i = 0; i < batch.Size(); ++i) {
         const LogEntry& entry = batch.Entry(i);
         if (entry.level < minLevel.load()) {
@@ -178,14 +180,36 @@ void LinuxLog::WriteLines(const LogBatch& batch) {
         }
         const size_t begin = toFile.size();
         formatter_.Append(toFile, entry, batch.Text(i));
+        ++lines;
         if (target_ == LogTarget::STDERR && !entry.shown) {
             toStderr += std::string_view(toFile).substr(begin);
         } else if (target_ == LogTarget::JOURNAL) {
             SendToJournal(device_, entry, batch.Text(i));
         }
     }
-    file_.Write(toFile);
+    WriteToFile(toFile, lines);
     WriteAll(STDERR_FILENO, toStderr);
+}
+
+// What was lost is told in front of the first lines that are not.
+void LinuxLog::WriteToFile(const std::string& lines, size_t count) {
+    if (count == 0) {
+        return;
+    }
+    std::string report;
+    if (lost_ > 0) {
+        const std::string text = std::to_string(lost_) + " lines were lost: no room on the disk";
+        formatter_.Append(
+            report, {std::chrono::system_clock::now(), LogLevel::WARN, LOG, text.size(), false}, text);
+    }
+    if (file_.Write(report + lines)) {
+        if (std::exchange(lost_, 0) > 0) {
+            DeviceNotes::Get().Clear("log", "");
+        }
+        return;
+    }
+    lost_ += count;
+    DeviceNotes::Get().Set("log", "", std::to_string(lost_) + " lines of the log were lost: no room on the disk");
 }
 
 void LinuxLog::Flush() {

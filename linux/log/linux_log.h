@@ -70,6 +70,7 @@ private:
     void ReportOverdrawn(std::chrono::steady_clock::time_point until);
     void WritePending();
     void WriteLines(const LogBatch& batch);
+    void WriteToFile(const std::string& lines, size_t count);
     static void FlushAndTerminate();
 
     // Lock order: writeMutex_, then mutex_, then that of a share.
@@ -85,6 +86,7 @@ private:
     LogBatch batch_;                        // guarded by writeMutex_; being written
     LogLineFormatter formatter_;            // guarded by writeMutex_
     LogFile file_;                          // guarded by writeMutex_
+    size_t lost_ = 0;                       // guarded by writeMutex_; lines, since the log last said so
     LogTarget target_ = LogTarget::STDERR;  // written before the writer thread starts
     std::string device_;                    // likewise
 };

@@ -1,7 +1,12 @@
 // How much of the log a peer gets.
 #include "linux/log/log_share.h"
 
+#include <sys/mount.h>
+
+#include <iterator>
+
 #include "linux/log/linux_log.h"
+#include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"
 #include "tests/port/port_test.h"
 
@@ -65,6 +70,59 @@ TEST_F(Log, GivesAPeerNewLinesWhenItsMinuteIsOverAndReportsEachSuppressionOnce) 
     EXPECT_FALSE(share.WantsReport());
     EXPECT_FALSE(share.Take());
     EXPECT_TRUE(share.WantsReport());
+}
+
+// Prints, on a disk of 1 MiB, more than that, then until the disk is full, then when there is room again.
+[[noreturn]] void PrintOnASmallDisk(const fs::path& disk) {
+    constexpr LogDomain DOMAIN{1, "Test"};
+    LogOptions options;
+    options.file = disk / "device.log";
+    options.target = LogTarget::NONE;
+    LinuxLog& log = LinuxLog::Get();
+    log.Open(options);
+    const auto print = [&](const std::string& text, int times) {
+        for (int i = 0; i < times; ++i) {
+            LogPrint(LogType::CORE, LogLevel::INFO, DOMAIN, "%{public}s", text);
+            log.Flush();
+        }
+    };
+    print(std::string(900, 'x'), 1500);
+    print("the latest", 1);
+    fs::copy_file(options.file, disk / "seen");
+    std::ofstream sizes(disk / "sizes");
+    sizes << fs::file_size(options.file) + fs::file_size(disk / "device.log.1") << std::flush;
+    fs::resize_file(options.file, 0);
+    fs::remove(disk / "device.log.1");
+    while (std::ofstream(disk / "filler", std::ios::app) << std::string(4096, 'f') << std::flush) {
+    }
+    print(std::string(900, 'x'), 10);
+    const bool isNoted = DeviceNotes::Get().All().size() == 1;
+    fs::remove(disk / "filler");
+    print("room again", 1);
+    log.Close();
+    std::_Exit(isNoted && DeviceNotes::Get().All().empty() ? 0 : 1);
+}
+
+TEST_F(Log, LeavesRoomOnTheDiskAndSaysHowManyLinesWereLost) {
+    const fs::path disk = directory / "disk";
+    fs::create_directory(disk);
+    if (mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=1m") != 0) {
+        GTEST_SKIP() << "only root can mount a small disk";
+    }
+    EXPECT_EXIT(PrintOnASmallDisk(disk), ::testing::ExitedWithCode(0), "");
+    const auto read = [&](const char* name) {
+        std::ifstream file(disk / name);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    const size_t size = std::strtoul(read("sizes").c_str(), nullptr, 10);
+    const std::string seen = read("seen");
+    const std::string last = read("device.log");
+    umount2(disk.c_str(), MNT_DETACH);
+    EXPECT_LE(size, 1024U * 1024U / 4);
+    EXPECT_GE(size, 1024U * 1024U / 10);
+    EXPECT_THAT(seen, HasSubstr("the latest"));
+    EXPECT_THAT(last, ::testing::ContainsRegex("W Log: [0-9]+ lines were lost: no room on the disk"));
+    EXPECT_THAT(last, ::testing::EndsWith("room again\n"));
 }
 
 }  // namespace
