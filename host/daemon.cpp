@@ -18,6 +18,7 @@
 #include "linux/bus/device_bus.h"
 #include "linux/bus/system_abilities.h"
 #include "linux/datashare/data_share_service.h"
+#include "linux/datashare/share_limits.h"
 #include "linux/event/common_events.h"
 #include "linux/fabric/fabric.h"
 #include "linux/input/input_service.h"
@@ -26,6 +27,7 @@
 #include "linux/power/power_manager.h"
 #include "linux/profile/profile_service.h"
 #include "linux/runtime/delayed_tasks.h"
+#include "linux/runtime/device_notes.h"
 #include "linux/runtime/log_share_scope.h"
 #include "linux/runtime/steady_time.h"
 #include "linux/runtime/system_root.h"
@@ -76,6 +78,9 @@ constexpr auto SETTINGS_TIME = 2s;
 
 constexpr int32_t INFO_COLLECTION = 2;  // what the pool is told of a task
 
+// What a peer publishes reaches an app whole.
+static_assert(Linux::ShareLimits::VALUE == Linux::ProfileBounds::VALUE_BYTES);
+
 std::string Masked(const std::string& id) {
     return PickerResult::StringToAnonymous(id);
 }
@@ -92,6 +97,17 @@ std::vector<KnownPeer> KnownPeers() {
             info.authForm == DmDeviceInfo::IDENTICAL_ACCOUNT});
     }
     return peers;
+}
+
+// What the device notes of itself comes first.
+Linux::NetworkStatus StatusWithNotes() {
+    Linux::NetworkStatus status = Fabric::GetInstance().Status();
+    std::vector<Linux::NetworkStatus::Note> notes;
+    for (const Linux::DeviceNotes::Note& note : Linux::DeviceNotes::Get().All()) {
+        notes.push_back({note.kind, note.text});
+    }
+    status.notes.insert(status.notes.begin(), notes.begin(), notes.end());
+    return status;
 }
 
 // Not of the device's share of the log: it comes and goes seldom, or is left alone.
@@ -208,9 +224,7 @@ void Daemon::StartApi() {
     options.deviceType = DeviceTypeName(config_.fabric.deviceType);
     options.accountMode = IsOpen(config_) ? "open" : "account";
     options.peers = KnownPeers;
-    options.network = [] {
-        return Fabric::GetInstance().Status();
-    };
+    options.network = &StatusWithNotes;
     options.takeRevocations = [](const std::string& document) {
         return Fabric::GetInstance().TakeRevocations(document);
     };
