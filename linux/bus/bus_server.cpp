@@ -41,15 +41,18 @@ void BusServer::Serve(const std::string& path, Handler handler) {
         SD_BUS_METHOD_WITH_ARGS(BusWire::CALL, SD_BUS_ARGS("u", code, "v", data),
             SD_BUS_RESULT("i", status, "v", reply), &BusServer::OnCall, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    static const sd_bus_vtable PROCESS[] = {SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD(BusWire::STOP, "", "", &BusServer::OnStop, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
     Object& object = objects_.emplace_back(Object{this, std::move(handler)});
     const std::scoped_lock lock(busMutex_);
-    for (const auto& [interface, table] :
-        {std::pair(BusWire::OBJECT_INTERFACE, OBJECT), std::pair(BusWire::PROCESS_INTERFACE, PROCESS)}) {
-        Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), interface, table, &object),
-            "cannot serve the object " + path);
-    }
+    Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::OBJECT_INTERFACE, OBJECT, &object),
+        "cannot serve the object " + path);
+}
+
+void BusServer::ServeStop(const std::string& path) {
+    static const sd_bus_vtable PROCESS[] = {SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD(BusWire::STOP, "", "", &BusServer::OnStop, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
+    const std::scoped_lock lock(busMutex_);
+    Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::PROCESS_INTERFACE, PROCESS, this),
+        "cannot serve the process's end at " + path);
 }
 
 void BusServer::OwnName(const std::string& name) {
@@ -156,6 +159,10 @@ void BusServer::EndThread() {
 }
 
 void BusServer::Answer(Request request) noexcept {
+    if (request.handler == nullptr) {
+        AnswerStop(request);
+        return;
+    }
     int32_t status = REFUSED;
     MessageParcel reply;
     try {
@@ -171,6 +178,22 @@ void BusServer::Answer(Request request) noexcept {
         reply = MessageParcel();
     }
     SendReply(request, status, reply);
+}
+
+void BusServer::AnswerStop(Request& request) {
+    const bool mayStop = identity_.IsDevice(request.sender);
+    {
+        const std::scoped_lock lock(busMutex_);
+        const MessageHandle question = std::move(request.message);
+        if (mayStop) {
+            sd_bus_reply_method_return(question.get(), "");
+        } else {
+            sd_bus_reply_method_errorf(
+                question.get(), SD_BUS_ERROR_ACCESS_DENIED, "only the device itself may stop this process");
+        }
+    }
+    stopping_ = stopping_ || mayStop;
+    poller_.Wake();  // the reader, to end or to write what has found no room
 }
 
 void BusServer::SendReply(Request& request, int32_t status, const MessageParcel& reply) {
@@ -216,9 +239,11 @@ int BusServer::OnCall(sd_bus_message* message, void* object, sd_bus_error* error
     return 1;
 }
 
-int BusServer::OnStop(sd_bus_message* message, void* object, sd_bus_error* /*error*/) {
-    static_cast<Object*>(object)->server->stopping_ = true;
-    return sd_bus_reply_method_return(message, "");
+int BusServer::OnStop(sd_bus_message* message, void* server, sd_bus_error* /*error*/) {
+    const char* sender = sd_bus_message_get_sender(message);
+    static_cast<BusServer*>(server)->read_ =
+        Request{MessageHandle(sd_bus_message_ref(message)), nullptr, sender != nullptr ? sender : "", 0, {}};
+    return 1;
 }
 
 }  // namespace ZYNE::Linux

@@ -45,13 +45,15 @@ public:
     BusServer& operator=(const BusServer&) = delete;
     ~BusServer();
 
-    // Before Run. Both throw std::runtime_error, as for a path that is none or a name that is taken.
+    // Before Run. All throw std::runtime_error, as for a path that is none or a name that is taken.
     void Serve(const std::string& path, Handler handler);
     void OwnName(const std::string& name);
+    // Has the process end when its device asks, and nobody else: for one that the device's bus has started.
+    void ServeStop(const std::string& path);
 
     const std::string& GetUniqueName() const { return uniqueName_; }
 
-    // Serves until Stop is called, a caller asks the process to stop, or the bus is gone; returns when the last handler
+    // Serves until Stop is called, the device asks the process to stop, or the bus is gone; returns when the last handler
     // has. True when the bus is still there.
     bool Run();
 
@@ -64,8 +66,8 @@ private:
         Handler handler;
     };
     struct Request {
-        MessageHandle message;  // to be let go of under busMutex_
-        const Handler* handler;
+        MessageHandle message;   // to be let go of under busMutex_
+        const Handler* handler;  // null: the process is asked to stop
         std::string sender;
         uint32_t code;
         std::vector<uint8_t> data;
@@ -82,9 +84,10 @@ private:
     bool IsNeeded();
     void EndThread();
     void Answer(Request request) noexcept;
+    void AnswerStop(Request& request);
     void SendReply(Request& request, int32_t status, const MessageParcel& reply);
     static int OnCall(sd_bus_message* message, void* object, sd_bus_error* error);
-    static int OnStop(sd_bus_message* message, void* object, sd_bus_error* error);
+    static int OnStop(sd_bus_message* message, void* server, sd_bus_error* error);
 
     BusCaller caller_;
     CallerIdentity identity_;

@@ -1,6 +1,6 @@
 // How parcels travel over D-Bus.
 //
-// A served object has a path and two interfaces:
+// A served object has a path and an interface, and in a process that the device's bus has started a second one:
 //
 //     com.zyne.RemoteObject   Call(in u code, in v data, out i status, out v reply)
 //     com.zyne.Process        Stop()
@@ -13,7 +13,7 @@
 // `status` is 0, or the object's reason to refuse the request; `reply` is then empty. A caller also sees refusals as
 // D-Bus errors: of the bus (no such object) or of the object's process (the message is no request).
 //
-// Stop asks the process that serves the object to end.
+// Stop asks the process that serves the object to end. The device alone may; others get AccessDenied.
 #pragma once
 
 #include <cstddef>

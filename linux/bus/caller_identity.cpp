@@ -1,6 +1,7 @@
 #include "linux/bus/caller_identity.h"
 
 #include <chrono>
+#include <fstream>
 #include <string_view>
 
 #include "platform/ipc/remote_object.h"
@@ -33,6 +34,20 @@ int ReadCredentials(sd_bus_message* message, IPCContext& context) {
     return result;
 }
 
+// 0 when there is no such process.
+int32_t ParentOf(int32_t process) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    std::string word;
+    int32_t parent = 0;
+    while (status >> word) {
+        if (word == "PPid:") {
+            status >> parent;
+            return parent;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
@@ -57,6 +72,13 @@ bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
     }
     known_[uniqueName] = context;
     return true;
+}
+
+bool CallerIdentity::IsDevice(const std::string& uniqueName) {
+    IPCContext bus;
+    IPCContext caller;
+    return Find("org.freedesktop.DBus", bus) && Find(uniqueName, caller) && caller.callingPid > 0 &&
+        caller.callingPid == ParentOf(bus.callingPid);
 }
 
 }  // namespace ZYNE::Linux

@@ -20,6 +20,9 @@ public:
     // question.
     bool Find(const std::string& uniqueName, IPCContext& context);
 
+    // Whether the process is the one that started the bus. Blocks as Find does.
+    bool IsDevice(const std::string& uniqueName);
+
 private:
     static constexpr size_t MOST_KNOWN = 1024;
 

@@ -135,6 +135,22 @@ TEST_F(Exchange, SurvivesAServiceThatAnswersNonsense) {
     EXPECT_TRUE(Eventually([this] { return pc->CountInLog("RequestSingleSaOnConfigInfo StringToJson failed") == 3; }));
 }
 
+TEST_F(Exchange, IsNotEndedByAProgramThatAsksItsProcessesToStop) {
+    const std::string service = Await("service.pid");
+    const std::string app = Await("app.pid");
+    const auto stop = [this](const std::string& name) {
+        return RunCommand({"/usr/bin/dbus-send", "--bus=" + pc->Entry()->busAddress, "--print-reply", "--dest=" + name,
+                              "/com/zyne/Object", "com.zyne.Process.Stop"})
+            .err;
+    };
+    EXPECT_THAT(stop("test.Provider"), HasSubstr("AccessDenied"));
+    EXPECT_THAT(stop("com.zyne.extension.test_2eapp.Provider"), HasSubstr("AccessDenied"));
+    EXPECT_THAT(stop("io.collaborationfwk.DataShare1"), HasSubstr("UnknownMethod"));
+    EXPECT_EQ(phone->AskOne("pc", "service.pid"), service);
+    EXPECT_EQ(phone->AskOne("pc", "app.pid"), app);
+    EXPECT_EQ(pc->Ctl({"setting", "put", "a", "b"}).status, 0);
+}
+
 TEST_F(Exchange, LeavesNothingBehindWhenADeviceStops) {
     const std::string service = Await("service.pid");
     const std::string app = Await("app.pid");
