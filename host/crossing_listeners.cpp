@@ -61,7 +61,7 @@ sptr<IRemoteObject> RemoteOf(BusClient& bus, int32_t process, const std::string&
     if (!connection.starts_with(':') || ProcessOf(bus, connection) != process) {
         throw ApiError("Failed", "\"" + connection + "\" is no connection of the calling process");
     }
-    return bus.GetRemote(connection, Linux::BusWire::DEFAULT_PATH);
+    return bus.GetListener(connection, Linux::BusWire::DEFAULT_PATH);
 }
 
 }  // namespace

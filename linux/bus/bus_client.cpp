@@ -1,13 +1,18 @@
 #include "linux/bus/bus_client.h"
 
 #include <chrono>
+#include <utility>
 #include <vector>
+
+#include "linux/bus/listener_object.h"
+#include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
 using namespace std::chrono_literals;
 
+constexpr LogDomain LOG{0xD004631, "Bus"};
 constexpr auto QUESTION_TIME = 5s;    // for a question to the bus itself
 constexpr auto START_TIME = 60s;      // the bus gives up on a service earlier, by its own limit
 constexpr auto APPEARANCE_TIME = 1s;  // between a service's start and our hearing of its name
@@ -28,7 +33,16 @@ void BusClient::Close() {
 }
 
 sptr<RemoteObject> BusClient::GetRemote(const std::string& uniqueName, const std::string& path) {
-    sptr<RemoteObject> remote = FindOrMake(uniqueName, path);
+    return GetObject(Key(uniqueName, path, false));
+}
+
+sptr<RemoteObject> BusClient::GetListener(const std::string& uniqueName, const std::string& path) {
+    return GetObject(Key(uniqueName, path, true));
+}
+
+sptr<RemoteObject> BusClient::GetObject(const Key& key) {
+    const std::string& uniqueName = std::get<0>(key);
+    sptr<RemoteObject> remote = FindOrMake(key);
     // OnGone knows it by now: whoever is on the bus at this moment will be reported when it leaves. One that is so new
     // that its arrival has not been reported yet is asked for.
     if (!names_.IsAlive(uniqueName) && !IsOnBus(uniqueName)) {
@@ -37,15 +51,28 @@ sptr<RemoteObject> BusClient::GetRemote(const std::string& uniqueName, const std
     return remote;
 }
 
-sptr<RemoteObject> BusClient::FindOrMake(const std::string& uniqueName, const std::string& path) {
+sptr<RemoteObject> BusClient::FindOrMake(const Key& key) {
     const std::scoped_lock lock(mutex_);
-    wptr<RemoteObject>& known = remotes_[Key(uniqueName, path)];
+    wptr<RemoteObject>& known = remotes_[key];
     sptr<RemoteObject> remote = known.promote();
-    if (!remote) {
-        remote = sptr<RemoteObject>(new RemoteObject(caller_, post_, uniqueName, path));
+    if (!remote || remote->IsDead()) {
+        remote = Make(key);
         known = wptr<RemoteObject>(remote);
     }
     return remote;
+}
+
+sptr<RemoteObject> BusClient::Make(const Key& key) const {
+    const auto& [uniqueName, path, isListener] = key;
+    if (!isListener) {
+        return sptr<RemoteObject>(new RemoteObject(caller_, post_, uniqueName, path));
+    }
+    const auto dropped = [name = uniqueName] {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG,
+            "the program %{public}s listens and does not answer: it is told nothing more until it registers anew",
+            name);
+    };
+    return sptr<RemoteObject>(new ListenerObject(caller_, post_, uniqueName, path, dropped));
 }
 
 bool BusClient::IsOnBus(const std::string& uniqueName) {
@@ -100,8 +127,8 @@ void BusClient::OnGone(const std::string& uniqueName) {
     std::vector<sptr<RemoteObject>> gone;
     {
         const std::scoped_lock lock(mutex_);
-        auto at = remotes_.lower_bound(Key(uniqueName, ""));
-        while (at != remotes_.end() && at->first.first == uniqueName) {
+        auto at = remotes_.lower_bound(Key(uniqueName, "", false));
+        while (at != remotes_.end() && std::get<0>(at->first) == uniqueName) {
             if (sptr<RemoteObject> remote = at->second.promote()) {
                 gone.push_back(std::move(remote));
             }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/name_watcher.h"
@@ -30,6 +30,9 @@ public:
     // gone is dead.
     sptr<RemoteObject> GetRemote(const std::string& uniqueName, const std::string& path);
 
+    // The same as a listener, see ListenerObject. One that counts as dead is made anew.
+    sptr<RemoteObject> GetListener(const std::string& uniqueName, const std::string& path);
+
     // Has the bus start the service that owns `name` and waits until it does. The owner's unique name; empty when it
     // did not start, with the reason in `error`.
     std::string StartService(const std::string& name, std::string& error);
@@ -44,9 +47,11 @@ public:
     BusCaller& GetCaller() { return *caller_; }
 
 private:
-    using Key = std::pair<std::string, std::string>;  // unique name, path
+    using Key = std::tuple<std::string, std::string, bool>;  // unique name, path, whether it is a listener
 
-    sptr<RemoteObject> FindOrMake(const std::string& uniqueName, const std::string& path);
+    sptr<RemoteObject> GetObject(const Key& key);
+    sptr<RemoteObject> FindOrMake(const Key& key);
+    sptr<RemoteObject> Make(const Key& key) const;
     std::string AskOwner(const std::string& name);
     void OnGone(const std::string& uniqueName);
 
