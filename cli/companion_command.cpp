@@ -8,8 +8,7 @@ namespace ZYNE::Cli {
 
 int RestartCompanion(const DeviceChoice& choice, bool json) {
     Client::CrossingClient device(ChooseDevice(choice, false));
-    device.BindService(true);  // the only thing that gives new attempts
-    device.BindService(false);
+    device.BindService(true);  // gives new attempts; the device takes it back as soon as this program has ended
     if (json) {
         Json::Value result(Json::objectValue);
         result["restarted"] = true;

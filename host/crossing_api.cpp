@@ -9,6 +9,7 @@
 #include "client/device_api_adaptor.h"
 #include "host/api_error.h"
 #include "host/bus_text.h"
+#include "host/crossing_binders.h"
 #include "host/crossing_listeners.h"
 #include "host/peer_choice.h"
 #include "host/pool_answer.h"
@@ -54,7 +55,7 @@ public:
     Adaptor(
         sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers)
         : AdaptorInterfaces(connection, objectPath), peers_(std::move(peers)),
-          listeners_(std::make_shared<CrossingListeners>()) {
+          listeners_(std::make_shared<CrossingListeners>()), binders_(std::make_shared<CrossingBinders>()) {
         registerAdaptor();
     }
     Adaptor(const Adaptor&) = delete;
@@ -84,8 +85,7 @@ private:
     }
 
     void BindService(sdbus::Result<>&& result, bool bind) override {
-        AnswerWhenDone(
-            std::move(result), [bind] { KeyMouseServiceManager::GetInstance().BindKeymouseServiceReq(bind); });
+        AnswerWhenDone(std::move(result), [this, caller = Caller(), bind] { binders_->Bind(caller, bind); });
     }
 
     void FindPeer(sdbus::Result<std::string, std::string>&& result, std::string peer) override {
@@ -144,6 +144,7 @@ private:
 
     const std::function<std::vector<KnownPeer>()> peers_;
     const std::shared_ptr<CrossingListeners> listeners_;
+    const std::shared_ptr<CrossingBinders> binders_;
 };
 
 CrossingApi::CrossingApi(

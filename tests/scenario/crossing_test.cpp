@@ -1,5 +1,7 @@
 // Crossing of keyboard and mouse: when the companion runs, who hears of what, and what a person sees of it.
+#include <atomic>
 #include <csignal>
+#include <latch>
 #include <mutex>
 #include <optional>
 #include <tuple>
@@ -160,7 +162,8 @@ TEST_F(Crossing, GoesOnForAWhileAfterThePeerHasLeft) {
 
 TEST_F(Crossing, ConnectsToAKilledCompanionTwiceMoreAndThenGivesUp) {
     phone->Start();
-    Api(*phone).BindService(true);  // as a client may, whatever the rules say; counts attempts anew
+    CrossingClient client = Api(*phone);
+    client.BindService(true);  // as a client may, whatever the rules say; counts attempts anew
     for (size_t attempt = 1; attempt <= 3; ++attempt) {
         ASSERT_TRUE(Prints(*phone, CONNECTED, attempt));
         const pid_t companion = Companion();
@@ -171,7 +174,57 @@ TEST_F(Crossing, ConnectsToAKilledCompanionTwiceMoreAndThenGivesUp) {
     EXPECT_TRUE(Logs(*phone, "Retry connect key mouse service more than 3 times, connectCount_3", 1));
     EXPECT_EQ(phone->Ctl({"companion", "restart"}).status, 0);
     EXPECT_TRUE(Prints(*phone, CONNECTED, 4));
-    EXPECT_TRUE(Prints(*phone, LEFT, 1)) << "the rules do not hold";
+    client.BindService(false);
+    EXPECT_TRUE(Prints(*phone, LEFT, 1));
+}
+
+TEST_F(Crossing, LetsTheCompanionGoWithTheLastProgramThatHasBoundItOrWhenOneSaysSo) {
+    phone->Start();
+    {
+        auto first = std::make_unique<CrossingClient>(*phone->Entry());
+        CrossingClient last = Api(*phone);
+        first->BindService(true);
+        EXPECT_TRUE(Prints(*phone, CONNECTED, 1));
+        first.reset();
+        EXPECT_TRUE(Prints(*phone, LEFT, 1));
+        last.BindService(true);
+        EXPECT_TRUE(Prints(*phone, CONNECTED, 2));
+        CrossingClient other = Api(*phone);
+        other.BindService(true);
+        Api(*phone).BindService(false);
+        EXPECT_TRUE(Prints(*phone, LEFT, 2));
+        other.BindService(true);
+        last.BindService(true);
+        EXPECT_TRUE(Prints(*phone, CONNECTED, 3));
+    }
+    EXPECT_TRUE(Prints(*phone, LEFT, 3));
+}
+
+TEST_F(Crossing, TellsTheOthersInTimeWhenAListenerDoesNotAnswerAndDropsItUntilItRegistersAnew) {
+    constexpr size_t EVENTS = 300;  // more than may wait
+    phone->Start();
+    std::latch release(1);
+    std::atomic<size_t> told = 0;
+    const auto take = [&](const Client::CrossingEvent&) {
+        release.wait();
+        ++told;
+    };
+    const auto stuck = std::make_unique<CrossingWatch>(*phone->Entry(), std::vector<std::string>{"keyboard"}, take);
+    const auto other = Watch("other", {"keyboard"});
+    CrossingClient input = Api(*phone);
+    for (size_t i = 0; i < EVENTS; ++i) {
+        input.PressKey(30, i % 2 == 0);
+    }
+    EXPECT_TRUE(Eventually([this] { return Count(Seen("other"), "keyboard  code 30") == EVENTS; }));
+    EXPECT_TRUE(Logs(*phone, "listens and does not answer", 1));
+    EXPECT_TRUE(Logs(*phone, "Off the cb", 1));
+    release.count_down();
+    // The first, and the one that the device waits with.
+    EXPECT_TRUE(Eventually([&] { return told == 2; }));
+    const CrossingWatch anew(*phone->Entry(), {"keyboard"}, take);
+    input.PressKey(30, true);
+    EXPECT_TRUE(Eventually([&] { return told == 3; }));
+    EXPECT_TRUE(Logs(*phone, "listens and does not answer", 1));
 }
 
 TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {

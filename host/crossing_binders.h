@@ -1,0 +1,31 @@
+// Which programs want the companion's service whatever the rules say.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "platform/ipc/remote_object.h"
+
+namespace ZYNE::Host {
+
+// Any thread; made by std::make_shared. Blocks while the library decides. Throws ApiError.
+class CrossingBinders : public std::enable_shared_from_this<CrossingBinders> {
+public:
+    // For the connection `caller`, as BindService in device_api.xml.
+    void Bind(const std::string& caller, bool bind);
+
+private:
+    using Binder = std::pair<sptr<IRemoteObject>, sptr<IRemoteObject::DeathRecipient>>;
+    class Recipient;
+
+    void Add(const std::string& caller);  // under mutex_
+    void Forget(const std::string& caller);
+
+    std::mutex mutex_;                       // held while the library is told, so that both know the same
+    std::map<std::string, Binder> binders_;  // guarded by mutex_; by connection
+};
+
+}  // namespace ZYNE::Host
