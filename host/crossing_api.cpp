@@ -12,7 +12,7 @@
 #include "host/crossing_binders.h"
 #include "host/crossing_listeners.h"
 #include "host/peer_choice.h"
-#include "host/pool_answer.h"
+#include "host/program_calls.h"
 #include "host/user_api.h"
 #include "linux/input/scripted_input.h"
 #include "linux/screen/screen_state.h"
@@ -52,9 +52,9 @@ void SetScreenStatus(int32_t status) {
 
 class CrossingApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborationfwk::Crossing1_adaptor> {
 public:
-    Adaptor(
-        sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers)
-        : AdaptorInterfaces(connection, objectPath), peers_(std::move(peers)),
+    Adaptor(sdbus::IConnection& connection, const std::string& objectPath,
+        std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls)
+        : AdaptorInterfaces(connection, objectPath), peers_(std::move(peers)), calls_(calls),
           listeners_(std::make_shared<CrossingListeners>()), binders_(std::make_shared<CrossingBinders>()) {
         registerAdaptor();
     }
@@ -76,12 +76,14 @@ private:
     }
 
     void SendRequest(sdbus::Result<int32_t, std::string>&& result, std::string request) override {
-        AnswerOnPool(std::move(result), [request = std::move(request)] { return CarryOut(request); });
+        ProgramCalls::Caller caller{Caller(), request.size()};
+        calls_.Answer(
+            std::move(result), std::move(caller), [request = std::move(request)] { return CarryOut(request); });
     }
 
     void Explain(sdbus::Result<std::vector<Rule>>&& result, std::string peer) override {
-        AnswerOnPool(std::move(result),
-            [this, peer = std::move(peer)] { return std::tuple(ExplainCrossing(ChoosePeer(peers_(), peer))); });
+        calls_.Answer(std::move(result), {Caller(), peer.size()},
+            [this, peer] { return std::tuple(ExplainCrossing(ChoosePeer(peers_(), peer))); });
     }
 
     void BindService(sdbus::Result<>&& result, bool bind) override {
@@ -89,14 +91,14 @@ private:
     }
 
     void FindPeer(sdbus::Result<std::string, std::string>&& result, std::string peer) override {
-        AnswerOnPool(std::move(result), [this, peer = std::move(peer)] {
+        calls_.Answer(std::move(result), {Caller(), peer.size()}, [this, peer] {
             const KnownPeer found = ChooseDevice(peers_(), ThisDevice(), peer);
             return std::tuple(BusText(found.name), ShortId(found.udid));
         });
     }
 
     void ListUsers(sdbus::Result<std::vector<User>>&& result) override {
-        AnswerOnPool(std::move(result), [] { return std::tuple(Host::ListUsers()); });
+        calls_.Answer(std::move(result), {Caller(), 0}, [] { return std::tuple(Host::ListUsers()); });
     }
 
     void SwitchUser(sdbus::Result<>&& result, int32_t user) override {
@@ -127,14 +129,14 @@ private:
     // The connection of the program that asks, while its request is taken.
     std::string Caller() const { return getObject().getCurrentlyProcessedMessage()->getSender(); }
 
-    static void AnswerWhenDone(sdbus::Result<>&& result, std::function<void()> operation) {
-        AnswerOnPool(std::move(result), [operation = std::move(operation)] {
+    void AnswerWhenDone(sdbus::Result<>&& result, std::function<void()> operation) {
+        calls_.Answer(std::move(result), {Caller(), 0}, [operation = std::move(operation)] {
             operation();
             return std::tuple();
         });
     }
 
-    static void Feed(sdbus::Result<>&& result, const std::function<bool(ScriptedInput&)>& event) {
+    void Feed(sdbus::Result<>&& result, const std::function<bool(ScriptedInput&)>& event) {
         AnswerWhenDone(std::move(result), [event] {
             if (!event(ScriptedInput::Get())) {
                 throw ApiError("NotScripted", "the device reads the pointer and the keys of a real display");
@@ -143,13 +145,14 @@ private:
     }
 
     const std::function<std::vector<KnownPeer>()> peers_;
+    ProgramCalls& calls_;
     const std::shared_ptr<CrossingListeners> listeners_;
     const std::shared_ptr<CrossingBinders> binders_;
 };
 
-CrossingApi::CrossingApi(
-    sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers)
-    : adaptor_(std::make_unique<Adaptor>(connection, objectPath, std::move(peers))) {}
+CrossingApi::CrossingApi(sdbus::IConnection& connection, const std::string& objectPath,
+    std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls)
+    : adaptor_(std::make_unique<Adaptor>(connection, objectPath, std::move(peers), calls)) {}
 
 CrossingApi::~CrossingApi() = default;
 

@@ -15,12 +15,13 @@ class IConnection;
 
 namespace ZYNE::Host {
 
-// Each request is answered on the pool, so none holds up another.
+class ProgramCalls;
+
 class CrossingApi {
 public:
-    // Serves on the object `objectPath` of `connection`, which must outlive it. `peers` comes on any thread.
-    CrossingApi(
-        sdbus::IConnection& connection, const std::string& objectPath, std::function<std::vector<KnownPeer>()> peers);
+    // Serves on the object `objectPath` of `connection`, which must outlive it, as must `calls`. `peers` comes on any thread.
+    CrossingApi(sdbus::IConnection& connection, const std::string& objectPath,
+        std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls);
     CrossingApi(const CrossingApi&) = delete;
     CrossingApi& operator=(const CrossingApi&) = delete;
     // Requests that were taken must have ended.

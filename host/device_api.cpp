@@ -16,8 +16,8 @@
 #include "host/device_type_name.h"
 #include "host/info_api.h"
 #include "host/peer_choice.h"
-#include "host/pool_answer.h"
 #include "host/profile_api.h"
+#include "host/program_calls.h"
 #include "host/setting_api.h"
 #include "host/status_api.h"
 #include "platform/log/log_print.h"
@@ -44,8 +44,8 @@ std::string SettingText(const std::string& key, int32_t user) {
 
 class DeviceApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborationfwk::Device1_adaptor> {
 public:
-    Adaptor(sdbus::IConnection& connection, const Options& options)
-        : AdaptorInterfaces(connection, OBJECT_PATH), options_(options), profiles_(options.peers) {
+    Adaptor(sdbus::IConnection& connection, const Options& options, ProgramCalls& calls)
+        : AdaptorInterfaces(connection, OBJECT_PATH), options_(options), calls_(calls), profiles_(options.peers) {
         registerAdaptor();
     }
     Adaptor(const Adaptor&) = delete;
@@ -72,34 +72,44 @@ private:
 
     void GetInfo(sdbus::Result<int32_t, std::vector<InfoAnswer::Record>>&& result, std::string peer,
         std::vector<std::string> names) override {
-        AnswerOnPool(std::move(result), [this, peer = std::move(peer), names = std::move(names)] {
-            InfoAnswer answer = AskPeer(ChoosePeer(options_.peers(), peer), names);
-            return std::tuple(answer.code, std::move(answer.records));
-        });
+        try {
+            const KnownPeer asked = ChoosePeer(options_.peers(), peer);
+            ProgramCalls::Caller caller = Caller(peer);
+            for (const std::string& name : names) {
+                caller.bytes += sizeof name + name.size();
+            }
+            calls_.AnswerForPeer(std::move(result), std::move(caller), asked.udid, [asked, names = std::move(names)] {
+                InfoAnswer answer = AskPeer(asked, names);
+                return std::tuple(answer.code, std::move(answer.records));
+            });
+        } catch (const ApiError& error) {
+            SendAnswer([&] { result.returnError(BusError(error)); });
+        }
     }
 
     void GetProfile(sdbus::Result<std::string>&& result, std::string device, std::string service,
         std::string serviceType, std::string key) override {
-        AnswerOnPool(std::move(result),
-            [this, device = std::move(device), service = std::move(service), serviceType = std::move(serviceType),
-                key = std::move(key)] { return std::tuple(profiles_.Get(device, service, serviceType, key)); });
+        calls_.Answer(
+            std::move(result), Caller(device, service, serviceType, key), [this, device, service, serviceType, key] {
+                return std::tuple(profiles_.Get(device, service, serviceType, key));
+            });
     }
 
     void PutProfile(sdbus::Result<int32_t>&& result, std::string service, std::string serviceType, std::string key,
         std::string value) override {
-        AnswerOnPool(std::move(result),
+        ProgramCalls::Caller caller = Caller(service, serviceType, key, value);
+        calls_.Answer(std::move(result), std::move(caller),
             [this, service = std::move(service), serviceType = std::move(serviceType), key = std::move(key),
                 value = std::move(value)] { return std::tuple(profiles_.Put(service, serviceType, key, value)); });
     }
 
     void DeleteProfile(sdbus::Result<int32_t>&& result, std::string service, std::string key) override {
-        AnswerOnPool(std::move(result), [this, service = std::move(service), key = std::move(key)] {
-            return std::tuple(profiles_.Delete(service, key));
-        });
+        calls_.Answer(std::move(result), Caller(service, key),
+            [this, service, key] { return std::tuple(profiles_.Delete(service, key)); });
     }
 
     void ListProfiles(sdbus::Result<std::vector<Profile>>&& result, std::string device) override {
-        AnswerOnPool(std::move(result), [this, device = std::move(device)] {
+        calls_.Answer(std::move(result), Caller(device), [this, device] {
             std::vector<Profile> profiles;
             for (const ProfileApi::Entry& each : profiles_.List(device)) {
                 profiles.emplace_back(
@@ -110,7 +120,7 @@ private:
     }
 
     void GetSetup(sdbus::Result<bool, std::vector<Setup::Setting>>&& result) override {
-        AnswerOnPool(std::move(result), [] {
+        calls_.Answer(std::move(result), Caller(), [] {
             Setup setup = ReadSetup();
             return std::tuple(setup.complete, std::move(setup.settings));
         });
@@ -118,23 +128,30 @@ private:
 
     void GetNetwork(sdbus::Result<std::string, std::vector<NetworkAnswer::Interface>, uint16_t,
         std::vector<NetworkAnswer::Pair>, std::vector<NetworkAnswer::Pair>>&& result) override {
-        AnswerOnPool(std::move(result), [this] { return DescribeNetwork(options_.network()); });
+        calls_.Answer(std::move(result), Caller(), [this] { return DescribeNetwork(options_.network()); });
     }
 
     void GetSetting(sdbus::Result<std::string>&& result, std::string key, int32_t user) override {
-        AnswerOnPool(std::move(result), [key = std::move(key), user] { return std::tuple(SettingText(key, user)); });
+        calls_.Answer(std::move(result), Caller(key), [key, user] { return std::tuple(SettingText(key, user)); });
     }
 
     void PutSetting(sdbus::Result<>&& result, std::string key, std::string value, int32_t user) override {
-        AnswerOnPool(std::move(result), [key = std::move(key), value = std::move(value), user] {
+        ProgramCalls::Caller caller = Caller(key, value);
+        calls_.Answer(std::move(result), std::move(caller), [key = std::move(key), value = std::move(value), user] {
             WriteSetting(key, value, user);
             return std::tuple();
         });
     }
 
     void TakeRevocations(sdbus::Result<bool>&& result, std::string document) override {
-        AnswerOnPool(std::move(result),
+        ProgramCalls::Caller caller = Caller(document);
+        calls_.Answer(std::move(result), std::move(caller),
             [this, document = std::move(document)] { return std::tuple(options_.takeRevocations(document)); });
+    }
+
+    // The program that asks, while its call with those arguments is taken.
+    ProgramCalls::Caller Caller(const auto&... arguments) const {
+        return {getObject().getCurrentlyProcessedMessage()->getSender(), (arguments.size() + ... + 0)};
     }
 
     std::string Name() override { return options_.deviceName; }
@@ -142,14 +159,15 @@ private:
     std::string AccountMode() override { return options_.accountMode; }
 
     const Options& options_;
+    ProgramCalls& calls_;
     const ProfileApi profiles_;
 };
 
-DeviceApi::DeviceApi(Options options) : options_(std::move(options)) {
+DeviceApi::DeviceApi(Options options) : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>()) {
     try {
         connection_ = sdbus::createSessionBusConnectionWithAddress(options_.busAddress);
-        adaptor_ = std::make_unique<Adaptor>(*connection_, options_);
-        crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH, options_.peers);
+        adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
+        crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH, options_.peers, *calls_);
         connection_->requestName(BUS_NAME);
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());
@@ -174,6 +192,7 @@ void DeviceApi::Stop() {
         connection_->leaveEventLoop();
         server_.join();
     }
+    calls_->Close();
 }
 
 DeviceApi::~DeviceApi() {

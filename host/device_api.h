@@ -24,8 +24,9 @@ enum class ProfileChange : int32_t;
 namespace ZYNE::Host {
 
 class CrossingApi;
+class ProgramCalls;
 
-// Any thread. A request that may wait does so on the pool, so none holds up another.
+// Any thread. A request that may wait does so on the pool, or for its turn there, see ProgramCalls.
 class DeviceApi {
 public:
     struct Options {
@@ -47,7 +48,7 @@ public:
     // Requests that were taken must have ended: the pool is drained before.
     ~DeviceApi();
 
-    // Takes no further request.
+    // Takes no further request, and refuses those whose turn has not come.
     void Stop();
 
     // Tells programs that the peers have changed.
@@ -63,6 +64,7 @@ private:
     void Serve();
 
     const Options options_;
+    const std::unique_ptr<ProgramCalls> calls_;
     std::unique_ptr<sdbus::IConnection> connection_;
     std::unique_ptr<Adaptor> adaptor_;
     std::unique_ptr<CrossingApi> crossing_;

@@ -16,6 +16,7 @@
 #include "linux/bus/restart_pauses.h"
 #include "linux/log/log_share.h"
 #include "linux/runtime/delayed_tasks.h"
+#include "linux/runtime/call_queue.h"
 #include "linux/runtime/hang_watch.h"
 #include "linux/runtime/process_guard.h"
 #include "linux/runtime/serial_tasks.h"
@@ -87,6 +88,66 @@ TEST(Pool, KeepsHalfOfItsThreadsForTheDeviceAndRunsTasksForWhomTheyWerePosted) {
     while (!pool.AddAsynTask([] {}, PARAM)) {
         std::this_thread::yield();
     }
+}
+
+class Calls : public ::testing::Test {
+protected:
+    // A call of `client` to `target`.
+    bool Enter(const std::string& target, const std::string& client, size_t bytes = 1) {
+        CallQueue::Call call{target, client, bytes, [this, target, client] { journal += target + client + " "; }, {}};
+        const bool isTaken = queue.Enter(call);
+        EXPECT_EQ(isTaken, !call.run);
+        return isTaken;
+    }
+    // Runs those whose turn it is now; what ran.
+    std::string Run() {
+        journal.clear();
+        while (const auto call = queue.Next()) {
+            call->run();
+        }
+        return journal;
+    }
+    std::string LeaveAndRun(const std::string& target) {
+        queue.Leave(target);
+        return Run();
+    }
+
+    CallQueue queue{{.atOnce = 3, .ofOneTarget = 2, .waiting = 5, .waitingBytes = 100}};
+    std::string journal;
+};
+
+TEST_F(Calls, WaitForTheirTargetAndForAllOfThemAndTakeTurnsByTargetAndClient) {
+    EXPECT_TRUE(Enter("A", "1") && Enter("A", "1") && Enter("A", "1") && Enter("A", "1") && Enter("A", "2"));
+    EXPECT_EQ(Run(), "A1 A2 ");
+    EXPECT_TRUE(Enter("B", "1") && Enter("C", "1"));
+    EXPECT_EQ(Run(), "B1 ");
+    EXPECT_EQ(LeaveAndRun("A"), "C1 ");
+    EXPECT_EQ(LeaveAndRun("B"), "A1 ");
+    EXPECT_TRUE(Enter("A", "2"));
+    EXPECT_EQ(LeaveAndRun("C"), "");
+    EXPECT_EQ(LeaveAndRun("A"), "A1 ");
+    EXPECT_EQ(LeaveAndRun("A"), "A2 ");
+    EXPECT_EQ(LeaveAndRun("A"), "A1 ");
+    EXPECT_EQ(LeaveAndRun("A") + LeaveAndRun("A"), "");
+    EXPECT_TRUE(Enter("A", "3"));
+    EXPECT_EQ(Run(), "A3 ");
+}
+
+TEST_F(Calls, AreRefusedWhenTooManyWaitUnlessTheyNeedNotAndWhenClosed) {
+    EXPECT_TRUE(Enter("A", "1", 40) && Enter("A", "1", 1));
+    EXPECT_EQ(Run(), "A1 A1 ");
+    EXPECT_TRUE(Enter("A", "1", 60) && Enter("A", "1", 40));
+    EXPECT_FALSE(Enter("A", "2"));
+    EXPECT_TRUE(Enter("B", "2", 1000));
+    EXPECT_FALSE(Enter("C", "2"));
+    EXPECT_EQ(Run(), "B2 ");
+    EXPECT_FALSE(Enter("B", "2"));
+    EXPECT_EQ(LeaveAndRun("A"), "A1 ");
+    EXPECT_TRUE(Enter("A", "2", 0) && Enter("A", "2", 0) && Enter("A", "2", 0) && Enter("A", "2", 0));
+    EXPECT_FALSE(Enter("A", "2", 0));
+    EXPECT_EQ(queue.Close().size(), 5U);
+    EXPECT_EQ(LeaveAndRun("A") + LeaveAndRun("A") + LeaveAndRun("B"), "");
+    EXPECT_FALSE(Enter("A", "1"));
 }
 
 TEST(TasksInARow, RunForWhomTheyWerePostedWhoeverPostedTheFirst) {

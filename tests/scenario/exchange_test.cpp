@@ -1,8 +1,12 @@
 // What the users of two devices see when one asks the other.
+#include <chrono>
 #include <csignal>
 #include <future>
 #include <thread>
 
+#include <systemd/sd-bus.h>
+
+#include "linux/bus/bus_address.h"
 #include "tests/scenario/scenario.h"
 
 namespace ZYNE::Testing {
@@ -22,6 +26,43 @@ constexpr int32_t NOT_SENT = 2203;
 bool IsRunning(const std::string& pid) {
     return kill(std::stoi(pid), 0) == 0;
 }
+
+// A program that sends its calls without waiting for the answers.
+class Pipeline {
+public:
+    explicit Pipeline(const TestDevice& device) : bus_(Linux::OpenBus(device.Entry()->busAddress)) {}
+
+    template <typename... Arguments>
+    void Send(const char* method, const char* types, const Arguments&... arguments) {
+        ++sent_;
+        EXPECT_GE(
+            sd_bus_call_method_async(bus_.get(), nullptr, "io.collaborationfwk.Device1", "/io/collaborationfwk/Device1",
+                "io.collaborationfwk.Device1", method, &OnAnswer, this, types, arguments...),
+            0);
+    }
+    // Waits for the answers; how many were no errors.
+    size_t Await() {
+        while (came_ < sent_ && sd_bus_wait(bus_.get(), UINT64_MAX) >= 0) {
+            while (sd_bus_process(bus_.get(), nullptr) > 0) {
+            }
+        }
+        return answered_;
+    }
+    void Flush() { sd_bus_flush(bus_.get()); }
+
+private:
+    static int OnAnswer(sd_bus_message* answer, void* self, sd_bus_error*) {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        ++pipeline->came_;
+        pipeline->answered_ += sd_bus_message_is_method_error(answer, nullptr) > 0 ? 0 : 1;
+        return 0;
+    }
+
+    const Linux::BusHandle bus_;
+    size_t sent_ = 0;
+    size_t came_ = 0;
+    size_t answered_ = 0;
+};
 
 class Exchange : public Scenario {
 protected:
@@ -123,6 +164,31 @@ TEST_F(Exchange, ServesThirtyRequestsOfOnePeerAtOnceOfWhichSomeWait) {
             ElementsAre(Pair("service.slow", "slept"), Pair("service.hello", "hello from the service"),
                 Pair("app.hello", "hello from the app")));
     }
+}
+
+TEST_F(Exchange, AnswersAThousandRequestsInFlightAndOtherProgramsMeanwhile) {
+    constexpr size_t IN_FLIGHT = 1000;
+    Await("service.hello");
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_EQ(phone->Api().PutProfile("service" + std::to_string(i), "type", "key", "value"), 0);
+    }
+    Pipeline asking(*phone);
+    for (size_t i = 0; i < IN_FLIGHT; ++i) {
+        asking.Send("GetInfo", "sas", "pc", 1, "service.hello");
+    }
+    EXPECT_EQ(asking.Await(), IN_FLIGHT);
+
+    Pipeline listing(*phone);
+    const auto start = std::chrono::steady_clock::now();
+    for (size_t i = 0; i < IN_FLIGHT; ++i) {
+        listing.Send("ListProfiles", "s", "");
+    }
+    listing.Flush();
+    const auto sent = std::chrono::steady_clock::now();
+    phone->Api().ListProfiles("");
+    const auto answered = std::chrono::steady_clock::now();
+    EXPECT_EQ(listing.Await(), IN_FLIGHT);
+    EXPECT_LT((answered - sent) * 3, std::chrono::steady_clock::now() - start);
 }
 
 TEST_F(Exchange, SurvivesAServiceThatAnswersNonsense) {

@@ -1,0 +1,63 @@
+#include "host/program_calls.h"
+
+#include "host/bus_text.h"
+#include "platform/host/asyn_thread_pool.h"
+#include "platform/log/log_print.h"
+
+namespace ZYNE::Host {
+namespace {
+
+using Linux::CallQueue;
+
+constexpr LogDomain LOG{0xD004640, "Device"};
+constexpr int32_t INFO_COLLECTION = 2;
+
+}  // namespace
+
+sdbus::Error BusError(const ApiError& error) {
+    return {"io.collaborationfwk.Error." + error.Name(), BusText(error.what())};
+}
+
+void SendAnswer(const std::function<void()>& send) {
+    try {
+        send();
+    } catch (const sdbus::Error& error) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "a program was not answered: %{public}s", error.getMessage());
+    }
+}
+
+void ProgramCalls::Close() {
+    for (CallQueue* queue : {&peers_, &own_}) {
+        for (const CallQueue::Call& call : queue->Close()) {
+            call.refuse();
+        }
+    }
+}
+
+void ProgramCalls::Take(CallQueue& queue, CallQueue::Call call) {
+    if (queue.Enter(call)) {
+        Start(queue);
+    } else {
+        call.refuse();
+    }
+}
+
+void ProgramCalls::Start(CallQueue& queue) {
+    auto* const pool = CollaborationFwk::AsynThreadPool::GetInstance();
+    while (const std::optional<CallQueue::Call> call = queue.Next()) {
+        if (!pool->AddAsynTask([&queue, call = *call] { Work(queue, call); }, INFO_COLLECTION)) {
+            call->refuse();
+            queue.Leave(call->target);
+        }
+    }
+}
+
+// The thread goes on with the next call: no other need wake for it.
+void ProgramCalls::Work(CallQueue& queue, CallQueue::Call call) {
+    for (std::optional<CallQueue::Call> next(std::move(call)); next; next = queue.Next()) {
+        next->run();
+        queue.Leave(next->target);
+    }
+}
+
+}  // namespace ZYNE::Host

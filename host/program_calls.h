@@ -1,0 +1,114 @@
+// Answers the calls of programs, each on a thread of the pool and in its turn, so that none holds up another's.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include <sdbus-c++/sdbus-c++.h>
+
+#include "host/api_error.h"
+#include "linux/runtime/call_queue.h"
+
+namespace ZYNE::Host {
+
+// As the bus carries it.
+sdbus::Error BusError(const ApiError& error);
+
+// Runs `send`, which answers a call. Nobody may be left to take the answer; that is logged.
+void SendAnswer(const std::function<void()>& send);
+
+// Any thread. Those who make calls of it outlive the pool's tasks, and so does it. A call that finds too many waiting,
+// or the device ending, is refused as Busy.
+class ProgramCalls {
+public:
+    // At once run: for one peer as many as it takes of one device, for all of them a quarter of the pool, and of the
+    // device's own an eighth, so that one program cannot have them all.
+    static constexpr Linux::CallQueue::Limits FOR_PEERS{128, 16, 4096, size_t{64} << 20U};
+    static constexpr Linux::CallQueue::Limits OF_DEVICE{64, 16, 4096, size_t{64} << 20U};
+    // How long one for a peer may wait for its turn: its five seconds come then, and the program waits for ten.
+    static constexpr std::chrono::seconds PATIENCE{4};
+
+    struct Caller {
+        std::string client;  // the program's connection
+        size_t bytes;        // of the call's arguments
+    };
+
+    ProgramCalls() = default;
+    ProgramCalls(const ProgramCalls&) = delete;
+    ProgramCalls& operator=(const ProgramCalls&) = delete;
+
+    // Answers with what `operation` returns, or with the error that it throws; one that is no ApiError is a Failed.
+    template <typename... Results>
+    void Answer(sdbus::Result<Results...>&& result, Caller caller,
+        std::type_identity_t<std::function<std::tuple<Results...>()>> operation) {
+        Linux::CallQueue::Call call =
+            MakeCall(std::move(result), std::optional<Clock::time_point>(), std::move(operation));
+        call.target = std::move(caller.client);
+        call.bytes = caller.bytes;
+        Take(own_, std::move(call));
+    }
+
+    // The same for one that waits for the device `peer`, which is a udid.
+    template <typename... Results>
+    void AnswerForPeer(sdbus::Result<Results...>&& result, Caller caller, std::string peer,
+        std::type_identity_t<std::function<std::tuple<Results...>()>> operation) {
+        Linux::CallQueue::Call call =
+            MakeCall(std::move(result), std::optional(Clock::now() + PATIENCE), std::move(operation));
+        call.target = std::move(peer);
+        call.client = std::move(caller.client);
+        call.bytes = caller.bytes;
+        Take(peers_, std::move(call));
+    }
+
+    // Refuses those that wait, and all that come.
+    void Close();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    template <typename... Results>
+    static Linux::CallQueue::Call MakeCall(sdbus::Result<Results...>&& result, std::optional<Clock::time_point> latest,
+        std::function<std::tuple<Results...>()> operation) {
+        const auto answer = std::make_shared<sdbus::Result<Results...>>(std::move(result));
+        const auto fail = [answer](const ApiError& error) {
+            SendAnswer([&] { answer->returnError(BusError(error)); });
+        };
+        const auto refuse = [fail] {
+            fail(ApiError("Busy", "too many requests are under way, or the device is stopping"));
+        };
+        const auto run = [answer, fail, refuse, latest,
+                             operation = std::make_shared<decltype(operation)>(std::move(operation))] {
+            if (latest && Clock::now() > *latest) {
+                refuse();
+                return;
+            }
+            try {
+                const std::tuple<Results...> results = (*operation)();
+                SendAnswer(
+                    [&] { std::apply([&](const Results&... each) { answer->returnResults(each...); }, results); });
+            } catch (const ApiError& error) {
+                fail(error);
+            } catch (const std::exception& error) {
+                fail(ApiError("Failed", error.what()));
+            }
+        };
+        return {"", "", 0, run, refuse};
+    }
+
+    static void Take(Linux::CallQueue& queue, Linux::CallQueue::Call call);
+    static void Start(Linux::CallQueue& queue);
+    static void Work(Linux::CallQueue& queue, Linux::CallQueue::Call call);
+
+    Linux::CallQueue peers_{FOR_PEERS};  // targets are peers
+    Linux::CallQueue own_{OF_DEVICE};    // targets are clients
+};
+
+}  // namespace ZYNE::Host

@@ -1,0 +1,66 @@
+// Which calls run and which wait for their turn, without a thread for one that waits.
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ZYNE::Linux {
+
+// Any thread; runs nothing itself. Targets take turns, and of one target the clients that call it do, so one that calls
+// much delays itself alone. After each Enter and each Leave, Next has one call more at the most.
+class CallQueue {
+public:
+    struct Limits {
+        size_t atOnce;        // calls
+        size_t ofOneTarget;   // of them
+        size_t waiting;       // calls
+        size_t waitingBytes;  // of their arguments
+    };
+    struct Call {
+        std::string target;
+        std::string client;
+        size_t bytes;  // of its arguments
+        std::function<void()> run;
+        std::function<void()> refuse;
+    };
+
+    explicit CallQueue(const Limits& limits) : limits_(limits) {}
+
+    // False when too much waits already and the call would have to as well, and when closed; it is then left as it is.
+    bool Enter(Call& call);
+
+    // The call whose turn it is; it is under way until Leave with its target.
+    std::optional<Call> Next();
+    void Leave(const std::string& target);
+
+    // Takes no further call. Those that wait.
+    std::vector<Call> Close();
+
+private:
+    struct Target {
+        size_t underWay = 0;
+        std::map<std::string, std::deque<Call>> waiting;  // by client, none without calls
+        std::deque<std::string> turns;                    // the clients of `waiting`
+    };
+
+    bool HasTurn(const Target& target) const { return !target.turns.empty() && target.underWay < limits_.ofOneTarget; }
+    bool StartsAtOnce(const Call& call) const;  // under mutex_
+    Call TakeFrom(Target& target);              // under mutex_
+
+    const Limits limits_;
+    std::mutex mutex_;                       // a leaf
+    std::map<std::string, Target> targets_;  // guarded by mutex_; none without calls
+    std::deque<std::string> turns_;          // guarded by mutex_; the targets that have a turn, each once
+    size_t underWay_ = 0;                    // guarded by mutex_
+    size_t waiting_ = 0;                     // guarded by mutex_
+    size_t waitingBytes_ = 0;                // guarded by mutex_
+    bool isClosed_ = false;                  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux
