@@ -48,8 +48,8 @@ public:
 
     // A copy, in the order in which they were registered.
     std::vector<sptr<IRemoteObject>> GetCallbacks() const;
-    // Calls `send` for each client in that order. One that cannot be reached does not keep the others from hearing; it is
-    // logged by `operation`, which has something to tell.
+    // Calls `send` for each client in that order. One that cannot be reached does not keep the others from hearing.
+    // Lines are logged as those of `operation`.
     void Send(const char* operation, const std::function<void(IKeyMouseCallback& client)>& send) const;
 
 private:
