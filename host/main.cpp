@@ -3,6 +3,7 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "host/config.h"
 #include "host/config_check.h"
 #include "host/daemon.h"
+#include "linux/bus/orphans.h"
 #include "linux/fabric/fabric.h"
 #include "linux/runtime/process_guard.h"
 #include "platform/log/printable_text.h"
@@ -36,18 +38,28 @@ int Fail(const std::string& problem, int status) {
     return status;
 }
 
-// A link takes a descriptor, and so does each connection that is not one yet.
+// A link takes a descriptor, and so does each connection that is not one yet. With too few even the start would fail
+// somewhere in the middle, or abort.
 void AllowManyDescriptors() {
     constexpr rlim_t WANTED = 4096;
+    constexpr rlim_t LEAST = 128;
     rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < WANTED) {
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return;
+    }
+    if (limit.rlim_cur < WANTED) {
         limit.rlim_cur = std::min(WANTED, limit.rlim_max);
         setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    if (limit.rlim_cur < LEAST) {
+        throw std::runtime_error("the limit of " + std::to_string(limit.rlim_cur) +
+            " open files is too low for a device, which needs " + std::to_string(LEAST));
     }
 }
 
 int RunDevice(const ZYNE::Host::Config& config) {
     AllowManyDescriptors();
+    ZYNE::Linux::Orphans::Adopt();
     const ZYNE::Linux::ProcessGuard guard({.lastRound = [] {
         return ZYNE::Linux::Fabric::GetInstance().LastRound();
     }});

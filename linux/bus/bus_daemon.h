@@ -19,6 +19,7 @@ public:
     ~BusDaemon();
 
     const std::string& GetAddress() const { return address_; }
+    pid_t GetPid() const { return pid_; }
 
 private:
     pid_t pid_;

@@ -9,8 +9,10 @@
 #include "linux/bus/bus_address.h"
 #include "linux/bus/bus_config.h"
 #include "linux/bus/bus_daemon.h"
+#include "linux/bus/orphans.h"
 #include "linux/bus/process_handle.h"
 #include "linux/bus/runtime_directory.h"
+#include "linux/runtime/delayed_tasks.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
@@ -24,6 +26,7 @@ constexpr char SERVICE_DIRECTORY[] = "services";
 constexpr size_t LONGEST_SOCKET = 107;  // bytes, the system's limit for a socket's path
 constexpr int32_t POOL_PARAM = 0;
 constexpr std::chrono::milliseconds SERVICE_END_TIME{2000};
+constexpr std::chrono::seconds FORGET_INTERVAL{30};
 
 bool PostToPool(std::function<void()> task) {
     return CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(std::move(task), POOL_PARAM);
@@ -58,6 +61,16 @@ void AwaitServices(const std::vector<ProcessHandle>& processes) {
     }
 }
 
+// For as long as the bus is up.
+void ForgetOrphansNowAndThen(pid_t bus, const std::weak_ptr<BusClient>& client) {
+    DelayedTasks::Get().Post(FORGET_INTERVAL, [bus, client] {
+        if (!client.expired()) {
+            Orphans::Forget(bus);
+            ForgetOrphansNowAndThen(bus, client);
+        }
+    });
+}
+
 }  // namespace
 
 // What stands on this machine while the bus is up; taken down in reverse order.
@@ -80,6 +93,7 @@ struct DeviceBus::Running {
                 std::filesystem::path(SERVICE_DIRECTORY) / ActivationFileName(service), ActivationFile(service));
         }
         daemon = std::make_unique<BusDaemon>(path / CONFIG_FILE, directory.GetBusLock());
+        since = Orphans::StartOf(daemon->GetPid());
     }
 
     void RemoveFiles() const {
@@ -92,6 +106,7 @@ struct DeviceBus::Running {
     const RuntimeDirectory directory;
     const std::vector<BusService> services;
     std::unique_ptr<BusDaemon> daemon;
+    uint64_t since = 0;  // when the bus daemon was started: whatever it starts is younger
 };
 
 DeviceBus& DeviceBus::GetInstance() {
@@ -116,6 +131,7 @@ void DeviceBus::Start(const BusOptions& options) {
             lost();
         }
     });
+    ForgetOrphansNowAndThen(running->daemon->GetPid(), client_);
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the bus is up in %{public}s, %{public}zu services can be started",
         running_->directory.GetPath().native(), running_->services.size());
@@ -136,6 +152,9 @@ void DeviceBus::Stop() {
     client->Close();
     running->daemon.reset();
     AwaitServices(services);
+    if (running->since != 0) {
+        Orphans::EndAll(running->since);
+    }
 }
 
 std::string DeviceBus::GetAddress() const {

@@ -31,8 +31,12 @@ bool ProcessHandle::WaitUntilEnded(std::chrono::milliseconds timeout) const {
 }
 
 void ProcessHandle::Kill() const {
+    Signal(SIGKILL);
+}
+
+void ProcessHandle::Signal(int signal) const {
     if (fd_) {
-        pidfd_send_signal(fd_.Get(), SIGKILL, nullptr, 0);
+        pidfd_send_signal(fd_.Get(), signal, nullptr, 0);
     }
 }
 

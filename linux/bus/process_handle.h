@@ -20,6 +20,8 @@ public:
 
     // Ends the process at once, whatever it is doing.
     void Kill() const;
+    // Sends it a signal.
+    void Signal(int signal) const;
 
 private:
     UniqueFd fd_;

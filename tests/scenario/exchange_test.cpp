@@ -220,9 +220,10 @@ TEST_F(Exchange, IsNotEndedByAProgramThatAsksItsProcessesToStop) {
 TEST_F(Exchange, LeavesNothingBehindWhenADeviceStops) {
     const std::string service = Await("service.pid");
     const std::string app = Await("app.pid");
+    const std::string detached = Await("service.detach");
 
     EXPECT_EQ(pc->Stop(), 0);
-    EXPECT_TRUE(Eventually([&] { return !IsRunning(service) && !IsRunning(app); }));
+    EXPECT_TRUE(Eventually([&] { return !IsRunning(service) && !IsRunning(app) && !IsRunning(detached); }));
     EXPECT_EQ(pc->Entry(), std::nullopt);
 }
 

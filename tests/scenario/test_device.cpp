@@ -83,7 +83,7 @@ std::string TestDevice::InstallApps(const DeviceSetup& setup) const {
 // The files through which the library, the bus and the app manager know the test provider.
 void TestDevice::WriteProvider() const {
     std::string serviceItems;
-    for (const char* name : {"hello", "pid", "die", "slow", "late", "exact", "oversize", "notJson", "deep",
+    for (const char* name : {"hello", "pid", "detach", "die", "slow", "late", "exact", "oversize", "notJson", "deep",
              "wrongTypes", "noValue", "duplicates", "notAParcel"}) {
         serviceItems += std::string(serviceItems.empty() ? "" : ", ") + "{\"service." + name + "\": \"\"}";
     }

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <map>
 #include <thread>
@@ -26,6 +27,20 @@ std::string Slept(std::chrono::milliseconds time) {
     return "slept";
 }
 
+// A process of its own, which nobody looks after and which does not listen.
+std::string Detached() {
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGTERM, SIG_IGN);
+        setsid();
+        close_range(STDERR_FILENO + 1, ~0u, 0);
+        for (;;) {
+            pause();
+        }
+    }
+    return std::to_string(child);
+}
+
 std::string Value(const std::string& name) {
     const std::string kind = name.substr(name.find('.') + 1);
     if (kind == "hello") {
@@ -33,6 +48,9 @@ std::string Value(const std::string& name) {
     }
     if (kind == "pid") {
         return std::to_string(getpid());
+    }
+    if (kind == "detach") {
+        return Detached();
     }
     if (kind == "die") {
         _exit(1);

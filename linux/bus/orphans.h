@@ -1,0 +1,25 @@
+// What the device's services and extensions leave behind: children that have detached themselves.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+
+namespace ZYNE::Linux::Orphans {
+
+// From now on processes whose parents are gone become children of this process, so that none is lost sight of, and
+// EndAll ends them. For a process that is a device and nothing else; without it the two below do nothing. Any thread.
+void Adopt();
+
+// When a process was started, in ticks of the system; 0 when it is gone.
+uint64_t StartOf(pid_t pid);
+
+// Lets the system forget processes that have ended and that nobody else waits for: all but `spared`, a child that its
+// owner waits for. Any thread.
+void Forget(pid_t spared);
+
+// Ends every descendant of this process that was started at `since` or later, and waits for that: it is asked first and
+// killed soon after. Any thread.
+void EndAll(uint64_t since);
+
+}  // namespace ZYNE::Linux::Orphans
