@@ -12,7 +12,6 @@
 #include "linux/bus/orphans.h"
 #include "linux/bus/process_handle.h"
 #include "linux/bus/runtime_directory.h"
-#include "linux/runtime/delayed_tasks.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
@@ -26,7 +25,6 @@ constexpr char SERVICE_DIRECTORY[] = "services";
 constexpr size_t LONGEST_SOCKET = 107;  // bytes, the system's limit for a socket's path
 constexpr int32_t POOL_PARAM = 0;
 constexpr std::chrono::milliseconds SERVICE_END_TIME{2000};
-constexpr std::chrono::seconds FORGET_INTERVAL{30};
 
 bool PostToPool(std::function<void()> task) {
     return CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(std::move(task), POOL_PARAM);
@@ -61,16 +59,6 @@ void AwaitServices(const std::vector<ProcessHandle>& processes) {
     }
 }
 
-// For as long as the bus is up.
-void ForgetOrphansNowAndThen(pid_t bus, const std::weak_ptr<BusClient>& client) {
-    DelayedTasks::Get().Post(FORGET_INTERVAL, [bus, client] {
-        if (!client.expired()) {
-            Orphans::Forget(bus);
-            ForgetOrphansNowAndThen(bus, client);
-        }
-    });
-}
-
 }  // namespace
 
 // What stands on this machine while the bus is up; taken down in reverse order.
@@ -94,6 +82,7 @@ struct DeviceBus::Running {
         }
         daemon = std::make_unique<BusDaemon>(path / CONFIG_FILE, directory.GetBusLock());
         since = Orphans::StartOf(daemon->GetPid());
+        Orphans::ForgetEnded(daemon->GetPid());
     }
 
     void RemoveFiles() const {
@@ -131,7 +120,6 @@ void DeviceBus::Start(const BusOptions& options) {
             lost();
         }
     });
-    ForgetOrphansNowAndThen(running->daemon->GetPid(), client_);
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the bus is up in %{public}s, %{public}zu services can be started",
         running_->directory.GetPath().native(), running_->services.size());

@@ -14,9 +14,9 @@ void Adopt();
 // When a process was started, in ticks of the system; 0 when it is gone.
 uint64_t StartOf(pid_t pid);
 
-// Lets the system forget processes that have ended and that nobody else waits for: all but `spared`, a child that its
-// owner waits for. Any thread.
-void Forget(pid_t spared);
+// Lets the system forget each child that has ended, but for `spared`, which its owner waits for. A thread of its own does
+// that, which ends with that child or with the last one. Throws std::system_error when there is none.
+void ForgetEnded(pid_t spared);
 
 // Ends every descendant of this process that was started at `since` or later, and waits for that: it is asked first and
 // killed soon after. Any thread.

@@ -119,6 +119,15 @@ TEST_F(Exchange, ReconnectsAnAppExtensionThatWasKilled) {
     EXPECT_NE(Await("app.pid"), pid);
 }
 
+TEST_F(Exchange, BringsTheFactsOfOthersWhileAnAppHangsWhichIsThenStartedAnew) {
+    const std::string pid = Await("app.pid");
+    ASSERT_EQ(kill(std::stoi(pid), SIGSTOP), 0);
+
+    EXPECT_EQ(phone->Ask("pc", {"app.hello", "service.hello"}).records.back().second, "hello from the service");
+    EXPECT_NE(Await("app.pid"), pid);
+    EXPECT_TRUE(Eventually([&] { return !IsRunning(pid); }));
+}
+
 TEST_F(Exchange, IsNotHeldUpByASlowProvider) {
     auto slow = std::async(std::launch::async, [this] { return phone->AskOne("pc", "service.slow"); });
     ASSERT_TRUE(Eventually([this] { return pc->CountInLog("executeInfoCollect, infoName:service.slow") > 0; }));
