@@ -26,7 +26,7 @@ ExtensionRemote::ExtensionRemote(
 
 sptr<ExtensionRemote> ExtensionRemote::Make(
     Post post, const sptr<RemoteObject>& remote, std::chrono::milliseconds answerTime, std::function<void()> hung) {
-    const sptr<ExtensionRemote> object(new ExtensionRemote(std::move(post), remote, answerTime, std::move(hung)));
+    sptr<ExtensionRemote> object(new ExtensionRemote(std::move(post), remote, answerTime, std::move(hung)));
     if (!remote->AddDeathRecipient(sptr<DeathRecipient>(new DeathWatch(wptr<ExtensionRemote>(object))))) {
         object->Die();
     }

@@ -19,7 +19,7 @@ XAttempt::XAttempt() : over_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }
 
 std::shared_ptr<XAttempt> XAttempt::Begin(const std::string& display) {
-    const std::shared_ptr<XAttempt> attempt(new XAttempt());
+    std::shared_ptr<XAttempt> attempt(new XAttempt());
     std::thread([attempt, display] { attempt->Run(display); }).detach();
     return attempt;
 }
