@@ -54,7 +54,9 @@ bool HasControlCharacter(std::string_view text) {
 }  // namespace
 
 // Only the daemon's own user is let in, which is its rule where the policy names no user. The limits are those that a
-// busy device could meet: many requests under way at once, each with a connection and perhaps a file.
+// busy device could meet: many requests under way at once, each with a connection and perhaps a file. What a program that
+// never reads has the device answer stays the device's own incoming bytes: with few of them it would keep the device
+// from answering the others. Connections that never say who they are give way after two seconds.
 std::string BusConfig(const std::string& address, const std::filesystem::path& serviceDirectory) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -71,14 +73,15 @@ std::string BusConfig(const std::string& address, const std::filesystem::path& s
     <allow receive_sender="*"/>
   </policy>
   <limit name="max_message_size">16777216</limit>
-  <limit name="max_incoming_bytes">16777216</limit>
+  <limit name="max_incoming_bytes">1073741824</limit>
   <limit name="max_outgoing_bytes">67108864</limit>
   <limit name="max_message_unix_fds">4</limit>
   <limit name="max_incoming_unix_fds">256</limit>
   <limit name="max_outgoing_unix_fds">256</limit>
   <limit name="max_completed_connections">1000</limit>
   <limit name="max_connections_per_user">1000</limit>
-  <limit name="max_incomplete_connections">256</limit>
+  <limit name="max_incomplete_connections">2048</limit>
+  <limit name="auth_timeout">2000</limit>
   <limit name="max_replies_per_connection">1024</limit>
   <limit name="service_start_timeout">10000</limit>
 </busconfig>

@@ -45,15 +45,21 @@ constexpr int HELD_FD = 4;     // in the child
     _exit(127);
 }
 
+// What the daemon complains of, such as a limit of files that a container does not let it raise, is no concern of the
+// device's user. But where there is a journal, a daemon that logs to the system sends there what services print, too.
+const char* LogFlag() {
+    return access("/run/systemd/journal/stdout", F_OK) == 0 ? "--nosyslog" : "--syslog-only";
+}
+
 pid_t Spawn(const std::filesystem::path& configFile, int addressFd, int heldFd) {
     std::string program = PROGRAM;
     std::string config = "--config-file=" + configFile.native();
     std::string address = "--print-address=" + std::to_string(ADDRESS_FD);
     std::string stay = "--nofork";
     std::string noFile = "--nopidfile";
-    std::string noSyslog = "--nosyslog";
+    std::string log = LogFlag();
     const std::array<char*, 7> arguments{
-        program.data(), config.data(), address.data(), stay.data(), noFile.data(), noSyslog.data(), nullptr};
+        program.data(), config.data(), address.data(), stay.data(), noFile.data(), log.data(), nullptr};
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
@@ -116,8 +122,8 @@ BusDaemon::BusDaemon(const std::filesystem::path& configFile, int heldFd) : pid_
     address_ = ReadAddress(reader.Get());
     if (address_.empty()) {
         End(pid_);
-        throw std::runtime_error(
-            std::string("the bus did not start: is ") + PROGRAM + " installed? It says more on standard error");
+        throw std::runtime_error(std::string("the bus did not start: is ") + PROGRAM +
+            " installed? It says more on standard error or in the system's log");
     }
 }
 

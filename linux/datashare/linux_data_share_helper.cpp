@@ -26,6 +26,16 @@ void LogRefusal(const char* operation, int32_t code) {
     }
 }
 
+void LogNoHelper(LogLevel level, const std::string& uri, const std::exception& error) {
+    LogPrint(LogType::CORE, level, LOG, "no data share helper for %{public}s: %{public}s", Masked(uri), error.what());
+}
+
+// No fault: the app that declares a share may not be installed.
+class NotProvided : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 // Throws std::exception with one line.
 std::shared_ptr<DataShareHelper> MakeHelper(
     const sptr<IRemoteObject>& token, const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
@@ -44,7 +54,7 @@ std::shared_ptr<DataShareHelper> MakeHelper(
             return std::make_shared<LinuxDataShareHelper>(std::move(shares), std::string(beginning));
         }
     }
-    throw std::runtime_error("nobody provides it");
+    throw NotProvided("nobody provides it");
 }
 
 }  // namespace
@@ -159,11 +169,12 @@ std::shared_ptr<DataShareHelper> DataShareHelper::Creator(
     const sptr<IRemoteObject>& token, const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
     try {
         return Linux::MakeHelper(token, uri, extUri, waitTimeSeconds);
+    } catch (const Linux::NotProvided& error) {
+        Linux::LogNoHelper(LogLevel::INFO, uri, error);
     } catch (const std::exception& error) {
-        LogPrint(LogType::CORE, LogLevel::ERROR, Linux::LOG, "no data share helper for %{public}s: %{public}s",
-            Linux::Masked(uri), error.what());
-        return nullptr;
+        Linux::LogNoHelper(LogLevel::ERROR, uri, error);
     }
+    return nullptr;
 }
 
 }  // namespace ZYNE

@@ -4,6 +4,8 @@
 #include <latch>
 #include <mutex>
 #include <optional>
+#include <regex>
+#include <sstream>
 #include <tuple>
 
 #include "client/crossing_client.h"
@@ -145,6 +147,29 @@ TEST_F(Crossing, RunsTheCompanionWhileBothSwitchesAreOnAndTellsThePeersClients) 
     client->Signal(SIGINT);
     EXPECT_EQ(client->Wait(), 0);
     EXPECT_TRUE(Logs(*phone, "remove callback result 1", 2));
+}
+
+TEST_F(Crossing, OfHealthyDevicesLogsNoErrorAndNoWarningOfTheirOwn) {
+    StartBoth();
+    ASSERT_TRUE(Turn(*phone, "on") && Turn(*pc, "on"));
+    EXPECT_TRUE(Prints(*phone, CONNECTED, 1) && Prints(*pc, CONNECTED, 1));
+    EXPECT_EQ(phone->Ask("pc", {"nobody.knows"}).code, 0);
+    phone->Api().PutProfile("service", "type", "key", "value");
+    { const auto client = Watch("client", {"switch", "keyboard"}); }
+    EXPECT_TRUE(Turn(*phone, "off"));
+    EXPECT_TRUE(Prints(*phone, LEFT, 1) && Prints(*pc, LEFT, 1));
+    EXPECT_EQ(phone->Ctl({"user", "switch", "101"}).status, 0);
+    EXPECT_EQ(pc->Stop(), 0);
+    ASSERT_TRUE(Eventually([this] { return phone->MissesPeer("pc"); }));
+    EXPECT_EQ(phone->Stop(), 0);
+    for (const TestDevice* device : {phone, pc}) {
+        std::istringstream log(ReadAll(device->Directory() / "state" / "device.log"));
+        for (std::string line; std::getline(log, line);) {
+            // The library's lines name a file.
+            EXPECT_FALSE(std::regex_search(line, std::regex("^[-0-9]+ [0-9:.]+ [WE] [A-Za-z]+: [^[]"))) << line;
+        }
+        EXPECT_EQ(device->CountInOutput("fd limit"), 0U);
+    }
 }
 
 TEST_F(Crossing, GoesOnForAWhileAfterThePeerHasLeft) {
