@@ -163,7 +163,8 @@ private:
     const ProfileApi profiles_;
 };
 
-DeviceApi::DeviceApi(Options options) : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>()) {
+DeviceApi::DeviceApi(Options options)
+    : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>([this] { poller_.Wake(); })) {
     try {
         connection_ = sdbus::createSessionBusConnectionWithAddress(options_.busAddress);
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
@@ -177,7 +178,9 @@ DeviceApi::DeviceApi(Options options) : options_(std::move(options)), calls_(std
 
 void DeviceApi::Serve() {
     try {
-        connection_->enterEventLoop();
+        while (!stopping_) {
+            ServeOnce();
+        }
     } catch (const std::exception& error) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus was lost: %{public}s", error.what());
     }
@@ -186,10 +189,18 @@ void DeviceApi::Serve() {
     }
 }
 
+void DeviceApi::ServeOnce() {
+    if (connection_->processPendingRequest()) {
+        return;
+    }
+    const sdbus::IConnection::PollData data = connection_->getEventLoopPollData();
+    poller_.Wait({data.fd, data.events, data.timeout_usec});
+}
+
 void DeviceApi::Stop() {
     stopping_ = true;
     if (server_.joinable()) {
-        connection_->leaveEventLoop();
+        poller_.Wake();
         server_.join();
     }
     calls_->Close();
@@ -202,6 +213,7 @@ DeviceApi::~DeviceApi() {
 void DeviceApi::TellDevicesChanged() {
     try {
         adaptor_->emitDevicesChanged();
+        poller_.Wake();
     } catch (const sdbus::Error& error) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "DevicesChanged was not sent: %{public}s", error.what());
     }
@@ -210,6 +222,7 @@ void DeviceApi::TellDevicesChanged() {
 void DeviceApi::TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile) {
     try {
         adaptor_->TellProfileChanged(change, profile);
+        poller_.Wake();
     } catch (const std::exception& error) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "ProfileChanged was not sent: %{public}s", error.what());
     }

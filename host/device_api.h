@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/known_peer.h"
+#include "linux/bus/bus_poller.h"
 #include "linux/fabric/network_status.h"
 #include "platform/device_profile/characteristic_profile.h"
 
@@ -62,8 +63,10 @@ private:
     class Adaptor;
 
     void Serve();
+    void ServeOnce();
 
     const Options options_;
+    Linux::BusPoller poller_;  // woken when another thread has sent something, which may have found no room
     const std::unique_ptr<ProgramCalls> calls_;
     std::unique_ptr<sdbus::IConnection> connection_;
     std::unique_ptr<Adaptor> adaptor_;

@@ -45,7 +45,7 @@ void ProgramCalls::Take(CallQueue& queue, CallQueue::Call call) {
 void ProgramCalls::Start(CallQueue& queue) {
     auto* const pool = CollaborationFwk::AsynThreadPool::GetInstance();
     while (const std::optional<CallQueue::Call> call = queue.Next()) {
-        if (!pool->AddAsynTask([&queue, call = *call] { Work(queue, call); }, INFO_COLLECTION)) {
+        if (!pool->AddAsynTask([this, &queue, call = *call] { Work(queue, call); }, INFO_COLLECTION)) {
             call->refuse();
             queue.Leave(call->target);
         }
@@ -56,6 +56,7 @@ void ProgramCalls::Start(CallQueue& queue) {
 void ProgramCalls::Work(CallQueue& queue, CallQueue::Call call) {
     for (std::optional<CallQueue::Call> next(std::move(call)); next; next = queue.Next()) {
         next->run();
+        answered_();
         queue.Leave(next->target);
     }
 }

@@ -41,7 +41,8 @@ public:
         size_t bytes;        // of the call's arguments
     };
 
-    ProgramCalls() = default;
+    // `answered` is told when a pool thread has sent an answer, which may not have found room to leave at once.
+    explicit ProgramCalls(std::function<void()> answered) : answered_(std::move(answered)) {}
     ProgramCalls(const ProgramCalls&) = delete;
     ProgramCalls& operator=(const ProgramCalls&) = delete;
 
@@ -103,10 +104,11 @@ private:
         return {"", "", 0, run, refuse};
     }
 
-    static void Take(Linux::CallQueue& queue, Linux::CallQueue::Call call);
-    static void Start(Linux::CallQueue& queue);
-    static void Work(Linux::CallQueue& queue, Linux::CallQueue::Call call);
+    void Take(Linux::CallQueue& queue, Linux::CallQueue::Call call);
+    void Start(Linux::CallQueue& queue);
+    void Work(Linux::CallQueue& queue, Linux::CallQueue::Call call);
 
+    const std::function<void()> answered_;
     Linux::CallQueue peers_{FOR_PEERS};  // targets are peers
     Linux::CallQueue own_{OF_DEVICE};    // targets are clients
 };
