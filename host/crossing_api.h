@@ -19,7 +19,8 @@ class ProgramCalls;
 
 class CrossingApi {
 public:
-    // Serves on the object `objectPath` of `connection`, which must outlive it, as must `calls`. `peers` comes on any thread.
+    // Serves on the object `objectPath` of `connection`, which must outlive it, as must `calls`. `peers` comes on any
+    // thread.
     CrossingApi(sdbus::IConnection& connection, const std::string& objectPath,
         std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls);
     CrossingApi(const CrossingApi&) = delete;

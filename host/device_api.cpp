@@ -76,7 +76,7 @@ private:
             const KnownPeer asked = ChoosePeer(options_.peers(), peer);
             ProgramCalls::Caller caller = Caller(peer);
             for (const std::string& name : names) {
-                caller.bytes += sizeof name + name.size();
+                caller.bytes += sizeof(std::string) + name.size();
             }
             calls_.AnswerForPeer(std::move(result), std::move(caller), asked.udid, [asked, names = std::move(names)] {
                 InfoAnswer answer = AskPeer(asked, names);
