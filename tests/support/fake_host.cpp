@@ -7,7 +7,8 @@ namespace ZYNE::Testing {
 
 using namespace CollaborationFwk;
 
-bool FakeHost::RegisterInstance(PluginType type, AbilityPlugin* /*instance*/) {
+bool FakeHost::RegisterInstance(PluginType type, AbilityPlugin* instance) {
+    plugin = instance;
     journal_.Call("RegisterInstance(" + std::to_string(static_cast<int>(type)) + ")");
     return true;
 }
@@ -15,13 +16,16 @@ bool FakeHost::RegisterInstance(PluginType type, AbilityPlugin* /*instance*/) {
 void FakeHost::RegisterEventListener(int eventType, std::shared_ptr<EventListener> listener) {
     journal_.Call("RegisterEventListener(" + std::to_string(eventType) + ")");
     listeners.push_back(std::move(listener));
+    if (onRegisterListener) {
+        onRegisterListener();
+    }
 }
 
 ListenerManager::CollaborationId FakeHost::FetchCollaborationId(const std::string& id) {
     char* end = nullptr;
     const auto number = std::strtoul(id.c_str(), &end, 10);
     const bool valid = end != id.c_str() && *end == '-';
-    return {valid ? 0 : 1, valid ? static_cast<uint32_t>(number) : 0};
+    return {valid ? 0 : unknownIdCode, valid ? static_cast<uint32_t>(number) : 0};
 }
 
 const char* FakeHost::GetPayLoadRawData(std::shared_ptr<CollaborationFwkProtocol> protocol) {
@@ -49,6 +53,9 @@ int32_t FakeHost::TransmitMsg(
     }
     journal_.Call("TransmitMsg(" + std::to_string(collaborationSessionId) + ", " + std::to_string(type) + ", " +
         (reserved ? "true" : "false") + ")");
+    if (onTransmit) {
+        onTransmit(std::string(data, length));
+    }
     return transmitResult;
 }
 

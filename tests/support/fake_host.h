@@ -28,7 +28,7 @@ public:
 
     bool RegisterInstance(CollaborationFwk::PluginType type, CollaborationFwk::AbilityPlugin* instance) override;
     void RegisterEventListener(int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) override;
-    // Ids are written as numbers up to the first "-"; anything else has code 1.
+    // Ids are written as numbers up to the first "-"; anything else has `unknownIdCode`.
     CollaborationId FetchCollaborationId(const std::string& id) override;
     const char* GetPayLoadRawData(std::shared_ptr<CollaborationFwk::CollaborationFwkProtocol> protocol) override;
     Session CollaborationToDeviceByCtrlSession(const std::string& networkId, const std::string& callerString,
@@ -39,11 +39,13 @@ public:
     // Empty when nobody has the network id.
     std::string FindUdid(const std::string& networkId) const;
 
+    CollaborationFwk::AbilityPlugin* plugin = nullptr;  // the last that was registered
     std::vector<std::shared_ptr<CollaborationFwk::EventListener>> listeners;
     std::shared_ptr<CollaborationFwk::ServiceInfo> lastService;  // of the last request
     std::string lastMessage;                                     // of the last TransmitMsg
     Session session{0, 7};                                       // what a request answers
     int32_t transmitResult = 0;
+    int32_t unknownIdCode = 1;
     std::atomic<uint32_t> nextCollaborationId{42};
     bool hasListenerManager = true;
     sptr<CollaborationFwk::DeviceInfo> localDevice =
@@ -51,6 +53,9 @@ public:
     std::map<std::string, std::string> udids{{"local-network", "local-udid"}};  // by network id
     // Runs inside a request, before it returns.
     std::function<void(const CollaborationFwk::ServiceInfo& service)> onRequest;
+    // Inside the registration of a listener, and inside a TransmitMsg.
+    std::function<void()> onRegisterListener;
+    std::function<void(const std::string& message)> onTransmit;
 
 private:
     Journal& journal_;

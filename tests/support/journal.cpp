@@ -6,17 +6,17 @@ namespace ZYNE::Testing {
 
 void Journal::Call(const std::string& text) {
     std::lock_guard lock(mutex_);
-    entries_.push_back({false, text, {}});
+    entries_.push_back({false, text, {}, {}, {}, {}});
 }
 
-void Journal::Print(LogType, LogLevel level, const LogDomain& domain, std::string_view text) noexcept {
+void Journal::Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept {
     const size_t bracket = text.find(']');
     const size_t hash = text.find("# ", bracket);
-    const std::string function(text.substr(bracket + 1, hash - bracket - 1));
     const char letter = "DIWE"[static_cast<int>(level) - static_cast<int>(LogLevel::DEBUG)];
     std::lock_guard lock(mutex_);
-    entries_.push_back(
-        {true, std::string(1, letter) + " " + domain.tag + ": " + std::string(text.substr(hash + 2)), function});
+    entries_.push_back({true, std::string(1, letter) + " " + domain.tag + ": " + std::string(text.substr(hash + 2)),
+        std::string(text.substr(bracket + 1, hash - bracket - 1)), type, domain,
+        std::string(text.substr(1, bracket - 1))});
 }
 
 std::vector<Journal::Entry> Journal::Entries() const {
@@ -30,6 +30,14 @@ std::vector<std::string> Journal::Texts(bool ofCalls, bool ofLines) const {
         if (entry.isLog ? ofLines : ofCalls) {
             texts.push_back(entry.text);
         }
+    }
+    return texts;
+}
+
+std::vector<std::string> Journal::Named() const {
+    std::vector<std::string> texts;
+    for (const Entry& entry : Entries()) {
+        texts.push_back(entry.isLog ? entry.function + "# " + entry.text : entry.text);
     }
     return texts;
 }

@@ -16,6 +16,10 @@ public:
         bool isLog;
         std::string text;      // a call as "Name(arguments)"; a line as "E Collection: message"
         std::string function;  // that logged the line
+        // Of a line: what was printed with it, and "file:line".
+        LogType type{};
+        LogDomain domain{};
+        std::string place;
     };
 
     void Call(const std::string& text);
@@ -26,6 +30,8 @@ public:
     std::vector<std::string> Lines() const { return Texts(false, true); }
     // Calls and lines together.
     std::vector<std::string> All() const { return Texts(true, true); }
+    // The same with "function# " before each line.
+    std::vector<std::string> Named() const;
     std::vector<Entry> Entries() const;
     // The lines that `function` logged.
     std::vector<std::string> LinesOf(const std::string& function) const;
