@@ -1,5 +1,8 @@
 #include "plugin/info_collection/device_dynamic_info.h"
 
+#include <cstring>
+#include <type_traits>
+
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -9,7 +12,8 @@ class Record : public Testing::LibraryTest {};
 
 TEST_F(Record, ComesOutOfAParcelAsItWentInAndEmptyOutOfAnEmptyOne) {
     Parcel parcel;
-    for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{{"switch", "on"}, {"empty", ""}}) {
+    for (const auto& [key, value] :
+        std::vector<std::pair<std::string, std::string>>{{"switch", std::string("o\0n", 3)}, {"empty", ""}}) {
         ASSERT_TRUE(DeviceDynamicInfo(key, value).Marshalling(parcel));
         EXPECT_TRUE(device.journal.Has("I Collection: success key=" + key + ", value=" + value));
         const sptr<DeviceDynamicInfo> read = DeviceDynamicInfo::Unmarshalling(parcel);
@@ -30,6 +34,21 @@ TEST_F(Record, LeavesItsKeyInAParcelThatHasNoRoomForItsValue) {
     parcel.ReadString();
     EXPECT_EQ(parcel.ReadString(), "key");
     EXPECT_EQ(parcel.GetReadableBytes(), 0U);
+
+    Parcel small;
+    ASSERT_TRUE(small.WriteString(std::string(Parcel::MAX_SIZE - 32, 'x')));
+    EXPECT_FALSE(DeviceDynamicInfo(std::string(99, 'k'), "v").Marshalling(small));
+    small.ReadString();
+    EXPECT_EQ(small.GetReadableBytes(), 0U);  // no value without its key
+}
+
+static_assert(std::is_copy_constructible_v<DeviceDynamicInfo> && !std::is_copy_assignable_v<DeviceDynamicInfo>);
+
+TEST(ParcelableTable, BeginsWithTheTwoDestructors) {
+    constexpr auto MARSHALLING = &Parcelable::Marshalling;
+    uintptr_t place = 0;  // in the table, in bytes; some machines add one
+    std::memcpy(&place, &MARSHALLING, sizeof(place));
+    EXPECT_EQ(place & ~uintptr_t{1}, 2 * sizeof(void*));
 }
 
 TEST_F(Record, LeavesALineWhenItIsMadeAndWhenItGoesButNotWhenItIsCopied) {

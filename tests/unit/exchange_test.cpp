@@ -8,12 +8,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
+const std::string REPLY = R"({"host":{"value":"desk\u0000ä"},"switch":{"value":true}})";
+
 class Exchange : public Testing::LibraryTest {
 protected:
     Exchange() {
         RequestSAManager::GetInstance()->SetDynamicMapBySa(5, 7, u"I", {"host", "switch"});
         device.systemAbilities.running[5] = device.MakeRemote("service", [](auto&&, auto&&, MessageParcel& reply) {
-            reply.WriteString(R"({"host":{"value":"desk\u0000ä"},"switch":{"value":true}})");
+            reply.WriteString(REPLY);
             return 0;
         });
         device.host.onRequest = [this](const ServiceInfo& sent) {
@@ -42,7 +44,40 @@ protected:
 TEST_F(Exchange, TellsEachStepInOrderFromTheQuestionToTheRecord) {
     EXPECT_EQ(Ask({"host"}), 0);
     ASSERT_EQ(records.size(), 1U);
-    for (const std::string& s : device.journal.Named()) std::cout << "@@" << s << "@@\n";
+    const std::string request = "{\n\t\"commandType\" : 1,\n\t\"keyList\" : \n\t[\n\t\t\"host\"\n\t]\n}\n";
+    const std::string answer = "{\n\t\"host\" : \"desk\\u0000\\u00e4\"\n}\n";
+    const std::string value("desk\0ä", 7);
+    const std::string local = "GetLocalDeviceDynamicInfo# I Collection: ";
+    const std::string asked = "GetRemoteDeviceDynamicInfo# I Collection: ";
+    EXPECT_EQ(device.journal.Named(),
+        (std::vector<std::string>{
+            "GenerateInfoCollectionReqCommand# I Collection: GenerateInfoCollectionReqCommand " + request,
+            asked + "collaborationIdStr: 0**e", asked + "commandPropStr: " + request,
+            "Request(network-1, me, collaborationCtrlSession)",
+            "CreateCommand# I Collection: infoCollectionCommand host",
+            "CreateCommand# I Collection: complete infoCollectionCommand",
+            "Execute# I Collection: executeInfoCollect, collaborationSessionId:9, infoSize:1",
+            "Execute# I Collection: executeInfoCollect, infoName:host", "AddAsynTask(2)",
+            "Execute# I Collection: add async result = 1", "Release# I Collection: InfoCollectionCommand Release",
+            "GetInfoAndResponse# I Collection: GetLocalDeviceDynamicInfo begin, collaborationSessionId:9",
+            local + "GetLocalDeviceDynamicInfo check dynamicMapByPak",
+            local + "GetLocalDeviceDynamicInfo check dynamicMapBySa", local + "dynamic key:host,saId:5,Code:7",
+            local + "dynamic key:switch,saId:5,Code:7",
+            "GetLocalDeviceDynamicInfo# E Collection: info host not found in dynamicMapByPak", "CheckSystemAbility(5)",
+            "RequestSaOnConfigInfo# I Collection: RequestSaOnConfigInfo CheckSystemAbility pass",
+            "SendRequest(service, 7, 0, 8)",
+            "RequestSaOnConfigInfo# I Collection: RequestSaOnConfigInfo ReadString result " + REPLY,
+            "RequestSingleSaOnConfigInfo# I Collection: RequestSaOnConfigInfo resultJson get value  " + value,
+            "CheckAndGetDynamicInfoBySa# I Collection: info host Sa get result " + value,
+            "GetInfoAndResponse# I Collection: GetLocalDeviceDynamicInfo end, collaborationSessionId:9",
+            "ResponseInfoCollecRes# I Collection: ResponseInfoCollecRes begin",
+            "ResponseInfoCollecRes# I Collection: ResponseInfoCollecRes desData:" + answer, "TransmitMsg(9, 3, false)",
+            "OnDataReceived# I Collection: OnDataReceived rawData is:" + answer,
+            "OnDataReceived# I Collection: OnDataReceived member is:host, value is:" + value,
+            "SetDynamicInfo# I Collection: SetDynamicInfo, collaborationId: 42",
+            "GetInfoAndResponse# I Collection: GetInfoAndResponse success",
+            "DeviceDynamicInfo# I Collection: key=host, value=" + value,
+            asked + "infoRes result receive success, collaborationId: 42,         collaborationSessionId: 7"}));
 }
 
 TEST_F(Exchange, TellsTheValueOfEachNameAndOfOneThatNobodyKnowsNothing) {
@@ -52,8 +87,7 @@ TEST_F(Exchange, TellsTheValueOfEachNameAndOfOneThatNobodyKnowsNothing) {
         values[record.GetKey()] = record.GetValue();
     }
     EXPECT_EQ(values,
-        (std::map<std::string, std::string>{
-            {"host", std::string("desk\0ä", 7)}, {"none", ""}, {"switch", "true"}}));
+        (std::map<std::string, std::string>{{"host", std::string("desk\0ä", 7)}, {"none", ""}, {"switch", "true"}}));
     EXPECT_EQ(device.host.lastMessage,
         "{\n\t\"host\" : \"desk\\u0000\\u00e4\",\n\t\"none\" : \"\",\n\t\"switch\" : \"true\"\n}\n");
 }

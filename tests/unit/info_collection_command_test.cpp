@@ -1,5 +1,7 @@
 #include "plugin/info_collection/info_collection_command.h"
 
+#include "plugin/info_collection/request_sa_manager.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -7,9 +9,25 @@ namespace {
 
 class AnsweringARequest : public Testing::LibraryTest {
 protected:
+    // A system service tells `value` of the item "a".
+    AnsweringARequest() {
+        RequestSAManager::GetInstance()->SetDynamicMapBySa(5, 7, u"I", {"a"});
+        device.systemAbilities.running[5] = device.MakeRemote("service", [this](auto&&, auto&&, MessageParcel& reply) {
+            reply.WriteString(R"({"a":{"value":")" + value + R"("}})");
+            return 0;
+        });
+        device.journal.Clear();
+    }
+    std::vector<std::string> Transmitted() const {
+        std::vector<std::string> calls = device.journal.Calls();
+        std::erase_if(calls, [](const std::string& call) { return !call.starts_with("TransmitMsg"); });
+        return calls;
+    }
     static std::shared_ptr<Command> Make(const std::vector<std::string>& names) {
         return std::make_shared<InfoCollectionCommand>(names);
     }
+
+    std::string value = "1";
 };
 
 TEST_F(AnsweringARequest, CollectsOnThePoolAndSendsOneMemberPerName) {
@@ -18,16 +36,56 @@ TEST_F(AnsweringARequest, CollectsOnThePoolAndSendsOneMemberPerName) {
     EXPECT_EQ(command->Execute(7), 0);
     EXPECT_EQ(command->Release(0), 0);
     device.pool.RunAll();
-    const std::string text = "{\n\t\"a\" : \"\",\n\t\"b\" : \"\"\n}\n";
+    const std::string text = "{\n\t\"a\" : \"1\",\n\t\"b\" : \"\"\n}\n";
     EXPECT_EQ(device.host.lastMessage, text);
-    EXPECT_THAT(device.journal.Calls(), ElementsAre("AddAsynTask(2)", "TransmitMsg(7, 3, false)"));
+    EXPECT_EQ(device.journal.Calls().front(), "AddAsynTask(2)");
+    EXPECT_THAT(Transmitted(), ElementsAre("TransmitMsg(7, 3, false)"));
+    EXPECT_THAT(device.journal.LinesOf("Execute"),
+        ElementsAre("I Collection: executeInfoCollect, collaborationSessionId:7, infoSize:3",
+            "I Collection: executeInfoCollect, infoName:b", "I Collection: executeInfoCollect, infoName:a",
+            "I Collection: executeInfoCollect, infoName:b", "I Collection: add async result = 1"));
     EXPECT_THAT(device.journal.Lines(),
-        IsSupersetOf<std::string>(
-            {"I Collection: executeInfoCollect, infoName:a", "I Collection: InfoCollectionCommand Release",
-                "I Collection: GetLocalDeviceDynamicInfo begin, collaborationSessionId:7",
-                "I Collection: GetLocalDeviceDynamicInfo end, collaborationSessionId:7",
-                "I Collection: ResponseInfoCollecRes begin", "I Collection: ResponseInfoCollecRes desData:" + text}));
+        IsSupersetOf<std::string>({"I Collection: InfoCollectionCommand Release",
+            "I Collection: GetLocalDeviceDynamicInfo begin, collaborationSessionId:7",
+            "I Collection: GetLocalDeviceDynamicInfo end, collaborationSessionId:7",
+            "I Collection: ResponseInfoCollecRes begin", "I Collection: ResponseInfoCollecRes desData:" + text}));
     EXPECT_EQ(device.journal.Lines().back(), "I Collection: GetInfoAndResponse success");
+}
+
+TEST_F(AnsweringARequest, AnswersAgainWithWhatIsThenAlsoWhenThePoolRunsItBeforeThePostReturns) {
+    const auto command = Make({"a"});
+    device.pool.runsDuringPost = true;
+    for (const auto& [session, told] : std::vector<std::pair<int, std::string>>{{7, "1"}, {8, "two"}}) {
+        device.journal.Clear();
+        value = told;
+        EXPECT_EQ(command->Execute(session), 0);
+        EXPECT_EQ(device.journal.Lines().front(),
+            "I Collection: executeInfoCollect, collaborationSessionId:" + std::to_string(session) + ", infoSize:1");
+        EXPECT_THAT(Transmitted(), ElementsAre("TransmitMsg(" + std::to_string(session) + ", 3, false)"));
+        EXPECT_EQ(device.host.lastMessage, "{\n\t\"a\" : \"" + told + "\"\n}\n");
+    }
+}
+
+TEST_F(AnsweringARequest, RunsOneExecutionAfterTheOtherAndLivesUntilTheEndOfItsRun) {
+    auto command = Make({"a"});
+    command->Execute(7);
+    command->Execute(8);
+    Testing::SecondThread second;
+    device.host.onTransmit = [&](const std::string&) {
+        device.host.onTransmit = nullptr;
+        EXPECT_TRUE(second.Waits([this] { device.pool.RunNext(); }));
+    };
+    device.pool.RunNext();
+    second.Join();
+    EXPECT_EQ(Transmitted().size(), 2U);
+
+    command->Execute(9);
+    device.host.onTransmit = [&, weak = std::weak_ptr(command)](const std::string&) {
+        command.reset();
+        EXPECT_FALSE(weak.expired());
+    };
+    device.pool.RunNext();
+    EXPECT_FALSE(command);
 }
 
 TEST_F(AnsweringARequest, LogsWhatFailsOnThePoolAndTriesNothingAgain) {
@@ -39,13 +97,17 @@ TEST_F(AnsweringARequest, LogsWhatFailsOnThePoolAndTriesNothingAgain) {
     EXPECT_EQ(device.journal.Lines().back(),
         "E Collection: GetInfoAndResponse failed, errorCode: 2201,             collaborationSessionId: 7");
 
-    device.host.transmitResult = -5;
     const auto notSent = Make({"a"});
-    notSent->Execute(8);
-    device.pool.RunAll();
-    EXPECT_EQ(device.journal.Count("TransmitMsg(8, 3, false)"), 1U);
-    EXPECT_EQ(device.journal.Lines().back(),
-        "E Collection: GetInfoAndResponse failed, errorCode: -5,             collaborationSessionId: 8");
+    for (const int32_t code : {-5, 5}) {
+        device.journal.Clear();
+        device.host.transmitResult = code;
+        notSent->Execute(8);
+        device.pool.RunAll();
+        EXPECT_EQ(Transmitted().size(), 1U);
+        EXPECT_EQ(device.journal.Lines().back(),
+            "E Collection: GetInfoAndResponse failed, errorCode: " + std::to_string(code) +
+                ",             collaborationSessionId: 8");
+    }
 }
 
 TEST_F(AnsweringARequest, FailsAtOnceWhenThePoolRefuses) {

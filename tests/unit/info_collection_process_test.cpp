@@ -1,6 +1,8 @@
 #include "plugin/info_collection/info_collection_process.h"
 
 #include "plugin/info_collection/info_collection_service.h"
+#include "tests/support/library_renewer.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -14,8 +16,26 @@ TEST(Loading, RegistersTheListenerAndThenThePlugin) {
         }
     }
     EXPECT_THAT(registrations, ElementsAre("RegisterEventListener(3)", "RegisterInstance(5)"));
+    EXPECT_TRUE(Testing::SimulatedDevice::Boot().host.plugin);
     EXPECT_THAT(Testing::SimulatedDevice::Boot().journal.Lines(),
         IsSupersetOf({"I Collection: create InfoCollectionProcess", "I Collection: create InfoCollectionService"}));
+}
+
+class Process : public Testing::LibraryTest {};
+
+TEST_F(Process, IsMadeOnceThoughTwoThreadsAreFirstAndIsWhatTheHostGets) {
+    Testing::SecondThread second;
+    InfoCollectionProcess* other = nullptr;
+    device.host.onRegisterListener = [&] {
+        device.host.onRegisterListener = nullptr;
+        EXPECT_TRUE(second.Waits([&other] { other = InfoCollectionProcess::GetInstance(); }));
+    };
+    LibraryRenewer::RenewAll();
+    second.Join();
+    EXPECT_EQ(other, InfoCollectionProcess::GetInstance());
+    EXPECT_EQ(device.host.plugin, other);
+    EXPECT_EQ(device.journal.Count("I Collection: create InfoCollectionProcess"), 1U);
+    EXPECT_EQ(device.journal.Count("I Collection: destroy InfoCollectionProcess"), 1U);
 }
 
 class ChannelListener : public Testing::LibraryTest {
@@ -40,6 +60,11 @@ TEST_F(ChannelListener, IsRegisteredAfreshWhenTheHostAsksAndNeverWithoutAManager
 }
 
 TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLengthUnlessItLacksPayloadOrId) {
+    device.host.unknownIdCode = -1;
+    Deliver("nobody", CollaborationFwkProtocol("{}"));
+    EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: FetchCollaborationId fail");
+    device.journal.Clear();
+    device.host.unknownIdCode = 1;
     device.host.listeners.back()->OnDataReceived("nobody", nullptr, 5);
     Deliver("nobody", CollaborationFwkProtocol());
     Deliver("nobody", CollaborationFwkProtocol("{}"));
@@ -52,7 +77,7 @@ TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLengthUnlessItLac
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnDataReceived rawDataLen:4194306 is oversize");
 }
 
-TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsAndShutDownsEndNoWait) {
+TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsWhichOutlivesItsChannel) {
     EventListener& listener = *device.host.listeners.back();
     EXPECT_FALSE(listener.IsIdExist("00000000042-me"));
     device.time.At(std::chrono::seconds(1), [&listener] {
@@ -60,11 +85,14 @@ TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsAndShutDownsEndNoWait) 
         EXPECT_FALSE(listener.IsIdExist("nobody"));
         listener.OnCtrlChannelShutDown("00000000042-me");
         listener.OnWiFiShutDown();
+        EXPECT_FALSE(listener.IsIdExist(42));
     });
+    device.time.At(
+        std::chrono::seconds(4), [this] { Deliver("00000000042-me", CollaborationFwkProtocol(R"({"a":""})")); });
     DeviceInfo peer("udid", "network", "desk", DeviceType::PC);
     std::vector<DeviceDynamicInfo> records;
-    EXPECT_EQ(InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(peer, "me", {"a"}, records), 2201);
-    EXPECT_EQ(device.time.Elapsed(), std::chrono::seconds(5));
+    EXPECT_EQ(InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(peer, "me", {"a"}, records), 0);
+    EXPECT_EQ(device.time.Elapsed(), std::chrono::seconds(4));
     EXPECT_FALSE(listener.IsIdExist("00000000042-me"));
     EXPECT_THAT(device.journal.Lines(),
         IsSupersetOf({"I CFWKService: on ctrl channel shutDown", "I CFWKService: on wifi shutDown"}));

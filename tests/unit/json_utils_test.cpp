@@ -13,8 +13,8 @@ TEST(JsonText, IsParsedWholeOrLeavesNull) {
         return std::string(levels, '[') + std::string(levels, ']');
     };
     const std::vector<std::pair<std::string, bool>> texts{{R"({"a":1})", true}, {"5", true}, {"[\"\xff\"]", true},
-        {nested(1000), true}, {nested(1001), false}, {std::string(100000, '['), false}, {"", false}, {" \n", false},
-        {R"({"a":[1,{"b":)", false}};
+        {"/* a */ {} b", true}, {"{'a':1}", false}, {nested(1000), true}, {nested(1001), false},
+        {std::string(100000, '['), false}, {"", false}, {" \n", false}, {R"({"a":[1,{"b":)", false}};
     for (const auto& [text, accepted] : texts) {
         Json::Value value("what was there before");
         EXPECT_EQ(JsonUtils::StringToJsonInternal(text, &value), accepted) << text;
@@ -53,13 +53,15 @@ TEST_F(WholeNumber, IsTheWholeTextInItsBaseWithinTheRangeOfALong) {
     EXPECT_EQ(StringUtils::GetResult(std::to_string(LONG_MIN), 10), std::pair(true, LONG_MIN));
     EXPECT_TRUE(device.journal.Lines().empty());
 
-    const std::vector<std::pair<const char*, int>> bad{
-        {"1G", 16}, {"10 ", 10}, {"x", 10}, {"99999999999999999999", 10}};
+    const std::vector<std::pair<std::string, int>> bad{{"1G", 16}, {"10 ", 10}, {"x", 10}, {"5", 1},
+        {std::string("12\0zz", 5), 10}, {std::string("\0zz", 3), 10}, {std::string("1f\0", 3), 16},
+        {"99999999999999999999", 10}};
     for (const auto& [text, base] : bad) {
         EXPECT_EQ(StringUtils::GetResult(text, base), std::pair(false, 0L)) << text;
     }
     EXPECT_EQ(device.journal.Count("E CFWKService: strtol exec error"), bad.size());
-    EXPECT_EQ(StringUtils::GetResult("5", 10), std::pair(true, 5L));  // after an overflow
+    errno = ERANGE;
+    EXPECT_EQ(StringUtils::GetResult("5", 10), std::pair(true, 5L));
     EXPECT_EQ(StringUtils::GetResult("", 10), std::pair(false, 0L));
     EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: str is empty");
 }

@@ -21,7 +21,27 @@ TEST_F(LogLine, TakesEachArgumentByItsOwnTypeAndTheConversionsSign) {
         ElementsAre("I DeviceDetect: -1 4294967295 1d 18446744073709551615 ff",
             "I DeviceDetect: -9223372036854775808 -56 -128 0.500000",
             "I DeviceDetect: " + text + "|{literal}|(null)|view", "I DeviceDetect: 100% {d} %d %s %{} %"));
-    EXPECT_EQ(device.journal.Entries()[0].function, "TestBody");
+}
+
+TEST_F(LogLine, HasTypeDomainAndAHeadOfBareFileLineAndFunction) {
+    using namespace CollaborationFwk;
+    std::vector<std::pair<uint32_t, std::string>> domains;
+    for (const LogDomain& domain : {LogDomains::CFWK_SERVICE, LogDomains::CFWK_CALLBACK, LogDomains::DEVICE_DETECT,
+             LogDomains::COLLECTION, LogDomains::DETECT, LogDomains::DATASHARE}) {
+        CFWK_LOGI(domain, "text");
+        const int line = __LINE__ - 1;
+        const Testing::Journal::Entry entry = device.journal.Entries().back();
+        EXPECT_EQ(static_cast<int>(entry.type), 3);
+        EXPECT_EQ(entry.place, "log_format_test.cpp:" + std::to_string(line));
+        EXPECT_EQ(entry.function, "TestBody");
+        domains.emplace_back(entry.domain.id, entry.domain.tag);
+    }
+    EXPECT_THAT(domains,
+        ElementsAre(std::pair(0xD004615, "CFWKService"), std::pair(0xD004616, "CFWKCallback"),
+            std::pair(0xD004617, "DeviceDetect"), std::pair(0xD00461B, "Collection"), std::pair(0xD00461C, "Detect"),
+            std::pair(0xD00461D, "Datashare")));
+    CFWK_LOGW(LOG, "warning");
+    EXPECT_EQ(device.journal.Lines().back(), "W DeviceDetect: warning");
 }
 
 TEST_F(LogLine, ShowsPrivateValuesAndLowLevelsOnlyWhenThePortSaysSo) {

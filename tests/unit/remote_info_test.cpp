@@ -65,9 +65,13 @@ TEST_F(RemoteInfo, IsAppendedWhenThePeerAnswersAfterThreeSeconds) {
     EXPECT_EQ(Ask({}), 0);  // answered in the last moment
 }
 
-TEST_F(RemoteInfo, IsGivenUpAfterFiveSecondsAndALateAnswerRefused) {
+TEST_F(RemoteInfo, IsGivenUpFiveSecondsAfterItWasSentWhateverElseComesAndALateAnswerRefused) {
+    device.host.onRequest = [this](const ServiceInfo&) {
+        device.time.SleepFor(2s);
+        device.time.At(1s, [this] { EXPECT_EQ(Answer({{"a", "foreign"}}, 41), 2204); });
+    };
     EXPECT_EQ(Ask({"a"}), 2201);
-    EXPECT_EQ(device.time.Elapsed(), 5s);
+    EXPECT_EQ(device.time.Elapsed(), 7s);
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: infoRes result is empty, collaborationId: 42");
     EXPECT_EQ(Answer({{"a", "1"}}), 2204);
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: SetDynamicInfo failed");
@@ -97,6 +101,9 @@ TEST_F(RemoteInfo, IsRefusedAndForgottenWhenTheNamesAreNotThoseAskedFor) {
 }
 
 TEST_F(RemoteInfo, ThatWasNotSentKeepsItsIdButLeavesNoAnswerToTheNextRequest) {
+    device.host.session = {3, 9};
+    EXPECT_EQ(Ask({"a"}), 2203);
+    device.host.nextCollaborationId = 42;
     device.host.session = {-3, 9};
     EXPECT_EQ(Ask({"a"}), 2203);
     EXPECT_EQ(device.journal.Lines().back(),
