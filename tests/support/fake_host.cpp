@@ -16,8 +16,8 @@ bool FakeHost::RegisterInstance(PluginType type, AbilityPlugin* instance) {
 void FakeHost::RegisterEventListener(int eventType, std::shared_ptr<EventListener> listener) {
     journal_.Call("RegisterEventListener(" + std::to_string(eventType) + ")");
     listeners.push_back(std::move(listener));
-    if (onRegisterListener) {
-        onRegisterListener();
+    if (const auto hook = onRegisterListener) {  // a copy: it may take itself away
+        hook();
     }
 }
 
@@ -53,8 +53,8 @@ int32_t FakeHost::TransmitMsg(
     }
     journal_.Call("TransmitMsg(" + std::to_string(collaborationSessionId) + ", " + std::to_string(type) + ", " +
         (reserved ? "true" : "false") + ")");
-    if (onTransmit) {
-        onTransmit(std::string(data, length));
+    if (const auto hook = onTransmit) {
+        hook(std::string(data, length));
     }
     return transmitResult;
 }
