@@ -66,9 +66,20 @@ int32_t FakeApps::ConnectServiceExtensionAbility(const Want& want, const sptr<IA
 
 int32_t FakeApps::TakeConnection(const Want& want, const sptr<IAbilityConnection>& connection,
     const std::string& operation, const std::string& arguments) {
-    element_ = want.GetElement();
-    connection_ = connection;
+    {
+        std::lock_guard lock(mutex_);
+        element_ = want.GetElement();
+        connection_ = connection;
+    }
+    if (onConnect) {
+        onConnect(want.GetElement(), connection);
+    }
     return Call(operation, arguments);
+}
+
+std::pair<ElementName, sptr<IAbilityConnection>> FakeApps::GetConnection() {
+    std::lock_guard lock(mutex_);
+    return {element_, connection_};
 }
 
 sptr<IBundleMgr> FakeApps::GetBundleManagerProxy() {
@@ -76,15 +87,17 @@ sptr<IBundleMgr> FakeApps::GetBundleManagerProxy() {
 }
 
 int32_t FakeApps::DisconnectAbility(const sptr<IAbilityConnection>& connection) {
-    return Call("DisconnectAbility", connection == connection_ ? "known" : "unknown");
+    return Call("DisconnectAbility", connection == GetConnection().second ? "known" : "unknown");
 }
 
 void FakeApps::Connect(const sptr<IRemoteObject>& remote, int resultCode) {
-    connection_->OnAbilityConnectDone(element_, remote, resultCode);
+    const auto [element, connection] = GetConnection();
+    connection->OnAbilityConnectDone(element, remote, resultCode);
 }
 
-void FakeApps::Disconnect() {
-    connection_->OnAbilityDisconnectDone(element_, 0);
+void FakeApps::Disconnect(int resultCode) {
+    const auto [element, connection] = GetConnection();
+    connection->OnAbilityDisconnectDone(element, resultCode);
 }
 
 bool FakeApps::ReadResources(

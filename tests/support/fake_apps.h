@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/ability/ability_manager_client.h"
@@ -14,7 +17,7 @@
 
 namespace ZYNE::Testing {
 
-// One thread.
+// Any thread; but public members are set while no other thread calls.
 class FakeApps final : public AbilityManagerClient,
                        public ExtensionManagerClient,
                        public CollaborationFwk::HostAbilityManager,
@@ -32,7 +35,7 @@ public:
     // The last connection that was asked for is made, or fails with a null remote.
     void Connect(const sptr<IRemoteObject>& remote, int resultCode = 0);
     // The platform reports the end of that connection.
-    void Disconnect();
+    void Disconnect(int resultCode = 0);
 
     // The host's way to the bundle manager; null when that does not run.
     sptr<IBundleMgr> GetBundleManagerProxy() override;
@@ -47,6 +50,8 @@ public:
     std::map<std::string, std::vector<std::string>> resources;  // by bundle name
     std::map<std::string, ApplicationInfo> applications;        // by bundle name
     bool hasBundleManager = true;                               // for the host
+    // Told of each connection that is asked for.
+    std::function<void(const ElementName& element, const sptr<IAbilityConnection>& connection)> onConnect;
 
 private:
     class BundleManager;
@@ -54,8 +59,11 @@ private:
     int32_t TakeConnection(const Want& want, const sptr<IAbilityConnection>& connection, const std::string& operation,
         const std::string& arguments);
 
-    sptr<IAbilityConnection> connection_;
-    ElementName element_;
+    std::pair<ElementName, sptr<IAbilityConnection>> GetConnection();
+
+    std::mutex mutex_;
+    sptr<IAbilityConnection> connection_;  // guarded by mutex_
+    ElementName element_;                  // guarded by mutex_
     sptr<IRemoteObject> bundleManager_;
 };
 

@@ -1,4 +1,5 @@
 #include "plugin/info_collection/app_info_collection.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -11,6 +12,13 @@ const Metadata CONFIG{"collaborationFwk.infoCollection.configFile", "", "$profil
 std::string Item(const std::string& name, const std::string& code = R"("1f")") {
     return "\"" + name + R"(":{"serviceExtensionAbilityName":"Facts","commandCode":)" + code +
         R"(,"variable":"var","dataShareUri":"datashare:///com.app/facts"})";
+}
+
+// One that lacks its text `n`.
+std::string Without(size_t n) {
+    std::string item = Item("lacks" + std::to_string(n));
+    const char* const members[] = {"serviceExtensionAbilityName", "commandCode", "variable", "dataShareUri"};
+    return item.replace(item.find(members[n]), 1, "_");
 }
 
 std::string Profile(const std::string& dynamicElements, const std::string& staticInfo = "{}") {
@@ -49,10 +57,22 @@ TEST_F(AppCatalogue, ScansAbilitiesAndExtensionsOnceForTheAction) {
             "I Collection: end load extensionAbilities, size: 0", noApp, "I Collection: init already finished", noApp));
 }
 
+TEST_F(AppCatalogue, IsScannedByOneOfTwoThatStartAtOnce) {
+    Testing::SecondThread other;
+    device.systemAbilities.during["GetSystemAbility"] = [&] {
+        EXPECT_TRUE(other.Waits([this] { apps.Init(); }));
+    };
+    apps.Init();
+    other.Join();
+    EXPECT_EQ(device.journal.Count("I Collection: init already finished"), 1U);
+    EXPECT_EQ(device.journal.CountCallsOf("QueryAbilityInfosV9"), 1U);
+}
+
 TEST_F(AppCatalogue, ReadsTheProfileOfEachMatchingMetadataEntry) {
     device.apps.abilities = {{"Page", "com.app", {{"other", "", ""}, CONFIG}}};
     device.apps.resources["com.app"] = {Profile("{" + Item("cpu") + "}", R"({"model":"x","n":1})")};
     apps.Init();
+    EXPECT_EQ(device.journal.LinesOf("GetProfileInfo").size(), 4U);
     const std::vector<std::string> lines = device.journal.Lines();
     EXPECT_THAT(std::vector(lines.begin() + 3, lines.begin() + 10),
         ElementsAre("I Collection: ability: Page,bundleName: com.app, metadatasize: 2",
@@ -134,6 +154,7 @@ TEST_F(AppCatalogue, TakesOfAProfileWhatIsWellFormed) {
     const std::string noDynamic = "E Collection: dynamicInfoObjArray format not correct";
     const std::string noElement = "I Collection: dynamicInfoObj config wrong format";
     const std::string noItem = "I Collection: dynamicInfoObj key-value config wrong format";
+    const std::string done = "I Collection: dynamicInfoObj done for key:";
     std::string manyElements;
     for (int i = 0; i < 1023; ++i) {
         manyElements += "{},";
@@ -150,11 +171,12 @@ TEST_F(AppCatalogue, TakesOfAProfileWhatIsWellFormed) {
         {R"({"static_info":{"s":"1","n":2},"dynamic_info":{}})", "s=1 ", noDynamic, true},
         {R"({"static_info":{"s":"2"}})", "s=1 ", noDynamic, true}, {Profile(""), "s=1 ", "", false},
         {Profile("5"), "s=1 ", noElement, false}, {Profile(R"({"a":"text"})"), "s=1 ", noItem, false},
-        {Profile("{" + Item("a", "31") + R"(,"b":{}})"), "s=1 ", "", false},
-        {Profile("{" + Item("a") + R"(,"b":5})"), "s=1 a@com.app ", noItem, false},
+        {Profile(
+             "{" + Item("a", "31") + "," + Without(0) + "," + Without(1) + "," + Without(2) + "," + Without(3) + "}"),
+            "s=1 ", "", false},
+        {Profile(R"({"0":5,"1":{},)" + Item("a") + "}"), "s=1 a@com.app ", done + "a", false},
         {Profile(manyElements + "5,{" + Item("late") + "}"), "s=1 a@com.app ", noElement, false},
-        {Profile(manyElements + "{" + Item("last") + "}"), "s=1 a@com.app last@com.app ",
-            "I Collection: dynamicInfoObj done for key:last", false}};
+        {Profile(manyElements + "{" + Item("last") + "}"), "s=1 a@com.app last@com.app ", done + "last", false}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text.substr(0, 100));
         device.journal.Clear();

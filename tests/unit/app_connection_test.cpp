@@ -1,6 +1,7 @@
 #include <thread>
 
 #include "plugin/info_collection/ability_connection_imp.h"
+#include "tests/support/scarce_memory.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -34,6 +35,7 @@ TEST_F(AppConnection, IsMadeByAnyResultThatBringsAServiceAndEndsWithThePlatforms
     device.apps.codes["ConnectAbility"] = 29;
     device.journal.Clear();
     EXPECT_EQ(connection->ConnectAbility("com.app", "Facts"), 29);
+    device.apps.Connect(nullptr, 0);
     EXPECT_FALSE(IsConnected());
     const auto service = Service();
     device.apps.Connect(service, 5);
@@ -44,16 +46,16 @@ TEST_F(AppConnection, IsMadeByAnyResultThatBringsAServiceAndEndsWithThePlatforms
     device.apps.Disconnect();
     EXPECT_FALSE(IsConnected());
     EXPECT_EQ(service->RecipientCount(), 0U);
-    device.apps.Disconnect();
+    device.apps.Disconnect(-3);
     const std::string names = ", bundleName:com.app, abilityName:Facts, reusultCode:";
     const std::string made = "I Collection: OnAbilityConnectDone" + names;
-    const std::string ended = "I Collection: OnAbilityDisconnectDone" + names + "0";
+    const std::string ended = "I Collection: OnAbilityDisconnectDone" + names;
+    const std::string failed = "E Collection: OnAbilityConnectDone, failed get the remoteObject";
     EXPECT_THAT(device.journal.All(),
         ElementsAre("I Collection: ConnectAbility begin, bundleName:com.app, serviceName:Facts",
-            "ConnectAbility(com.app, Facts, -1)", made + "5", made + "-1",
-            "E Collection: OnAbilityConnectDone, failed get the remoteObject",
+            "ConnectAbility(com.app, Facts, -1)", made + "0", failed, made + "5", made + "-1", failed,
             "I Collection: DisconnectAbility begin, bundleName:com.app, serviceName:Facts", "DisconnectAbility(known)",
-            ended, ended, "E Collection: proxy is nullptr"));
+            ended + "0", ended + "-3", "E Collection: proxy is nullptr"));
 }
 
 TEST_F(AppConnection, AsksForOneItemAndReturnsItsValueWhateverTheErrorCode) {
@@ -110,6 +112,24 @@ TEST_F(AppConnection, IsLostWithItsServiceButNotWithAnEarlierOne) {
     EXPECT_FALSE(IsConnected());
     device.apps.Connect(Service());
     EXPECT_EQ(Query(), "v");
+}
+
+TEST_F(AppConnection, OutlivesALateWordAboutAnEarlierServiceAndIsNotWatchedWithoutMemory) {
+    const auto first = Service();
+    const auto second = Service();
+    first->AddDeathRecipient(
+        MakeSptr<AbilityConnectionDeathRecipient>([this, &second] { device.apps.Connect(second); }));
+    device.apps.Connect(first);
+    first->Die();  // the connection hears of it when the second is there
+    EXPECT_EQ(device.journal.Count("I Collection: AbilityConnectionDeathRecipient handler"), 1U);
+    EXPECT_TRUE(IsConnected());
+    const std::string failed = "E Collection: create AbilityConnectionDeathRecipient failed";
+    EXPECT_FALSE(device.journal.Has(failed));
+    const auto third = Service();
+    const Testing::ScarceMemory scarce;
+    device.apps.Connect(third);
+    EXPECT_EQ(device.journal.Lines().back(), failed);
+    EXPECT_TRUE(IsConnected());
 }
 
 TEST_F(AppConnection, IsNotKeptAliveByTheWatchOverItsService) {

@@ -86,7 +86,12 @@ TEST_F(AppInfoPublishing, ObservesEvenWhenTheProfileServiceRefuses) {
     StartApp();
     device.profiles.codes["PutServiceProfile"] = 3;
     apps.Init();
-    EXPECT_TRUE(device.journal.Has("I Collection: profileObj write into DP and push to remote devices"));
+    const std::vector<std::string> lines = device.journal.LinesOf("GetInfoAndPutToDpOnStart");
+    EXPECT_THAT(lines,
+        ElementsAre("I Collection: AppInfoCollection init done",
+            "I Collection: AppInfoCollection GetDeviceDynamicInfos done", ::testing::_,
+            "I Collection: profileObj write into DP and push to remote devices"));
+    EXPECT_TRUE(lines[2].starts_with("E Collection: PutInfoCollectionWithJson failed ret:"));
     EXPECT_FALSE(device.journal.Has(put));
     EXPECT_EQ(device.dataShare.extObservers.size(), 2U);
 }

@@ -1,6 +1,9 @@
+#include "platform/ipc/string_conversion.h"
 #include "plugin/info_collection/app_info_collection.h"
 #include "plugin/info_collection/info_collection_manager.h"
 #include "plugin/info_collection/request_sa_manager.h"
+#include "tests/support/scarce_memory.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -14,18 +17,22 @@ class LocalInfo : public Testing::LibraryTest {
 protected:
     LocalInfo() { Declare("cpu", "1f"); }
 
-    void Declare(const std::string& name, const std::string& code, const std::string& service = "Facts") {
+    void Declare(const std::string& name, const std::string& code, const std::string& service = "Facts",
+        const std::string& bundle = "com.app") {
         AppInfoCollection::GetInstance()->ParseStrToJson(R"({"static_info":{},"dynamic_info":[{")" + name +
                 R"(":{"serviceExtensionAbilityName":")" + service + R"(","commandCode":")" + code +
                 R"(","variable":"var","dataShareUri":"uri"}}]})",
-            "com.app");
+            bundle);
         device.journal.Clear();
     }
-    // The platform connects to the app, which answers an item with its name, as soon as the library waits for it.
+    // The platform connects to the app, which answers an item with its name, an item "twice" with the number of the
+    // answer besides, as soon as the library waits for it.
     void StartApp() {
-        app = device.MakeRemote("app", [](uint32_t, MessageParcel& data, MessageParcel& reply) {
+        app = device.MakeRemote("app", [this](uint32_t, MessageParcel& data, MessageParcel& reply) {
             reply.WriteUint32(0);
-            reply.WriteString16(u"app:" + data.ReadString16());
+            const std::u16string name = data.ReadString16();
+            ++answers;
+            reply.WriteString16(u"app:" + name + (name == u"twice" ? Str8ToStr16(std::to_string(answers)) : u""));
             return 0;
         });
         device.time.At(0s, [this] { device.apps.Connect(app); });
@@ -41,6 +48,7 @@ protected:
     }
 
     sptr<Testing::FakeRemote> app;
+    int answers = 0;
 };
 
 TEST_F(LocalInfo, ComesFromTheAppThatDeclaredItAndOnlyElseFromASystemService) {
@@ -69,6 +77,44 @@ TEST_F(LocalInfo, ComesFromTheAppThatDeclaredItAndOnlyElseFromASystemService) {
             "E Collection: info kernel not found in dynamicMapByPak", "I Collection: info kernel Sa get result 6.1"));
 }
 
+TEST_F(LocalInfo, OfANameThatIsListedTwiceIsTheSecondAnswerAndAnAppsEmptyOneStands) {
+    int calls = 0;
+    RequestSAManager::GetInstance()->SetDynamicMapBySa(5, 7, u"I", {"cpu", "kernel"});
+    device.systemAbilities.running[5] = device.MakeRemote("service", [&calls](auto&&, auto&&, MessageParcel& reply) {
+        reply.WriteString(R"({"kernel":{"value":")" + std::to_string(++calls) + R"("}})");
+        return 0;
+    });
+    Declare("twice", "1");
+    EXPECT_EQ(Ask({"cpu", "kernel", "kernel"}), "cpu= kernel=2 ");
+    EXPECT_EQ(device.journal.Count("CheckSystemAbility(5)"), 2U);
+    StartApp();
+    EXPECT_EQ(Ask({"twice", "twice"}), "twice=app:twice2 ");
+}
+
+TEST_F(LocalInfo, NeedsMemoryForItsConnection) {
+    {
+        const Testing::ScarceMemory scarce(sizeof(AbilityConnectionImp));
+        EXPECT_EQ(Ask({"cpu"}), "cpu= ");
+    }
+    EXPECT_EQ(device.journal.Lines().back(), "E Collection: create AbilityConnectionImp failed");
+    EXPECT_TRUE(device.journal.Calls().empty());
+    EXPECT_EQ(device.time.Elapsed(), 0s);
+    StartApp();
+    EXPECT_EQ(Ask({"cpu"}), "cpu=app:cpu ");
+}
+
+TEST_F(LocalInfo, KeepsItsConnectionFromBeingMadeOrClosedWhileItIsAsked) {
+    Testing::SecondThread closing;
+    app = device.MakeRemote("app", [&](auto&&...) {
+        EXPECT_TRUE(closing.Waits([this] { device.pool.RunNext(); }));
+        return 0;
+    });
+    device.time.At(0s, [this] { device.apps.Connect(app); });
+    Ask({"cpu"});
+    closing.Join();
+    EXPECT_EQ(device.journal.Calls().back(), "DisconnectAbility(known)");
+}
+
 TEST_F(LocalInfo, WithACodeThatIsNoHexadecimalNumberIsEmptyAndNotAskedFor) {
     Declare("bad", "1G");
     Declare("big", "FFFFFFFF");
@@ -82,6 +128,7 @@ TEST_F(LocalInfo, WithACodeThatIsNoHexadecimalNumberIsEmptyAndNotAskedFor) {
 TEST_F(LocalInfo, KeepsOneConnectionPerServiceUntil300SecondsAfterItsLastUse) {
     Declare("gpu", "1");
     Declare("disk", "1", "Store");
+    Declare("fan", "1", "Facts", "com.other");
     StartApp();
     EXPECT_EQ(Ask({"cpu", "gpu"}), "cpu=app:cpu gpu=app:gpu ");
     EXPECT_EQ(device.pool.Size(), 1U);
@@ -99,7 +146,10 @@ TEST_F(LocalInfo, KeepsOneConnectionPerServiceUntil300SecondsAfterItsLastUse) {
     EXPECT_EQ(Ask({"disk"}), "disk=app:disk ");
     EXPECT_EQ(device.journal.Count(CONNECT), 1U);
     EXPECT_EQ(device.journal.Count("ConnectAbility(com.app, Store, -1)"), 1U);
-    EXPECT_EQ(device.pool.Size(), 2U);
+    StartApp();
+    EXPECT_EQ(Ask({"fan"}), "fan=app:fan ");
+    EXPECT_EQ(device.journal.Count("ConnectAbility(com.other, Facts, -1)"), 1U);
+    EXPECT_EQ(device.pool.Size(), 3U);
 }
 
 TEST_F(LocalInfo, ReconnectsToAServiceThatDiedWithoutPostponingItsClose) {
@@ -126,13 +176,16 @@ TEST_F(LocalInfo, OfAServiceThatNeverConnectsIsEmptyAndItsConnectionForgottenAnd
     EXPECT_TRUE(device.journal.Has("I Collection: abilityConnectionImps_ find no imp, rebuid"));
     device.journal.Clear();
     InfoCollectionManager::GetInstance()->DisconnectService("com.app", "Facts", "com.app&Facts");
-    EXPECT_THAT(device.journal.All(),
+    EXPECT_THAT(device.journal.LinesOf("DisconnectService"),
         ElementsAre("I Collection: DisconnectService, start",
             "I Collection: DisconnectService, bundleName:com.app, serviceName:Facts",
             "I Collection: DisconnectService check if connected: 0",
             "E Collection: DisconnectService find no connection for com.app & Facts"));
+    EXPECT_TRUE(device.journal.Calls().empty());
+    EXPECT_EQ(device.time.Elapsed(), 300s + 500ms);
     device.pool.RunNext();
     EXPECT_EQ(device.journal.Lines().back(), "E Collection: cannot find serviceKey");
+    EXPECT_EQ(device.time.Elapsed(), 600s + 500ms);  // slept before it looked
     device.pool.refuses = true;
     StartApp();
     EXPECT_EQ(Ask({"cpu"}), "cpu=app:cpu ");

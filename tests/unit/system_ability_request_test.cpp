@@ -1,4 +1,7 @@
+#include "plugin/info_collection/load_sa_callback.h"
 #include "plugin/info_collection/request_sa_manager.h"
+#include "tests/support/scarce_memory.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -6,6 +9,7 @@ namespace {
 
 constexpr int32_t FACTS = 70801;
 constexpr int32_t OTHER = 70802;
+constexpr int32_t DYING = 70803;
 
 class SystemAbilityRequest : public Testing::LibraryTest {
 protected:
@@ -87,7 +91,38 @@ TEST_F(SystemAbilityRequest, IsRememberedWhenItsLoadIsRefusedButNotWithoutAManag
         ElementsAre("I Collection: LoadSystemAbility ret:4", "E Collection: LoadSystemAbility failed",
             "E Collection: CheckSystemAbility LoadSystemAbility 0", "E Collection: CheckSystemAbility is nullptr",
             "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"));
+    EXPECT_EQ(Ask("hostname"), "");
     EXPECT_EQ(manager.GetReqTasks().size(), 1U);
+    EXPECT_EQ(device.journal.CountCallsOf("LoadSystemAbility"), 1U);
+
+    const std::string loaded = "E Collection: CheckSystemAbility LoadSystemAbility ";
+    device.systemAbilities.during["CheckSystemAbility"] = [this] {
+        device.systemAbilities.hasManager = false;
+    };
+    Ask("kernel");
+    EXPECT_THAT(device.journal.LinesOf("LoadSystemAbility").back(),
+        "E Collection: SystemAbilityManagerClient GetSystemAbilityManager null");
+    EXPECT_EQ(device.journal.LinesOf("CheckSystemAbility").end()[-2], loaded + "0");
+    device.systemAbilities.hasManager = true;
+    const Testing::ScarceMemory scarce(sizeof(LoadSACallback));
+    Ask("uptime");
+    EXPECT_EQ(device.journal.LinesOf("LoadSystemAbility").back(), "E Collection: loadCallback is nullptr.");
+    EXPECT_EQ(device.journal.LinesOf("CheckSystemAbility").end()[-2], loaded + "1");
+}
+
+TEST_F(SystemAbilityRequest, LooksForItsServiceWithoutALockAndHasOneLoadedAfterTheOther) {
+    Testing::SecondThread other;
+    const auto read = [this] {
+        manager.GetReqTasks();
+    };
+    device.systemAbilities.during["CheckSystemAbility"] = [&] {
+        EXPECT_TRUE(other.Ends(read));
+    };
+    device.systemAbilities.during["LoadSystemAbility"] = [&] {
+        EXPECT_TRUE(other.Waits(read));
+    };
+    Ask("hostname");
+    other.Join();
 }
 
 TEST_F(SystemAbilityRequest, TakesABooleanOrATextOutOfTheReply) {
@@ -119,13 +154,18 @@ TEST_F(SystemAbilityRequest, EndsWithACodeForEachStepThatFailsAndLeavesTheResult
         int32_t code;
         std::string lastLine;
     };
+    device.systemAbilities.running[DYING] = device.MakeRemote("dying", [](auto&&, auto&&, MessageParcel& reply) {
+        reply.WriteString("half an answer");
+        return static_cast<int32_t>(IRemoteObject::DEAD);  // it goes while it is asked
+    });
     const std::vector<Row> rows{
         {{OTHER, 1, u"sample.IFacts", {}}, 1009, "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"},
         {{FACTS, 1, std::u16string(Parcel::MAX_SIZE / 2, u'x'), {}}, 1006,
             "E Collection: RequestSaOnConfigInfo WriteInterfaceToken failed"},
         {{FACTS, 1, u"sample.IFacts", {std::string(Parcel::MAX_SIZE, 'x')}}, 1007,
             "E Collection: WriteStrongParcelable failed"},
-        {{FACTS, 1, u"sample.IFacts", {"k"}}, 1008, "E Collection: failed to SendRequest, error: -7"}};
+        {{FACTS, 1, u"sample.IFacts", {"k"}}, 1008, "E Collection: failed to SendRequest, error: -7"},
+        {{DYING, 1, u"sample.IFacts", {"k"}}, 1008, "E Collection: failed to SendRequest, error: 1"}};
     for (Row row : rows) {
         std::string result = "kept";
         EXPECT_EQ(manager.RequestSaOnConfigInfo(row.task, result), row.code);
