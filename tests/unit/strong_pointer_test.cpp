@@ -8,14 +8,14 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-class StrongPointer : public Testing::LibraryTest {};
+class OutOfMemory : public Testing::LibraryTest {};
 
 struct Small : RefBase {};
 struct Hungry : RefBase {
     Hungry() { throw std::bad_alloc(); }
 };
 
-TEST_F(StrongPointer, IsNullWhenMemoryIsOutForTheObjectOrForWhatItHolds) {
+TEST_F(OutOfMemory, MakesNoObjectBeItForItselfOrForWhatItHolds) {
     EXPECT_FALSE(MakeSptr<Hungry>());
     {
         const Testing::ScarceMemory scarce;
@@ -24,7 +24,7 @@ TEST_F(StrongPointer, IsNullWhenMemoryIsOutForTheObjectOrForWhatItHolds) {
     EXPECT_TRUE(MakeSptr<Small>());
 }
 
-TEST_F(StrongPointer, ThatIsMissingForAListenerLeavesTheDeviceRecordedAndUnsubscribed) {
+TEST_F(OutOfMemory, LeavesADeviceRecordedAndUnsubscribed) {
     auto& manager = DeviceProfileManager::GetInstance();
     const auto peer = MakeSptr<DeviceInfo>("udid", "network", "desk", DeviceType::PC);
     {
