@@ -11,9 +11,48 @@ constexpr char PUBLISHED[] = "I Collection: sync switch state in dp.";
 
 class KeyMouseStartUp : public Testing::KeyMouseTest {
 protected:
-    static std::string Update(const std::string& table, const std::string& key, const std::string& value) {
-        return "Update(" + table + "&&key=" + key + ", KEYWORD=" + key + ", KEYWORD=" + key + " VALUE=" + value + ")";
+    // The calls of writing `value` to `key` below `base`.
+    static std::vector<std::string> Write(
+        const std::string& base, const std::string& key, const std::string& value, const std::string& user = "101") {
+        return {"GetDataShareHelper(" + base + ", 70635)",
+            "Update(" + base + user + "?Proxy=true&&key=" + key + ", KEYWORD=" + key + ", KEYWORD=" + key +
+                " VALUE=" + value + ")",
+            "Release(" + base + ")"};
     }
+    static std::vector<std::string> Join(const std::vector<std::vector<std::string>>& parts) {
+        std::vector<std::string> all;
+        for (const std::vector<std::string>& part : parts) {
+            all.insert(all.end(), part.begin(), part.end());
+        }
+        return all;
+    }
+    static std::string Query(const std::string& uri, const std::string& key) {
+        return "QueryStringValue(" + uri + ", " + key + ")";
+    }
+    // The calls of moving the observer from one user to another.
+    static std::vector<std::string> Move(const std::string& from, const std::string& to) {
+        std::vector<std::string> calls;
+        for (const auto& [operation, user] : {std::pair("Unregister", from), std::pair("Register", to)}) {
+            const std::string uri = USER_TABLE + user + "?Proxy=true";
+            calls.push_back("GetDataShareHelper(" + uri + ", 70635)");
+            calls.push_back(operation + ("Observer(" + uri) + "&key=peer_desk_state)");
+            calls.push_back("Release(" + uri + ")");
+        }
+        return calls;
+    }
+    // What was called, but for what is asked of devices and applications.
+    std::vector<std::string> CallsOfSettings() {
+        std::vector<std::string> calls = device.journal.Calls();
+        std::erase_if(calls,
+            [](const std::string& call) { return call.starts_with("Get") && !call.starts_with("GetDataShareHelper"); });
+        device.journal.Clear();
+        return calls;
+    }
+
+    const std::string main = "peer_desk_state";
+    const std::string edge = "peer_desk_edge_state";
+    const std::string globalUri = GLOBAL_TABLE + "?Proxy=true";
+    const std::string userUri = USER_TABLE + "101?Proxy=true";
 
     const std::string put = "PutCharacteristicProfile(local-udid, " + SWITCH_SERVICE + ", SwitchStatus, ";
     const std::string observed = "Observer(" + USER_TABLE + "101?Proxy=true&key=peer_desk_state)";
@@ -26,26 +65,26 @@ TEST_F(KeyMouseStartUp, PublishesOnceTheProfileAndTheSettingsAreReadyAndThenPull
     EXPECT_THAT(device.journal.Calls(),
         ElementsAre("GetLocalDeviceInfo(varn.collaborationfwk.deviceDetect)", "AddAsynTask(4)"));
     EXPECT_TRUE(manager.SubscribeCommonEvent());
-    device.users.Publish("usual.event.OTHER", 3012);
+    EXPECT_THAT(device.users.subscribers.at(0)->GetSubscribeInfo().GetMatchingSkills().GetEvents(), ElementsAre(READY));
+    for (const std::string event :
+        {"usual.event.OTHER", "usual.event.DATA_SHARE_READY2", "usual.event.DATA_SHARE_READ"}) {
+        device.journal.Clear();
+        device.users.Publish(event, 3012);
+        EXPECT_THAT(device.journal.All(), ElementsAre("I Collection: on receive " + event));
+    }
     device.users.Publish(READY, 3011);
     device.pool.RunAll();
     EXPECT_TRUE(device.journal.Has("I Collection: Dp ret: 1, retry times: 0"));  // not known, but not "not ready"
     EXPECT_FALSE(device.journal.Has(PUBLISHED));
-    manager.OnDbStart();
-    EXPECT_EQ(device.pool.Size(), 0U);
 
     device.journal.Clear();
     device.users.Publish(READY, 3012);
-    const std::string query = "QueryStringValue(";
-    const std::string user = USER_TABLE + "101?Proxy=true";
-    const std::string global = GLOBAL_TABLE + "?Proxy=true";
     EXPECT_THAT(device.journal.Calls(),
-        ElementsAre(query + global + ", peer_desk_state)", query + global + ", peer_desk_edge_state)",
-            query + user + ", peer_desk_state)", query + user + ", peer_desk_state)",
+        ElementsAre(Query(globalUri, main), Query(globalUri, edge), Query(userUri, main), Query(userUri, main),
             "GetTrustedDeviceList(varn.collaborationfwk.deviceDetect, )",
             "GetCharacteristicProfile(peer-udid, " + SWITCH_SERVICE + ", SwitchStatus)",
             "GetApplicationInfo(com.talvex.peerdesk, 0, 100)", CONNECT, put + "1)", "AddAsynTask(4)",
-            "GetDataShareHelper(" + user + ", 70635)", "Register" + observed, "Release(" + user + ")"));
+            "GetDataShareHelper(" + userUri + ", 70635)", "Register" + observed, "Release(" + userUri + ")"));
     EXPECT_THAT(device.journal.Lines(),
         IsSupersetOf({std::string("I Collection: on receive usual.event.DATA_SHARE_READY"), std::string(PUBLISHED),
             std::string("I Collection: local switch state: 1, statusValue: 1, res: 0"),
@@ -58,6 +97,10 @@ TEST_F(KeyMouseStartUp, PublishesOnceTheProfileAndTheSettingsAreReadyAndThenPull
     EXPECT_EQ(device.time.Elapsed(), 1s);
     EXPECT_EQ(device.profiles.subscriptions.size(), 2U);
     ExpectDecision("I Collection: trust and same acconut device switch on.", CONNECTED);
+    manager.OnDbStart();  // with all that a publication needs
+    EXPECT_THAT(device.journal.All(), ElementsAre("I Collection: Enter."));
+    manager.OnDpStart();
+    EXPECT_FALSE(device.journal.Has("GetLocalDeviceInfo(varn.collaborationfwk.deviceDetect)"));  // it is known
 }
 
 TEST_F(KeyMouseStartUp, AsksTheProfileTenTimesASecondApartAndGoesOnWithoutIt) {
@@ -66,12 +109,41 @@ TEST_F(KeyMouseStartUp, AsksTheProfileTenTimesASecondApartAndGoesOnWithoutIt) {
     manager.OnDpStart();
     device.pool.RunNext();
     EXPECT_EQ(device.time.Elapsed(), 10s);
-    EXPECT_TRUE(device.journal.Has("I Collection: Dp ret: 98566160, retry times: 9"));
+    std::vector<std::string> lines = device.journal.LinesOf("CheckDpInitAsync");
+    ASSERT_EQ(lines.size(), 11U);
+    EXPECT_EQ(lines[0], "I Collection: Enter.");
+    EXPECT_EQ(lines[1], "I Collection: Dp ret: 98566160, retry times: 0");
+    EXPECT_EQ(lines[10], "I Collection: Dp ret: 98566160, retry times: 9");
+    EXPECT_TRUE(device.journal.Has(
+        "E Collection: get device profile failed! deviceId: " + Masked("local-udid") + ", ret:98566160"));
     EXPECT_EQ(device.journal.Count(put + "1)"), 1U);
     device.journal.Clear();
     manager.CheckDpInitAsync();  // there are no further attempts
     EXPECT_EQ(device.time.Elapsed(), 10s);
     EXPECT_EQ(device.journal.Count(put + "1)"), 1U);
+}
+
+TEST_F(KeyMouseStartUp, StopsAskingTheProfileWhenItAnswersWithTheSwitchOrAnotherError) {
+    manager.OnDataShareReady();
+    device.profiles.codes["GetCharacteristicProfile"] = 98566160;
+    manager.OnDpStart();
+    device.time.At(1500ms, [this] { device.profiles.codes["GetCharacteristicProfile"] = -1; });
+    device.time.At(500ms, [this] { EXPECT_FALSE(device.journal.Has(PUBLISHED)); });
+    device.pool.RunNext();
+    EXPECT_EQ(device.time.Elapsed(), 2s);
+    EXPECT_TRUE(device.journal.Has("I Collection: Dp ret: -1, retry times: 2"));
+    EXPECT_TRUE(device.journal.Has(PUBLISHED));
+    EXPECT_EQ(manager.GetDeviceStatusFromDp("peer-udid"), std::pair(false, -1));
+
+    device.profiles.codes.clear();
+    EXPECT_EQ(manager.GetDeviceStatusFromDp("peer-udid"), std::pair(true, 0));
+    CharacteristicProfile& stored = device.profiles.characteristics.at({"peer-udid", SWITCH_SERVICE, "SwitchStatus"});
+    for (const CharacteristicProfile& other : {Testing::ProfileOf("peer-udid", "Other", "SwitchStatus", "1"),
+             Testing::ProfileOf("peer-udid", SWITCH_SERVICE, "Other", "1"),
+             Testing::ProfileOf("peer-udid", SWITCH_SERVICE, "SwitchStatus", "1 ")}) {
+        stored = other;  // what a store answers need not be what it was asked for
+        EXPECT_EQ(manager.GetDeviceStatusFromDp("peer-udid"), std::pair(false, 0));
+    }
 }
 
 TEST_F(KeyMouseStartUp, PublishesNothingBeforeThisDeviceIsKnown) {
@@ -100,50 +172,129 @@ TEST_F(KeyMouseStartUp, TakesARefusedCheckAsDoneButPublishesOnlyAtTheNextEvent) 
     EXPECT_EQ(device.journal.Count("W Collection: Add async task failed."), 2U);
 }
 
-TEST_F(KeyMouseStartUp, MovesTheOldSwitchesIntoTheUsersTableOnce) {
-    const std::vector<std::string> keys{"peer_desk_state", "peer_desk_edge_state"};
-    for (const std::string& key : keys) {
-        device.dataShare.SetSetting(USER_TABLE + "101", key, "0");
+TEST_F(KeyMouseStartUp, PublishesEachTimeAlsoWhatIsAsBeforeAndHandsOnTheCode) {
+    StartUp();
+    device.profiles.codes["PutCharacteristicProfile"] = 77;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(manager.UpdateEdgeSwitchState(false), 77);
+        EXPECT_THAT(device.journal.All(),
+            ElementsAre("I Collection: UpdateEdgeSwitchState 0", "I Collection: LocalDevice switch off",
+                "DisconnectAbility(known)", STOPPED, put + "0)",
+                "I Collection: UpdateEdgeSwitchState: deviceId: " + Masked("local-udid") +
+                    ", ServiceName: " + SWITCH_SERVICE + ", state: 0, ret: 77"));
+        device.journal.Clear();
+        EXPECT_FALSE(manager.CheckDeviceStatus("local-udid"));
+        device.journal.Clear();
     }
-    for (const std::string value : {"", "invalid"}) {
-        device.dataShare.SetSetting(GLOBAL_TABLE, keys[0], value);
-        device.dataShare.SetSetting(GLOBAL_TABLE, keys[1], value);
-        manager.SwitchDataMigration();
-        EXPECT_EQ(Setting(USER_TABLE + "101", keys[0]) + Setting(USER_TABLE + "101", keys[1]), "00");
-    }
-    device.dataShare.SetSetting(GLOBAL_TABLE, keys[0], "1");
-    device.dataShare.SetSetting(GLOBAL_TABLE, keys[1], "2");
-    const std::string retire = Update(GLOBAL_TABLE + "?Proxy=true101?Proxy=true", keys[1], "invalid");
-    device.dataShare.codes[retire] = -1;
-    manager.SwitchDataMigration();
-    EXPECT_EQ(Setting(USER_TABLE + "101", keys[0]) + Setting(USER_TABLE + "101", keys[1]), "12");
-    EXPECT_EQ(Setting(GLOBAL_TABLE, keys[0]), "invalid");
-    EXPECT_TRUE(device.journal.Has(Update(USER_TABLE + "101?Proxy=true", keys[0], "1")));
-    EXPECT_TRUE(device.journal.Has("I Collection: writeUserdataResult: 1, writeDataResult: 1"));
-    EXPECT_TRUE(device.journal.Has("I Collection: writeUserEdgeResult: 1, writeEdgeDataResult: 0"));
+}
 
-    device.dataShare.SetSetting(GLOBAL_TABLE, keys[0], "5");
-    device.dataShare.codes.clear();
+TEST_F(KeyMouseStartUp, DecidesLaterByTheSwitchAsItIsThen) {
+    StartUp();
+    for (const bool isOn : {false, true}) {
+        manager.UpdateEdgeSwitchState(!isOn);
+        manager.CheckLocalSwitchState();
+        EXPECT_EQ(manager.OnDeviceOnline(Peer()), 1);
+        manager.OnDeviceOffline(Peer());
+        EXPECT_EQ(device.pool.Size(), 3U);
+        manager.UpdateEdgeSwitchState(isOn);
+        while (device.pool.Size() > 0) {
+            device.journal.Clear();
+            device.pool.RunNext();
+            ExpectDecision(isOn ? "I Collection: trust and same acconut device switch on."
+                                : "I Collection: LocalDevice switch off",
+                isOn ? CONNECTED : STOPPED);
+        }
+    }
+}
+
+TEST_F(KeyMouseStartUp, MovesTheOldSwitchesIntoTheUsersTableOnce) {
+    const std::string user = USER_TABLE + "101";
+    const auto expectUser = [&](const std::string& values) {
+        EXPECT_EQ(Setting(user, main) + Setting(user, edge), values);
+        device.journal.Clear();
+    };
+    device.dataShare.SetSetting(user, main, "0");
+    device.dataShare.SetSetting(user, edge, "0");
+    for (const std::string value : {"", "invalid"}) {
+        device.dataShare.SetSetting(GLOBAL_TABLE, main, value);
+        device.dataShare.SetSetting(GLOBAL_TABLE, edge, value);
+        device.journal.Clear();
+        manager.SwitchDataMigration();
+        EXPECT_THAT(device.journal.All(),
+            ElementsAre(Query(globalUri, main), "I Collection: statusValue: " + value + ", res: 0",
+                Query(globalUri, edge), "I Collection: edgeStatusValue: " + value + ", res: 0"));
+        expectUser("00");
+    }
+    device.dataShare.SetSetting(GLOBAL_TABLE, main, "1");
+    device.dataShare.SetSetting(GLOBAL_TABLE, edge, "2");
+    device.dataShare.codes[Write(USER_TABLE, main, "1")[1]] = -1;  // the copy is lost, and not tried again
+    device.dataShare.codes[Write(globalUri, edge, "invalid")[1]] = -1;
+    manager.SwitchDataMigration();
+    EXPECT_THAT(device.journal.Lines(),
+        IsSupersetOf({"I Collection: writeUserdataResult: 0, writeDataResult: 1",
+            "I Collection: writeUserEdgeResult: 1, writeEdgeDataResult: 0"}));
+    EXPECT_TRUE(device.journal.Has(
+        "I Collection: Finish UpdateSwitchStatus, Update status result: -1, key: peer_desk_state, value: 1"));
+    EXPECT_EQ(CallsOfSettings(),
+        Join({{Query(globalUri, main)}, Write(USER_TABLE, main, "1"), Write(globalUri, main, "invalid"),
+            {Query(globalUri, edge)}, Write(USER_TABLE, edge, "2"), Write(globalUri, edge, "invalid")}));
+    expectUser("02");
+    EXPECT_EQ(Setting(GLOBAL_TABLE, main), "invalid");
+
+    device.dataShare.SetSetting(GLOBAL_TABLE, main, "5");
+    device.dataShare.SetSetting(GLOBAL_TABLE, edge, "3");
+    device.dataShare.codes = {{"QueryStringValue", 9}};  // only the value counts
+    device.journal.Clear();
     manager.SwitchDataMigration();  // only the one that could not be made invalid before
-    EXPECT_EQ(Setting(USER_TABLE + "101", keys[0]), "1");
-    EXPECT_EQ(Setting(GLOBAL_TABLE, keys[1]), "invalid");
-    EXPECT_TRUE(device.journal.Has("I Collection: edgeStatusValue: 2, res: 0"));
+    EXPECT_TRUE(device.journal.Has("I Collection: edgeStatusValue: 3, res: 9"));
+    EXPECT_TRUE(device.journal.Has("I Collection: writeUserEdgeResult: 1, writeEdgeDataResult: 1"));
+    EXPECT_EQ(CallsOfSettings(),
+        Join({{Query(globalUri, main), Query(globalUri, edge)}, Write(USER_TABLE, edge, "3"),
+            Write(globalUri, edge, "invalid")}));
+    expectUser("03");
+
+    device.dataShare.SetSetting(GLOBAL_TABLE, edge, "4");
+    manager.SwitchDataMigration();
+    expectUser("03");
 }
 
 TEST_F(KeyMouseStartUp, AChangeInTheUsersTableRetiresTheOldSwitchesAndIsAppliedEachTime) {
     StartUp();
-    device.dataShare.SetSetting(GLOBAL_TABLE, "peer_desk_edge_state", "1");  // the main one has no row to write
-    for (const char* value : {"0", "0", "1 ", "10"}) {
-        device.dataShare.SetSetting(USER_TABLE + "101", "peer_desk_state", value);
+    const auto change = [this](const std::string& value) {
+        device.dataShare.SetSetting(USER_TABLE + "101", main, value);
         device.journal.Clear();
-        device.dataShare.Change(USER_TABLE + "101?Proxy=true&key=peer_desk_state");
-        EXPECT_EQ(device.journal.Count(put + "0)"), 1U);
+        device.dataShare.Change(userUri + "&key=peer_desk_state");
+    };
+    const auto edgeWrite = Write(globalUri, edge, "invalid");
+    const auto mainWrite = Write(globalUri, main, "invalid");
+    const std::vector<std::string> applied{Query(userUri, main), "DisconnectAbility(known)", put + "0)"};
+    device.dataShare.SetSetting(GLOBAL_TABLE, edge, "1");  // the main one has no row to write
+    change("0");
+    EXPECT_EQ(CallsOfSettings(), Join({edgeWrite, mainWrite, applied}));
+    EXPECT_EQ(Setting(GLOBAL_TABLE, edge), "invalid");
+    for (const std::string value : {"0", "1 ", "10"}) {
+        change(value);
+        EXPECT_EQ(device.journal.Lines()[0], "I Collection: key mouse observer onchange");
         EXPECT_TRUE(device.journal.Has("I Collection: mainDataMigrationDone: 0, dataMigrationNotDone: 1"));
-        ExpectDecision("I Collection: LocalDevice switch off", STOPPED);
+        EXPECT_TRUE(device.journal.Has("I Collection: local switch state: 0, statusValue: " + value + ", res: 0"));
+        EXPECT_EQ(CallsOfSettings(), Join({mainWrite, applied}));
     }
-    EXPECT_EQ(Setting(GLOBAL_TABLE, "peer_desk_edge_state"), "invalid");
-    device.dataShare.codes["QueryStringValue"] = 9;
+    device.dataShare.SetSetting(GLOBAL_TABLE, main, "1");
+    change("0");
+    EXPECT_TRUE(device.journal.Has("I Collection: mainDataMigrationDone: 1, dataMigrationNotDone: 1"));
+    change("0");
+    EXPECT_EQ(CallsOfSettings(), applied);
+    manager.GetLocalSwitchStateFromSettings();
+    EXPECT_FALSE(manager.CheckDeviceStatus("local-udid"));
+    change("1");
+    ExpectDecision("I Collection: trust and same acconut device switch on.", CONNECTED);
+    EXPECT_EQ(device.pool.Size(), 0U);
+    device.dataShare.codes["QueryStringValue"] = 9;  // with "1" as value
     EXPECT_FALSE(manager.GetLocalSwitchStateFromSettings());
+    EXPECT_FALSE(manager.CheckDeviceStatus("local-udid"));
+    device.dataShare.codes.clear();
+    EXPECT_TRUE(manager.GetLocalSwitchStateFromSettings());
+    EXPECT_TRUE(manager.CheckDeviceStatus("local-udid"));
 }
 
 TEST_F(KeyMouseStartUp, WritesNothingWithoutAWayToTheSettings) {
@@ -179,22 +330,45 @@ TEST_F(KeyMouseStartUp, AUserSwitchMovesTheObserverAndEndsTheServiceButNotTheFir
     device.journal.Clear();
     manager.OnEventUserSwitched();
     const std::string newUser = USER_TABLE + "102?Proxy=true";
-    std::vector<std::string> calls = device.journal.Calls();
-    std::erase_if(calls, [](const std::string& call) { return call.find("Release") == 0 || call.find("Get") == 0; });
-    EXPECT_THAT(calls,
-        ElementsAre("Unregister" + observed, "RegisterObserver(" + newUser + "&key=peer_desk_state)",
-            "SendRequest(service, 15, 0, 8)", "DisconnectAbility(known)",
-            Update(newUser + "102?Proxy=true", "peer_desk_state", "0"),
-            "QueryStringValue(" + newUser + ", peer_desk_state)", "DisconnectAbility(known)", put + "0)",
-            "AddAsynTask(4)"));
     EXPECT_TRUE(device.journal.Has("I Collection: reply ret: -4"));
+    EXPECT_TRUE(device.journal.Has("I Collection: OsAccountType is PRIVATE"));
     EXPECT_TRUE(device.journal.Has("I Collection: UpdateEdgeSwitchState: deviceId: " + Masked("local-udid") +
         ", ServiceName: " + SWITCH_SERVICE + ", result: 1"));
+    EXPECT_EQ(CallsOfSettings(),
+        Join({Move("101", "102"), {"SendRequest(service, 15, 0, 8)", "DisconnectAbility(known)"},
+            Write(newUser, main, "0", "102"),
+            {Query(newUser, main), "DisconnectAbility(known)", put + "0)", "AddAsynTask(4)"}}));
 
     device.users.foregroundCode = 3;
     EXPECT_EQ(manager.GetLocalAccountId(), 100);
-    EXPECT_EQ(
-        device.journal.Lines().back(), "I Collection: GetForegroundOsAccountLocalId ret = 3, currentLocalId = 100");
+    EXPECT_THAT(device.journal.Lines(),
+        ElementsAre(
+            "I Collection: enter", "I Collection: GetForegroundOsAccountLocalId ret = 3, currentLocalId = 100"));
+}
+
+TEST_F(KeyMouseStartUp, OnlyAPrivateUsersSwitchIsWrittenWhichMayBeTheFirstUsersToo) {
+    StartUp();
+    const auto switchTo = [this](int32_t user, OsAccountType type) {
+        device.dataShare.SetSetting(USER_TABLE + std::to_string(user), main, "1");
+        device.users.foreground = user;
+        device.users.types[user] = type;
+        device.journal.Clear();
+        manager.OnEventUserSwitched();
+        return CallsOfSettings();
+    };
+    const auto published = [this](const std::string& user, const std::string& outcome, const std::string& value) {
+        return std::vector<std::string>{
+            Query(USER_TABLE + user + "?Proxy=true", main), outcome, put + value, "AddAsynTask(4)"};
+    };
+    const std::string disconnect = "DisconnectAbility(known)";
+    EXPECT_EQ(switchTo(102, OsAccountType::PRIVATE),
+        Join({Write(USER_TABLE + "102?Proxy=true", main, "0", "102"), published("102", disconnect, "0)")}));
+    EXPECT_EQ(switchTo(103, OsAccountType::NORMAL),
+        Join({Move("102", "103"), {disconnect}, published("103", CONNECT, "1)")}));
+    device.users.typeCode = 7;  // a type that came with a failure does not count
+    EXPECT_EQ(switchTo(104, OsAccountType::PRIVATE),
+        Join({Move("103", "104"), {disconnect}, published("104", CONNECT, "1)")}));
+    EXPECT_EQ(Setting(USER_TABLE + "102", main) + Setting(USER_TABLE + "104", main), "01");
 }
 
 }  // namespace
