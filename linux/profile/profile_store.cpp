@@ -126,8 +126,8 @@ void ProfileStore::MakeAnew(bool isDamaged) {
     });
     opened_ = std::move(opened);
     if (wasOpen && !isDamaged) {
-        ProfilePrint(LogLevel::WARN, "%{public}s was deleted or replaced, and is made anew with what this device publishes",
-            file_.string());
+        ProfilePrint(LogLevel::WARN,
+            "%{public}s was deleted or replaced, and is made anew with what this device publishes", file_.string());
     }
 }
 

@@ -68,16 +68,16 @@ SQLite::Database Connect(const DatabaseOptions& options) {
 // Some of its files SQLite cannot make on a full disk, and says no more than that.
 Kind KindOf(const SQLite::Exception& error, const fs::path& file) {
     switch (error.getErrorCode() & PRIMARY_CODE) {
-        case SQLITE_CORRUPT:
-        case SQLITE_NOTADB:
-            return Kind::DAMAGED;
-        case SQLITE_FULL:
-            return Kind::DISK_FULL;
-        case SQLITE_IOERR:
-        case SQLITE_CANTOPEN:
-            return FreeBytes(file.parent_path()) < ALMOST_NOTHING ? Kind::DISK_FULL : Kind::OTHER;
-        default:
-            return Kind::OTHER;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return Kind::DAMAGED;
+    case SQLITE_FULL:
+        return Kind::DISK_FULL;
+    case SQLITE_IOERR:
+    case SQLITE_CANTOPEN:
+        return FreeBytes(file.parent_path()) < ALMOST_NOTHING ? Kind::DISK_FULL : Kind::OTHER;
+    default:
+        return Kind::OTHER;
     }
 }
 
@@ -99,8 +99,8 @@ std::optional<std::pair<dev_t, ino_t>> IdentityOf(const fs::path& file) {
 }  // namespace
 
 Database::Remains::Remains(const fs::path& file)
-    : ahead_{Beside(file, "-wal"), IdentityOf(Beside(file, "-wal"))},
-      index_{Beside(file, "-shm"), IdentityOf(Beside(file, "-shm"))} {}
+    : ahead_{Beside(file, "-wal"), IdentityOf(Beside(file, "-wal"))}, index_{Beside(file, "-shm"),
+                                                                          IdentityOf(Beside(file, "-shm"))} {}
 
 // Another process may have made new ones by now: those stay.
 void Database::Remains::Remove() const {
@@ -151,8 +151,8 @@ void Database::PutAside(const fs::path& file) {
     std::error_code ignored;  // they need not be there
     fs::rename(Beside(file, "-wal"), Beside(aside, "-wal"), ignored);
     fs::remove(Beside(file, "-shm"), ignored);
-    const std::string line = file.string() + " is damaged, is put aside as " + aside.filename().string() +
-        " and begun anew";
+    const std::string line =
+        file.string() + " is damaged, is put aside as " + aside.filename().string() + " and begun anew";
     LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "%{public}s", line);
     DeviceNotes::Get().Set("damaged", file.string(), line);
 }
@@ -177,7 +177,10 @@ bool Database::IsInPlace() {
 void Database::Settle() {
     std::error_code error;
     const uintmax_t ahead = fs::file_size(Beside(options_.file, "-wal"), error);
-    if (!error && (ahead > MOST_AHEAD_BYTES || (ahead > 0 && FreeBytes(options_.file.parent_path()) < ALMOST_NOTHING))) {
+    const auto isTight = [this] {
+        return !reserve_.Fill() || FreeBytes(options_.file.parent_path()) < ALMOST_NOTHING;
+    };
+    if (!error && ahead > 0 && (ahead > MOST_AHEAD_BYTES || isTight())) {
         // It is cut the next time when somebody reads: nobody is waited for.
         connection_.setBusyTimeout(0);
         connection_.tryExec("PRAGMA wal_checkpoint(TRUNCATE)");

@@ -162,7 +162,7 @@ TEST_F(Store, OfSharesIsMadeAnewForEveryProcessThatHasItOpen) {
     EXPECT_EQ(first.Insert(NOTES, {{"KEYWORD", "b"}}).result, 1);
     EXPECT_EQ(second.Insert(NOTES, {{"KEYWORD", "c"}}).result, 1);
     std::vector<ShareTable::Row> rows;
-    EXPECT_EQ(ShareTable(database, true).Query(NOTES, {}, rows), 0);
+    EXPECT_EQ(ShareTable(database, true).Query(NOTES, {}, {}, rows), 0);
     EXPECT_THAT(rows, ElementsAre(ShareTable::Row{{"KEYWORD", "b"}}, ShareTable::Row{{"KEYWORD", "c"}}));
     EXPECT_THAT(ShareTable(database).GetProviders(), ElementsAre("datashare:///org.example.desk"));
     EXPECT_THAT(PutAside(), IsEmpty());
