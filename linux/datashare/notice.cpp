@@ -19,7 +19,7 @@ bool IsValid(const Notice& notice) {
     return (notice.type == ChangeType::INSERT || notice.type == ChangeType::UPDATE) && !notice.uris.empty() &&
         notice.uris.size() <= ShareLimits::NOTICE_PARTS && notice.buckets.size() <= ShareLimits::NOTICE_PARTS &&
         std::all_of(notice.uris.begin(), notice.uris.end(), fits) &&
-        (!notice.data || notice.data->size() <= ShareLimits::VALUE) && notice.GetSize() <= Parcel::MAX_SIZE;
+        (!notice.data || notice.data->size() <= ShareLimits::NOTICE) && notice.GetSize() <= Parcel::MAX_SIZE;
 }
 
 // A bucket as its columns and values in turn.
@@ -74,7 +74,7 @@ size_t Notice::GetSize() const {
 }
 
 std::optional<Notice> CopyNotice(const DataShareObserver::ChangeInfo& info) {
-    if (info.data != nullptr && info.size > ShareLimits::VALUE) {
+    if (info.data != nullptr && info.size > ShareLimits::NOTICE) {
         return std::nullopt;
     }
     Notice notice;

@@ -29,7 +29,8 @@ namespace ShareLimits {
 
 inline constexpr size_t URI = 2048;
 inline constexpr size_t NAME = 1024;                  // of a column, or of the row that KEYWORD names
-inline constexpr size_t VALUE = 4u << 20;             // of a cell, or of the data of a notice
+inline constexpr size_t VALUE = 4u << 20;             // of a cell
+inline constexpr size_t NOTICE = VALUE + (1u << 20);  // of the data of a notice: a value, and what is written around it
 inline constexpr size_t ROW = 16u << 20;              // of the values of a row
 inline constexpr size_t COLUMNS = 64;                 // of a row; conditions and columns of a query
 inline constexpr size_t ROWS = 10'000;                // of a share
