@@ -17,6 +17,11 @@ namespace {
 
 constexpr LogDomain LOG{0xD004635, "DataShare"};
 
+// The address without what is new with each start of the bus: programs that are there already connect to the next one.
+std::string LastingAddress(const std::string& address) {
+    return address.substr(0, address.find(",guid="));
+}
+
 }  // namespace
 
 // What is there from Start to Stop: the place, and the thread that tells it to processes of apps.
@@ -57,7 +62,7 @@ void DataShareService::Start(const std::filesystem::path& databaseFile, const st
     }
     const std::filesystem::path file = std::filesystem::absolute(databaseFile);
     ShareTable(file, true).SetProviders(shares);
-    auto running = std::make_shared<Running>(SharePlace{file.native(), address});
+    auto running = std::make_shared<Running>(SharePlace{file.native(), LastingAddress(address)});
     const std::scoped_lock lock(mutex_);
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "data share is up, apps declare %{public}zu shares", shares.size());

@@ -1,15 +1,28 @@
 #include "linux/datashare/device_shares.h"
 
 #include <algorithm>
+#include <chrono>
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
+#include "linux/datashare/notice_bus.h"
 #include "linux/datashare/share_limits.h"
+#include "linux/datashare/share_providers.h"
+#include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-// Every one that this process has opened. They stay when they are no longer up, so that the last reference is never let
+using namespace std::chrono_literals;
+
+constexpr LogDomain LOG{0xD004635, "DataShare"};
+
+// Between attempts to reach the bus again.
+constexpr auto FIRST_PAUSE = 100ms;
+constexpr auto LONGEST_PAUSE = 2000ms;
+
+// Every one that this process has opened. They stay when they are closed, so that the last reference is never let
 // go of on a thread that it would have to wait for; a process uses one device, rarely more.
 struct Opened {
     std::mutex mutex;
@@ -23,18 +36,29 @@ Opened& TheOpened() {
 
 }  // namespace
 
+struct DeviceShares::Connection {
+    Connection(const SharePlace& place, const NoticeBus::Callbacks& callbacks)
+        : table(place.databaseFile), providers(table.GetProviders()), notices(place.busAddress, callbacks) {}
+
+    ShareTable table;
+    const ShareProviders providers;
+    NoticeBus notices;  // the last to be built: its thread calls
+};
+
 std::shared_ptr<DeviceShares> DeviceShares::Open(const SharePlace& place) {
     Opened& opened = TheOpened();
     const std::scoped_lock lock(opened.mutex);
     for (const auto& [other, shares] : opened.shares) {
-        if (other == place && shares->IsOpen()) {
+        if (other == place && shares->GetConnection()) {
             return shares;
         }
     }
     auto made = std::make_shared<DeviceShares>(place);
-    if (!made->notices_.IsUp()) {
-        throw std::runtime_error("the device's bus cannot be reached");
+    std::unique_lock making(made->mutex_);
+    if (!made->Return(making)) {
+        throw std::runtime_error("the device's bus or its database cannot be reached");
     }
+    making.unlock();
     opened.shares.emplace_back(place, made);
     return made;
 }
@@ -52,69 +76,163 @@ void DeviceShares::Close(const SharePlace& place) {
     }
     for (const std::shared_ptr<DeviceShares>& shares : closing) {
         shares->Shut();
-        shares->notices_.Stop();
-        shares->observers_.Clear();
     }
 }
 
-DeviceShares::DeviceShares(const SharePlace& place)
-    : place_(place), table_(std::make_shared<ShareTable>(place.databaseFile)), providers_(table_->GetProviders()),
-      notices_(place.busAddress,
-          {[this](const RowsChanged& change) { observers_.Tell(change); },
-              [this](Notice notice) { observers_.Tell(std::move(notice)); },
-              [this] {
-                  Shut();
-              }}) {}
+DeviceShares::DeviceShares(const SharePlace& place) : place_(place) {}
+
+DeviceShares::~DeviceShares() {
+    Shut();
+}
 
 void DeviceShares::Shut() {
-    std::shared_ptr<ShareTable> table;  // closed without the lock
+    std::shared_ptr<Connection> connection;  // ended without the lock, as is the thread
+    std::thread returning;
     {
         const std::scoped_lock lock(mutex_);
-        table.swap(table_);
+        isClosed_ = true;
+        connection.swap(connection_);
+        returning.swap(returning_);
+    }
+    wake_.notify_all();
+    if (returning.joinable()) {
+        returning.join();
+    }
+    if (connection) {
+        connection->notices.Stop();
     }
     observers_.Clear();
 }
 
-// Null when it is no longer up.
-std::shared_ptr<ShareTable> DeviceShares::GetTable() {
-    if (!notices_.IsUp()) {
-        Shut();
-    }
+// Null while the device is not up.
+std::shared_ptr<DeviceShares::Connection> DeviceShares::GetConnection() {
     const std::scoped_lock lock(mutex_);
-    return table_;
+    if (!connection_ || connection_->notices.IsUp()) {
+        return connection_;
+    }
+    isLost_ = true;
+    StartReturning();
+    return nullptr;
 }
 
-bool DeviceShares::IsOpen() {
-    return GetTable() != nullptr;
+// Of a connection that has been given up already, nobody needs to hear.
+void DeviceShares::OnLost(uint64_t number) {
+    const std::scoped_lock lock(mutex_);
+    isLost_ = isLost_ || number == number_;
+    wake_.notify_all();
+}
+
+void DeviceShares::StartReturning() {
+    if (!returning_.joinable() && !isClosed_) {
+        returning_ = std::thread([this] { RunReturning(); });
+    }
+    wake_.notify_all();
+}
+
+void DeviceShares::RunReturning() {
+    std::unique_lock lock(mutex_);
+    while (true) {
+        wake_.wait(lock, [this] { return isClosed_ || isLost_; });
+        if (isClosed_) {
+            return;
+        }
+        std::shared_ptr<Connection> lost = std::move(connection_);
+        connection_.reset();
+        ++number_;
+        isLost_ = false;
+        lock.unlock();
+        lost.reset();
+        lock.lock();
+        for (auto pause = FIRST_PAUSE; !isClosed_ && !Return(lock); pause = std::min(2 * pause, LONGEST_PAUSE)) {
+            wake_.wait_for(lock, pause, [this] { return isClosed_; });
+        }
+        if (!isClosed_) {
+            lock.unlock();
+            observers_.TellAll();
+            lock.lock();
+        }
+    }
+}
+
+// Under `lock`, which is let go of meanwhile. False when the bus or the database cannot be reached.
+bool DeviceShares::Return(std::unique_lock<std::mutex>& lock) {
+    const NoticeBus::Callbacks callbacks{[this](const RowsChanged& change) { observers_.Tell(change); },
+        [this](Notice notice) { observers_.Tell(std::move(notice)); },
+        [this, number = number_] {
+            OnLost(number);
+        }};
+    const bool isWatched = returning_.joinable();
+    lock.unlock();
+    std::shared_ptr<Connection> made;
+    try {
+        made = std::make_shared<Connection>(place_, callbacks);
+        if (!made->notices.IsUp() || (isWatched && !made->notices.Listen())) {
+            made.reset();
+        }
+    } catch (const std::exception& error) {
+        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "shared data cannot be reached: %{public}s", error.what());
+        made.reset();
+    }
+    lock.lock();
+    if (made && !isClosed_) {
+        connection_ = made;
+    }
+    return made != nullptr;
+}
+
+std::string DeviceShares::FindProvider(const std::string& path) {
+    const std::shared_ptr<Connection> connection = GetConnection();
+    return connection ? std::string(connection->providers.Find(path)) : std::string();
 }
 
 int32_t DeviceShares::Insert(const std::string& share, const ShareTable::Row& row) {
-    const std::shared_ptr<ShareTable> table = GetTable();
-    return table ? Tell(share, table->Insert(share, row)) : SHARE_NOT_UP;
+    const std::shared_ptr<Connection> connection = GetConnection();
+    if (!connection) {
+        return SHARE_NOT_UP;
+    }
+    const ShareChange change = connection->table.Insert(share, row);
+    Tell(*connection, share, change);
+    return change.result;
 }
 
 int32_t DeviceShares::Update(
     const std::string& share, const ShareTable::Conditions& conditions, const ShareTable::Row& values) {
-    const std::shared_ptr<ShareTable> table = GetTable();
-    return table ? Tell(share, table->Update(share, conditions, values)) : SHARE_NOT_UP;
-}
-
-// The change is made whether or not others can be told.
-int32_t DeviceShares::Tell(const std::string& share, ShareChange change) {
-    if (change.result > 0) {
-        notices_.Send(RowsChanged{share, std::move(change.keys)});
+    const std::shared_ptr<Connection> connection = GetConnection();
+    if (!connection) {
+        return SHARE_NOT_UP;
     }
+    const ShareChange change = connection->table.Update(share, conditions, values);
+    Tell(*connection, share, change);
     return change.result;
 }
 
-int32_t DeviceShares::Query(
-    const std::string& share, const ShareTable::Conditions& conditions, std::vector<ShareTable::Row>& rows) {
-    const std::shared_ptr<ShareTable> table = GetTable();
-    return table ? table->Query(share, conditions, rows) : SHARE_NOT_UP;
+// The change is made whether or not others can be told.
+void DeviceShares::Tell(Connection& connection, const std::string& share, const ShareChange& change) {
+    if (change.result > 0) {
+        connection.notices.Send(RowsChanged{share, change.keys});
+    }
+}
+
+int32_t DeviceShares::Query(const std::string& share, const ShareTable::Conditions& conditions,
+    const std::vector<std::string>& columns, std::vector<ShareTable::Row>& rows) {
+    const std::shared_ptr<Connection> connection = GetConnection();
+    return connection ? connection->table.Query(share, conditions, columns, rows) : SHARE_NOT_UP;
 }
 
 int32_t DeviceShares::Announce(const Notice& notice) {
-    return IsOpen() && notices_.Send(notice) ? SHARE_OK : SHARE_NOT_UP;
+    const std::shared_ptr<Connection> connection = GetConnection();
+    return connection && connection->notices.Send(notice) ? SHARE_OK : SHARE_NOT_UP;
+}
+
+// From now on the connection is made anew as soon as it is lost.
+bool DeviceShares::Listens() {
+    const std::shared_ptr<Connection> connection = GetConnection();
+    if (!connection || !connection->notices.Listen()) {
+        return false;
+    }
+    const std::scoped_lock lock(mutex_);
+    StartReturning();
+    return !isClosed_;
 }
 
 int32_t DeviceShares::ObserveNotices(
@@ -122,7 +240,7 @@ int32_t DeviceShares::ObserveNotices(
     if (!observer) {
         return SHARE_NO_OBSERVER;
     }
-    if (!IsOpen() || !notices_.Listen()) {
+    if (!Listens()) {
         return SHARE_NOT_UP;
     }
     observers_.AddForNotices(owner, name, descendants, observer);
@@ -137,7 +255,7 @@ int32_t DeviceShares::ObserveRows(const ShareName& name, const sptr<IDataAbility
     if (!observer) {
         return SHARE_NO_OBSERVER;
     }
-    if (!IsOpen() || !notices_.Listen()) {
+    if (!Listens()) {
         return SHARE_NOT_UP;
     }
     observers_.AddForRows(name, observer);
@@ -145,10 +263,10 @@ int32_t DeviceShares::ObserveRows(const ShareName& name, const sptr<IDataAbility
 }
 
 int32_t DeviceShares::EndRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer) {
-    if (!IsOpen()) {
-        return SHARE_NOT_UP;
+    if (observers_.RemoveForRows(name, observer)) {
+        return SHARE_OK;
     }
-    return observers_.RemoveForRows(name, observer) ? SHARE_OK : SHARE_NO_OBSERVER;
+    return GetConnection() ? SHARE_NO_OBSERVER : SHARE_NOT_UP;
 }
 
 }  // namespace ZYNE::Linux

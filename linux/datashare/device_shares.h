@@ -1,27 +1,29 @@
 // The shared data of one device as this process uses it: its rows, its observers, and the notices that go to and fro.
 #pragma once
 
+#include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "linux/datashare/notice_bus.h"
+#include "linux/datashare/notice.h"
 #include "linux/datashare/share_name.h"
 #include "linux/datashare/share_observers.h"
 #include "linux/datashare/share_place.h"
-#include "linux/datashare/share_providers.h"
 #include "linux/datashare/share_table.h"
 #include "platform/datashare/data_share_helper.h"
 
 namespace ZYNE::Linux {
 
-// Any thread. It is up until Close, or until the device's bus is gone; then every operation answers SHARE_NOT_UP.
+// Any thread. Until Close. While the device's bus is gone every operation answers SHARE_NOT_UP; when it is back, as after
+// a restart of the device, the observers hear again, and each is called once for what it may have missed.
 // No lock is held while an observer is called.
 class DeviceShares {
 public:
-    // The process's one for `place`; another one when that is no longer up. Throws std::exception with one line when
-    // the database or the bus cannot be reached.
+    // The process's one for `place`. Throws std::exception with one line when the database or the bus cannot be reached.
     static std::shared_ptr<DeviceShares> Open(const SharePlace& place);
 
     // Ends the use of `place` in this process. Not on a thread of NoticeBus.
@@ -30,14 +32,16 @@ public:
     explicit DeviceShares(const SharePlace& place);
     DeviceShares(const DeviceShares&) = delete;
     DeviceShares& operator=(const DeviceShares&) = delete;
+    ~DeviceShares();
 
-    const ShareProviders& GetProviders() const { return providers_; }
+    // The beginning under which `path` is served; empty when nobody provides it.
+    std::string FindProvider(const std::string& path);
 
     // Each as DataShareHelper says. Whether the caller may use the share is not asked here.
     int32_t Insert(const std::string& share, const ShareTable::Row& row);
     int32_t Update(const std::string& share, const ShareTable::Conditions& conditions, const ShareTable::Row& values);
-    int32_t Query(
-        const std::string& share, const ShareTable::Conditions& conditions, std::vector<ShareTable::Row>& rows);
+    int32_t Query(const std::string& share, const ShareTable::Conditions& conditions,
+        const std::vector<std::string>& columns, std::vector<ShareTable::Row>& rows);
     int32_t Announce(const Notice& notice);
 
     int32_t ObserveNotices(
@@ -47,17 +51,28 @@ public:
     int32_t EndRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer);
 
 private:
-    std::shared_ptr<ShareTable> GetTable();
-    bool IsOpen();
+    // What is made anew when the bus is back.
+    struct Connection;
+
+    std::shared_ptr<Connection> GetConnection();
+    bool Listens();
     void Shut();
-    int32_t Tell(const std::string& share, ShareChange change);
+    void OnLost(uint64_t number);
+    void StartReturning();  // under mutex_
+    void RunReturning();
+    bool Return(std::unique_lock<std::mutex>& lock);
+    static void Tell(Connection& connection, const std::string& share, const ShareChange& change);
 
     const SharePlace place_;
-    std::mutex mutex_;
-    std::shared_ptr<ShareTable> table_;  // guarded by mutex_; null once it is no longer up
-    const ShareProviders providers_;
     ShareObservers observers_;
-    NoticeBus notices_;  // the last to be built: its thread uses the others
+
+    std::mutex mutex_;
+    std::condition_variable wake_;            // isClosed_ or isLost_ is set
+    std::shared_ptr<Connection> connection_;  // guarded by mutex_; null while there is none
+    uint64_t number_ = 0;                     // guarded by mutex_; of the connection
+    bool isLost_ = false;                     // guarded by mutex_; the connection, and nobody sees to it yet
+    bool isClosed_ = false;                   // guarded by mutex_
+    std::thread returning_;                   // guarded by mutex_; makes the connection anew
 };
 
 }  // namespace ZYNE::Linux

@@ -49,9 +49,9 @@ std::shared_ptr<DataShareHelper> MakeHelper(
     std::shared_ptr<DeviceShares> shares = DeviceShares::Open(*place);
     for (const std::string& candidate : {uri, extUri}) {
         const std::optional<ShareName> name = ParseShareName(candidate);
-        const std::string_view beginning = name ? shares->GetProviders().Find(name->path) : std::string_view();
+        std::string beginning = name ? shares->FindProvider(name->path) : std::string();
         if (!beginning.empty()) {
-            return std::make_shared<LinuxDataShareHelper>(std::move(shares), std::string(beginning));
+            return std::make_shared<LinuxDataShareHelper>(std::move(shares), std::move(beginning));
         }
     }
     throw NotProvided("nobody provides it");
@@ -127,7 +127,7 @@ std::shared_ptr<DataShareResultSet> LinuxDataShareHelper::Query(
             return SHARE_BAD_ROW;
         }
         std::vector<ShareTable::Row> rows;
-        const int32_t code = shares_->Query(name.path, predicates.GetConditions(), rows);
+        const int32_t code = shares_->Query(name.path, predicates.GetConditions(), columns, rows);
         if (code == SHARE_OK) {
             found = std::make_shared<ResultSet>(columns, std::move(rows));
         }

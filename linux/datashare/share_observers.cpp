@@ -171,4 +171,19 @@ void ShareObservers::Tell(Notice notice) {
     }
 }
 
+void ShareObservers::TellAll() {
+    const auto all = [](const auto& /*entry*/) {
+        return true;
+    };
+    for (const std::shared_ptr<RowEntry>& entry : Pick(mutex_, forRows_, all)) {
+        RowEntry::Post(entry);
+    }
+    for (const std::shared_ptr<NoticeEntry>& entry : Pick(mutex_, forNotices_, all)) {
+        Notice notice;
+        notice.type = DataShareObserver::ChangeType::UPDATE;
+        notice.uris = {entry->name.path};
+        NoticeEntry::Post(entry, std::make_shared<const Notice>(std::move(notice)));
+    }
+}
+
 }  // namespace ZYNE::Linux

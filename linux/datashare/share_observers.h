@@ -43,6 +43,9 @@ public:
     void Tell(const RowsChanged& change);
     void Tell(Notice notice);
 
+    // Calls each once, for what it may have missed: those of notices with their own URI and no data.
+    void TellAll();
+
 private:
     struct NoticeEntry;
     struct RowEntry;

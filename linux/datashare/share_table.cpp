@@ -70,6 +70,35 @@ void CheckRow(const ShareTable::Row& row) {
     }
 }
 
+// The SQL condition of the rows of a share that meet `conditions`. One on KEYWORD is one on the name, which is indexed.
+std::string Meets(const ShareTable::Conditions& conditions) {
+    if (conditions.size() > ShareLimits::COLUMNS) {
+        throw Refusal{SHARE_BAD_ROW};
+    }
+    std::string text = "share = ?";
+    for (const auto& [column, value] : conditions) {
+        text += column == ShareTable::KEY_COLUMN
+            ? " AND name = ?"
+            : " AND EXISTS (SELECT 1 FROM cell AS c WHERE c.row = id AND c.column = ? AND c.value = ?)";
+    }
+    return text;
+}
+
+// Binds what Meets leaves open; how many parameters that are.
+int BindConditions(SQLite::Statement& statement, const std::string& share, const ShareTable::Conditions& conditions) {
+    int index = 0;
+    Bind(statement, ++index, share);
+    for (const auto& [column, value] : conditions) {
+        if (column == ShareTable::KEY_COLUMN) {
+            Bind(statement, ++index, NameOfKey(value));
+        } else {
+            Bind(statement, ++index, column);
+            Bind(statement, ++index, value);
+        }
+    }
+    return index;
+}
+
 void NoteKey(const ShareTable::Row& row, ShareChange& change) {
     const auto key = row.find(ShareTable::KEY_COLUMN);
     if (key != row.end() && (change.keys.empty() || change.keys.back() != key->second)) {
@@ -184,36 +213,27 @@ ShareChange ShareTable::Update(const std::string& share, const Conditions& condi
     return change;
 }
 
-int32_t ShareTable::Query(const std::string& share, const Conditions& conditions, std::vector<Row>& rows) {
+int32_t ShareTable::Query(const std::string& share, const Conditions& conditions,
+    const std::vector<std::string>& columns, std::vector<Row>& rows) {
     return Use("query", [&] {
-        const SQLite::Transaction transaction(Connection());  // one state of the data for every read
-        rows = ReadRows(FindRows(share, conditions));
+        std::string text = "SELECT id, column, value FROM row JOIN cell ON cell.row = id WHERE " + Meets(conditions);
+        for (size_t i = 0; i < columns.size(); ++i) {
+            text += i == 0 ? " AND column IN (?" : ", ?";
+        }
+        text += columns.empty() ? " ORDER BY id" : ") ORDER BY id";
+        SQLite::Statement cells(Connection(), text);
+        int index = BindConditions(cells, share, conditions);
+        for (const std::string& column : columns) {
+            Bind(cells, ++index, column);
+        }
+        rows = ReadRows(cells);
         return SHARE_OK;
     });
 }
 
-// A condition on KEYWORD is one on the name, which is indexed.
 std::vector<int64_t> ShareTable::FindRows(const std::string& share, const Conditions& conditions) {
-    if (conditions.size() > ShareLimits::COLUMNS) {
-        throw Refusal{SHARE_BAD_ROW};
-    }
-    std::string text = "SELECT id FROM row WHERE share = ?";
-    for (const auto& [column, value] : conditions) {
-        text += column == KEY_COLUMN
-            ? " AND name = ?"
-            : " AND EXISTS (SELECT 1 FROM cell WHERE cell.row = id AND cell.column = ? AND cell.value = ?)";
-    }
-    SQLite::Statement select(Connection(), text + " ORDER BY id");
-    int index = 0;
-    Bind(select, ++index, share);
-    for (const auto& [column, value] : conditions) {
-        if (column == KEY_COLUMN) {
-            Bind(select, ++index, NameOfKey(value));
-        } else {
-            Bind(select, ++index, column);
-            Bind(select, ++index, value);
-        }
-    }
+    SQLite::Statement select(Connection(), "SELECT id FROM row WHERE " + Meets(conditions) + " ORDER BY id");
+    BindConditions(select, share, conditions);
     std::vector<int64_t> ids;
     while (select.executeStep()) {
         ids.push_back(select.getColumn(0).getInt64());
@@ -231,16 +251,23 @@ ShareTable::Row ShareTable::ReadRow(int64_t id) {
     return row;
 }
 
-std::vector<ShareTable::Row> ShareTable::ReadRows(const std::vector<int64_t>& ids) {
+// The cells of one row come one after the other.
+std::vector<ShareTable::Row> ShareTable::ReadRows(SQLite::Statement& cells) {
     std::vector<Row> rows;
+    int64_t last = NO_ROW;
     size_t size = 0;
-    for (const int64_t id : ids) {
-        for (const auto& [column, value] : rows.emplace_back(ReadRow(id))) {
-            size += column.size() + value.size();
+    while (cells.executeStep()) {
+        if (const int64_t id = cells.getColumn(0).getInt64(); id != last) {
+            rows.emplace_back();
+            last = id;
         }
+        std::string column = ReadBytes(cells, 1);
+        std::string value = ReadBytes(cells, 2);
+        size += column.size() + value.size();
         if (size > ShareLimits::RESULT) {
             throw Refusal{SHARE_TOO_LARGE};
         }
+        rows.back().emplace(std::move(column), std::move(value));
     }
     return rows;
 }

@@ -47,8 +47,10 @@ public:
     // Sets `values` in the rows that meet every condition; the other cells of a row stay. All of them or none.
     ShareChange Update(const std::string& share, const Conditions& conditions, const Row& values);
 
-    // The rows that meet every condition, in the order in which they came to be. A ShareCode.
-    int32_t Query(const std::string& share, const Conditions& conditions, std::vector<Row>& rows);
+    // The rows that meet every condition, in the order in which they came to be. With `columns`, only their cells, and
+    // only the rows that have one of them. A ShareCode.
+    int32_t Query(const std::string& share, const Conditions& conditions, const std::vector<std::string>& columns,
+        std::vector<Row>& rows);
 
 private:
     template <typename Operation>
@@ -58,7 +60,7 @@ private:
     void WriteProviders();
     std::vector<int64_t> FindRows(const std::string& share, const Conditions& conditions);
     Row ReadRow(int64_t id);
-    std::vector<Row> ReadRows(const std::vector<int64_t>& ids);
+    static std::vector<Row> ReadRows(SQLite::Statement& cells);
     void WriteRow(int64_t id, const Row& row);
     void UpdateRow(const std::string& share, int64_t id, const Row& values, ShareChange& change);
     int64_t FindRow(const std::string& share, const std::string& name);
