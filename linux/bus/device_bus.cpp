@@ -12,6 +12,7 @@
 #include "linux/bus/orphans.h"
 #include "linux/bus/process_handle.h"
 #include "linux/bus/runtime_directory.h"
+#include "linux/bus/socket_watch.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
@@ -96,6 +97,7 @@ struct DeviceBus::Running {
     const std::vector<BusService> services;
     std::unique_ptr<BusDaemon> daemon;
     uint64_t since = 0;  // when the bus daemon was started: whatever it starts is younger
+    std::unique_ptr<SocketWatch> watch;
 };
 
 DeviceBus& DeviceBus::GetInstance() {
@@ -120,6 +122,14 @@ void DeviceBus::Start(const BusOptions& options) {
             lost();
         }
     });
+    const std::filesystem::path socket = BusSocket(running->directory.GetPath());
+    running->watch = std::make_unique<SocketWatch>(socket, [socket, lost = options.lost] {
+        LogPrint(
+            LogType::CORE, LogLevel::ERROR, LOG, "%{public}s has vanished: nobody reaches the bus", socket.native());
+        if (lost) {
+            lost();
+        }
+    });
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the bus is up in %{public}s, %{public}zu services can be started",
         running_->directory.GetPath().native(), running_->services.size());
@@ -136,6 +146,7 @@ void DeviceBus::Stop() {
     if (!running) {
         return;
     }
+    running->watch.reset();
     const std::vector<ProcessHandle> services = FindServices(*client, running->services);
     client->Close();
     running->daemon.reset();

@@ -16,7 +16,8 @@ namespace ZYNE::Linux {
 struct BusOptions {
     std::filesystem::path directory;   // for the socket and what the bus daemon reads; of this device alone
     std::vector<BusService> services;  // what the bus starts on demand
-    // The bus has ended by itself; the device cannot go on. On a thread that must not call Stop.
+    // The bus has ended by itself, or nobody finds its socket any more; the device cannot go on. Once for either. On a
+    // thread that must not call Stop.
     std::function<void()> lost;
 };
 
