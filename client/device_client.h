@@ -74,7 +74,7 @@ struct NetworkInterface {
 
 // What somebody should look at.
 struct NetworkNote {
-    std::string kind;  // clone, refused, revoked, overload, version, expires, disk, damaged, profile or log; see device_api.xml
+    std::string kind;  // clone, refused and so on: device_api.xml lists them
     std::string text;  // one line
 };
 

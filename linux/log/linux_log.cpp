@@ -199,8 +199,7 @@ void LinuxLog::WriteToFile(const std::string& lines, size_t count) {
     std::string report;
     if (lost_ > 0) {
         const std::string text = std::to_string(lost_) + " lines were lost: no room on the disk";
-        formatter_.Append(
-            report, {std::chrono::system_clock::now(), LogLevel::WARN, LOG, text.size(), false}, text);
+        formatter_.Append(report, {std::chrono::system_clock::now(), LogLevel::WARN, LOG, text.size(), false}, text);
     }
     if (file_.Write(report + lines)) {
         if (std::exchange(lost_, 0) > 0) {
