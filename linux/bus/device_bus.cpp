@@ -68,6 +68,7 @@ struct DeviceBus::Running {
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
     ~Running() {
+        watch.reset();
         daemon.reset();
         RemoveFiles();
     }
@@ -116,16 +117,16 @@ void DeviceBus::Start(const BusOptions& options) {
     CheckSocket(BusSocket(std::filesystem::absolute(options.directory)));
     auto running = std::make_unique<Running>(options);
     running->Begin();
-    client_ = std::make_shared<BusClient>(running->daemon->GetAddress(), &PostToPool, [lost = options.lost] {
-        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus has ended");
-        if (lost) {
-            lost();
-        }
-    });
     const std::filesystem::path socket = BusSocket(running->directory.GetPath());
     running->watch = std::make_unique<SocketWatch>(socket, [socket, lost = options.lost] {
         LogPrint(
             LogType::CORE, LogLevel::ERROR, LOG, "%{public}s has vanished: nobody reaches the bus", socket.native());
+        if (lost) {
+            lost();
+        }
+    });
+    client_ = std::make_shared<BusClient>(running->daemon->GetAddress(), &PostToPool, [lost = options.lost] {
+        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus has ended");
         if (lost) {
             lost();
         }

@@ -104,13 +104,20 @@ void DeviceShares::Shut() {
     observers_.Clear();
 }
 
-// Null while the device is not up.
+// Null while the device is not up. The bus is asked without the lock.
 std::shared_ptr<DeviceShares::Connection> DeviceShares::GetConnection() {
-    const std::scoped_lock lock(mutex_);
-    if (!connection_ || connection_->notices.IsUp()) {
-        return connection_;
+    std::shared_ptr<Connection> connection;
+    uint64_t number = 0;
+    {
+        const std::scoped_lock lock(mutex_);
+        connection = connection_;
+        number = number_;
     }
-    isLost_ = true;
+    if (!connection || connection->notices.IsUp()) {
+        return connection;
+    }
+    OnLost(number);
+    const std::scoped_lock lock(mutex_);
     StartReturning();
     return nullptr;
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <latch>
+#include <semaphore>
 
 #include "linux/bus/bus_address.h"
 #include "linux/bus/system_abilities.h"
@@ -361,6 +362,36 @@ TEST_F(SharedData, IsNotHeldUpByAnObserverThatBlocksAndForgetsThoseOfAReleasedHe
     listener->told.Until("3");
     EXPECT_TRUE(Eventually([&] { return blocking.use_count() == 1; }));
     EXPECT_EQ(blocking->calls, 1);
+}
+
+class SlowRowListener final : public DataAbilityObserverStub {
+public:
+    void OnChange() override {
+        ++calls;
+        go.acquire();
+    }
+    std::atomic<int> calls = 0;
+    std::counting_semaphore<> go{0};
+};
+
+TEST_F(SharedData, TellsOnceMoreOfWhatChangesWhileAnObserverIsBeingTold) {
+    const auto slow = MakeSptr<SlowRowListener>();
+    const auto other = MakeSptr<RowListener>();
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), slow), 0);
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), slow), 0);
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), other), 0);
+    Insert({{"KEYWORD", "a"}});
+    EXPECT_TRUE(Eventually([&] { return slow->calls == 1 && other->calls == 1; }));
+    Insert({{"KEYWORD", "b"}});
+    EXPECT_TRUE(Eventually([&] { return other->calls == 2; }));
+    Insert({{"KEYWORD", "c"}});
+    EXPECT_TRUE(Eventually([&] { return other->calls == 3; }));
+    slow->go.release();
+    EXPECT_TRUE(Eventually([&] { return slow->calls == 2; }));
+    slow->go.release();
+    Insert({{"KEYWORD", "d"}});
+    EXPECT_TRUE(Eventually([&] { return other->calls == 4 && slow->calls == 3; }));
+    slow->go.release();
 }
 
 TEST_F(SharedData, PassesOverWhatIsNoNotice) {

@@ -165,6 +165,35 @@ TEST_F(DeviceProfileTest, TellsItsOwnChangesAndWhatIsKnownAlready) {
     EXPECT_THAT(told.Until("+song=b"), ElementsAre("+song=a", "~song=b", "-song", "+song=b"));
 }
 
+TEST_F(DeviceProfileTest, TellsASubscriptionThatIsMadeTwiceOnceAndNoneThatHasEnded) {
+    const SubscribeInfo info = SubscriptionOf("LOCAL", "music", "song", Telling(told));
+    EXPECT_EQ(profiles.SubscribeDeviceProfile(info), PROFILE_OK);
+    EXPECT_EQ(profiles.SubscribeDeviceProfile(info), PROFILE_OK);
+    EXPECT_EQ(Put("song", "1"), PROFILE_OK);
+    told.Until("+song=1");
+    CharacteristicProfile ofAUser = Profile("LOCAL", "song", "1");
+    ofAUser.SetUserId(101);
+    EXPECT_EQ(profiles.PutCharacteristicProfile(ofAUser), PROFILE_OK);  // another user's is a change
+    told.Until("~song=1");
+    EXPECT_EQ(profiles.UnSubscribeDeviceProfile(info), PROFILE_OK);
+    EXPECT_EQ(profiles.UnSubscribeDeviceProfile(info), PROFILE_NOT_SUBSCRIBED);
+    EXPECT_EQ(profiles.Delete("music", "song"), PROFILE_OK);
+    EXPECT_EQ(profiles.PutCharacteristicProfile(ofAUser), PROFILE_OK);
+    Subscribe(SELF, "other");
+    EXPECT_EQ(Put("other", "x"), PROFILE_OK);
+    told.Until("+other=x");
+
+    profiles.Close();
+    profiles.Open(directory / "profiles.db", SELF);
+    CharacteristicProfile kept;
+    EXPECT_EQ(profiles.GetCharacteristicProfile("LOCAL", "music", "song", kept), PROFILE_OK);
+    EXPECT_EQ(kept.GetUserId(), 101);
+    EXPECT_EQ(Put("other", "of nobody's subscription"), PROFILE_OK);
+    Subscribe(SELF, "last");
+    EXPECT_EQ(Put("last", "x"), PROFILE_OK);
+    EXPECT_THAT(told.Until("+last=x"), ElementsAre("+song=1", "~song=1", "+other=x", "+last=x"));
+}
+
 TEST_F(DeviceProfileTest, TellsTheWatcherOfEveryCharacteristic) {
     Put("known", "x");
     profiles.SetWatcher([this](ProfileChange change, const CharacteristicProfile& profile) {

@@ -1,6 +1,9 @@
 // What devices know of one another's profiles, and what their apps publish through them.
+#include <sys/mount.h>
+
 #include <atomic>
 #include <csignal>
+#include <fstream>
 #include <thread>
 
 #include "tests/scenario/scenario.h"
@@ -12,6 +15,7 @@ using ::testing::AllOf;
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 constexpr const char* SERVICE = "sound";
 constexpr const char* TYPE = "audio";
@@ -245,9 +249,65 @@ TEST_F(Profiles, CannotHoldWhatIsNotTextOrTooLarge) {
         phone->Ctl({"profile", "put", "k", "\xff", "--service", SERVICE, "--type", TYPE}).err, HasSubstr("UTF-8"));
     EXPECT_NE(Put(*phone, "k", std::string((4 << 20) + 1, 'x')), 0);
     EXPECT_NE(Put(*phone, std::string(256, 'k'), "v"), 0);
+    EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("NOTE +profile: sound/k is not published: it is too large"));
     EXPECT_THAT(SoundOfPhone(*phone), IsEmpty());
     EXPECT_EQ(Put(*phone, "k", std::string(4 << 20, 'x')), 0);
     EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k").value_or("").size(), size_t{4} << 20);
+    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k").size(), size_t{4} << 20);
+    EXPECT_THAT(phone->Ctl({"status"}).out, Not(HasSubstr("sound/k is not published")));
+}
+
+// A disk of its own for as long as it lives.
+struct SmallDisk {
+    explicit SmallDisk(std::filesystem::path thePath) : path(std::move(thePath)) {
+        std::filesystem::create_directory(path);
+        isThere = mount("tmpfs", path.c_str(), "tmpfs", 0, "size=8m,mode=0700") == 0;
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+    ~SmallDisk() {
+        if (isThere) {
+            umount2(path.c_str(), MNT_DETACH);
+        }
+    }
+    void Fill() const {
+        while (std::ofstream(path / "filler", std::ios::app) << std::string(4096, 'f') << std::flush) {
+        }
+    }
+
+    const std::filesystem::path path;
+    bool isThere = false;
+};
+
+TEST_F(Profiles, AreThereOnAFullDiskAndCanBeDeletedThere) {
+    const SmallDisk disk(phone->Directory() / "state");
+    if (!disk.isThere) {
+        GTEST_SKIP() << "only root can mount a small disk";
+    }
+    phone->Start();
+    ASSERT_EQ(Put(*phone, "large", std::string(1'000'000, 'x')), 0);
+    EXPECT_THAT(phone->Ctl({"status"}).out, Not(HasSubstr("disk full")));
+    ASSERT_EQ(phone->Stop(), 0);
+    disk.Fill();
+    phone->Start();
+    EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("NOTE +disk: disk full: [^ ]+profiles.db"));
+    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "large").size(), 1'000'000U);
+    EXPECT_EQ(Put(*phone, "more", std::string(2'000'000, 'x')), 7);
+    EXPECT_EQ(phone->Api().DeleteProfile(SERVICE, "large"), 0);
+    EXPECT_EQ(
+        Put(*phone, "more", std::string(500'000, 'x')), 7);  // in the file there is room, ahead of it there is none
+    std::filesystem::remove(disk.path / "filler");
+    EXPECT_EQ(Put(*phone, "more", "x"), 0);
+    EXPECT_THAT(phone->Ctl({"status"}).out, Not(HasSubstr("profiles.db")));
+    EXPECT_EQ(phone->Stop(), 0);
+}
+
+TEST_F(Profiles, EndWithTheirDeviceWhenItsRuntimeDirectoryVanishes) {
+    phone->Start();
+    const auto watch = Watch({COLLABCTL, "--device", "phone", "profile", "watch"});
+    std::filesystem::remove_all(Client::FindDevice("phone")->runtimeDirectory);
+    EXPECT_EQ(watch->Wait(), 1);
+    EXPECT_EQ(phone->Stop(), 1);
 }
 
 }  // namespace
