@@ -166,7 +166,7 @@ TEST_F(DeviceProfileTest, TellsItsOwnChangesAndWhatIsKnownAlready) {
 }
 
 TEST_F(DeviceProfileTest, TellsASubscriptionThatIsMadeTwiceOnceAndNoneThatHasEnded) {
-    const SubscribeInfo info = SubscriptionOf("LOCAL", "music", "song", Telling(told));
+    const SubscribeInfo info = SubscriptionOf(SELF, "music", "song", Telling(told));
     EXPECT_EQ(profiles.SubscribeDeviceProfile(info), PROFILE_OK);
     EXPECT_EQ(profiles.SubscribeDeviceProfile(info), PROFILE_OK);
     EXPECT_EQ(Put("song", "1"), PROFILE_OK);
