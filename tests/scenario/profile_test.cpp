@@ -253,7 +253,6 @@ TEST_F(Profiles, CannotHoldWhatIsNotTextOrTooLarge) {
     EXPECT_THAT(SoundOfPhone(*phone), IsEmpty());
     EXPECT_EQ(Put(*phone, "k", std::string(4 << 20, 'x')), 0);
     EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k").value_or("").size(), size_t{4} << 20);
-    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k").size(), size_t{4} << 20);
     EXPECT_THAT(phone->Ctl({"status"}).out, Not(HasSubstr("sound/k is not published")));
 }
 
@@ -291,7 +290,7 @@ TEST_F(Profiles, AreThereOnAFullDiskAndCanBeDeletedThere) {
     disk.Fill();
     phone->Start();
     EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("NOTE +disk: disk full: [^ ]+profiles.db"));
-    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "large").size(), 1'000'000U);
+    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "large").value_or("").size(), 1'000'000U);
     EXPECT_EQ(Put(*phone, "more", std::string(2'000'000, 'x')), 7);
     EXPECT_EQ(phone->Api().DeleteProfile(SERVICE, "large"), 0);
     EXPECT_EQ(
