@@ -15,8 +15,15 @@ std::optional<std::pair<dev_t, ino_t>> IdentityOf(const std::filesystem::path& f
 
 }  // namespace
 
-SocketWatch::SocketWatch(std::filesystem::path socket, std::function<void()> lost, std::chrono::milliseconds step)
-    : thread_([this, socket = std::move(socket), lost = std::move(lost), step] { Run(socket, lost, step); }) {}
+SocketWatch::SocketWatch(std::filesystem::path socket, std::function<void()> lost, std::chrono::milliseconds step) {
+    // Before this returns: whoever replaces the socket right after is noticed too.
+    const auto identity = IdentityOf(socket);
+    thread_ = std::thread([this, socket = std::move(socket), lost = std::move(lost), step, identity] {
+        if (WaitUntil([&] { return !identity || IdentityOf(socket) != identity; }, step)) {
+            lost();
+        }
+    });
+}
 
 SocketWatch::~SocketWatch() {
     {
@@ -27,17 +34,15 @@ SocketWatch::~SocketWatch() {
     thread_.join();
 }
 
-void SocketWatch::Run(
-    const std::filesystem::path& socket, const std::function<void()>& lost, std::chrono::milliseconds step) {
-    const auto identity = IdentityOf(socket);
+// False when it is to stop before.
+bool SocketWatch::WaitUntil(const std::function<bool()>& hasVanished, std::chrono::milliseconds step) {
     std::unique_lock lock(mutex_);
     while (!wake_.wait_for(lock, step, [this] { return isStopping_; })) {
-        if (!identity || IdentityOf(socket) != identity) {
-            lock.unlock();
-            lost();
-            return;
+        if (hasVanished()) {
+            return true;
         }
     }
+    return false;
 }
 
 }  // namespace ZYNE::Linux

@@ -23,12 +23,12 @@ public:
     ~SocketWatch();
 
 private:
-    void Run(const std::filesystem::path& socket, const std::function<void()>& lost, std::chrono::milliseconds step);
+    bool WaitUntil(const std::function<bool()>& hasVanished, std::chrono::milliseconds step);
 
     std::mutex mutex_;
     std::condition_variable wake_;
     bool isStopping_ = false;  // guarded by mutex_
-    std::thread thread_;       // the last to be built
+    std::thread thread_;
 };
 
 }  // namespace ZYNE::Linux
