@@ -15,8 +15,8 @@
 
 #include "linux/bus/restart_pauses.h"
 #include "linux/log/log_share.h"
-#include "linux/runtime/delayed_tasks.h"
 #include "linux/runtime/call_queue.h"
+#include "linux/runtime/delayed_tasks.h"
 #include "linux/runtime/hang_watch.h"
 #include "linux/runtime/process_guard.h"
 #include "linux/runtime/serial_tasks.h"
