@@ -20,6 +20,14 @@ bool IsOfService(const CharacteristicProfile& profile, const char* serviceName) 
     return KeyMouseServiceManager::GetInstance().IsContainServiceId(profile, serviceName);
 }
 
+bool IsInfoCollection(const char* operation, const CharacteristicProfile& profile) {
+    if (IsOfService(profile, ProfileNames::INFO_COLLECTION_SERVICE)) {
+        return true;
+    }
+    CFWK_LOG_AS(DEBUG, LOG, operation, "not infoCollection change");
+    return false;
+}
+
 // Hands the value to the apps of this device; false when there is no way to them.
 bool WriteToDataShare(const CharacteristicProfile& profile) {
     DataShareManager& dataShare = DataShareManager::GetInstance();
@@ -80,16 +88,11 @@ int32_t Listener::OnServiceProfileUpdate(const ServiceProfile&, const ServicePro
     return 0;
 }
 
-// Each of the three logs for itself: people search for the line with the operation's name in it.
 int32_t Listener::OnCharacteristicProfileAdd(const CharacteristicProfile& profile) {
     CFWK_LOGI(DETECT_LOG, "CharacteristicProfile add, key: %{public}s", profile.GetCharacteristicKey());
     TellListeners(profile, SyncProfileChangeType::ADD);
-    if (IsOfService(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
-        CFWK_LOGI(LOG, "deviceStatus change");
-        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(profile, deviceType_);
-    }
-    if (!IsOfService(profile, ProfileNames::INFO_COLLECTION_SERVICE)) {
-        CFWK_LOGD(LOG, "not infoCollection change");
+    TellKeyMouse(__FUNCTION__, profile);
+    if (!IsInfoCollection(__FUNCTION__, profile)) {
         return ResultCodes::INVALID_PARAMETER;
     }
     CFWK_LOGI(LOG, "OnCharacteristicProfileAdd start datashare");
@@ -104,12 +107,8 @@ int32_t Listener::OnCharacteristicProfileAdd(const CharacteristicProfile& profil
 int32_t Listener::OnCharacteristicProfileUpdate(const CharacteristicProfile&, const CharacteristicProfile& newProfile) {
     CFWK_LOGI(DETECT_LOG, "CharacteristicProfile update, key: %{public}s", newProfile.GetCharacteristicKey());
     TellListeners(newProfile, SyncProfileChangeType::UPDATE);
-    if (IsOfService(newProfile, ProfileNames::KEY_MOUSE_SERVICE)) {
-        CFWK_LOGI(LOG, "deviceStatus change");
-        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(newProfile, deviceType_);
-    }
-    if (!IsOfService(newProfile, ProfileNames::INFO_COLLECTION_SERVICE)) {
-        CFWK_LOGD(LOG, "not infoCollection change");
+    TellKeyMouse(__FUNCTION__, newProfile);
+    if (!IsInfoCollection(__FUNCTION__, newProfile)) {
         return ResultCodes::INVALID_PARAMETER;
     }
     CFWK_LOGI(LOG, "OnCharacteristicProfileUpdate start datashare");
@@ -125,15 +124,9 @@ int32_t Listener::OnCharacteristicProfileDelete(const CharacteristicProfile& pro
     CFWK_LOGI(DETECT_LOG, "CharacteristicProfile delete, key: %{public}s", profile.GetCharacteristicKey());
     TellListeners(profile, SyncProfileChangeType::DELETE);
     CFWK_LOGI(LOG, "OnCharacteristicProfileDelete start.");
-    if (IsOfService(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
-        CFWK_LOGI(LOG, "deviceStatus change");
-        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(profile, deviceType_);
-    }
-    if (!IsOfService(profile, ProfileNames::INFO_COLLECTION_SERVICE)) {
-        CFWK_LOGD(LOG, "not infoCollection change");
-        return ResultCodes::INVALID_PARAMETER;
-    }
-    return 0;  // apps keep what they have
+    TellKeyMouse(__FUNCTION__, profile);
+    // Apps keep what they have.
+    return IsInfoCollection(__FUNCTION__, profile) ? 0 : ResultCodes::INVALID_PARAMETER;
 }
 
 void Listener::TellListeners(const CharacteristicProfile& profile, SyncProfileChangeType type) {
@@ -142,6 +135,13 @@ void Listener::TellListeners(const CharacteristicProfile& profile, SyncProfileCh
         listener(profile, type);
     }
     manager.ExecuteSuperDeviceProfileChangeListener();
+}
+
+void Listener::TellKeyMouse(const char* operation, const CharacteristicProfile& profile) {
+    if (IsOfService(profile, ProfileNames::KEY_MOUSE_SERVICE)) {
+        CFWK_LOG_AS(INFO, LOG, operation, "deviceStatus change");
+        KeyMouseServiceManager::GetInstance().OnDeviceStatusChanged(profile, deviceType_);
+    }
 }
 
 }  // namespace ZYNE::CollaborationFwk

@@ -34,6 +34,7 @@ public:
 
 private:
     static void TellListeners(const CharacteristicProfile& profile, SyncProfileChangeType type);
+    void TellKeyMouse(const char* operation, const CharacteristicProfile& profile);
 
     const uint32_t deviceType_;
 };
