@@ -7,36 +7,27 @@
 #include "host/peer_choice.h"
 #include "host/setting_api.h"
 #include "plugin/datashare/oobe_status_dependency.h"
+#include "plugin/datashare/setup_conditions.h"
 
 namespace ZYNE::Host {
 namespace {
 
+using CollaborationFwk::SetupCondition;
+
 constexpr size_t MOST_TOLD_BYTES = 256;  // of a value, which has one character where somebody means it
 
-// A setting that set-up depends on: what must or must not be its value.
-struct Condition {
-    const char* name;
-    const char* value;
-    bool mustBe;
-};
-
-constexpr Condition CONDITIONS[] = {
-    {"device_provisioned", "1", true},
-    {"user_setup_complete", "1", true},
-    {"is_ota_finished", "0", false},
-};
-
-Setup::Setting Look(const Condition& condition) {
-    const std::optional<std::string> value = ReadSetting(condition.name, ALL_USERS);
-    const bool holds = (value == condition.value) == condition.mustBe;
-    return {condition.name, value.has_value(), BusTextOfAtMost(value.value_or(""), MOST_TOLD_BYTES).text, !holds};
+Setup::Setting Look(const SetupCondition& condition) {
+    const std::optional<std::string> found = ReadSetting(condition.setting, ALL_USERS);
+    const std::string value = found.value_or("");
+    return {condition.setting, found.has_value(), BusTextOfAtMost(value, MOST_TOLD_BYTES).text,
+        !condition.Holds(value)};
 }
 
 }  // namespace
 
 Setup ReadSetup() {
     Setup setup{CollaborationFwk::OobeStatusDependency::GetInstance().IsOobeReady(), {}};
-    for (const Condition& condition : CONDITIONS) {
+    for (const SetupCondition& condition : CollaborationFwk::SETUP_CONDITIONS) {
         setup.settings.push_back(Look(condition));
     }
     return setup;

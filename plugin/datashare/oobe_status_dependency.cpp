@@ -2,6 +2,7 @@
 
 #include "platform/host/global_variables.h"
 #include "platform/system_ability/system_ability_manager_client.h"
+#include "plugin/datashare/setup_conditions.h"
 #include "plugin/utils/log.h"
 #include "plugin/utils/system_ability_ids.h"
 
@@ -12,9 +13,6 @@ constexpr LogDomain LOG = LogDomains::DEVICE_DETECT;
 
 constexpr char KEY_COLUMN[] = "KEYWORD";
 constexpr char VALUE_COLUMN[] = "VALUE";
-constexpr char DEVICE_PROVISIONED[] = "device_provisioned";
-constexpr char USER_SETUP_COMPLETE[] = "user_setup_complete";
-constexpr char IS_OTA_FINISHED[] = "is_ota_finished";
 constexpr char NO[] = "0";
 constexpr char YES[] = "1";
 constexpr char NO_SECOND_URI[] = "";
@@ -35,11 +33,11 @@ bool OobeStatusDependency::IsOobeReady() {
     std::lock_guard lock(mutex_);
     if (oobeStatus_.empty() || oobeStatus_ == NO) {
         CFWK_LOGI(LOG, "start query oobe status from dataShare");
-        const std::string deviceProvisioned = GetOobeStatus(DEVICE_PROVISIONED);
-        const std::string userSetupComplete = GetOobeStatus(USER_SETUP_COMPLETE);
-        const std::string isOtaFinished = GetOobeStatus(IS_OTA_FINISHED);
-        // A device that was never updated has no "is_ota_finished".
-        const bool isReady = deviceProvisioned == YES && userSetupComplete == YES && isOtaFinished != NO;
+        bool isReady = true;
+        for (const SetupCondition& condition : SETUP_CONDITIONS) {
+            const bool holds = condition.Holds(GetOobeStatus(condition.setting));
+            isReady = isReady && holds;
+        }
         oobeStatus_ = isReady ? YES : NO;
     }
     return oobeStatus_ == YES;

@@ -1,5 +1,4 @@
-// Tells whether the device has been set up, which the settings know: "device_provisioned" and "user_setup_complete"
-// must be "1", and "is_ota_finished" must not be "0".
+// Tells whether the device has been set up, which the settings know: see setup_conditions.h.
 #pragma once
 
 #include <cstdint>
