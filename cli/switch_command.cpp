@@ -6,55 +6,14 @@
 #include "cli/json_output.h"
 #include "cli/text_table.h"
 #include "client/crossing_client.h"
-#include "client/device_client.h"
 
 namespace ZYNE::Cli {
 namespace {
 
-// Where a user's switch is kept, and where a device publishes it.
-constexpr const char* SETTING = "peer_desk_state";
-constexpr const char* ON = "1";
-constexpr const char* OFF = "0";
-constexpr const char* SERVICE = "SwitchStatus_Key_Mouse_Edge_Crossing";
-constexpr const char* KEY = "SwitchStatus";
-
-struct PeerSwitch {
-    Client::Peer peer;
-    std::string state;  // on, off, or unknown
-};
-
-int32_t ChooseUser(const Client::DeviceEntry& device, std::optional<int32_t> wanted) {
-    if (!wanted) {
-        return Client::CrossingClient(device).ForegroundUser();
-    }
-    CheckUser(device, *wanted);
-    return *wanted;
-}
-
-// Anything but a 1 counts as off, and so does a switch that nobody ever touched.
-bool ReadSwitch(Client::DeviceClient& device, int32_t user) {
-    try {
-        return device.GetSetting(SETTING, user) == ON;
-    } catch (const Client::NotFound&) {
-        return false;
-    }
-}
-
-std::vector<PeerSwitch> ReadPeers(Client::DeviceClient& device) {
-    std::vector<PeerSwitch> switches;
-    for (const Client::Peer& peer : device.ListPeers()) {
-        if (peer.online) {
-            const auto value = device.GetProfile(peer.id, SERVICE, "", KEY);
-            switches.push_back({peer, !value ? "unknown" : *value == ON ? "on" : "off"});
-        }
-    }
-    return switches;
-}
-
-void PrintTable(const std::string& device, int32_t user, bool isOn, const std::vector<PeerSwitch>& peers) {
+void PrintTable(const std::string& device, const Client::Switches& switches) {
     TextTable table({"DEVICE", "SWITCH", "OF"});
-    table.AddRow({device, isOn ? "on" : "off", "user " + std::to_string(user) + " of this device"});
-    for (const PeerSwitch& each : peers) {
+    table.AddRow({device, switches.isOn ? "on" : "off", "user " + std::to_string(switches.user) + " of this device"});
+    for (const Client::PeerSwitch& each : switches.peers) {
         table.AddRow({each.peer.name, each.state, "peer " + each.peer.id});
     }
     table.Print(std::cout);
@@ -67,9 +26,9 @@ Json::Value ToJson(int32_t user, bool isOn) {
     return root;
 }
 
-Json::Value ToJson(const std::vector<PeerSwitch>& peers) {
+Json::Value ToJson(const std::vector<Client::PeerSwitch>& peers) {
     Json::Value list(Json::arrayValue);
-    for (const PeerSwitch& each : peers) {
+    for (const Client::PeerSwitch& each : peers) {
         Json::Value& entry = list.append(Json::objectValue);
         entry["name"] = each.peer.name;
         entry["id"] = each.peer.id;
@@ -81,9 +40,7 @@ Json::Value ToJson(const std::vector<PeerSwitch>& peers) {
 }  // namespace
 
 int PutSwitch(const DeviceChoice& choice, bool isOn, std::optional<int32_t> user, bool json) {
-    const Client::DeviceEntry entry = ChooseDevice(choice, false);
-    const int32_t owner = ChooseUser(entry, user);
-    Client::DeviceClient(entry).PutSetting(SETTING, isOn ? ON : OFF, owner);
+    const int32_t owner = Client::CrossingClient(ChooseDevice(choice, false)).SetSwitch(isOn, user);
     if (json) {
         PrintJson(ToJson(owner, isOn));
     }
@@ -91,17 +48,14 @@ int PutSwitch(const DeviceChoice& choice, bool isOn, std::optional<int32_t> user
 }
 
 int ShowSwitches(const DeviceChoice& choice, std::optional<int32_t> user, bool json) {
-    const Client::DeviceEntry entry = ChooseDevice(choice, false);
-    const int32_t owner = ChooseUser(entry, user);
-    Client::DeviceClient device(entry);
-    const bool isOn = ReadSwitch(device, owner);
-    const std::vector<PeerSwitch> peers = ReadPeers(device);
+    const Client::DeviceEntry device = ChooseDevice(choice, false);
+    const Client::Switches switches = Client::CrossingClient(device).GetSwitch(user);
     if (json) {
-        Json::Value root = ToJson(owner, isOn);
-        root["peers"] = ToJson(peers);
+        Json::Value root = ToJson(switches.user, switches.isOn);
+        root["peers"] = ToJson(switches.peers);
         PrintJson(root);
     } else {
-        PrintTable(entry.name, owner, isOn, peers);
+        PrintTable(device.name, switches);
     }
     return 0;
 }

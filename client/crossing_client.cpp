@@ -1,13 +1,16 @@
 #include "client/crossing_client.h"
 
-#include <algorithm>
-
 #include <sdbus-c++/sdbus-c++.h>
 
 #include "client/device_api_proxy.h"
 #include "client/device_connection.h"
 
 namespace ZYNE::Client {
+namespace {
+
+constexpr int32_t FOREGROUND = -1;
+
+}  // namespace
 
 // Without an event loop of its own: the calling thread waits for its answer on the socket itself.
 class CrossingClient::Proxy final : private sdbus::ProxyObjectHolder, public io::collaborationfwk::Crossing1_proxy {
@@ -58,21 +61,25 @@ PeerName CrossingClient::FindPeer(const std::string& peer) {
     return {name, id};
 }
 
+Switches CrossingClient::GetSwitch(std::optional<int32_t> user) {
+    const auto [owner, isOn, peers] = Ask(name_, [&] { return proxy_->GetSwitch(user.value_or(FOREGROUND)); });
+    Switches switches{owner, isOn, {}};
+    for (const auto& peer : peers) {
+        switches.peers.push_back({{std::get<0>(peer), std::get<1>(peer)}, std::get<2>(peer)});
+    }
+    return switches;
+}
+
+int32_t CrossingClient::SetSwitch(bool isOn, std::optional<int32_t> user) {
+    return Ask(name_, [&] { return proxy_->SetSwitch(isOn, user.value_or(FOREGROUND)); });
+}
+
 std::vector<User> CrossingClient::ListUsers() {
     std::vector<User> users;
     for (const auto& user : Ask(name_, [&] { return proxy_->ListUsers(); })) {
         users.push_back({std::get<0>(user), std::get<1>(user), std::get<2>(user), std::get<3>(user)});
     }
     return users;
-}
-
-int32_t CrossingClient::ForegroundUser() {
-    const std::vector<User> users = ListUsers();
-    const auto user = std::ranges::find(users, true, &User::isForeground);
-    if (user == users.end()) {
-        throw DeviceError("no user is in the foreground of the device \"" + name_ + "\"");
-    }
-    return user->id;
 }
 
 void CrossingClient::SwitchUser(int32_t user) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,17 @@ struct PeerName {
     std::string id;  // shortened
 };
 
+struct PeerSwitch {
+    PeerName peer;
+    std::string state;  // on, off, unknown
+};
+
+struct Switches {
+    int32_t user;  // whose it is
+    bool isOn;
+    std::vector<PeerSwitch> peers;  // those that are online, in the order of names
+};
+
 // One thread at a time. Every operation throws DeviceError when the device cannot be reached, does not answer in time
 // or refuses, and when a text is not UTF-8 or too large.
 class CrossingClient {
@@ -62,10 +74,12 @@ public:
     // Of a peer, or of this device.
     PeerName FindPeer(const std::string& peer);
 
+    // The switch for crossing of `user`, or of the user in the foreground. SetSwitch returns whose it is.
+    Switches GetSwitch(std::optional<int32_t> user);
+    int32_t SetSwitch(bool isOn, std::optional<int32_t> user);
+
     // In the order of the device's configuration.
     std::vector<User> ListUsers();
-    // The user whose settings count. Throws DeviceError also when there is none.
-    int32_t ForegroundUser();
     // Brings a user to the foreground. What follows the user may follow a moment later.
     void SwitchUser(int32_t user);
 

@@ -13,6 +13,7 @@
 #include "host/crossing_listeners.h"
 #include "host/peer_choice.h"
 #include "host/program_calls.h"
+#include "host/switch_api.h"
 #include "host/user_api.h"
 #include "linux/input/scripted_input.h"
 #include "linux/screen/screen_state.h"
@@ -95,6 +96,14 @@ private:
             const KnownPeer found = ChooseDevice(peers_(), ThisDevice(), peer);
             return std::tuple(BusText(found.name), ShortId(found.udid));
         });
+    }
+
+    void GetSwitch(sdbus::Result<int32_t, bool, std::vector<PeerSwitch>>&& result, int32_t user) override {
+        calls_.Answer(std::move(result), {Caller(), 0}, [this, user] { return Host::GetSwitch(user, peers_()); });
+    }
+
+    void SetSwitch(sdbus::Result<int32_t>&& result, bool on, int32_t user) override {
+        calls_.Answer(std::move(result), {Caller(), 0}, [on, user] { return std::tuple(Host::SetSwitch(on, user)); });
     }
 
     void ListUsers(sdbus::Result<std::vector<User>>&& result) override {

@@ -1,6 +1,5 @@
 #include "host/device_api.h"
 
-#include <algorithm>
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -60,7 +59,7 @@ public:
 private:
     std::vector<Device> ListDevices() override {
         std::vector<KnownPeer> peers = options_.peers();
-        std::ranges::sort(peers, {}, [](const KnownPeer& peer) { return std::tie(peer.name, peer.udid); });
+        SortByName(peers);
         std::vector<Device> devices;
         devices.reserve(peers.size());
         for (const KnownPeer& peer : peers) {

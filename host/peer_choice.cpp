@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <tuple>
 
 #include "platform/host/collaboration_fwk_service_utils.h"
 #include "platform/host/picker_result.h"
@@ -49,6 +50,10 @@ KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wan
 
 KnownPeer ChooseDevice(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& wanted) {
     return IsMeant(self, wanted) ? self : ChoosePeer(peers, wanted);
+}
+
+void SortByName(std::vector<KnownPeer>& peers) {
+    std::ranges::sort(peers, {}, [](const KnownPeer& peer) { return std::tie(peer.name, peer.udid); });
 }
 
 std::string NameOf(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& udid) {

@@ -32,6 +32,9 @@ KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wan
 // The same, where `self`, this device, may be meant as well, and is when it has the name.
 KnownPeer ChooseDevice(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& wanted);
 
+// Puts peers into the order in which people are shown them.
+void SortByName(std::vector<KnownPeer>& peers);
+
 // The name of the device `udid`; empty when it is neither `self` nor one of `peers`.
 std::string NameOf(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& udid);
 

@@ -19,8 +19,8 @@ constexpr size_t MOST_TOLD_BYTES = 256;  // of a value, which has one character 
 Setup::Setting Look(const SetupCondition& condition) {
     const std::optional<std::string> found = ReadSetting(condition.setting, ALL_USERS);
     const std::string value = found.value_or("");
-    return {condition.setting, found.has_value(), BusTextOfAtMost(value, MOST_TOLD_BYTES).text,
-        !condition.Holds(value)};
+    return {
+        condition.setting, found.has_value(), BusTextOfAtMost(value, MOST_TOLD_BYTES).text, !condition.Holds(value)};
 }
 
 }  // namespace

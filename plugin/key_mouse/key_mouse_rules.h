@@ -12,6 +12,7 @@ namespace ZYNE::CollaborationFwk::KeyMouseRules {
 
 inline constexpr int32_t NEXT_OS_TYPE = 10;
 inline constexpr int32_t MAX_CONNECT_ATTEMPTS = 3;
+inline constexpr char SWITCH_ON[] = "1";
 
 // Whether the pointer is in the band along the edges of a display of that size, all in pixels: two wide on the left and
 // at the top, one wide on the right and at the bottom.
@@ -21,7 +22,7 @@ constexpr bool IsAtEdge(int32_t x, int32_t y, int32_t width, int32_t height) {
 
 // Whether a switch with this stored value is on.
 inline bool IsSwitchOn(const std::string& value) {
-    return value == "1";
+    return value == SWITCH_ON;
 }
 
 // Whether `profile` is a device's crossing switch, and on.
