@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/remote_object.h"
@@ -11,7 +12,7 @@
 namespace ZYNE::Client {
 namespace {
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = Linux::LogDomains::DATA_SHARE;
 constexpr char ADDRESS_VARIABLE[] = "DBUS_STARTER_ADDRESS";
 constexpr int WAIT_TIME_SECONDS = 2;
 

@@ -15,6 +15,7 @@
 #include "linux/account/credentials.h"
 #include "linux/apps/ability_manager.h"
 #include "linux/apps/bundle_manager.h"
+#include "linux/base/log_domains.h"
 #include "linux/bus/device_bus.h"
 #include "linux/bus/system_abilities.h"
 #include "linux/datashare/data_share_service.h"
@@ -59,7 +60,7 @@ using Linux::Fabric;
 using Linux::FabricOptions;
 using Linux::ProfileService;
 
-constexpr LogDomain LOG{0xD004640, "Device"};
+constexpr LogDomain LOG = Linux::LogDomains::DEVICE;
 
 // How long programs that wait for an answer get it while the device stops. Answers that need the bus come no more when
 // this is over.

@@ -19,12 +19,13 @@
 #include "host/program_calls.h"
 #include "host/setting_api.h"
 #include "host/status_api.h"
+#include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Host {
 namespace {
 
-constexpr LogDomain LOG{0xD004640, "Device"};
+constexpr LogDomain LOG = Linux::LogDomains::DEVICE;
 constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
 constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
 

@@ -1,6 +1,7 @@
 #include "host/program_calls.h"
 
 #include "host/bus_text.h"
+#include "linux/base/log_domains.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
@@ -9,7 +10,7 @@ namespace {
 
 using Linux::CallQueue;
 
-constexpr LogDomain LOG{0xD004640, "Device"};
+constexpr LogDomain LOG = Linux::LogDomains::DEVICE;
 constexpr int32_t INFO_COLLECTION = 2;
 
 }  // namespace

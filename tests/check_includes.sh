@@ -15,7 +15,7 @@ done <<'RULES'
 platform platform
 plugin plugin platform
 linux linux platform
-client client linux/bus linux/datashare platform
+client client linux/base linux/bus linux/datashare platform
 cli cli client linux/account linux/bus platform
 samples samples client linux/bus platform
 RULES

@@ -5,12 +5,13 @@
 #include <system_error>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004632, "Apps"};
+constexpr LogDomain LOG = LogDomains::APPS;
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "linux/apps/bundle_manager.h"
+#include "linux/base/log_domains.h"
 #include "linux/bus/json_file.h"
 #include "platform/bundle/bundle_mgr_client.h"
 #include "platform/log/log_print.h"
@@ -14,7 +15,7 @@
 namespace ZYNE {
 namespace {
 
-constexpr LogDomain LOG{0xD004632, "Apps"};
+constexpr LogDomain LOG = Linux::LogDomains::APPS;
 constexpr std::string_view PROFILE_MARK = "$profile:";
 constexpr size_t LARGEST_PROFILE = 4u << 20;  // bytes
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "linux/apps/extension_remote.h"
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/device_bus.h"
 #include "linux/runtime/delayed_tasks.h"
@@ -15,7 +16,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004632, "Apps"};
+constexpr LogDomain LOG = LogDomains::APPS;
 constexpr std::chrono::seconds ASK_TIME{1};            // for the process to hear that it should end
 constexpr std::chrono::milliseconds GRACE_TIME{2000};  // for it to end
 

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/listener_object.h"
 #include "platform/log/log_print.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr LogDomain LOG{0xD004631, "Bus"};
+constexpr LogDomain LOG = LogDomains::BUS;
 constexpr auto QUESTION_TIME = 5s;    // for a question to the bus itself
 constexpr auto START_TIME = 60s;      // the bus gives up on a service earlier, by its own limit
 constexpr auto APPEARANCE_TIME = 1s;  // between a service's start and our hearing of its name

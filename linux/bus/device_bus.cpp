@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_address.h"
 #include "linux/bus/bus_config.h"
 #include "linux/bus/bus_daemon.h"
@@ -19,7 +20,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004631, "Bus"};
+constexpr LogDomain LOG = LogDomains::BUS;
 
 constexpr char CONFIG_FILE[] = "bus.conf";
 constexpr char SERVICE_DIRECTORY[] = "services";

@@ -21,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/process_handle.h"
 #include "platform/log/log_print.h"
 
@@ -29,7 +30,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr LogDomain LOG{0xD004631, "Bus"};
+constexpr LogDomain LOG = LogDomains::BUS;
 constexpr pid_t FIRST_OF_OTHERS = 2;  // the first process is the system's
 constexpr auto ASK_TIME = 300ms;
 constexpr auto KILL_TIME = 200ms;

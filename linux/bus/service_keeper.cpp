@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/device_bus.h"
 #include "linux/runtime/delayed_tasks.h"
@@ -10,7 +11,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004631, "Bus"};
+constexpr LogDomain LOG = LogDomains::BUS;
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/device_bus.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
@@ -30,7 +31,7 @@ SystemAbilityManagerClient& SystemAbilityManagerClient::GetInstance() {
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004631, "Bus"};
+constexpr LogDomain LOG = LogDomains::BUS;
 constexpr int32_t POOL_PARAM = 0;
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <thread>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/device_bus.h"
@@ -15,7 +16,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 // The address without what is new with each start of the bus: programs that are there already connect to the next one.
 std::string LastingAddress(const std::string& address) {

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/datashare/notice_bus.h"
 #include "linux/datashare/share_limits.h"
 #include "linux/datashare/share_providers.h"
@@ -16,7 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 // Between attempts to reach the bus again.
 constexpr auto FIRST_PAUSE = 100ms;

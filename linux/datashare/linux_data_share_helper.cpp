@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/datashare/result_set.h"
 #include "linux/datashare/share_limits.h"
 #include "platform/host/picker_result.h"
@@ -13,7 +14,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 std::string Masked(const std::string& uri) {
     return CollaborationFwk::PickerResult::StringToAnonymous(uri);

@@ -5,13 +5,14 @@
 #include <utility>
 #include <vector>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_wire.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 constexpr char PATH[] = "/com/zyne/DataShare";
 constexpr char INTERFACE[] = "com.zyne.DataShare";

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/datashare/share_limits.h"
 #include "linux/runtime/serial_tasks.h"
 #include "platform/log/log_print.h"
@@ -12,7 +13,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 // Takes the entries that `leaves` picks out of `entries`, ended. They are let go of by the caller, without the lock:
 // that may end an observer.

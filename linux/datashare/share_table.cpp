@@ -5,13 +5,14 @@
 
 #include <SQLiteCpp/Transaction.h>
 
+#include "linux/base/log_domains.h"
 #include "linux/datashare/share_limits.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004635, "DataShare"};
+constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 // Names and values are blobs: they may hold zero bytes and need not be UTF-8.
 constexpr char SCHEMA[] = R"(

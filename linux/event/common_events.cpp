@@ -3,11 +3,11 @@
 #include <stdexcept>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/caller_identity.h"
 #include "linux/bus/signal_listener.h"
 #include "linux/bus/signal_sender.h"
-#include "linux/event/event_log.h"
 #include "linux/event/event_subscribers.h"
 #include "platform/event/common_event_manager.h"
 
@@ -44,7 +44,9 @@ struct CommonEvents::Running {
                   [this](sd_bus_message* message) {
                       Receive(message);
                   }}},
-              [] { LogPrint(LogType::CORE, LogLevel::WARN, EVENT_LOG, "no further events: the bus is gone"); }) {
+              [] {
+                  LogPrint(LogType::CORE, LogLevel::WARN, LogDomains::EVENT, "no further events: the bus is gone");
+              }) {
         listener.Listen();
         if (ownName.empty()) {
             throw std::runtime_error("common events cannot be sent on the bus " + address);
@@ -66,7 +68,7 @@ struct CommonEvents::Running {
             return;  // subscribers have been told by Publish
         }
         if (sd_bus_message_read(message, "s", &text) <= 0 || !IsName(text)) {
-            LogPrint(LogType::CORE, LogLevel::WARN, EVENT_LOG, "a malformed event is passed over");
+            LogPrint(LogType::CORE, LogLevel::WARN, LogDomains::EVENT, "a malformed event is passed over");
         } else if (subscribers.IsWanted(text)) {
             subscribers.Tell(text, FindPublisher(from));
         }
@@ -139,8 +141,8 @@ bool CommonEvents::Publish(const std::string& event, int32_t publisherUid, std::
         PATH, INTERFACE, PUBLISHED,
         [&](sd_bus_message* message) { return sd_bus_message_append(message, "s", event.c_str()); }, error);
     if (!sent) {
-        LogPrint(LogType::CORE, LogLevel::ERROR, EVENT_LOG, "%{public}s is not told to other processes: %{public}s",
-            event, error);
+        LogPrint(LogType::CORE, LogLevel::ERROR, LogDomains::EVENT,
+            "%{public}s is not told to other processes: %{public}s", event, error);
     }
     return true;
 }

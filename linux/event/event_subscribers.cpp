@@ -5,7 +5,7 @@
 #include <iterator>
 #include <utility>
 
-#include "linux/event/event_log.h"
+#include "linux/base/log_domains.h"
 #include "linux/runtime/serial_tasks.h"
 
 namespace ZYNE::Linux {
@@ -49,8 +49,8 @@ struct EventSubscribers::Entry {
         });
         if (!posted) {
             --self->waiting;
-            LogPrint(LogType::CORE, LogLevel::ERROR, EVENT_LOG, "%{public}s is lost to a subscriber: %{public}s", event,
-                fits ? "no thread" : "too much waits for it");
+            LogPrint(LogType::CORE, LogLevel::ERROR, LogDomains::EVENT,
+                "%{public}s is lost to a subscriber: %{public}s", event, fits ? "no thread" : "too much waits for it");
             delivery->FinishOne();
         }
     }

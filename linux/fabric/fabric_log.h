@@ -1,12 +1,13 @@
 // How the network half of a device logs.
 #pragma once
 
+#include "linux/base/log_domains.h"
 #include "linux/network/network_log.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 
-inline constexpr LogDomain FABRIC_LOG{0xD004700, "Fabric"};
+inline constexpr LogDomain FABRIC_LOG = LogDomains::FABRIC;
 
 template <typename... Args>
 void FabricPrint(

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/runtime/run_task.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
@@ -11,7 +12,7 @@ namespace {
 
 using CollaborationFwk::AsynThreadPool;
 
-constexpr LogDomain LOG{0xD004636, "Input"};
+constexpr LogDomain LOG = LogDomains::INPUT;
 constexpr int32_t KEY_MOUSE = 4;  // what the pool is told of a task
 
 bool IsMotion(const InputEvent& event) {

@@ -14,6 +14,7 @@
 #include <system_error>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -21,7 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr LogDomain LOG{0xD004636, "Input"};
+constexpr LogDomain LOG = LogDomains::INPUT;
 constexpr auto OPEN_LIMIT = 3s;  // before it is said that the server does not answer
 constexpr auto RETRY_INTERVAL = 2s;
 constexpr auto BURST_INTERVAL = 3ms;

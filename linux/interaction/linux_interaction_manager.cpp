@@ -1,5 +1,6 @@
 #include "linux/interaction/linux_interaction_manager.h"
 
+#include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE {
@@ -13,7 +14,7 @@ InteractionManager* InteractionManager::GetInstance() {
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004639, "Interaction"};
+constexpr LogDomain LOG = LogDomains::INTERACTION;
 
 InteractionCode Check(uint32_t direction, double coefficient) {
     if (direction >= LinuxInteractionManager::DIRECTIONS) {

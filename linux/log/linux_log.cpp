@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/log/log_journal.h"
 #include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"
@@ -24,7 +25,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr LogDomain LOG{0xD004634, "Log"};
+constexpr LogDomain LOG = LogDomains::LOG;
 constexpr auto GATHER_TIME = 10ms;
 constexpr size_t MOST_PENDING_BYTES = size_t{4} << 20U;
 constexpr size_t MOST_UNOPENED_BYTES = size_t{256} << 10U;

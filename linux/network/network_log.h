@@ -3,12 +3,13 @@
 
 #include <string>
 
+#include "linux/base/log_domains.h"
 #include "platform/host/picker_result.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 
-inline constexpr LogDomain NETWORK_LOG{0xD004701, "Network"};
+inline constexpr LogDomain NETWORK_LOG = LogDomains::NETWORK;
 
 // A udid or network id as it may be logged.
 inline std::string Anonymous(const std::string& id) {

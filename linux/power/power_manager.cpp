@@ -4,6 +4,7 @@
 #include <chrono>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
@@ -18,7 +19,7 @@ PowerMgrClient& PowerMgrClient::GetInstance() {
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004638, "Power"};
+constexpr LogDomain LOG = LogDomains::POWER;
 constexpr int32_t POOL_PARAM = 0;
 
 }  // namespace

@@ -3,12 +3,13 @@
 
 #include <string>
 
+#include "linux/base/log_domains.h"
 #include "platform/host/picker_result.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 
-inline constexpr LogDomain PROFILE_LOG{0xD004701, "Profile"};
+inline constexpr LogDomain PROFILE_LOG = LogDomains::PROFILE;
 
 template <typename... Args>
 void ProfilePrint(

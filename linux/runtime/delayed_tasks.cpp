@@ -4,13 +4,14 @@
 #include <pthread.h>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004630, "Runtime"};
+constexpr LogDomain LOG = LogDomains::RUNTIME;
 constexpr int32_t POOL_PARAM = 0;
 constexpr std::chrono::seconds RETRY_TIME{1};  // when the pool has refused a task
 

@@ -13,13 +13,14 @@
 #include <unistd.h>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/runtime/hang_watch.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004630, "Runtime"};
+constexpr LogDomain LOG = LogDomains::RUNTIME;
 constexpr unsigned LAST_WORDS_SECONDS = 2;
 
 sigset_t StopSignals() {

@@ -2,12 +2,13 @@
 
 #include <exception>
 
+#include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004630, "Runtime"};
+constexpr LogDomain LOG = LogDomains::RUNTIME;
 
 }  // namespace
 

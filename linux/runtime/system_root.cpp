@@ -6,13 +6,14 @@
 #include <system_error>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "platform/host/system_partition.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004630, "Runtime"};
+constexpr LogDomain LOG = LogDomains::RUNTIME;
 
 class Root {
 public:

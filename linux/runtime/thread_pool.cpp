@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -18,7 +19,7 @@ AsynThreadPool* AsynThreadPool::GetInstance() {
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004630, "Runtime"};
+constexpr LogDomain LOG = LogDomains::RUNTIME;
 
 }  // namespace
 

@@ -2,13 +2,14 @@
 
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/runtime/run_task.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD00463A, "Screen"};
+constexpr LogDomain LOG = LogDomains::SCREEN;
 
 constexpr char SAVER[] = "org.freedesktop.ScreenSaver";  // its name on the bus, and its interface
 constexpr char SAVER_PATH[] = "/org/freedesktop/ScreenSaver";

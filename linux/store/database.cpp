@@ -8,6 +8,7 @@
 #include <ctime>
 #include <system_error>
 
+#include "linux/base/log_domains.h"
 #include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"
 
@@ -17,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using Kind = DatabaseError::Kind;
 
-constexpr LogDomain LOG{0xD00463B, "Store"};
+constexpr LogDomain LOG = LogDomains::STORE;
 
 constexpr int BUSY_TIME_MS = 2000;
 constexpr uint64_t ALMOST_NOTHING = uint64_t{64} << 10U;  // of room on the disk, bytes

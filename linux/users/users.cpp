@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "linux/base/log_domains.h"
 #include "linux/runtime/kept_file.h"
 #include "linux/runtime/serial_tasks.h"
 #include "platform/log/log_print.h"
@@ -25,7 +26,7 @@ int32_t OsAccountManager::GetOsAccountType(int32_t localId, OsAccountType& type)
 namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG{0xD004637, "Users"};
+constexpr LogDomain LOG = LogDomains::USERS;
 
 const User* Find(const std::vector<User>& users, int32_t id) {
     const auto found = std::find_if(users.begin(), users.end(), [id](const User& user) { return user.id == id; });
