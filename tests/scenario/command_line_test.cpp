@@ -132,25 +132,18 @@ TEST_F(CommandLine, RefusesWrongUsageWithOneLine) {
 }
 
 TEST_F(CommandLine, NamesTheKeyThatIsWrongInAConfiguration) {
-    const struct {
-        const char* text;
-        std::vector<std::string> parts;
-    } cases[] = {
-        {"[device]\nname = ", {":2:"}},
-        {"[device]\nname = 7\n", {":2:", "name"}},
-        {"[device]\nname = \"a\"\ntype = \"toaster\"\n", {":3:", "type", "phone"}},
-        {"[device]\nname = \"a\"\ntype = \"pc\"\nstate_directory = \"s\"\ncolour = 1\n", {":5:", "colour"}},
-        {"[device]\nname = \"a\"\ntpye = \"pc\"\ntype = \"pc\"\nstate_directory = \"s\"\n",
-            {":3:", "did you mean \"type\"?"}},
-        {"[device]\nname = \"a\"\ntype = \"pc\"\nstate_directory = \"s\"\n", {"mode"}},
-        {"[device]\nname = \"a\"\ntype = \"pc\"\nstate_directory = \"s\"\n[account]\nmode = \"account\"\n"
-         "credentials = \"none\"\n",
-            {":7:", "credentials", "none"}},
-    };
     const std::string file = directory / "wrong.toml";
-    for (const auto& wrong : cases) {
-        std::ofstream(file) << wrong.text;
-        std::vector<std::string> parts = wrong.parts;
+    const std::string device = "[device]\nname = \"a\"\ntype = \"pc\"\nstate_directory = \"s\"\n";
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {"[device]\nname = ", {":2:"}},
+        {"[device]\nname = \"a\"\ntype = \"toaster\"\n", {":3:", "type", "phone"}},
+        {device + "colour = 1\n", {":5:", "colour"}},
+        {device + "tpye = \"pc\"\n", {":5:", "did you mean \"type\"?"}},
+        {device, {"mode"}},
+        {device + "[account]\nmode = \"account\"\ncredentials = \"none\"\n", {":7:", "credentials", "none"}},
+    };
+    for (auto [text, parts] : cases) {
+        std::ofstream(file) << text;
         parts.push_back(file);
         ExpectFailure(RunCommand({COLLABD, "--config", file}), 2, parts);
     }

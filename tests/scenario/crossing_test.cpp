@@ -2,14 +2,12 @@
 #include <atomic>
 #include <csignal>
 #include <latch>
-#include <mutex>
-#include <optional>
 #include <regex>
 #include <sstream>
-#include <tuple>
 
 #include "client/crossing_client.h"
 #include "client/crossing_watch.h"
+#include "platform/host/picker_result.h"
 #include "tests/scenario/scenario.h"
 #include "tests/scenario/x_server.h"
 
@@ -19,6 +17,7 @@ namespace {
 using Client::CrossingClient;
 using Client::CrossingWatch;
 using Client::DeviceError;
+using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 
 constexpr const char* USERS = R"([[user]]
@@ -37,24 +36,16 @@ constexpr const char* ASKED_TO_LEAVE = "KeyMouseService: request 15";
 class Crossing : public Scenario {
 protected:
     void SetUp() override {
-        phone = &Add("phone", {.type = "phone", .hasCompanion = true, .config = std::string(USERS) + SCRIPTED});
-        pc = &Add("pc", {.hasCompanion = true, .config = std::string(USERS) + SCRIPTED});
+        DeviceSetup setup{.hasCompanion = true, .config = std::string(USERS) + SCRIPTED, .logLevel = "debug"};
+        pc = &Add("pc", setup);
+        setup.type = "phone";
+        phone = &Add("phone", setup);
     }
 
+    // And until each has published its switch.
     void StartBoth() {
-        phone->Start();
-        pc->Start();
-        ASSERT_TRUE(Eventually([this] { return phone->Sees("pc") && pc->Sees("phone"); }));
-        // Each has published its switch.
+        Scenario::StartBoth();
         ASSERT_TRUE(Eventually([this] { return Switch(*phone, "pc") == "0" && Switch(*pc, "phone") == "0"; }));
-    }
-
-    // A tablet that the display is that of.
-    TestDevice& StartAt(const XServer& display) {
-        TestDevice& tablet =
-            Add("tablet", {.type = "tablet", .config = "[input]\ndisplay = \"" + display.Display() + "\"\n"});
-        tablet.Start();
-        return tablet;
     }
 
     static CrossingClient Api(const TestDevice& device) { return CrossingClient(*device.Entry()); }
@@ -98,9 +89,10 @@ protected:
         return outcome.status == 0 ? std::stoi(outcome.out.substr(number)) : 0;
     }
 
-    // A client process that prints to the file `name`, once it is registered.
-    std::unique_ptr<Process> Watch(const std::string& name, std::vector<std::string> words) {
-        words.insert(words.begin(), {COLLABCTL, "--device", "phone", "watch"});
+    // A client process of the phone or another that prints to the file `name`, once it is registered.
+    std::unique_ptr<Process> Watch(
+        const std::string& name, std::vector<std::string> words, const std::string& device = "phone") {
+        words.insert(words.begin(), {COLLABCTL, "--device", device, "watch"});
         auto process = std::make_unique<Process>(words, File(name));
         EXPECT_TRUE(Sees(name, "watching"));
         return process;
@@ -110,9 +102,15 @@ protected:
     bool Sees(const std::string& name, const std::string& text) const {
         return Eventually([&] { return Count(Seen(name), text) > 0; });
     }
+    // That of the first event there.
+    std::string NetworkIdIn(const std::string& name) const {
+        const std::string key = R"("networkId":")";
+        const std::string seen = Seen(name);
+        return seen.substr(seen.find(key) + key.size(), 32);
+    }
 };
 
-TEST_F(Crossing, RunsTheCompanionWhileBothSwitchesAreOnAndTellsThePeersClients) {
+TEST_F(Crossing, RunsTheCompanionWhileBothSwitchesAreOnAndForAWhileAfterThePeerHasLeftAndTellsClients) {
     StartBoth();
     const auto client = Watch("client", {"switch", "screen"});
     EXPECT_FALSE(Says("local switch on"));
@@ -147,15 +145,27 @@ TEST_F(Crossing, RunsTheCompanionWhileBothSwitchesAreOnAndTellsThePeersClients) 
     client->Signal(SIGINT);
     EXPECT_EQ(client->Wait(), 0);
     EXPECT_TRUE(Logs(*phone, "remove callback result 1", 2));
+
+    EXPECT_TRUE(Turn(*pc, "on"));
+    EXPECT_TRUE(ComesToSay("service connected", true));
+    pc->Kill();
+    ASSERT_TRUE(Eventually([this] { return phone->MissesPeer("pc"); }));
+    EXPECT_TRUE(Logs(*phone, "add async result = 1", 1));
+    EXPECT_FALSE(Says("peer trusted"));
+    EXPECT_TRUE(Says("service connected"));
+    EXPECT_EQ(phone->CountInOutput(LEFT), 1U);
 }
 
-TEST_F(Crossing, OfHealthyDevicesLogsNoErrorAndNoWarningOfTheirOwn) {
+TEST_F(Crossing, OfHealthyDevicesLogsNoErrorAndNoWarningOfTheirOwnAndHidesUdidsAndNetworkIds) {
     StartBoth();
+    const auto ofPc = Watch("pc", {"switch", "--json"});
+    const auto ofPhone = Watch("phone", {"switch", "--json"}, "pc");
     ASSERT_TRUE(Turn(*phone, "on") && Turn(*pc, "on"));
+    EXPECT_TRUE(Sees("pc", "networkId") && Sees("phone", "networkId"));
     EXPECT_TRUE(Prints(*phone, CONNECTED, 1) && Prints(*pc, CONNECTED, 1));
     EXPECT_EQ(phone->Ask("pc", {"nobody.knows"}).code, 0);
     phone->Api().PutProfile("service", "type", "key", "value");
-    { const auto client = Watch("client", {"switch", "keyboard"}); }
+    { const auto client = Watch("client", {"keyboard"}); }
     EXPECT_TRUE(Turn(*phone, "off"));
     EXPECT_TRUE(Prints(*phone, LEFT, 1) && Prints(*pc, LEFT, 1));
     EXPECT_EQ(phone->Ctl({"user", "switch", "101"}).status, 0);
@@ -169,20 +179,11 @@ TEST_F(Crossing, OfHealthyDevicesLogsNoErrorAndNoWarningOfTheirOwn) {
             EXPECT_FALSE(std::regex_search(line, std::regex("^[-0-9]+ [0-9:.]+ [WE] [A-Za-z]+: [^[]"))) << line;
         }
         EXPECT_EQ(device->CountInOutput("fd limit"), 0U);
+        for (const std::string& id : {phone->Udid(), pc->Udid(), NetworkIdIn("phone"), NetworkIdIn("pc")}) {
+            EXPECT_EQ(device->CountInLog(id), 0U) << id;
+            EXPECT_GT(device->CountInLog(CollaborationFwk::PickerResult::StringToAnonymous(id)), 0U) << id;
+        }
     }
-}
-
-TEST_F(Crossing, GoesOnForAWhileAfterThePeerHasLeft) {
-    StartBoth();
-    ASSERT_TRUE(Turn(*phone, "on") && Turn(*pc, "on"));
-    ASSERT_TRUE(ComesToSay("service connected", true));
-    pc->Kill();
-    ASSERT_TRUE(Eventually([this] { return phone->MissesPeer("pc"); }));
-    EXPECT_TRUE(Logs(*phone, "add async result = 1", 1));
-    EXPECT_FALSE(Says("peer trusted"));
-    EXPECT_TRUE(Says("service connected"));
-    EXPECT_NE(Companion(), 0);
-    EXPECT_EQ(phone->CountInOutput(LEFT), 0U);
 }
 
 TEST_F(Crossing, ConnectsToAKilledCompanionTwiceMoreAndThenGivesUp) {
@@ -315,38 +316,13 @@ TEST_F(Crossing, KeepsTheDesktopsScreenOnWhileARequestAsksForIt) {
     const Process desktop({SCREEN_SAVER}, File("desktop"));
     ASSERT_TRUE(Sees("desktop", "watching"));
     phone->Start();
-    for (const auto& [on, off] : {std::pair(1, 2), std::pair(3, 4)}) {
-        const std::string action = R"({"action": "sendKeyMouseEvent", "event": )";
-        EXPECT_EQ(phone->Ctl({"request", action + std::to_string(on) + "}"}).out, "{\"result\":0}\n");
-        EXPECT_EQ(phone->Ctl({"request", action + std::to_string(off) + "}"}).out, "{\"result\":0}\n");
+    for (const char* event : {"1", "2", "3", "4"}) {  // on and off for one reason, and for another
+        const std::string request = R"({"action": "sendKeyMouseEvent", "event": )" + std::string(event) + "}";
+        EXPECT_EQ(phone->Ctl({"request", request}).out, "{\"result\":0}\n");
     }
     EXPECT_TRUE(Eventually([this] { return Count(Seen("desktop"), "taken back") == 2; }));
     EXPECT_EQ(Count(Seen("desktop"), "stays on"), 2U);
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
-}
-
-TEST_F(Crossing, ForgetsClientsThatAreKilledAndStopsWatchingWithTheLast) {
-    const XServer display(directory, "800x600");
-    TestDevice& tablet = StartAt(display);
-    const auto watch = [&](const std::string& name) {
-        return Process({COLLABCTL, "--device", "tablet", "watch", "keyboard", "edge"}, File(name));
-    };
-    Process first = watch("first");
-    ASSERT_TRUE(Sees("first", "watching"));
-    {
-        const Process second = watch("second");
-        ASSERT_TRUE(Sees("second", "watching"));
-        display.Do({"key", "a"});
-        EXPECT_TRUE(Sees("first", "keyboard  code 30  released") && Sees("second", "keyboard  code 30  released"));
-    }
-    const std::string forgotten = "RemoveListener. pid: ";
-    EXPECT_TRUE(Logs(tablet, forgotten, 2));
-    EXPECT_EQ(tablet.CountInLog("disconnected from the X server"), 0U);
-    display.Do({"mousemove_relative", "--", "-900", "0"});
-    EXPECT_TRUE(Sees("first", "edge"));
-    first.Signal(SIGKILL);
-    EXPECT_TRUE(Logs(tablet, forgotten, 4));
-    EXPECT_TRUE(Logs(tablet, "disconnected from the X server", 1));
 }
 
 TEST_F(Crossing, RegistersAProcessOnceTenAtMostAndForItselfAlone) {
@@ -372,69 +348,42 @@ TEST_F(Crossing, RegistersAProcessOnceTenAtMostAndForItselfAlone) {
     others.push_back(Watch("late", {"switch"}));
 }
 
-// The edges that the pointer of one display arrives at.
-class Arrivals {
-public:
-    Arrivals(const TestDevice& device, const XServer& display)
-        : display_(display), watch_(*device.Entry(), {"edge"}, [this](const Client::CrossingEvent& event) {
-              const std::scoped_lock lock(mutex_);
-              seen_.push_back(std::get<Client::EdgeEvent>(event));
-          }) {}
-
-    // From (x, y) the mouse goes so far that the pointer stops at an edge, along it, and against it once more: what is
-    // told of it. Nothing when that is not one event.
-    std::optional<Client::EdgeEvent> Push(int x, int y, int dx, int dy) {
-        display_.Do({"mousemove", std::to_string(x), std::to_string(y)});
-        Move(1, 1);  // being put somewhere is no motion
-        Move(-1, -1);
-        const size_t before = Seen().size();
-        Move(dx, dy);
-        Move(dx == 0 ? 9 : 0, dy == 0 ? 9 : 0);
-        Move(dx, dy);
-        Move(dx > 0 ? -99 : 99, dy > 0 ? -99 : 99);
-        Move(dx, dy);
-        // The last arrival comes after all that there was before.
-        EXPECT_TRUE(Eventually([&] { return Seen().size() >= before + 2; }));
-        const std::vector<Client::EdgeEvent> seen = Seen();
-        return seen.size() == before + 2 ? std::optional(seen[before]) : std::nullopt;
-    }
-
-private:
-    void Move(int dx, int dy) { display_.Do({"mousemove_relative", "--", std::to_string(dx), std::to_string(dy)}); }
-    std::vector<Client::EdgeEvent> Seen() {
-        const std::scoped_lock lock(mutex_);
-        return seen_;
-    }
-
-    const XServer& display_;
-    std::mutex mutex_;
-    std::vector<Client::EdgeEvent> seen_;  // guarded by mutex_
-    CrossingWatch watch_;
-};
-
 TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {
     const XServer display(directory, "800x600");
-    TestDevice& tablet = StartAt(display);
-    Arrivals arrivals(tablet, display);
-    const auto expectPush = [&](int x, int y, int dx, int dy, int edgeX, int edgeY, bool isPressed) {
-        SCOPED_TRACE(std::to_string(edgeX) + "," + std::to_string(edgeY));
-        const auto arrival = arrivals.Push(x, y, dx, dy);
-        ASSERT_TRUE(arrival);
-        EXPECT_EQ(std::tuple(arrival->x, arrival->y), std::tuple(edgeX, edgeY));
-        EXPECT_EQ(std::tuple(arrival->rawDx, arrival->rawDy), std::tuple(dx, dy));
-        EXPECT_EQ(arrival->isPressedButtons, isPressed);
+    Add("tablet", {.config = "[input]\ndisplay = \"" + display.Display() + "\"\n"}).Start();
+    const auto client = Watch("edges", {"edge"}, "tablet");
+    size_t arrivals = 0;
+    const auto move = [&](int dx, int dy) {
+        display.Do({"mousemove_relative", "--", std::to_string(dx), std::to_string(dy)});
     };
-    expectPush(400, 300, -500, 0, 0, 300, false);
-    expectPush(400, 300, 500, 0, 799, 300, false);
-    expectPush(400, 300, 0, -400, 400, 0, false);
-    expectPush(400, 300, 0, 400, 400, 599, false);
+    // From (x, y) the mouse goes so far that the pointer stops at an edge, along it, and against it once more, and then
+    // arrives there anew.
+    const auto expectPush = [&](int x, int y, int dx, int dy, const std::string& edge, const char* button = "no ") {
+        display.Do({"mousemove", std::to_string(x), std::to_string(y)});
+        move(1, 1);  // being put somewhere is no motion
+        move(-1, -1);
+        move(dx, dy);
+        move(dx == 0 ? 9 : 0, dy == 0 ? 9 : 0);
+        move(dx, dy);
+        move(dx > 0 ? -99 : 99, dy > 0 ? -99 : 99);
+        move(dx, dy);
+        arrivals += 2;
+        EXPECT_TRUE(Eventually([&] { return Count(Seen("edges"), "edge  screen") == arrivals; })) << edge;
+        EXPECT_THAT(Seen("edges"),
+            ContainsRegex("at " + edge + "  raw delta " + std::to_string(dx) + "," + std::to_string(dy) +
+                "  device [0-9]+  " + button + "button pressed"));
+    };
+    expectPush(400, 300, -500, 0, "0,300");
+    expectPush(400, 300, 500, 0, "799,300");
+    expectPush(400, 300, 0, -400, "400,0");
+    expectPush(400, 300, 0, 400, "400,599");
     display.Do({"mousedown", "1"});
-    expectPush(400, 300, -500, 0, 0, 300, true);
+    expectPush(400, 300, -500, 0, "0,300", "");
     display.Do({"mouseup", "1"});
     display.Do({"mousemove", "100", "100"});
     display.Resize("640x480");
-    expectPush(320, 240, 400, 0, 639, 240, false);
-    expectPush(320, 240, 0, 300, 320, 479, false);
+    expectPush(320, 240, 400, 0, "639,240");
+    expectPush(320, 240, 0, 300, "320,479");
 }
 
 TEST_F(Crossing, OfADeviceWithoutADisplayIsDrivenByTheCommandLine) {

@@ -1,13 +1,13 @@
 #include "tests/scenario/process.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 
@@ -37,50 +37,30 @@ pid_t Spawn(const std::vector<std::string>& command, int out, int err) {
     return pid;
 }
 
-struct Pipe {
-    Pipe() {
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error("cannot make a pipe");
-        }
+// A file that only its descriptor names.
+int NewFile() {
+    const int file = memfd_create("output", MFD_CLOEXEC);
+    if (file < 0) {
+        throw std::runtime_error("cannot make a file");
     }
-    std::array<int, 2> ends{};
-};
+    return file;
+}
 
-// Reads what is there; false at the end of the stream.
-bool ReadSome(int fd, std::string& text) {
-    std::array<char, 65536> buffer{};
-    const ssize_t size = read(fd, buffer.data(), buffer.size());
-    if (size > 0) {
-        text.append(buffer.data(), static_cast<size_t>(size));
-    }
-    return size > 0;
+std::string ReadAndClose(int file) {
+    std::ifstream stream("/proc/self/fd/" + std::to_string(file));
+    std::string text{std::istreambuf_iterator<char>(stream), {}};
+    close(file);
+    return text;
 }
 
 }  // namespace
 
 Outcome RunCommand(const std::vector<std::string>& command) {
-    Pipe out;
-    Pipe err;
-    const pid_t pid = Spawn(command, out.ends[1], err.ends[1]);
-    close(out.ends[1]);
-    close(err.ends[1]);
-    Outcome outcome{};
-    std::array<pollfd, 2> polled{{{out.ends[0], POLLIN, 0}, {err.ends[0], POLLIN, 0}}};
-    while (polled[0].fd >= 0 || polled[1].fd >= 0) {
-        poll(polled.data(), polled.size(), -1);
-        if (polled[0].revents != 0 && !ReadSome(polled[0].fd, outcome.out)) {
-            polled[0].fd = -1;
-        }
-        if (polled[1].revents != 0 && !ReadSome(polled[1].fd, outcome.err)) {
-            polled[1].fd = -1;
-        }
-    }
-    close(out.ends[0]);
-    close(err.ends[0]);
+    const int out = NewFile();
+    const int err = NewFile();
     int status = 0;
-    waitpid(pid, &status, 0);
-    outcome.status = ExitStatus(status);
-    return outcome;
+    waitpid(Spawn(command, out, err), &status, 0);
+    return {ExitStatus(status), ReadAndClose(out), ReadAndClose(err)};
 }
 
 Process::Process(const std::vector<std::string>& command, const std::string& outputFile) {
@@ -100,19 +80,20 @@ void Process::Signal(int signal) const {
     kill(pid_, signal);
 }
 
-bool Process::HasEnded() {
+void Process::Reap(int options) {
     int status = 0;
-    if (status_ < 0 && waitpid(pid_, &status, WNOHANG) == pid_) {
+    if (status_ < 0 && waitpid(pid_, &status, options) == pid_) {
         status_ = ExitStatus(status);
     }
+}
+
+bool Process::HasEnded() {
+    Reap(WNOHANG);
     return status_ >= 0;
 }
 
 int Process::Wait() {
-    int status = 0;
-    if (status_ < 0 && waitpid(pid_, &status, 0) == pid_) {
-        status_ = ExitStatus(status);
-    }
+    Reap(0);
     return status_;
 }
 

@@ -34,6 +34,8 @@ public:
     int Wait();
 
 private:
+    void Reap(int options);
+
     pid_t pid_;
     int status_ = -1;
 };

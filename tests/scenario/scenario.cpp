@@ -37,6 +37,10 @@ TestDevice& Scenario::Add(const std::string& name, const DeviceSetup& setup) {
 void Scenario::StartPhoneAndPc() {
     phone = &Add("phone", {.type = "phone"});
     pc = &Add("pc", {.hasTestProvider = true});
+    StartBoth();
+}
+
+void Scenario::StartBoth() {
     phone->Start();
     pc->Start();
     ASSERT_TRUE(Eventually([this] { return phone->Sees("pc") && pc->Sees("phone"); }));

@@ -22,6 +22,8 @@ protected:
 
     // Makes a device, and its account where that is new. Not started yet.
     TestDevice& Add(const std::string& name, const DeviceSetup& setup = {});
+    // Starts the phone and the PC, which the test has made, and waits until they see each other.
+    void StartBoth();
     // A phone and a PC with the test provider, started, that see each other.
     void StartPhoneAndPc();
 

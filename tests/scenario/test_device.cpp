@@ -57,7 +57,7 @@ TestDevice::TestDevice(fs::path directory, std::string name, const DeviceSetup& 
         fs::create_directories(directory_);
         MustSucceed({COLLABCTL, "device", "enroll", "--account", account, "--directory", directory_ / "credentials"});
     }
-    config += "[network]\n" + setup.network + "[log]\ntarget = \"none\"\n";
+    config += "[network]\n" + setup.network + "[log]\ntarget = \"none\"\nlevel = " + Quoted(setup.logLevel) + "\n";
     fs::create_directories(directory_ / "root");
     config += InstallApps(setup) + setup.config;
     Write(ConfigFile(), config);

@@ -22,6 +22,7 @@ struct DeviceSetup {
     bool hasBoard = false;         // the sample app with a board
     bool hasCompanion = false;     // the sample app that carries out crossing
     std::string config{};          // further tables of its configuration
+    std::string logLevel = "info";
     // The keys of its table [network].
     std::string network = "interface = \"lo\"\nport = 0\n";
     // What starts the daemon, and becomes it, with the words that stand before the daemon's own.
