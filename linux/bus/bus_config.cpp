@@ -56,7 +56,8 @@ bool HasControlCharacter(std::string_view text) {
 // Only the daemon's own user is let in, which is its rule where the policy names no user. The limits are those that a
 // busy device could meet: many requests under way at once, each with a connection and perhaps a file. What a program that
 // never reads has the device answer stays the device's own incoming bytes: with few of them it would keep the device
-// from answering the others. Connections that never say who they are give way after two seconds.
+// from answering the others. A program's calls beyond what the device takes still reach it, so that it can refuse them.
+// Connections that never say who they are give way after two seconds.
 std::string BusConfig(const std::string& address, const std::filesystem::path& serviceDirectory) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -82,7 +83,7 @@ std::string BusConfig(const std::string& address, const std::filesystem::path& s
   <limit name="max_connections_per_user">1000</limit>
   <limit name="max_incomplete_connections">2048</limit>
   <limit name="auth_timeout">2000</limit>
-  <limit name="max_replies_per_connection">1024</limit>
+  <limit name="max_replies_per_connection">8192</limit>
   <limit name="service_start_timeout">10000</limit>
 </busconfig>
 )";

@@ -10,6 +10,7 @@ namespace ZYNE::Testing {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::Ge;
 using ::testing::HasSubstr;
 using ::testing::Pair;
 
@@ -95,19 +96,25 @@ TEST_F(Exchange, ServesThirtySlowRequestsOfOnePeerInTimeEachInTheOrderAsked) {
     }
 }
 
-TEST_F(Exchange, AnswersAThousandRequestsInFlight) {
-    constexpr size_t IN_FLIGHT = 1000;
+TEST_F(Exchange, AnswersAThousandRequestsInFlightAndRefusesWhatIsFarTooMuchAsBusy) {
     Await("service.hello");
-    size_t answered = 0;
-    Pipeline asking(*phone, [&](sd_bus_message* answer) {
-        int32_t code = -1;
-        answered += sd_bus_message_read(answer, "i", &code) > 0 && code == 0 ? 1 : 0;
-    });
-    for (size_t i = 0; i < IN_FLIGHT; ++i) {
-        asking.Send("GetInfo", "sas", "pc", 1, "service.hello");
-    }
-    asking.Await();
-    EXPECT_EQ(answered, IN_FLIGHT);
+    // How many answers had this code, or the error of this name.
+    const auto ask = [this](size_t inFlight) {
+        std::map<std::string, size_t> told;
+        Pipeline asking(*phone, [&](sd_bus_message* answer) {
+            const sd_bus_error* error = sd_bus_message_get_error(answer);
+            int32_t code = -1;
+            sd_bus_message_read(answer, "i", &code);
+            ++told[error != nullptr ? error->name : std::to_string(code)];
+        });
+        for (size_t i = 0; i < inFlight; ++i) {
+            asking.Send("GetInfo", "sas", "pc", 1, "service.hello");
+        }
+        asking.Await();
+        return told;
+    };
+    EXPECT_THAT(ask(1000), ElementsAre(Pair("0", 1000)));
+    EXPECT_THAT(ask(6000), ElementsAre(Pair("0", Ge(1)), Pair("io.collaborationfwk.Error.Busy", Ge(1))));
 }
 
 TEST_F(Exchange, KeepsNoProgramWaitingForThoseThatAskMuchOrLeaveTheirAnswersUnread) {
