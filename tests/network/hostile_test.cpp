@@ -88,19 +88,12 @@ protected:
         const DeviceSetup common{.hasTestProvider = true,
             .network = "interface = \"lo\"\nport = 0\nbeacon_port = " + std::to_string(BEACON_PORT) + "\n",
             .launcher = {"/bin/sh", "-c", "ulimit -Hn 1024; ulimit -n 1024; exec \"$@\"", "sh"}};
-        for (TestDevice** device : {&phone, &pc}) {
-            *device = &Add(device == &phone ? "phone" : "pc", common);
-            (*device)->Start();
-        }
-        ASSERT_TRUE(Eventually([this] { return phone->Sees("pc") && pc->Sees("phone"); }));
+        phone = &Add("phone", common);
+        pc = &Add("pc", common);
+        StartBoth();
+        endTime = 5s;
         port = pc->Api().GetNetwork().port;
         std::signal(SIGPIPE, SIG_IGN);
-    }
-    void TearDown() override {
-        for (const TestDevice* device : {phone, pc}) {
-            EXPECT_EQ(devices.at(device->Name())->Stop(5s), 0) << device->Name();
-        }
-        Scenario::TearDown();
     }
 
     // Runs it while the phone asks the PC, which is what it attacks, and looks at what it has cost.
@@ -173,6 +166,18 @@ protected:
         }
         EXPECT_GT(sent, 100u);
     }
+    // From now on `told` hears what comes to the device from services and for them.
+    static void Hear(PlayedDevice& device, const std::function<void(const ControlMessage&)>& told) {
+        device.Do([&] {
+            device.onMessage = [told](Stream stream, std::string_view bytes) {
+                ControlMessage message;
+                if (stream == Stream::CONTROL && message.ParseFromArray(bytes.data(), static_cast<int>(bytes.size()))) {
+                    told(message);
+                }
+                return true;
+            };
+        });
+    }
     bool IsLeftAlone() const { return pc->Ctl({"status"}).out.find("left alone") != std::string::npos; }
     // Connects, and waits for what comes of it.
     static void DialOnce(PlayedDevice& device, uint16_t to) {
@@ -232,6 +237,11 @@ std::string ProfileStart() {
 std::string ChangeOf(size_t sequence, const std::string& service, const std::string& key, const std::string& value) {
     return Field(
         3, Field(1, sequence) + Field(2, 1) + Field(3, 2) + Field(4, service) + Field(5, key) + Field(8, value));
+}
+
+// One message after the other of a profile that never ends.
+std::string RecordOf(size_t i) {
+    return i == 0 ? ProfileStart() : ChangeOf(i, "s", 'k' + std::to_string(i), "value");
 }
 
 std::string FactsOf(const std::string& name, uint64_t screen = 1) {
@@ -394,14 +404,8 @@ TEST_F(Hostile, ADeviceOfTheAccountSpeaksForItselfAlone) {
     Suffer("answers to what others were asked", [&] {
         const auto evil = Join(*phone);
         std::atomic<uint32_t> session{0};
-        evil->Do([&] {
-            evil->onMessage = [&](Stream stream, std::string_view bytes) {
-                ControlMessage message;
-                const bool isRequest = stream == Stream::CONTROL &&
-                    message.ParseFromArray(bytes.data(), static_cast<int>(bytes.size())) && message.has_request();
-                session = isRequest ? message.request().session() : session.load();
-                return true;
-            };
+        Hear(*evil, [&](const ControlMessage& message) {
+            session = message.has_request() ? message.request().session() : session.load();
         });
         ASSERT_TRUE(Eventually([&] { return phone->Sees("evil"); }));
         const auto asked = std::async(std::launch::async, [&] { return phone->Ask("evil", {"x"}).code; });
@@ -430,26 +434,24 @@ TEST_F(Hostile, FloodsOfADeviceOfTheAccountDoNotReachOthers) {
             return message;
         };
     };
-    const auto facts = [](size_t i) {
-        return FactsOf(std::to_string(i), i % 3);
-    };
-    const auto clone = [](size_t i) {
-        return Field(7, Field(1, std::to_string(i)));
-    };
-    const auto list = [](size_t i) {
-        return Field(8, Field(1, std::string(i % 2 == 0 ? 10 : 200000, 'd')));
-    };
-    const auto record = [](size_t i) {
-        return i == 0 ? ProfileStart() : ChangeOf(i, "s", "k" + std::to_string(i), "value");
-    };
     const std::vector<Row> floods{{"beats", Stream::LINK, always(Field(5, ""))},
-        {"facts that change each time", Stream::LINK, facts}, {"notices of clones", Stream::LINK, clone},
-        {"lists of revoked devices that are wrong", Stream::LINK, list},
+        {"facts that change each time", Stream::LINK,
+            [](size_t i) {
+                return FactsOf(std::to_string(i), i % 3);
+            }},
+        {"notices of clones", Stream::LINK,
+            [](size_t i) {
+                return Field(7, Field(1, std::to_string(i)));
+            }},
+        {"lists of revoked devices that are wrong", Stream::LINK,
+            [](size_t i) {
+                return Field(8, Field(1, std::string(i % 2 == 0 ? 10 : 200000, 'd')));
+            }},
         {"introductions", Stream::LINK, always(RawPeer::Hello())},
         {"2,000 requests of 1,024 names", Stream::CONTROL, [&](size_t i) { return RequestOf(i + 1, many); }, 3s, 2000},
         {"512 requests that take long", Stream::CONTROL, [&](size_t i) { return RequestOf(i + 1, slow); }, 2s, 512},
         {"notices of being busy", Stream::CONTROL, always(Field(3, Field(1, 1)))},
-        {"200,000 records", Stream::PROFILE, record, 2s, 200001}};
+        {"200,000 records", Stream::PROFILE, RecordOf, 2s, 200001}};
     for (const Row& row : floods) {
         Suffer(row.name, [&] {
             const auto evil = Join();
@@ -535,15 +537,7 @@ TEST_F(Hostile, SizesAreTakenUpToTheirLimitsAndNotBeyond) {
     Suffer("messages", [&] {
         const auto evil = Join();
         Linux::Told<uint32_t> answered;
-        evil->Do([&] {
-            evil->onMessage = [&](Stream stream, std::string_view bytes) {
-                ControlMessage message;
-                if (stream == Stream::CONTROL && message.ParseFromArray(bytes.data(), static_cast<int>(bytes.size()))) {
-                    answered.Add(message.answer().session());
-                }
-                return true;
-            };
-        });
+        Hear(*evil, [&](const ControlMessage& message) { answered.Add(message.answer().session()); });
         uint32_t session = 0;
         const auto isTaken = [&](Stream stream, const std::string& message) {
             EXPECT_TRUE(evil->Sends(pc->Udid(), stream, message));
@@ -581,8 +575,7 @@ TEST_F(Hostile, ADeviceEndsInTimeWhateverComes) {
     Suffer("all at once", [&] {
         attacks.emplace_back([this] { Repeat(4s, [this] { ConnectAndBlock(port); }); });
         attack(Stream::CONTROL, [](size_t i) { return RequestOf(i + 1, NamesOf(1, "service.late")); });
-        attack(Stream::PROFILE,
-            [](size_t i) { return i == 0 ? ProfileStart() : ChangeOf(i, "s", std::to_string(i), "value"); });
+        attack(Stream::PROFILE, RecordOf);
         std::this_thread::sleep_for(2s);
     });
     EXPECT_EQ(devices.at("pc")->Stop(5s), 0);

@@ -36,20 +36,19 @@ protected:
             std::regex_search(ReadAll(machine.device->Directory() / "state" / "device.log"), line);
     }
 
+    static Clock::time_point InTime() { return Clock::now() + seconds(5); }
+
     static void Suffer(const Clones& clones) {
-        const auto inTime = [] {
-            return Clock::now() + seconds(5);
-        };
-        EXPECT_TRUE(Until(inTime(), [&] { return TellsOfClone(*clones.elder, *clones.younger); }));
-        EXPECT_TRUE(Until(inTime(), [&] { return TellsOfClone(*clones.younger, *clones.elder); }));
-        EXPECT_TRUE(Until(inTime(), [&] { return TellsOfClone(*clones.peer, *clones.younger); }));
+        EXPECT_TRUE(Until(InTime(), [&] { return TellsOfClone(*clones.elder, *clones.younger); }));
+        EXPECT_TRUE(Until(InTime(), [&] { return TellsOfClone(*clones.younger, *clones.elder); }));
+        EXPECT_TRUE(Until(InTime(), [&] { return TellsOfClone(*clones.peer, *clones.younger); }));
         PutValues(clones.OfElder(), "two");
-        ExpectWhole(clones.OfElder(), "two", inTime());
+        ExpectWhole(clones.OfElder(), "two", InTime());
         EXPECT_EQ(TimesOffline(clones.OfElder()), 0u);
 
         EXPECT_EQ(clones.elder->device->Stop(), 0);
         PutValues(clones.OfYounger(), "younger");
-        ExpectWhole(clones.OfYounger(), "younger", inTime());
+        ExpectWhole(clones.OfYounger(), "younger", InTime());
     }
 };
 
@@ -66,10 +65,10 @@ TEST_F(Identities, TheElderOfTwoWithOneKeepsItsPlaceAndWhenOneLeavesTheOtherIsWh
         clones.elder->device->Start();
     }
     ForAll(all, [](const Clones& clones) {
-        EXPECT_TRUE(Until(Clock::now() + seconds(5), [&] { return TellsOfClone(*clones.elder, *clones.younger); }));
+        EXPECT_TRUE(Until(InTime(), [&] { return TellsOfClone(*clones.elder, *clones.younger); }));
         EXPECT_EQ(clones.younger->device->Stop(), 0);
         PutValues(clones.OfElder(), "one");
-        ExpectWhole(clones.OfElder(), "one", Clock::now() + seconds(5));
+        ExpectWhole(clones.OfElder(), "one", InTime());
     });
 }
 
@@ -82,17 +81,13 @@ TEST_F(Identities, ThatAreRevokedAreLeftByAllAsSoonAsOneDeviceHasTheList) {
     const Outcome outcome =
         pair.smaller->device->Ctl({"account", "revoke", directory / "account-home", lost.device->Udid()});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    const auto isAlone = [&] {
+    EXPECT_TRUE(Until(Clock::now() + seconds(2), [&] {
         return MissEachOther({pair.smaller, &lost}) && MissEachOther({pair.larger, &lost});
-    };
-    EXPECT_TRUE(Until(Clock::now() + seconds(2), isAlone));
+    }));
 
     EXPECT_EQ(lost.device->Stop(), 0);
     lost.device->Start();
-    const auto isRefused = [&] {
-        return lost.device->Ctl({"status"}).out.find("revoked: ") != std::string::npos;
-    };
-    EXPECT_TRUE(Until(Clock::now() + seconds(5), isRefused));
+    EXPECT_TRUE(Until(InTime(), [&] { return Testing::Count(lost.device->Ctl({"status"}).out, "revoked: ") > 0; }));
     for (const Machine* machine : {pair.smaller, pair.larger}) {
         EXPECT_FALSE(lost.device->Lists(machine->device->Name()));
         EXPECT_FALSE(machine->device->Sees("lost"));

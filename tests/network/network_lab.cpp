@@ -8,7 +8,6 @@ namespace {
 
 constexpr const char* SERVICE = "network";
 constexpr const char* TYPE = "test";
-constexpr seconds END_TIME{5};  // in which SIGTERM ends a device
 
 bool HasIpv4(Addresses addresses) {
     return addresses == Addresses::IPV4 || addresses == Addresses::BOTH;
@@ -50,12 +49,9 @@ void NetworkLab::SetUp() {
     if (!NetworkNamespace::Problem().empty()) {
         GTEST_SKIP() << "network namespaces are not allowed here: " << NetworkNamespace::Problem();
     }
+    endTime = seconds(5);
     switchNetwork_ = std::make_unique<NetworkNamespace>();
     switch_ = std::make_unique<TestSwitch>(*switchNetwork_);
-}
-
-void NetworkLab::TearDown() {
-    ForAll(devices, [](auto& entry) { EXPECT_EQ(entry.second->Stop(END_TIME), 0) << entry.first; });
 }
 
 Machine& NetworkLab::AddMachine(const std::string& name, const std::string& account, Addresses addresses) {

@@ -42,8 +42,6 @@ struct Pair {
 class NetworkLab : public Scenario {
 protected:
     void SetUp() override;
-    // Ends the devices, each of which must do so well and in time.
-    void TearDown() override;
 
     // A machine with a device that has the test provider.
     Machine& AddMachine(

@@ -107,15 +107,11 @@ void NetworkNamespace::Run(const std::string& script) const {
     }
 }
 
-void NetworkNamespace::Enter() const {
-    if (setns(descriptor_.Get(), CLONE_NEWNET) != 0) {
-        Fail("the network namespace cannot be entered");
-    }
-}
-
 void NetworkNamespace::Within(const std::function<void()>& work) const {
     OnOtherThread([&] {
-        Enter();
+        if (setns(descriptor_.Get(), CLONE_NEWNET) != 0) {
+            Fail("the network namespace cannot be entered");
+        }
         work();
     });
 }

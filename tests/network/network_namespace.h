@@ -26,8 +26,6 @@ public:
 
     // A shell script, in here. Throws with what it prints when it fails.
     void Run(const std::string& script) const;
-    // The calling thread enters, for good.
-    void Enter() const;
     // On a thread that enters for it. Throws what `work` throws.
     void Within(const std::function<void()>& work) const;
 

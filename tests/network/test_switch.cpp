@@ -83,6 +83,11 @@ void TestSwitch::Cut(size_t from, size_t to, Clock::time_point until) {
     cables_[{from, to}].cutUntil = until;
 }
 
+Troubles TestSwitch::CountTroubles() {
+    std::lock_guard lock(mutex_);
+    return troubles_;
+}
+
 void TestSwitch::Work() {
     std::array<epoll_event, 64> events{};
     while (true) {
@@ -134,11 +139,12 @@ void TestSwitch::Forward(size_t from, const Frame& frame) {
 void TestSwitch::Carry(size_t from, size_t to, const Frame& frame) {
     const Cable& cable = cables_[{from, to}];
     const Clock::time_point now = Clock::now();
-    if (now < cable.cutUntil || Happens(cable.way.loss)) {
+    if (now < cable.cutUntil || Happens(cable.way.loss, troubles_.lost)) {
         return;
     }
-    for (int copies = Happens(cable.way.duplicates) ? 2 : 1; copies > 0; --copies) {
-        const auto time = cable.way.delay + (Happens(cable.way.late) ? Way::LATE : std::chrono::milliseconds(0));
+    for (int copies = Happens(cable.way.duplicates, troubles_.repeated) ? 2 : 1; copies > 0; --copies) {
+        const auto time =
+            cable.way.delay + (Happens(cable.way.late, troubles_.late) ? Way::LATE : std::chrono::milliseconds(0));
         if (time.count() == 0) {
             Send(to, frame);
         } else {
@@ -164,8 +170,10 @@ void TestSwitch::Send(size_t to, const Frame& frame) {
     }
 }
 
-bool TestSwitch::Happens(double percent) {
-    return percent > 0 && std::uniform_real_distribution<>(0, 100)(random_) < percent;
+bool TestSwitch::Happens(double percent, size_t& count) {
+    const bool happens = std::uniform_real_distribution<>(0, 100)(random_) < percent;
+    count += happens ? 1 : 0;
+    return happens;
 }
 
 }  // namespace ZYNE::Testing

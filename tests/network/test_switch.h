@@ -24,6 +24,13 @@ struct Way {
     static constexpr std::chrono::milliseconds LATE{10};
 };
 
+// How many frames have met with each trouble.
+struct Troubles {
+    size_t lost = 0;
+    size_t repeated = 0;
+    size_t late = 0;
+};
+
 // Learns which port an address is behind. Frames travel in order and at once, but for what their way does. Any thread.
 class TestSwitch {
 public:
@@ -42,6 +49,7 @@ public:
     void SetWay(size_t from, size_t to, const Way& way);
     // Nothing gets from one port to the other until this time; the other direction is not concerned.
     void Cut(size_t from, size_t to, Clock::time_point until);
+    Troubles CountTroubles();
 
 private:
     using Frame = std::string;
@@ -57,7 +65,7 @@ private:
     void Carry(size_t from, size_t to, const Frame& frame);
     void SendDue();
     void Send(size_t to, const Frame& frame);
-    bool Happens(double percent);
+    bool Happens(double percent, size_t& count);
 
     const NetworkNamespace& network_;
     const Linux::UniqueFd stop_;
@@ -67,6 +75,7 @@ private:
     std::map<std::string, size_t> learnt_;  // by hardware address
     std::map<std::pair<size_t, size_t>, Cable> cables_;
     std::multimap<Clock::time_point, std::pair<size_t, Frame>> onTheWay_;  // by arrival
+    Troubles troubles_;
     std::mt19937 random_{20};  // the same choices in every run, as far as the devices send the same
     std::thread thread_;       // last: it uses the others
 };

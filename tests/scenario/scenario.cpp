@@ -16,7 +16,7 @@ Scenario::Scenario() {
 
 void Scenario::TearDown() {
     for (const auto& [name, device] : devices) {
-        EXPECT_EQ(device->Stop(), 0) << name;
+        EXPECT_EQ(device->Stop(endTime), 0) << name;
     }
 }
 

@@ -28,6 +28,7 @@ protected:
     void StartPhoneAndPc();
 
     std::filesystem::path directory;
+    std::chrono::seconds endTime{30};  // in which a device must end
     std::map<std::string, std::unique_ptr<TestDevice>> devices;
     TestDevice* phone = nullptr;
     TestDevice* pc = nullptr;
