@@ -186,8 +186,11 @@ TEST_F(CommandLine, ChecksTheFilesThatAConfigurationNames) {
     EXPECT_FALSE(fs::exists(home / "s"));
 }
 
-TEST_F(CommandLine, RefusesASecondDaemonOfTheSameDeviceAndReplacesOneThatWasKilled) {
+TEST_F(CommandLine, RefusesADaemonWithTooFewDescriptorsOrOfADeviceThatRunsAndReplacesOneThatWasKilled) {
     TestDevice& device = Add("one", {.open = true});
+    const std::string few = "ulimit -n 64; exec " COLLABD " --config " + device.ConfigFile().string();
+    ExpectFailure(RunCommand({"/bin/sh", "-c", few}), 1, {"limit of 64 open files"});
+
     device.Start();
     const Outcome second = RunCommand({COLLABD, "--config", device.ConfigFile()});
     EXPECT_EQ(second.status, 1);

@@ -1,8 +1,12 @@
 // What the users of two devices see when one asks the other.
+#include <sys/socket.h>
+#include <sys/un.h>
+
 #include <algorithm>
 #include <csignal>
 #include <future>
 
+#include "linux/bus/unique_fd.h"
 #include "tests/scenario/pipeline.h"
 #include "tests/scenario/scenario.h"
 
@@ -19,6 +23,17 @@ constexpr int32_t NOT_SENT = 2203;
 
 bool IsRunning(const std::string& pid) {
     return kill(std::stoi(pid), 0) == 0;
+}
+
+// A connection that never says whose it is; none when the bus has no room for it.
+Linux::UniqueFd ConnectSilently(const std::string& busAddress) {
+    sockaddr_un to{AF_UNIX, {}};
+    const size_t path = busAddress.find('/');
+    busAddress.copy(
+        static_cast<char*>(to.sun_path), std::min(busAddress.find(',', path) - path, sizeof(to.sun_path) - 1), path);
+    Linux::UniqueFd made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const bool isThere = connect(made.Get(), reinterpret_cast<const sockaddr*>(&to), sizeof(to)) == 0;
+    return isThere ? std::move(made) : Linux::UniqueFd();
 }
 
 class Exchange : public Scenario {
@@ -134,6 +149,15 @@ TEST_F(Exchange, KeepsNoProgramWaitingForThoseThatAskMuchOrLeaveTheirAnswersUnre
     ask(other);
     EXPECT_EQ(other.Await(), IN_FLIGHT);
     EXPECT_EQ(unread.Await(), IN_FLIGHT);
+}
+
+TEST_F(Exchange, LetsProgramsInWhileHundredsOfConnectionsToTheBusSayNothing) {
+    std::vector<Linux::UniqueFd> silent;
+    while (silent.size() < 600) {
+        silent.push_back(ConnectSilently(phone->Entry()->busAddress));
+        ASSERT_TRUE(silent.back()) << silent.size();
+    }
+    EXPECT_EQ(phone->Ctl({"devices"}).status, 0);
 }
 
 TEST_F(Exchange, SurvivesAServiceThatAnswersNonsense) {
