@@ -10,8 +10,6 @@ namespace {
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 class CommandLine : public Scenario {
 protected:
@@ -28,7 +26,7 @@ protected:
 
 TEST_F(CommandLine, PrintsPeersAndInfoAsTablesAndAsJson) {
     StartPhoneAndPc();
-    ASSERT_TRUE(Eventually([this] { return phone->AskOne("pc", "service.hello") != ""; }));
+    ASSERT_TRUE(Eventually([this] { return !phone->AskOne("pc", "service.hello").empty(); }));
 
     EXPECT_EQ(phone->Ctl({"devices"}).out.find("NAME"), 0u);
     EXPECT_THAT(phone->Ctl({"devices"}).out, HasSubstr("pc"));
@@ -67,7 +65,7 @@ TEST_F(CommandLine, FailsWhenItsOutputCannotBeWritten) {
         {"/bin/sh", "-c",
             "exec " COLLABCTL " --device one profile watch >/dev/full 2>" + (directory / "watching").string()},
         directory / "watch");
-    ASSERT_TRUE(Eventually([this] { return ReadAll(directory / "watching") != ""; }));
+    ASSERT_TRUE(Eventually([this] { return !ReadAll(directory / "watching").empty(); }));
     EXPECT_EQ(device.Api().PutProfile("sound", "audio", "volume", "7"), 0);
     EXPECT_EQ(watch.Wait(), 1);
 }

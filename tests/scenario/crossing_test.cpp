@@ -4,6 +4,7 @@
 #include <latch>
 #include <regex>
 #include <sstream>
+#include <tuple>
 
 #include "client/crossing_client.h"
 #include "client/crossing_watch.h"
@@ -290,20 +291,15 @@ TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {
 
 TEST_F(Crossing, AnswersRequestsHostileOnesToo) {
     phone->Start();
-    struct Case {
-        std::string request;
-        int32_t code;
-        std::string result;
-    };
     const std::string action = R"({"action": "sendKeyMouseEvent")";
-    for (const Case& each : std::vector<Case>{{action + R"(, "event": 5})", 0, R"({"result":1005})"},
-             {action + R"(, "event": "1"})", 1001, ""}, {action + "}", 1001, ""}, {"{}", 1001, ""}, {"", 1001, ""},
-             {"[1]", 1001, ""}, {"nonsense", 1001, ""}, {R"({"action": 1})", 1001, ""},
-             {R"({"action": "dance"})", 2451, ""}, {std::string(100000, '['), 1001, ""},
+    for (const auto& [request, code, result] : std::vector<std::tuple<std::string, int32_t, std::string>>{
+             {action + R"(, "event": 5})", 0, R"({"result":1005})"}, {action + R"(, "event": "1"})", 1001, ""},
+             {action + "}", 1001, ""}, {"{}", 1001, ""}, {"", 1001, ""}, {"[1]", 1001, ""}, {"nonsense", 1001, ""},
+             {R"({"action": 1})", 1001, ""}, {R"({"action": "dance"})", 2451, ""}, {std::string(100000, '['), 1001, ""},
              {R"({"action": ")" + std::string(4 << 20, 'x') + "\"}", 2451, ""}}) {
-        const Client::RequestAnswer answer = Api(*phone).SendRequest(each.request);
-        EXPECT_EQ(answer.code, each.code) << each.request.substr(0, 80);
-        EXPECT_EQ(answer.result, each.result) << each.request.substr(0, 80);
+        const Client::RequestAnswer answer = Api(*phone).SendRequest(request);
+        EXPECT_EQ(answer.code, code) << request.substr(0, 80);
+        EXPECT_EQ(answer.result, result) << request.substr(0, 80);
     }
     EXPECT_EQ(phone->Ctl({"request", "{}"}).status, 3);
 }

@@ -96,12 +96,12 @@ TEST_F(Exchange, TakesAnAnswerOfFourMebibytesAndNotOneByteMore) {
 
 TEST_F(Exchange, ServesThirtySlowRequestsOfOnePeerInTimeEachInTheOrderAsked) {
     Await("app.hello");
-    std::vector<std::future<Client::InfoAnswer>> asked;
-    for (int i = 0; i < 30; ++i) {
-        asked.push_back(std::async(std::launch::async, [this] {
+    std::vector<std::future<Client::InfoAnswer>> asked(30);
+    std::ranges::generate(asked, [this] {
+        return std::async(std::launch::async, [this] {
             return phone->Ask("pc", {"service.slow", "nobody.knows", "service.hello", "app.hello"});
-        }));
-    }
+        });
+    });
     for (auto& each : asked) {
         const Client::InfoAnswer answer = each.get();
         EXPECT_EQ(answer.code, 0);

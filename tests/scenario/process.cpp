@@ -20,6 +20,7 @@ int ExitStatus(int waitStatus) {
 
 pid_t Spawn(const std::vector<std::string>& command, int out, int err) {
     std::vector<char*> argv;
+    argv.reserve(command.size() + 1);
     for (const std::string& word : command) {
         argv.push_back(const_cast<char*>(word.c_str()));
     }
