@@ -10,6 +10,7 @@
 #include "linux/bus/system_abilities.h"
 #include "linux/datashare/data_share_service.h"
 #include "linux/datashare/share_limits.h"
+#include "linux/datashare/share_observers.h"
 #include "linux/store/database.h"
 #include "platform/host/data_share_utils.h"
 #include "tests/port/port_test.h"
@@ -229,6 +230,22 @@ TEST_F(SharedData, TakesNoMoreRowsThanItsLimitAndGivesNoMoreThanAResultHolds) {
     EXPECT_EQ(Query(NOTES, {{"KEYWORD", "last"}}, {"VALUE"}, 1), (Table{{"replaced"}}));
 }
 
+TEST_F(SharedData, ChangesNothingAndTellsNobodyOfWhatTheStoreDoesNotKeep) {
+    Insert({{"KEYWORD", "a"}, {"VALUE", "1"}});
+    SQLite::Database((directory / "datashare.db").string(), SQLite::OPEN_READWRITE)
+        .exec("CREATE TRIGGER no_cell BEFORE INSERT ON cell WHEN NEW.value = CAST('bad' AS BLOB) "
+              "BEGIN SELECT RAISE(ABORT, 'no'); END");
+    const auto any = MakeSptr<RowListener>();
+    const auto last = MakeSptr<RowListener>();
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), any), 0);
+    EXPECT_EQ(helper->RegisterObserver(Uri(NOTES + std::string("?key=last")), last), 0);
+    EXPECT_EQ(Insert({{"KEYWORD", "b"}, {"VALUE", "bad"}}), SHARE_STORE_FAILED);
+    EXPECT_EQ(Update({{"KEYWORD", "a"}}, {{"KEYWORD", "b"}, {"VALUE", "bad"}}), SHARE_STORE_FAILED);
+    EXPECT_EQ(Query(NOTES, {}, {}, 2), (Table{{"a", "1"}}));
+    EXPECT_EQ(Insert({{"KEYWORD", "last"}}), 1);
+    EXPECT_TRUE(Eventually([&] { return last->calls == 1 && any->calls == 1; }));
+}
+
 TEST_F(SharedData, ServesWhatAppsDeclareWithAllBelowAndTheSettingsAlone) {
     for (const std::string served : {DESK, NOTES, SETTINGS, SECURE, "datashare:///com.zyne.settingsdata"}) {
         EXPECT_NE(Helper(served), nullptr) << served;
@@ -320,13 +337,17 @@ TEST_F(SharedData, TellsOfRowsWhoeverWatchesThemUntilUnregistered) {
     Update({{"KEYWORD", "one"}}, {{"VALUE", "1"}});
     EXPECT_TRUE(Eventually([&] { return any->calls == 2 && above->calls == 2 && one->calls == 2; }));
 
+    EXPECT_EQ(other->calls, 0);
+    Update({{"KEYWORD", "one"}}, {{"KEYWORD", "other"}});  // both names are meant
+    EXPECT_TRUE(Eventually([&] { return any->calls == 3 && above->calls == 3 && one->calls == 3; }));
+    EXPECT_TRUE(Eventually([&] { return other->calls == 1; }));
+
     EXPECT_EQ(helper->UnregisterObserver(Uri(NOTES), one), SHARE_NO_OBSERVER);
     EXPECT_EQ(helper->UnregisterObserver(narrowed, one), 0);
     EXPECT_EQ(helper->UnregisterObserver(narrowed, one), SHARE_NO_OBSERVER);
     Insert({{"KEYWORD", "one"}});
-    EXPECT_TRUE(Eventually([&] { return any->calls == 3 && above->calls == 3; }));
-    EXPECT_EQ(one->calls, 2);
-    EXPECT_EQ(other->calls, 0);
+    EXPECT_TRUE(Eventually([&] { return any->calls == 4 && above->calls == 4; }));
+    EXPECT_EQ(one->calls, 3);
 }
 
 // Uses the helper in its call, then blocks.
@@ -391,7 +412,56 @@ TEST_F(SharedData, TellsOnceMoreOfWhatChangesWhileAnObserverIsBeingTold) {
     slow->go.release();
     Insert({{"KEYWORD", "d"}});
     EXPECT_TRUE(Eventually([&] { return other->calls == 4 && slow->calls == 3; }));
-    slow->go.release();
+    Insert({{"KEYWORD", "e"}});
+    EXPECT_TRUE(Eventually([&] { return other->calls == 5; }));
+    EXPECT_EQ(helper->UnregisterObserver(Uri(NOTES), slow), 0);
+    slow->go.release(2);
+    EXPECT_TRUE(Eventually([&] { return slow->GetSptrRefCount() == 1; }));
+    EXPECT_EQ(slow->calls, 3) << "what waits when it is unregistered is not told";
+}
+
+// Of notices, how large they are.
+class SizeListener final : public DataShareObserver {
+public:
+    void OnChange(const ChangeInfo& info) override {
+        told.Add(info.size);
+        gate.wait();
+    }
+    Told<size_t> told;
+    std::latch gate{1};
+};
+
+TEST(ShareObservers, ThatAreTooFarBehindLoseWhatIsMoreThanMayWaitAndHearTheRest) {
+    constexpr size_t LARGE = ShareLimits::NOTICE - ShareLimits::URI;
+    constexpr size_t FITTING = ShareLimits::WAITING_NOTICES / ShareLimits::NOTICE;
+    const auto blocked = std::make_shared<SizeListener>();
+    const auto free = std::make_shared<SizeListener>();
+    free->gate.count_down();
+    ShareObservers observers;
+    observers.AddForNotices(&observers, *ParseShareName(NOTES), false, blocked);
+    observers.AddForNotices(&observers, *ParseShareName(NOTES), false, free);
+    const auto tell = [&](size_t size) {
+        observers.Tell(*CopyNotice(Change({NOTES}, std::string(size, 'x'))));
+    };
+    tell(1);
+    EXPECT_TRUE(blocked->told.Reaches(1));
+    testing::internal::CaptureStderr();
+    for (size_t i = 0; i < FITTING + 1; ++i) {
+        tell(LARGE);
+        EXPECT_TRUE(free->told.Reaches(i + 2));
+    }
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("too much waits for it"));
+    tell(2);
+    blocked->gate.count_down();
+    blocked->told.Until(2);
+    tell(LARGE);
+    tell(3);
+    free->told.Until(3);
+    std::vector<size_t> expected(FITTING + 4, LARGE);
+    expected.front() = 1;
+    expected[FITTING + 1] = 2;
+    expected.back() = 3;
+    EXPECT_EQ(blocked->told.Until(3), expected);
 }
 
 TEST_F(SharedData, PassesOverWhatIsNoNotice) {

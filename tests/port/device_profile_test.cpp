@@ -14,6 +14,7 @@
 #include "linux/fabric/profile_exchange.h"
 #include "linux/network/secure_channel.h"
 #include "linux/profile/profile_service.h"
+#include "linux/store/database.h"
 #include "tests/port/port_test.h"
 #include "tests/support/profile_listener.h"
 
@@ -86,9 +87,19 @@ protected:
     void Subscribe(const std::string& device, const std::string& key) {
         EXPECT_EQ(profiles.SubscribeDeviceProfile(SubscriptionOf(device, "music", key, Telling(told))), PROFILE_OK);
     }
+    // With a listener that is blocked from its first call until `release`.
+    void SubscribeBlocking(const std::string& device, const std::string& key) {
+        profiles.SubscribeDeviceProfile(
+            SubscriptionOf(device, "music", key, [this](ProfileChangeType, const CharacteristicProfile&) {
+                blocked.count_down();
+                release.wait();
+            }));
+    }
 
     ProfileService profiles;
     Told<std::string> told;
+    std::latch blocked{1};
+    std::latch release{1};
 };
 
 TEST_F(DeviceProfileTest, KeepsWhatThisDevicePublishesUnderEitherOfItsNames) {
@@ -165,8 +176,19 @@ TEST_F(DeviceProfileTest, TellsItsOwnChangesAndWhatIsKnownAlready) {
     EXPECT_THAT(told.Until("+song=b"), ElementsAre("+song=a", "~song=b", "-song", "+song=b"));
 }
 
-TEST_F(DeviceProfileTest, TellsASubscriptionThatIsMadeTwiceOnceAndNoneThatHasEnded) {
+TEST_F(DeviceProfileTest, TellsASubscriptionThatIsMadeTwiceOnceAndNoneThatHasEndedOrAsksForOtherUsersOrChanges) {
     const SubscribeInfo info = SubscriptionOf(SELF, "music", "song", Telling(told));
+    Told<std::string> deletions;
+    for (const int32_t user : {101, 102}) {
+        SubscribeInfo narrow;
+        narrow.SetSubscribeKey(SELF, "music", "song", "characteristicValue", user);
+        narrow.AddProfileChangeType(ProfileChangeType::CHARACTERISTIC_DELETE);
+        narrow.SetListener(sptr<IProfileChangeListener>(
+            new ProfileListener([&, user](ProfileChangeType change, const CharacteristicProfile& profile) {
+                deletions.Add(std::to_string(user) + Describe(change, profile));
+            })));
+        EXPECT_EQ(profiles.SubscribeDeviceProfile(narrow), PROFILE_OK);
+    }
     EXPECT_EQ(profiles.SubscribeDeviceProfile(info), PROFILE_OK);
     EXPECT_EQ(profiles.SubscribeDeviceProfile(info), PROFILE_OK);
     EXPECT_EQ(Put("song", "1"), PROFILE_OK);
@@ -182,6 +204,7 @@ TEST_F(DeviceProfileTest, TellsASubscriptionThatIsMadeTwiceOnceAndNoneThatHasEnd
     Subscribe(SELF, "other");
     EXPECT_EQ(Put("other", "x"), PROFILE_OK);
     told.Until("+other=x");
+    EXPECT_THAT(deletions.All(), ElementsAre("101-song"));
 
     profiles.Close();
     profiles.Open(directory / "profiles.db", SELF);
@@ -223,6 +246,20 @@ TEST_F(DeviceProfileTest, LetsAListenerPutSubscribeAndEndItsSubscription) {
     Put("song", "b");
     told.Until("~song=b");
     EXPECT_EQ(calls, 1);
+}
+
+TEST_F(DeviceProfileTest, WaitsWithItsCloseForAListenerThatRunsAndTellsNothingMore) {
+    SubscribeBlocking(SELF, "block");
+    Subscribe(SELF, "song");
+    Put("block", "x");
+    blocked.wait();
+    Put("song", "a");
+    auto closing = std::async(std::launch::async, [this] { profiles.Close(); });
+    EXPECT_TRUE(Eventually([this] { return Put("song", "b") == PROFILE_NOT_READY; }));
+    EXPECT_EQ(closing.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    release.count_down();
+    closing.get();
+    EXPECT_THAT(told.All(), IsEmpty());
 }
 
 // What a listener is told that was busy while changes arrived.
@@ -304,25 +341,50 @@ TEST_F(JoinedDeviceProfile, PublishesWhatItHasAndWhatChanges) {
     EXPECT_THAT(network.published, ElementsAre("before=x", "song=a", "-before"));
 }
 
-TEST_F(JoinedDeviceProfile, ReadsOnWhileAListenerIsBlocked) {
-    std::latch blocked(1);
-    std::latch release(1);
-    profiles.SubscribeDeviceProfile(
-        SubscriptionOf(DESK, "music", "block", [&](ProfileChangeType, const CharacteristicProfile&) {
-            blocked.count_down();
-            release.wait();
-        }));
+TEST_F(JoinedDeviceProfile, ReadsOnWhileAListenerIsBlockedAndTellsNoSubscriptionThatEndsMeanwhile) {
+    const SubscribeInfo ending = SubscriptionOf(DESK, "music", "song", Telling(told));
+    SubscribeBlocking(DESK, "block");
+    EXPECT_EQ(profiles.SubscribeDeviceProfile(ending), PROFILE_OK);
     Subscribe(DESK, "song");
+    Subscribe(DESK, "last");
     EXPECT_TRUE(Arrives("block", "x"));
     blocked.wait();
     for (const char* value : {"a", "b", "c"}) {
         EXPECT_TRUE(Arrives("song", value));
     }
+    EXPECT_TRUE(Arrives("last", "x"));
     EXPECT_EQ(Get(DESK, "song"), "c");
     EXPECT_THAT(told.All(), IsEmpty());
     EXPECT_EQ(Put("song", "mine"), PROFILE_OK);
+    EXPECT_EQ(profiles.UnSubscribeDeviceProfile(ending), PROFILE_OK);
     release.count_down();
-    EXPECT_THAT(told.Until("+song=c"), ElementsAre("+song=c"));
+    EXPECT_THAT(told.Until("+last=x"), ElementsAre("+song=c", "+last=x"));
+}
+
+TEST_F(JoinedDeviceProfile, ChangesNothingAndTellsNobodyOfWhatTheStoreDoesNotKeep) {
+    Put("song", "a");
+    profiles.Leave();
+    profiles.Close();
+    const fs::path file = directory / "profiles.db";
+    SQLite::Database(file.string(), SQLite::OPEN_READWRITE)
+        .exec("CREATE TRIGGER no_put BEFORE INSERT ON profiles WHEN NEW.key <> 'last' BEGIN SELECT RAISE(ABORT, 'no');"
+              "END; CREATE TRIGGER no_delete BEFORE DELETE ON profiles BEGIN SELECT RAISE(ABORT, 'no'); END");
+    profiles.Open(file, SELF);
+    EXPECT_TRUE(profiles.Join(network, SELF));
+    network.published.clear();
+    for (const char* key : {"song", "new", "last"}) {
+        Subscribe(SELF, key);
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Put("song", "b"), PROFILE_STORE_FAILED);
+    EXPECT_EQ(Put("new", "x"), PROFILE_STORE_FAILED);
+    EXPECT_EQ(profiles.Delete("music", "song"), PROFILE_STORE_FAILED);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+        HasSubstr("a profile of this device is not kept: " + file.string() + ": no"));
+    EXPECT_EQ(Get("LOCAL", "song") + Get("LOCAL", "new"), "anone");
+    EXPECT_EQ(Put("last", "x"), PROFILE_OK);
+    EXPECT_THAT(told.Until("+last=x"), ElementsAre("+song=a", "+last=x"));
+    EXPECT_THAT(network.published, ElementsAre("last=x"));
 }
 
 // One direction of a link: keeps what is said until the test delivers it, what is small before what is large.
@@ -523,6 +585,11 @@ TEST_F(DeviceProfileOverALink, RefusesWhatIsBeyondItsBoundsAndLosesNothingThatFi
     Deliver();
     EXPECT_EQ(Get(DESK, "4"), largest);
     EXPECT_EQ(Get(DESK, "5"), "small");
+    // A peer has no say in this device's own.
+    const auto own =
+        std::make_shared<ProfileRecord>(ProfileRecord{ProfileKind::CHARACTERISTIC, Profile(SELF, "before", "forged")});
+    EXPECT_FALSE(profiles.OnPut(own, FIRST_RUN));
+    profiles.OnDelete(SELF, ProfileName(*own));
     profiles.Leave();
     EXPECT_FALSE(profiles.OnPut(Record("late", "x"), FIRST_RUN));
     EXPECT_THAT(profiles.List(DESK), IsEmpty());
@@ -634,6 +701,11 @@ TEST_F(DeviceProfileOverALink, EndsTheLinkOfAPeerThatDoesNotHoldToTheProtocol) {
         EXPECT_TRUE(self->OnMessage(DESK, change(i, i, 2)));
     }
     EXPECT_EQ(hookCalls, 1) << "its share of changes";
+    Down();
+    for (const std::string& late : {start, change(20002, 20002, 2), resume(0, 0), Field(4, Field(1, 1))}) {
+        EXPECT_FALSE(self->OnMessage(DESK, late)) << "it goes on without a link";
+    }
+    EXPECT_THAT(profiles.List(DESK), IsEmpty());
 }
 
 }  // namespace
