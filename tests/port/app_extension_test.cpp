@@ -1,10 +1,7 @@
 // Connections to a real extension process on a real bus.
-#include <unistd.h>
-
 #include <atomic>
 #include <csignal>
 #include <functional>
-#include <iterator>
 
 #include "linux/apps/ability_manager.h"
 #include "linux/apps/answer_breaker.h"
@@ -60,9 +57,6 @@ protected:
             R"("name": "Never", "exec": ["/bin/sh", "-c", "until [ -e ')" + Gate().native() +
                 R"(' ]; do sleep 0.1; done; exit 1"])");
         AbilityManager::GetInstance().SetAnswerTime(ANSWER_TIME);
-        Install("com.talvex.peerdesk",
-            R"("name": "KeyMouseService", "exec": ["/bin/sh", "-c", "exec ')" PEER_DESK R"(' >>')" +
-                CompanionOutput().native() + R"('"])");
         BundleManager::GetInstance()->LoadDirectory(directory / "apps");
         DeviceBus::GetInstance().Start(
             {directory / "run", BundleManager::GetInstance()->GetCatalogue()->GetServices(), {}});
@@ -70,7 +64,6 @@ protected:
     ~AppExtension() override { DeviceBus::GetInstance().Stop(); }
 
     fs::path Gate() const { return directory / "gate"; }
-    fs::path CompanionOutput() const { return directory / "companion.out"; }
     static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider",
         const std::string& bundle = "test.app") {
         Want want;
@@ -108,6 +101,8 @@ private:
 };
 
 TEST_F(AppExtension, RunsUntilItsLastConnectionHasGoneAndIsStartedAnewForTheNext) {
+    EXPECT_EQ(Connect(MakeSptr<Connection>(), "NoSuch"), AbilityManager::NOT_INSTALLED);
+    EXPECT_EQ(Connect(nullptr), AbilityManager::NO_CONNECTION);
     const auto first = MakeSptr<Connection>();
     const auto second = MakeSptr<Connection>();
     ASSERT_EQ(Connect(first), 0);
@@ -277,47 +272,6 @@ TEST(AnswerBreaker, CountsRequestsThatWereUnderWayTogetherOnceAndStartsAnewAfter
     EXPECT_FALSE(breaker.TakeMiss(start + 4s, start + 5s));
     EXPECT_TRUE(breaker.TakeMiss(start + 6s, start + 7s));
     EXPECT_FALSE(breaker.TakeMiss(start + 8s, start + 9s));
-}
-
-TEST_F(AppExtension, OfTheCompanionPrintsThatItIsConnectedAskedToDisconnectAndLeft) {
-    const auto connection = MakeSptr<Connection>();
-    Want want;
-    want.SetParam("isSelfStart", false).SetElementName("com.talvex.peerdesk", "KeyMouseService");
-    for (const size_t connects : {1U, 2U}) {
-        ASSERT_EQ(ExtensionManagerClient::GetInstance().ConnectServiceExtensionAbility(
-                      want, connection, nullptr, CURRENT_USER),
-            0);
-        ASSERT_TRUE(connection->AwaitRemote(connects));
-    }
-    const auto ask = [&](const std::u16string& token) {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        data.WriteInterfaceToken(token);
-        const bool isAnswered = connection->AwaitRemote()->SendRequest(15, data, reply, option) == 0;
-        return isAnswered ? reply.ReadInt32() : -1;
-    };
-    EXPECT_EQ(ask(u"com.talvex.peerdesk.KeyMouseManager"), 0);
-    EXPECT_EQ(ask(u"another"), -1);
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
-
-    std::string output;
-    EXPECT_TRUE(Eventually([&] {
-        std::ifstream file(CompanionOutput());
-        output.assign(std::istreambuf_iterator<char>(file), {});
-        return output.find("disconnected\n") != std::string::npos;
-    }));
-    const std::string pid = std::to_string(getpid());
-    const std::string stamp = "[0-9:]{8} KeyMouseService: ";
-    EXPECT_THAT(output,
-        ::testing::MatchesRegex(stamp + "connected\n" + stamp + "request 15 of process " + pid + ", disconnect\n" +
-            stamp + "request 15 of process " + pid + " is refused\n" + stamp + "disconnected\n"));
-}
-
-TEST_F(AppExtension, ThatIsNotInstalledOrNotConnectedIsRefusedAtOnce) {
-    EXPECT_EQ(Connect(MakeSptr<Connection>(), "NoSuch"), AbilityManager::NOT_INSTALLED);
-    EXPECT_EQ(Connect(nullptr), AbilityManager::NO_CONNECTION);
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(MakeSptr<Connection>()), AbilityManager::NOT_CONNECTED);
 }
 
 }  // namespace

@@ -90,23 +90,17 @@ TEST_F(CommonEvent, OfAnotherProcessIsItsRealUsersAndOfTheDaemonThatOfTheService
     EXPECT_THAT(ofService->events.All(), ElementsAre("ready", "end"));
     EXPECT_THAT(ofUser->events.All(), ElementsAre("ready", "end"));
     EXPECT_THAT(ofAnyone->events.All(), ElementsAre("ready", "ready", "end", "end"));
-}
-
-TEST_F(CommonEvent, OfAProcessThatHasLeftIsNobodysInParticular) {
-    const auto ofAnyone = Subscribe({"ready"});
     Emit("ready");
     stranger.reset();
-    EXPECT_TRUE(ofAnyone->events.Reaches(1));
+    EXPECT_TRUE(ofAnyone->events.Reaches(5)) << "a process that has left is nobody in particular";
 }
 
 TEST_F(CommonEvent, ReachesOtherProcessesAsASignal) {
     std::latch heard(1);
-    SignalListener other(address,
-        {{PATH, INTERFACE, PUBLISHED,
-            [&](sd_bus_message*) {
-                heard.count_down();
-            }}},
-        [] {});
+    const auto hear = [&](sd_bus_message*) {
+        heard.count_down();
+    };
+    SignalListener other(address, {{PATH, INTERFACE, PUBLISHED, hear}}, [] {});
     ASSERT_TRUE(other.Listen());
     EXPECT_TRUE(events.Publish("ready", SYSTEM_SERVICE));
     heard.wait();

@@ -1,7 +1,6 @@
 // Shared data on a real bus, with other processes that use it.
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <iterator>
 #include <latch>
 #include <semaphore>
@@ -69,10 +68,32 @@ public:
     std::atomic<bool> throws = false;
 };
 
+// Keeps how large each notice is, and blocks until `gate`.
+class BlockingListener final : public DataShareObserver {
+public:
+    void OnChange(const ChangeInfo& info) override {
+        told.Add(info.size);
+        inside();
+        gate.wait();
+    }
+
+    Told<size_t> told;
+    std::function<void()> inside = [] {
+    };
+    std::latch gate{1};
+};
+
+// Blocks in each call beyond `permits`.
 class RowListener final : public DataAbilityObserverStub {
 public:
-    void OnChange() override { ++calls; }
+    explicit RowListener(int permits = 1000) : go(permits) {}
+    void OnChange() override {
+        ++calls;
+        go.acquire();
+    }
+
     std::atomic<int> calls = 0;
+    std::counting_semaphore<> go;
 };
 
 class SharedData : public BusTest {
@@ -124,18 +145,14 @@ protected:
         helper->NotifyChangeExt(Change({uri}, data));
     }
 
-    // A process of an app, and what it has printed.
-    std::unique_ptr<Process> StartApp(const std::vector<std::string>& arguments) {
-        std::vector<std::string> command{SHARE_APP};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        return std::make_unique<Process>(command, Output(arguments));
+    // A process of an app, which prints to the file `name`.
+    std::unique_ptr<Process> StartApp(const std::string& name, std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), SHARE_APP);
+        return std::make_unique<Process>(arguments, directory / name);
     }
-    fs::path Output(const std::vector<std::string>& arguments) const {
-        return directory / (arguments[0] + (arguments.size() > 2 ? arguments[2] : ""));
-    }
-    bool Prints(const std::vector<std::string>& arguments, const std::string& text) const {
+    bool Prints(const std::string& name, const std::string& text) const {
         return Eventually([&] {
-            std::ifstream file(Output(arguments));
+            std::ifstream file(directory / name);
             return std::string(std::istreambuf_iterator<char>(file), {}).find(text) != std::string::npos;
         });
     }
@@ -261,17 +278,14 @@ TEST_F(SharedData, ServesWhatAppsDeclareWithAllBelowAndTheSettingsAlone) {
 }
 
 TEST_F(SharedData, LosesNoRowOfSeveralWritersNorOfOneThatIsKilled) {
-    const std::vector<std::string> first{"insert", NOTES, "a", "50"};
-    const std::vector<std::string> second{"insert", NOTES, "b", "50"};
-    const auto firstApp = StartApp(first);
-    const auto secondApp = StartApp(second);
+    const auto first = StartApp("a", {"insert", NOTES, "a", "50"});
+    const auto second = StartApp("b", {"insert", NOTES, "b", "50"});
     for (int i = 0; i < 50; ++i) {
         EXPECT_EQ(Insert({{"KEYWORD", "c" + std::to_string(i)}}), 1);
     }
-    ASSERT_TRUE(Prints(first, "done"));
-    ASSERT_TRUE(Prints(second, "done"));
-    firstApp->Signal(SIGKILL);
-    firstApp->Wait();
+    ASSERT_TRUE(Prints("a", "done") && Prints("b", "done"));
+    first->Signal(SIGKILL);
+    first->Wait();
     EXPECT_EQ(Query(NOTES, {}, {}, 0).size(), 150u);
     EXPECT_EQ(Query(NOTES, {{"KEYWORD", "a49"}}, {"VALUE"}, 1), (Table{{"49"}}));
 }
@@ -279,8 +293,7 @@ TEST_F(SharedData, LosesNoRowOfSeveralWritersNorOfOneThatIsKilled) {
 TEST_F(SharedData, CarriesNoticesBetweenProcessesInOrder) {
     constexpr size_t LARGE = 100'000;
     const auto listener = Listen(NOTES);
-    const std::vector<std::string> large{"notify", NOTES, std::to_string(LARGE), "100"};
-    const auto largeApp = StartApp(large);
+    const auto announcer = StartApp("announcer", {"notify", NOTES, std::to_string(LARGE), "100"});
     std::vector<std::string> expected;
     for (int i = 0; i < 100; ++i) {
         expected.push_back(static_cast<char>(i) + std::string(LARGE - 1, '\0'));
@@ -289,11 +302,10 @@ TEST_F(SharedData, CarriesNoticesBetweenProcessesInOrder) {
     EXPECT_EQ(listener->told.All(), expected);
     EXPECT_EQ(listener->type, DataShareObserver::ChangeType::UPDATE);
 
-    const std::vector<std::string> watch{"watch", DESK};
-    const auto watchingApp = StartApp(watch);
-    ASSERT_TRUE(Prints(watch, "done"));
+    const auto watcher = StartApp("watcher", {"watch", DESK});
+    ASSERT_TRUE(Prints("watcher", "done"));
     Announce(NOTES, "hello");
-    EXPECT_TRUE(Prints(watch, "told of 5 bytes"));
+    EXPECT_TRUE(Prints("watcher", "told of 5 bytes"));
     listener->told.Until("hello");
 }
 
@@ -350,26 +362,12 @@ TEST_F(SharedData, TellsOfRowsWhoeverWatchesThemUntilUnregistered) {
     EXPECT_EQ(one->calls, 3);
 }
 
-// Uses the helper in its call, then blocks.
-class BlockingListener final : public DataShareObserver {
-public:
-    explicit BlockingListener(DataShareHelper& helper) : helper_(helper) {}
-    void OnChange(const ChangeInfo&) override {
-        ++calls;
-        helper_.Insert(Uri(NOTES), Values({{"KEYWORD", "from inside"}}));
-        end.wait();
-    }
-
-    std::latch end{1};
-    std::atomic<int> calls = 0;
-
-private:
-    DataShareHelper& helper_;
-};
-
 TEST_F(SharedData, IsNotHeldUpByAnObserverThatBlocksAndForgetsThoseOfAReleasedHelper) {
     const auto other = Helper(NOTES);
-    const auto blocking = std::make_shared<BlockingListener>(*helper);
+    const auto blocking = std::make_shared<BlockingListener>();
+    blocking->inside = [this] {
+        Insert({{"KEYWORD", "from inside"}});
+    };
     other->RegisterObserverExt(Uri(NOTES), blocking, false);
     const auto listener = Listen(NOTES);
     Announce(NOTES, "1");
@@ -378,25 +376,15 @@ TEST_F(SharedData, IsNotHeldUpByAnObserverThatBlocksAndForgetsThoseOfAReleasedHe
     EXPECT_TRUE(Eventually([&] { return Query(NOTES, {}, {}, 1) == Table{{"from inside"}}; }));
 
     other->Release();
-    blocking->end.count_down();
+    blocking->gate.count_down();
     Announce(NOTES, "3");
     listener->told.Until("3");
     EXPECT_TRUE(Eventually([&] { return blocking.use_count() == 1; }));
-    EXPECT_EQ(blocking->calls, 1);
+    EXPECT_EQ(blocking->told.All().size(), 1U);
 }
 
-class SlowRowListener final : public DataAbilityObserverStub {
-public:
-    void OnChange() override {
-        ++calls;
-        go.acquire();
-    }
-    std::atomic<int> calls = 0;
-    std::counting_semaphore<> go{0};
-};
-
 TEST_F(SharedData, TellsOnceMoreOfWhatChangesWhileAnObserverIsBeingTold) {
-    const auto slow = MakeSptr<SlowRowListener>();
+    const auto slow = MakeSptr<RowListener>(0);
     const auto other = MakeSptr<RowListener>();
     EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), slow), 0);
     EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), slow), 0);
@@ -420,22 +408,11 @@ TEST_F(SharedData, TellsOnceMoreOfWhatChangesWhileAnObserverIsBeingTold) {
     EXPECT_EQ(slow->calls, 3) << "what waits when it is unregistered is not told";
 }
 
-// Of notices, how large they are.
-class SizeListener final : public DataShareObserver {
-public:
-    void OnChange(const ChangeInfo& info) override {
-        told.Add(info.size);
-        gate.wait();
-    }
-    Told<size_t> told;
-    std::latch gate{1};
-};
-
 TEST(ShareObservers, ThatAreTooFarBehindLoseWhatIsMoreThanMayWaitAndHearTheRest) {
     constexpr size_t LARGE = ShareLimits::NOTICE - ShareLimits::URI;
     constexpr size_t FITTING = ShareLimits::WAITING_NOTICES / ShareLimits::NOTICE;
-    const auto blocked = std::make_shared<SizeListener>();
-    const auto free = std::make_shared<SizeListener>();
+    const auto blocked = std::make_shared<BlockingListener>();
+    const auto free = std::make_shared<BlockingListener>();
     free->gate.count_down();
     ShareObservers observers;
     observers.AddForNotices(&observers, *ParseShareName(NOTES), false, blocked);

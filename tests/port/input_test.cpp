@@ -4,17 +4,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <mutex>
 
 #include "linux/bus/unique_fd.h"
 #include "linux/input/event_assembler.h"
@@ -22,15 +16,12 @@
 #include "linux/input/scripted_input.h"
 #include "platform/display/display_manager.h"
 #include "platform/input/input_manager.h"
-#include "tests/scenario/process.h"
+#include "tests/port/port_test.h"
 #include "tests/scenario/x_server.h"
 
 namespace ZYNE::Linux {
 namespace {
 
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using Testing::Eventually;
 using Testing::XServer;
 using Buttons = std::set<int32_t>;
 using Key = std::pair<int32_t, int32_t>;  // code, action
@@ -78,33 +69,21 @@ public:
         int count = 0;
     };
 
-    void TakeKey(const KeyEvent& event) {
-        const std::scoped_lock lock(mutex_);
-        keys_.emplace_back(event.GetKeyCode(), event.GetKeyAction());
-    }
+    void TakeKey(const KeyEvent& event) { keys.Add({event.GetKeyCode(), event.GetKeyAction()}); }
     void TakePointer(const PointerEvent& event) {
         PointerItem item;
         ASSERT_TRUE(event.GetPointerItem(event.GetPointerId(), item));
+        if (const auto all = pressed.All(); all.empty() || all.back() != event.GetPressedButtons()) {
+            pressed.Add(event.GetPressedButtons());
+        }
         const std::scoped_lock lock(mutex_);
         sum_ = {event.GetTargetDisplayId(), item.GetDisplayX(), item.GetDisplayY(), sum_.dx + item.GetRawDx(),
             sum_.dy + item.GetRawDy(), sum_.count + 1};
-        if (buttons_.empty() || buttons_.back() != event.GetPressedButtons()) {
-            buttons_.push_back(event.GetPressedButtons());
-        }
     }
 
     Sum Motion() {
         const std::scoped_lock lock(mutex_);
         return sum_;
-    }
-    // What was pressed, one after the other.
-    std::vector<Buttons> PressedButtons() {
-        const std::scoped_lock lock(mutex_);
-        return buttons_;
-    }
-    std::vector<Key> Keys() {
-        const std::scoped_lock lock(mutex_);
-        return keys_;
     }
     // Whether the pointer comes to that place, having moved by that much since the start.
     bool Sees(int32_t x, int32_t y, int32_t dx, int32_t dy) {
@@ -113,26 +92,18 @@ public:
             return sum.x == x && sum.y == y && sum.dx == dx && sum.dy == dy;
         });
     }
-    bool HasKeys(size_t count) {
-        return Eventually([&] { return Keys().size() >= count; });
-    }
+
+    Told<Key> keys;
+    Told<Buttons> pressed;  // each change
 
 private:
     std::mutex mutex_;
-    Sum sum_;                       // guarded by mutex_
-    std::vector<Buttons> buttons_;  // guarded by mutex_; each change
-    std::vector<Key> keys_;         // guarded by mutex_
+    Sum sum_;  // guarded by mutex_
 };
 
-class Input : public ::testing::Test {
+class Input : public PortTest {
 protected:
-    Input() : directory_(fs::temp_directory_path() / ("input" + std::to_string(getpid()))) {
-        fs::create_directories(directory_);
-    }
-    ~Input() override {
-        InputService::Get().Stop();
-        fs::remove_all(directory_);
-    }
+    ~Input() override { InputService::Get().Stop(); }
 
     // Monitors hold what they use: a call may be under way when the test ends.
     int32_t WatchKeys(const std::shared_ptr<Watcher>& watcher) {
@@ -150,7 +121,6 @@ protected:
 
     InputManager& manager = *InputManager::GetInstance();
     DisplayManager& displays = DisplayManager::GetInstance();
-    const fs::path directory_;
 };
 
 class InputOfServer : public Input {
@@ -159,7 +129,7 @@ protected:
 
     // The pointer is in its middle.
     // Of a number that no other test's server takes while this one is down.
-    XServer server{directory_, "800x600", ":" + std::to_string(1000 + getpid())};
+    XServer server{directory, "800x600", ":" + std::to_string(1000 + getpid())};
     Hand hand{server.Display()};
 };
 
@@ -175,19 +145,6 @@ protected:
     ScriptedInput& script = ScriptedInput::Get();
 };
 
-TEST_F(InputOfServer, TellsWhereThePointerIsAndHowFarTheDeviceMoved) {
-    const auto watcher = WatchAll();
-
-    hand.MoveTo(100, 50);
-    ASSERT_TRUE(watcher->Sees(100, 50, 100 - WIDTH / 2, 50 - HEIGHT / 2)) << "coordinates are no distances";
-    hand.MoveTo(110, 40);
-    ASSERT_TRUE(watcher->Sees(110, 40, 110 - WIDTH / 2, 40 - HEIGHT / 2));
-    hand.Move(2000, 5);
-    EXPECT_TRUE(watcher->Sees(WIDTH - 1, 45, 2110 - WIDTH / 2, 45 - HEIGHT / 2))
-        << "the border does not stop the mouse";
-    EXPECT_EQ(static_cast<uint64_t>(watcher->Motion().displayId), displays.GetDefaultDisplay()->GetId());
-}
-
 TEST_F(InputOfServer, LosesNothingOfABurst) {
     const auto watcher = WatchAll();
     constexpr int COUNT = 3000;
@@ -197,16 +154,21 @@ TEST_F(InputOfServer, LosesNothingOfABurst) {
         if (i % 1000 == 0) {
             hand.PressKey(30 + i / 1000);
         }
+        if (i == 1000) {
+            hand.ReleaseKey(31);
+        }
     }
     EXPECT_TRUE(watcher->Sees(WIDTH - 3, HEIGHT / 2, COUNT, 0)) << watcher->Motion().dx;
     EXPECT_LT(watcher->Motion().count, COUNT);
-    EXPECT_TRUE(watcher->HasKeys(3));
-    EXPECT_THAT(watcher->Keys(), ElementsAre(Key(30, KEY_PRESSED), Key(31, KEY_PRESSED), Key(32, KEY_PRESSED)));
+    EXPECT_TRUE(watcher->keys.Reaches(4));
+    EXPECT_THAT(watcher->keys.All(),
+        ElementsAre(Key(30, KEY_PRESSED), Key(31, KEY_PRESSED), Key(31, KEY_RELEASED), Key(32, KEY_PRESSED)));
 }
 
-TEST_F(InputOfServer, KeepsTheOrderOfButtonsAndLeavesTheWheelOut) {
-    const auto watcher = WatchAll();
+TEST_F(InputOfServer, KeepsTheOrderOfButtonsWithOnePressedBeforeAnybodyWatchedAndLeavesTheWheelOut) {
     hand.Press(1);
+    hand.Settle();
+    const auto watcher = WatchAll();
     hand.Move(1, 0);
     for (uint8_t wheel = 4; wheel <= 7; ++wheel) {
         hand.Press(wheel);
@@ -217,35 +179,9 @@ TEST_F(InputOfServer, KeepsTheOrderOfButtonsAndLeavesTheWheelOut) {
     hand.Move(1, 0);
     hand.Release(3);
     hand.Press(2);
-    EXPECT_TRUE(Eventually([&] { return watcher->PressedButtons().size() >= 5; }));
-    EXPECT_THAT(watcher->PressedButtons(), ElementsAre(Buttons{1}, Buttons{1, 3}, Buttons{3}, Buttons{}, Buttons{2}));
-    EXPECT_EQ(watcher->Motion().count, 7);
-}
-
-TEST_F(InputOfServer, KnowsTheButtonThatWasPressedBeforeAnybodyWatched) {
-    hand.Press(1);
-    hand.Settle();
-    const auto watcher = WatchAll();
-    hand.Move(1, 0);
-    hand.Release(1);
-    EXPECT_TRUE(Eventually([&] { return watcher->PressedButtons().size() >= 2; }));
-    EXPECT_THAT(watcher->PressedButtons(), ElementsAre(Buttons{1}, Buttons{}));
-}
-
-TEST_F(InputOfServer, TellsEachKeyOnceInItsOrder) {
-    const auto watcher = WatchAll();
-    std::vector<Key> expected;
-    for (int32_t code = 16; code < 26; ++code) {
-        hand.PressKey(code);
-        expected.emplace_back(code, KEY_PRESSED);
-        if (code % 2 == 0) {
-            hand.ReleaseKey(code);
-            expected.emplace_back(code, KEY_RELEASED);
-        }
-    }
-    EXPECT_TRUE(watcher->HasKeys(expected.size()));
-    EXPECT_EQ(watcher->Keys(), expected);
-    EXPECT_EQ(watcher->Motion().count, 0);
+    EXPECT_TRUE(watcher->pressed.Reaches(5));
+    EXPECT_THAT(watcher->pressed.All(), ElementsAre(Buttons{1}, Buttons{1, 3}, Buttons{3}, Buttons{}, Buttons{2}));
+    EXPECT_EQ(watcher->Motion().count, 6);
 }
 
 TEST_F(InputOfServer, LetsMonitorsComeAndGoInsideACall) {
@@ -258,13 +194,13 @@ TEST_F(InputOfServer, LetsMonitorsComeAndGoInsideACall) {
         WatchKeys(second);
     });
     hand.PressKey(30);
-    ASSERT_TRUE(first->HasKeys(1));
+    ASSERT_TRUE(first->keys.Reaches(1));
     ASSERT_TRUE(Eventually([&] {
         hand.PressKey(31);
         hand.ReleaseKey(31);
-        return !second->Keys().empty();
+        return !second->keys.All().empty();
     }));
-    EXPECT_EQ(first->Keys().size(), 1U);
+    EXPECT_EQ(first->keys.All().size(), 1U);
 }
 
 TEST_F(InputOfServer, HoldsNobodyUpForAMonitorThatBlocksOrThrows) {
@@ -273,7 +209,7 @@ TEST_F(InputOfServer, HoldsNobodyUpForAMonitorThatBlocksOrThrows) {
     const auto thrower = std::make_shared<Watcher>();
     manager.AddMonitor([thrower](std::shared_ptr<KeyEvent> event) {
         thrower->TakeKey(*event);
-        if (thrower->Keys().size() == 1) {
+        if (thrower->keys.All().size() == 1) {
             throw std::runtime_error("a monitor's own trouble");
         }
     });
@@ -292,8 +228,8 @@ TEST_F(InputOfServer, HoldsNobodyUpForAMonitorThatBlocksOrThrows) {
             ASSERT_TRUE(i % 50 != 0 || watcher->Sees(WIDTH / 2 + i, HEIGHT / 2, i, 0));
         }
         manager.RemoveMonitor(WatchPointer(slow));
-        ASSERT_TRUE(watcher->HasKeys(600));
-        ASSERT_TRUE(thrower->HasKeys(600));
+        ASSERT_TRUE(watcher->keys.Reaches(600));
+        ASSERT_TRUE(thrower->keys.Reaches(600));
     }
     EXPECT_TRUE(slow->Sees(WIDTH / 2 + 300, HEIGHT / 2, 300, 0));
 }
@@ -356,7 +292,7 @@ TEST_F(InputOfServer, OutlivesTheServerAndFindsTheNextOne) {
     script.Configure({});
     EXPECT_EQ(displays.GetDefaultDisplay(), nullptr);
 
-    const XServer next(directory_, "800x600", display);
+    const XServer next(directory, "800x600", display);
     ASSERT_TRUE(Eventually([&] { return displays.GetDefaultDisplay() != nullptr; }));
     Hand nextHand(display);
     nextHand.Move(2, 2);
@@ -397,19 +333,7 @@ TEST_F(Input, StopsWhenTheServerIsSilentFromTheStart) {
     InputService::Get().Stop();  // comes back though the server says nothing yet
 }
 
-TEST_F(InputOfServer, KeepsTheServerOnlyWhileSomebodyWatches) {
-    const int32_t keys = WatchKeys(std::make_shared<Watcher>());
-    const int32_t pointer = WatchPointer(std::make_shared<Watcher>());
-    EXPECT_NE(keys, pointer);
-    manager.RemoveMonitor(keys);
-    manager.RemoveMonitor(keys);
-    EXPECT_TRUE(InputService::Get().Displays().HasServer());
-    manager.RemoveMonitor(pointer);
-    EXPECT_TRUE(Eventually([&] { return !InputService::Get().Displays().HasServer(); }));
-    EXPECT_NE(displays.GetDefaultDisplay(), nullptr);
-}
-
-TEST_F(InputOfScript, MovesFromDisplayToDisplayAndStopsAtTheirBorders) {
+TEST_F(InputOfScript, MovesFromDisplayToDisplayStopsAtTheirBordersTellsOfButtonsAndKeysAndRefusesWrongDisplays) {
     const auto watcher = WatchAll();
     EXPECT_EQ(displays.GetDefaultDisplay()->GetWidth(), 60);
     ASSERT_TRUE(script.Move(-70, 10));
@@ -419,20 +343,13 @@ TEST_F(InputOfScript, MovesFromDisplayToDisplayAndStopsAtTheirBorders) {
     EXPECT_EQ(static_cast<uint64_t>(watcher->Motion().displayId), displays.GetDefaultDisplay()->GetId());
     ASSERT_TRUE(script.Move(INT32_MAX, INT32_MIN));
     EXPECT_TRUE(Eventually([&] { return watcher->Motion().x == 59 && watcher->Motion().y == 0; }));
-}
-
-TEST_F(InputOfScript, TellsOfButtonsAndKeys) {
-    const auto watcher = WatchAll();
     EXPECT_TRUE(script.Press(1) && script.Press(1) && script.Press(3) && script.Release(1));
     EXPECT_TRUE(script.Key(30, true) && script.Key(30, true) && script.Key(30, false));
-    EXPECT_TRUE(Eventually([&] { return watcher->PressedButtons().size() >= 3; }));
-    EXPECT_THAT(watcher->PressedButtons(), ElementsAre(Buttons{1}, Buttons{1, 3}, Buttons{3}));
-    EXPECT_TRUE(watcher->HasKeys(2));
-    EXPECT_THAT(watcher->Keys(), ElementsAre(Key(30, KEY_PRESSED), Key(30, KEY_RELEASED)));
+    EXPECT_TRUE(watcher->pressed.Reaches(4));
+    EXPECT_THAT(watcher->pressed.All(), ElementsAre(Buttons{}, Buttons{1}, Buttons{1, 3}, Buttons{3}));
+    EXPECT_TRUE(watcher->keys.Reaches(2));
+    EXPECT_THAT(watcher->keys.All(), ElementsAre(Key(30, KEY_PRESSED), Key(30, KEY_RELEASED)));
     script.Release(3);
-}
-
-TEST_F(InputOfScript, RefusesDisplaysThatCannotBe) {
     for (const DisplayArea& area :
         {DisplayArea{"flat", 0, 0, 10, 0}, DisplayArea{"far", 40000, 0, 10, 10}, DisplayArea{"vast", 0, 0, 40000, 1}}) {
         EXPECT_FALSE(script.Configure({area})) << area.name;

@@ -30,6 +30,9 @@ protected:
             0);
         return infos;
     }
+    void ExpectRefused(const std::string& app, const std::string& reason) const {
+        EXPECT_THAT([&] { ReadManifest(directory / app); }, ThrowsMessage<std::runtime_error>(HasSubstr(reason)));
+    }
     std::vector<std::string> QueriedBundles(int32_t userId = DEVICE_USER) const {
         std::vector<std::string> names;
         for (const ExtensionAbilityInfo& info : Query(userId)) {
@@ -65,13 +68,12 @@ TEST_F(InstalledApps, DoNotSufferFromMalformedOnes) {
     for (const char* extension : {R"("name": "Y", "exec": ["y", "line\n\u0007"])",
              R"("name": "Y", "exec": ["y\u007f"])", R"("name": "Y", "exec": ["y\u0000"])"}) {
         Write("9/manifest.json", R"({"bundleName": "x", "extensions": [{)" + std::string(extension) + "}]}");
-        EXPECT_THAT(
-            [&] { ReadManifest(directory / "9"); }, ThrowsMessage<std::runtime_error>(HasSubstr("control characters")));
+        ExpectRefused("9", "control characters");
     }
     // Long enough for a bus name, too long for the file that tells the bus of it.
     Write("10/manifest.json",
         R"({"bundleName": "x", "extensions": [{"exec": ["y"], "name": ")" + std::string(230, 'n') + "\"}]}");
-    EXPECT_THAT([&] { ReadManifest(directory / "10"); }, ThrowsMessage<std::runtime_error>(HasSubstr("of a file")));
+    ExpectRefused("10", "of a file");
     EXPECT_THAT(QueriedBundles(), ElementsAre("good.app"));
 }
 
@@ -82,8 +84,7 @@ TEST_F(InstalledApps, DeclareSharedDataThatIsTheirOwn) {
         R"(["datashare:///com.zyne.settingsdata/entry"])"};
     for (const std::string& shares : wrong) {
         Write("wrong/manifest.json", R"({"bundleName": "wrong", "dataShares": )" + shares + "}");
-        EXPECT_THAT(
-            [&] { ReadManifest(directory / "wrong"); }, ThrowsMessage<std::runtime_error>(HasSubstr("dataShares")));
+        ExpectRefused("wrong", "dataShares");
     }
     EXPECT_THAT(
         BundleCatalogue(directory).GetDataShares(), ElementsAre("datashare:///good.app", "datashare:///good.more/a"));

@@ -90,8 +90,7 @@ TEST_F(Log, GivesAPeerNewLinesWhenItsMinuteIsOverAndReportsEachSuppressionOnce) 
     print(std::string(900, 'x'), 1500);
     print("the latest", 1);
     fs::copy_file(options.file, disk / "seen");
-    std::ofstream sizes(disk / "sizes");
-    sizes << fs::file_size(options.file) + fs::file_size(disk / "device.log.1") << std::flush;
+    std::ofstream(disk / "sizes") << fs::file_size(options.file) + fs::file_size(disk / "device.log.1");
     fs::resize_file(options.file, 0);
     fs::remove(disk / "device.log.1");
     while (std::ofstream(disk / "filler", std::ios::app) << std::string(4096, 'f') << std::flush) {

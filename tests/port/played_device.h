@@ -3,9 +3,6 @@
 
 #include <poll.h>
 
-#include <filesystem>
-#include <string>
-
 #include "linux/account/account.h"
 #include "linux/account/credentials.h"
 #include "linux/network/links.h"
@@ -96,9 +93,6 @@ public:
     std::function<bool(Stream stream, std::string_view message)> onMessage = [](Stream, std::string_view) {
         return true;
     };
-    std::function<LinkRefusal(const std::string& udid)> check = [](const std::string&) {
-        return LinkRefusal::NONE;
-    };
 
 private:
     void OnUp(const LinkPtr& /*link*/, const DeviceFacts& facts) override {
@@ -114,7 +108,7 @@ private:
         told.Add(isLink ? "dialled link" : "dialled " + std::to_string(static_cast<int>(refusal)));
     }
     void OnPlace(const std::string& /*udid*/, const Endpoint& /*place*/) override {}
-    LinkRefusal Check(const std::string& udid) override { return check(udid); }
+    LinkRefusal Check(const std::string& /*udid*/) override { return LinkRefusal::NONE; }
     uint64_t RevocationNumber() override { return 0; }
     std::string RevocationDocument() override { return ""; }
     void OnRevocations(const std::string& /*document*/) override {}

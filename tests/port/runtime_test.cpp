@@ -1,17 +1,12 @@
-#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <future>
 #include <latch>
 #include <stdexcept>
-#include <string>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 #include "linux/bus/restart_pauses.h"
 #include "linux/log/log_share.h"
@@ -24,6 +19,7 @@
 #include "linux/runtime/system_root.h"
 #include "linux/runtime/thread_pool.h"
 #include "platform/host/system_partition.h"
+#include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -42,20 +38,13 @@ TEST(Pool, RunsEveryTaskThoughAllTheOthersBlock) {
     allRun.wait();
 }
 
-TEST(Pool, RefusesWhatIsOverItsLimitAndWhatComesAfterItsStop) {
+TEST(Pool, RefusesWhatIsTooMuchOrTooLateOutlivesATaskThatThrowsAndEndsIdleThreads) {
     std::latch release(1);
-    ThreadPool pool(1);
-    EXPECT_TRUE(pool.AddAsynTask([&] { release.wait(); }, PARAM));
-    EXPECT_FALSE(pool.AddAsynTask([] { FAIL() << "a refused task ran"; }, PARAM));
-    release.count_down();
-    pool.Stop();
-    EXPECT_FALSE(pool.AddAsynTask([] { FAIL() << "a refused task ran"; }, PARAM));
-}
-
-TEST(Pool, OutlivesATaskThatThrowsAndEndsIdleThreads) {
     std::atomic<bool> ran{false};
     ThreadPool pool(1, 1ms);
-    EXPECT_TRUE(pool.AddAsynTask([] { throw std::runtime_error("a fault"); }, PARAM));
+    EXPECT_TRUE(pool.AddAsynTask([&] { release.wait(), throw std::runtime_error("a fault"); }, PARAM));
+    EXPECT_FALSE(pool.AddAsynTask([] { FAIL() << "a refused task ran"; }, PARAM));
+    release.count_down();
     while (!pool.AddAsynTask([&] { ran = true; }, PARAM)) {
         std::this_thread::yield();
     }
@@ -63,6 +52,8 @@ TEST(Pool, OutlivesATaskThatThrowsAndEndsIdleThreads) {
         std::this_thread::yield();
     }
     EXPECT_TRUE(ran);
+    pool.Stop();
+    EXPECT_FALSE(pool.AddAsynTask([] { FAIL() << "a refused task ran"; }, PARAM));
 }
 
 TEST(Pool, KeepsHalfOfItsThreadsForTheDeviceAndRunsTasksForWhomTheyWerePosted) {
@@ -221,46 +212,33 @@ TEST(TimeThatRunsOut, WakesSleepersAndWaitersAndLiesBehindEveryDeadline) {
 }
 
 // A FIFO would be waited for.
-TEST(SystemFiles, AreRegularOnesOrNotThereYet) {
-    std::string directory = (std::filesystem::temp_directory_path() / "cfwkXXXXXX").string();
-    ASSERT_NE(mkdtemp(directory.data()), nullptr);
+TEST_F(PortTest, TakesForSystemFilesRegularOnesOrThoseNotThereYet) {
     const auto locate = [](const char* path) {
         return CollaborationFwk::SystemPartition::Locate(path);
     };
     SystemRoot::Set(directory);
-    std::ofstream(directory + "/file") << "text";
-    std::filesystem::create_symlink("file", directory + "/link");
-    EXPECT_EQ(mkfifo((directory + "/fifo").c_str(), S_IRUSR | S_IWUSR), 0);
-    for (const std::string path : {"/file", "/link", "/missing"}) {
-        EXPECT_EQ(locate(path.c_str()), directory + path);
+    Write(directory / "file", "text");
+    fs::create_symlink("file", directory / "link");
+    EXPECT_EQ(mkfifo((directory / "fifo").c_str(), S_IRUSR | S_IWUSR), 0);
+    for (const char* path : {"/file", "/link", "/missing"}) {
+        EXPECT_EQ(locate(path), directory.string() + path);
     }
     EXPECT_EQ(locate("/fifo"), "");
     EXPECT_EQ(locate("/"), "");
     SystemRoot::Set("");
-    std::filesystem::remove_all(directory);
 }
 
 TEST(LaterTasks, RunWhenTheyAreDueAndNotAfterTheStop) {
-    std::promise<void> ran;
-    std::promise<int> order;
-    std::atomic<int> count{0};
+    Told<int> ran;
     const auto held = std::make_shared<int>(0);
-    {
-        DelayedTasks tasks;
-        const auto start = std::chrono::steady_clock::now();
-        EXPECT_TRUE(tasks.Post(1h, [held] { FAIL() << "a dropped task ran"; }));
-        EXPECT_TRUE(tasks.Post(100ms, [&] { order.set_value(++count); }));
-        EXPECT_TRUE(tasks.Post(0ms, [&] {
-            ++count;
-            ran.set_value();
-        }));
-        ran.get_future().wait();
-        EXPECT_EQ(order.get_future().get(), 2);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
-        tasks.Stop();
-        EXPECT_EQ(held.use_count(), 1);
-        EXPECT_FALSE(tasks.Post(0ms, [] { FAIL() << "a refused task ran"; }));
-    }
+    DelayedTasks tasks;
+    EXPECT_TRUE(tasks.Post(1h, [held] { FAIL() << "a dropped task ran"; }));
+    EXPECT_TRUE(tasks.Post(100ms, [&] { ran.Add(2); }));
+    EXPECT_TRUE(tasks.Post(0ms, [&] { ran.Add(1); }));
+    EXPECT_THAT(ran.Until(2), ElementsAre(1, 2));
+    tasks.Stop();
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_FALSE(tasks.Post(0ms, [] { FAIL() << "a refused task ran"; }));
 }
 
 TEST(AServiceThatDies, IsStartedAgainAtOnceThenLaterAndLaterUntilItLivesForAMinute) {

@@ -21,20 +21,17 @@ protected:
     }};
 };
 
-TEST_F(Sessions, TakeOneAnswerAndOnlyFromTheDeviceThatWasAsked) {
+TEST_F(Sessions, TakeOneAnswerFromTheDeviceThatWasAskedUnlessItHasLeft) {
     const int32_t number = table.Open("desk", "00000000007-me");
     EXPECT_FALSE(TakesAnswer(number, "stranger"));
     EXPECT_FALSE(TakesAnswer(number + 1, "desk"));
     EXPECT_TRUE(TakesAnswer(number, "desk"));
     EXPECT_FALSE(TakesAnswer(number, "desk"));
-}
 
-TEST_F(Sessions, EndWithTheDeviceAtTheOtherEnd) {
     const int32_t asked = table.Open("desk", "1-a");
     table.Open("desk", "2-b");
     const int32_t other = table.Open("tablet", "3-c");
     const int32_t served = table.Serve("desk", 9, {});
-
     EXPECT_THAT(table.EndAllWith("desk"), UnorderedElementsAre("1-a", "2-b"));
     EXPECT_FALSE(TakesAnswer(asked, "desk"));
     EXPECT_EQ(table.FindServed(served), std::nullopt);

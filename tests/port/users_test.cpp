@@ -1,8 +1,6 @@
-// The users of a device: who is in the foreground, and what the configuration says of them.
+// The users of a device, and who is in the foreground.
 #include <latch>
-#include <utility>
 
-#include "host/config.h"
 #include "linux/users/users.h"
 #include "tests/port/port_test.h"
 
@@ -44,11 +42,15 @@ protected:
     Told<std::pair<int32_t, int32_t>> switches;
 };
 
-TEST_F(DeviceUsers, ChangePlacesOneAfterTheOtherAndAreNormalOrPrivate) {
+TEST_F(DeviceUsers, ChangePlacesOneAfterTheOtherUnlessThatCannotBeKeptAndAreNormalOrPrivate) {
     EXPECT_EQ(Foreground(), 100);
     users.Switch(101);
     users.Switch(101);
     EXPECT_EQ(Foreground(), 101);
+    fs::create_directory(directory / "foreground_user.new");
+    ExpectNoSwitch(102, "cannot be written");
+    EXPECT_EQ(Foreground(), 101);
+    fs::remove(directory / "foreground_user.new");
     users.Switch(102);
     ExpectNoSwitch(7, "there is no user 7; the users are: 100 (Anna), 101 (Guest), 102 (Ben)");
     users.Switch(100);
@@ -76,15 +78,6 @@ TEST_F(DeviceUsers, ComeBackToTheForegroundWhenTheyAreStillThere) {
     }
 }
 
-TEST_F(DeviceUsers, StayWhereTheyAreWhenASwitchCannotBeKept) {
-    fs::create_directory(directory / "foreground_user.new");
-    ExpectNoSwitch(101, "cannot be written");
-    EXPECT_EQ(Foreground(), 100);
-    fs::remove(directory / "foreground_user.new");
-    users.Switch(102);
-    EXPECT_THAT(switches.Until({100, 102}), ElementsAre(Pair(100, 102)));
-}
-
 TEST_F(DeviceUsers, AreGoneAfterTheStopAndNobodyIsToldAnew) {
     std::latch entered(1);
     std::latch gate(1);
@@ -109,38 +102,6 @@ TEST_F(DeviceUsers, AreGoneAfterTheStopAndNobodyIsToldAnew) {
     EXPECT_EQ(OsAccountManager::GetOsAccountType(1, type), USERS_NOT_UP);
     EXPECT_TRUE(users.List().empty());
     ExpectNoSwitch(1, "starting or ending");
-}
-
-class ConfiguredUsers : public PortTest {
-protected:
-    // The users as "id name type;", or what is wrong with them.
-    std::string Read(const std::string& text) const {
-        Write(directory / "device.toml",
-            "[device]\nname = 'a'\ntype = 'pc'\nstate_directory = 's'\n[account]\nmode = 'open'\nname = 'b'\n" + text);
-        std::string all;
-        try {
-            for (const User& user : Host::ReadConfig(directory / "device.toml").users) {
-                all += std::to_string(user.id) + " " + user.name + " " + std::to_string(int32_t(user.type)) + ";";
-            }
-        } catch (const Host::ConfigError& error) {
-            return error.what();
-        }
-        return all;
-    }
-};
-
-TEST_F(ConfiguredUsers, AreReadOrRefusedWithAReason) {
-    const std::pair<const char*, const char*> cases[] = {{"", "100 User 0;"},
-        {"[[user]]\nid = 100\nname = 'Anna'\n[[user]]\nid = 2147483647\nname = 'G'\ntype = 'private'",
-            "100 Anna 0;2147483647 G 1024;"},
-        {"[[user]]\nid = 1\nname = 'A'\n[[user]]\nid = 1\nname = 'B'", "device.toml:12: user.id 1 is another user's"},
-        {"[[user]]\nname = 'A'", "device.toml:8: user.id is missing"},
-        {"[[user]]\nid = 2147483648\nname = 'A'", "user.id must be a number"},
-        {"[[user]]\nid = 1\nname = 'A'\ntype = 'x'", "is none of: normal, private"},
-        {"[user]\nid = 1\nname = 'A'", "device.toml:8: user must be written as [[user]]"}};
-    for (const auto& [text, outcome] : cases) {
-        EXPECT_THAT(Read(text), HasSubstr(outcome));
-    }
 }
 
 }  // namespace
