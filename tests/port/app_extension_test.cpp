@@ -1,7 +1,9 @@
 // Connections to a real extension process on a real bus.
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <functional>
+#include <iterator>
 
 #include "linux/apps/ability_manager.h"
 #include "linux/apps/answer_breaker.h"
@@ -48,6 +50,20 @@ public:
     void OnRemoteDied(const wptr<IRemoteObject>&) override { hasCome = true; }
     std::atomic<bool> hasCome = false;
 };
+
+// Returns when every thread of the process stands still.
+void Freeze(const std::string& pid) {
+    EXPECT_EQ(kill(std::stoi(pid), SIGSTOP), 0);
+    EXPECT_TRUE(Eventually([&] {
+        return std::ranges::all_of(fs::directory_iterator("/proc/" + pid + "/task"), [](const auto& thread) {
+            std::ifstream stat(thread.path() / "stat");
+            return std::string(std::istreambuf_iterator<char>(stat), {}).find(") T ") != std::string::npos;
+        });
+    }));
+}
+void Thaw(const std::string& pid) {
+    EXPECT_EQ(kill(std::stoi(pid), SIGCONT), 0);
+}
 
 class AppExtension : public PortTest {
 protected:
@@ -159,7 +175,7 @@ TEST_F(AppExtension, ThatHangsIsAskedSeldomAndKilledAndThatIsSlowOnceIsNot) {
     EXPECT_EQ(Send(hung, "app.slow", reply), IRemoteObject::TIMED_OUT);
     EXPECT_TRUE(Eventually([&] { return Ask(hung, "app.pid") == pid; }));
 
-    ASSERT_EQ(kill(std::stoi(pid), SIGSTOP), 0);
+    Freeze(pid);
     size_t refusals = 0;
     for (int32_t result = 0; result != IRemoteObject::DEAD; ++refusals) {
         result = Send(hung, "app.pid", reply);
@@ -219,19 +235,16 @@ TEST_F(AppExtension, ThatListensAndIsFrozenKeepsNobodyWaitingTwiceAndIsDroppedUn
     const sptr<RemoteObject> first = listen();
     const std::string pid = Ask(client.GetRemote(process, BusWire::DEFAULT_PATH), "app.pid");
     MessageParcel reply;
-    const auto signal = [&](int number) {
-        EXPECT_EQ(kill(std::stoi(pid), number), 0);
-    };
     const auto freeze = [&](const sptr<RemoteObject>& listener) {
-        signal(SIGSTOP);
+        Freeze(pid);
         EXPECT_EQ(Send(listener, "app.pid", reply), IRemoteObject::TIMED_OUT);
         EXPECT_EQ(Send(listener, "app.pid", reply), IRemoteObject::OK) << "it waits in a queue";
     };
     freeze(first);
-    signal(SIGCONT);
+    Thaw(pid);
     runPosted();
     EXPECT_FALSE(first->IsDead());
-    signal(SIGSTOP);
+    Freeze(pid);
     EXPECT_EQ(Send(first, "app.pid", reply, 1), IRemoteObject::OK);
     const auto death = MakeSptr<Death>();
     EXPECT_TRUE(first->AddDeathRecipient(death));
@@ -250,7 +263,7 @@ TEST_F(AppExtension, ThatListensAndIsFrozenKeepsNobodyWaitingTwiceAndIsDroppedUn
     EXPECT_FALSE(second->IsDead());
     EXPECT_EQ(Send(second, "app.pid", reply), IRemoteObject::TIMED_OUT) << "too many gather";
     EXPECT_TRUE(second->IsDead());
-    signal(SIGCONT);
+    Thaw(pid);
     EXPECT_TRUE(Eventually([&] { return Ask(listen(), "app.pid") == pid; }));
 }
 

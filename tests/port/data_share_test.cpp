@@ -226,7 +226,7 @@ TEST_F(SharedData, TakesAnyBytesWithinItsLimits) {
     EXPECT_EQ(Insert({{"", "x"}}), SHARE_BAD_ROW);
     EXPECT_EQ(Insert({{"x", std::string(ShareLimits::VALUE + 1, 'x')}}), SHARE_BAD_ROW);
     EXPECT_EQ(Insert({{"KEYWORD", std::string(ShareLimits::NAME + 1, 'x')}}), SHARE_BAD_ROW);
-    const std::string large = hostile.back();
+    const std::string& large = hostile.back();
     EXPECT_EQ(Insert({{"1", large}, {"2", large}, {"3", large}, {"4", large}, {"5", "x"}}), SHARE_BAD_ROW);
     EXPECT_EQ(Insert({{"x", "y"}}, NOTES + std::string(ShareLimits::URI, 'x')), SHARE_BAD_URI);
 }
@@ -294,9 +294,9 @@ TEST_F(SharedData, CarriesNoticesBetweenProcessesInOrder) {
     constexpr size_t LARGE = 100'000;
     const auto listener = Listen(NOTES);
     const auto announcer = StartApp("announcer", {"notify", NOTES, std::to_string(LARGE), "100"});
-    std::vector<std::string> expected;
-    for (int i = 0; i < 100; ++i) {
-        expected.push_back(static_cast<char>(i) + std::string(LARGE - 1, '\0'));
+    std::vector<std::string> expected(100, std::string(LARGE, '\0'));
+    for (size_t i = 0; i < expected.size(); ++i) {
+        expected[i][0] = static_cast<char>(i);
     }
     EXPECT_TRUE(listener->told.Reaches(expected.size()));
     EXPECT_EQ(listener->told.All(), expected);

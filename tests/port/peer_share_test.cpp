@@ -20,11 +20,13 @@ ControlMessage RequestOf(int32_t session, size_t bytes = 1) {
     return request;
 }
 
-TEST(RequestGate, LetsSoManyBeUnderWayHasOthersWaitInOrderAndRefusesTheRest) {
+TEST(RequestGate, LetsSoManyBeUnderWayHasOthersWaitInOrderUpToSoManyBytesAndRefusesTheRest) {
     RequestGate gate;
-    const auto enter = [&](const std::string& device, int32_t session) {
-        ControlMessage request = RequestOf(session);
-        return gate.Enter(device, request);
+    const auto enter = [&](const std::string& device, int32_t session, size_t bytes = 1) {
+        ControlMessage request = RequestOf(session, bytes);
+        const Place place = gate.Enter(device, request);
+        EXPECT_TRUE(place != Place::REFUSED || request.service.commandProp.size() == bytes);
+        return place;
     };
     int32_t session = 0;
     for (size_t i = 0; i < RequestGate::MOST_UNDER_WAY; ++i) {
@@ -43,21 +45,14 @@ TEST(RequestGate, LetsSoManyBeUnderWayHasOthersWaitInOrderAndRefusesTheRest) {
     EXPECT_EQ(enter("noisy", ++session), Place::UNDER_WAY);
     EXPECT_EQ(gate.Leave("quiet"), std::nullopt);
     EXPECT_EQ(gate.Leave("quiet"), std::nullopt);
-}
 
-TEST(RequestGate, BoundsTheBytesThatWait) {
-    RequestGate gate;
     for (size_t i = 0; i < RequestGate::MOST_UNDER_WAY; ++i) {
-        ControlMessage request = RequestOf(1);
-        gate.Enter("desk", request);
+        enter("desk", 1);
     }
-    ControlMessage large = RequestOf(2, RequestGate::MOST_WAITING_BYTES);
-    ControlMessage more = RequestOf(3);
-    EXPECT_EQ(gate.Enter("desk", large), Place::WAITING);
-    EXPECT_EQ(gate.Enter("desk", more), Place::REFUSED);
-    EXPECT_EQ(more.service.commandProp, "x");
+    EXPECT_EQ(enter("desk", 2, RequestGate::MOST_WAITING_BYTES), Place::WAITING);
+    EXPECT_EQ(enter("desk", 3), Place::REFUSED);
     EXPECT_EQ(gate.Leave("desk")->session, 2);
-    EXPECT_EQ(gate.Enter("desk", more), Place::WAITING);
+    EXPECT_EQ(enter("desk", 3), Place::WAITING);
 }
 
 TEST(PeerShares, LeaveAPeerAloneForAMinuteThatIsOverItsShareForLong) {
