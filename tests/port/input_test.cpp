@@ -333,6 +333,18 @@ TEST_F(Input, StopsWhenTheServerIsSilentFromTheStart) {
     InputService::Get().Stop();  // comes back though the server says nothing yet
 }
 
+TEST_F(InputOfServer, KeepsTheServerOnlyWhileSomebodyWatches) {
+    const int32_t keys = WatchKeys(std::make_shared<Watcher>());
+    const int32_t pointer = WatchPointer(std::make_shared<Watcher>());
+    EXPECT_NE(keys, pointer);
+    manager.RemoveMonitor(keys);
+    manager.RemoveMonitor(keys);
+    EXPECT_TRUE(InputService::Get().Displays().HasServer());
+    manager.RemoveMonitor(pointer);
+    EXPECT_TRUE(Eventually([&] { return !InputService::Get().Displays().HasServer(); }));
+    EXPECT_NE(displays.GetDefaultDisplay(), nullptr);
+}
+
 TEST_F(InputOfScript, MovesFromDisplayToDisplayStopsAtTheirBordersTellsOfButtonsAndKeysAndRefusesWrongDisplays) {
     const auto watcher = WatchAll();
     EXPECT_EQ(displays.GetDefaultDisplay()->GetWidth(), 60);

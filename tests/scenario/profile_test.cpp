@@ -152,10 +152,10 @@ TEST_F(Profiles, AreToldAnAppsObserverAgainWhenItsDeviceWasKilledAndHasStarted) 
     const std::string uri = "datashare:///org.example.deskboard/board";
     const Process observer(
         {"/usr/bin/env", "DBUS_STARTER_ADDRESS=" + phone->Entry()->busAddress, SHARE_APP, "watch", uri}, output);
-    EXPECT_TRUE(Eventually([this] { return Printed("done"); }));
+    EXPECT_TRUE(ComesToPrint("done"));
     phone->Kill();
     phone->Start();
-    EXPECT_TRUE(Eventually([this] { return Printed("told of 0 bytes"); })) << "of what it may have missed";
+    EXPECT_TRUE(ComesToPrint("told of 0 bytes")) << "of what it may have missed";
     const std::string board = phone->Directory() / "apps/org.example.deskboard/bin/desk_board";
     EXPECT_EQ(RunCommand({board, "--device", "phone", "set", "back"}).status, 0);
     EXPECT_TRUE(Eventually([this] { return Count(ReadAll(output), "told of") == 2; }));
