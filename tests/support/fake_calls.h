@@ -5,20 +5,19 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <utility>
 
 #include "tests/support/journal.h"
 
 namespace ZYNE::Testing {
 
-// One thread.
+// Any thread; but public members are set while no other thread calls.
 class FakeCalls {
 public:
     // By the name of an operation, or by its whole line in the journal, which comes first: what the call answers. A
     // call that has no code succeeds.
     std::map<std::string, int32_t> codes;
-    // Runs once, inside the next call, before it is answered.
-    std::function<void()> onNextCall;
+    // By the name of an operation, or "" for any: runs once, inside the next call, as soon as it stands in the journal.
+    std::map<std::string, std::function<void()>> during;
 
 protected:
     explicit FakeCalls(Journal& journal) : journal_(journal) {}
@@ -28,8 +27,10 @@ protected:
     int32_t Call(const std::string& operation, const std::string& arguments) {
         const std::string line = operation + "(" + arguments + ")";
         journal_.Call(line);
-        if (onNextCall) {
-            std::exchange(onNextCall, nullptr)();
+        for (const std::string& name : {operation, std::string()}) {
+            if (const auto event = during.extract(name)) {
+                event.mapped()();
+            }
         }
         const auto found = codes.contains(line) ? codes.find(line) : codes.find(operation);
         return found != codes.end() ? found->second : 0;

@@ -1,11 +1,21 @@
 #include "tests/support/simulated_device.h"
 
 #include <atomic>
+#include <new>
 
 #include "platform/bundle/bundle_mgr_client.h"
 #include "platform/host/picker_result.h"
 #include "platform/host/system_partition.h"
-#include "tests/support/library_renewer.h"
+#include "plugin/datashare/datashare_manager.h"
+#include "plugin/datashare/oobe_status_dependency.h"
+#include "plugin/device_profile/device_profile_manager.h"
+#include "plugin/info_collection/app_info_collection.h"
+#include "plugin/info_collection/info_collection_manager.h"
+#include "plugin/info_collection/info_collection_process.h"
+#include "plugin/info_collection/info_collection_service.h"
+#include "plugin/info_collection/request_sa_manager.h"
+#include "plugin/key_mouse/key_mouse_listener_set.h"
+#include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE {
 
@@ -29,7 +39,7 @@ SimulatedDevice& SimulatedDevice::Current() {
 }
 
 SimulatedDevice::SimulatedDevice() : previous_(g_current.exchange(this)) {
-    systemAbilities.running[401] = apps.GetBundleManager();
+    systemAbilities.running = {{401, apps.GetBundleManager()}, {70635, MakeRemote("profiles")}};
 }
 
 SimulatedDevice::~SimulatedDevice() {
@@ -124,6 +134,18 @@ int32_t OsAccountManager::GetOsAccountType(int32_t localId, OsAccountType& type)
 }
 
 namespace CollaborationFwk {
+
+void LibraryRenewer::RenewAll() {
+    // The singletons are static objects: each is built anew in its place.
+    const auto renew = []<typename... Singletons>(Singletons&... singletons) {
+        (..., (singletons.~Singletons(), new (&singletons) Singletons()));
+    };
+    renew(InfoCollectionService::GetInstance(), *RequestSAManager::GetInstance(), *InfoCollectionManager::GetInstance(),
+        *AppInfoCollection::GetInstance(), DeviceProfileManager::GetInstance(), DataShareManager::GetInstance(),
+        OobeStatusDependency::GetInstance(), KeyMouseListenerSet::GetInstance(), KeyMouseServiceManager::GetInstance());
+    delete InfoCollectionProcess::instance_.exchange(nullptr);
+    PluginLoader::GetLoader().RegisterInstance(PluginType::INFO_COLLECTION, InfoCollectionProcess::GetInstance());
+}
 
 HostAbilityManager& HostAbilityManager::GetInstance() {
     return SimulatedDevice::Current().apps;

@@ -30,9 +30,20 @@
 
 namespace ZYNE {
 
-// Nearly every test compares lists.
+// What nearly every test needs.
+using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsSupersetOf;
+
+namespace CollaborationFwk {
+
+// Gives a test a library as it is right after it was loaded. No thread may be inside the library.
+class LibraryRenewer {
+public:
+    static void RenewAll();
+};
+
+}  // namespace CollaborationFwk
 
 namespace Testing {
 
@@ -46,8 +57,21 @@ public:
     static SimulatedDevice& Boot();
     static SimulatedDevice& Current();
 
-    sptr<FakeRemote> MakeRemote(const std::string& name, FakeRemote::Handler handler) {
+    // Without a handler it answers that all is well.
+    sptr<FakeRemote> MakeRemote(
+        const std::string& name, FakeRemote::Handler handler = [](auto&&...) { return 0; }) {
         return MakeSptr<FakeRemote>(journal, name, std::move(handler));
+    }
+    // An app's service that answers for each item what `tell` makes of it.
+    sptr<FakeRemote> MakeApp(const std::string& name, std::function<std::u16string(const std::u16string& item)> tell) {
+        return MakeRemote(name, [tell](uint32_t, MessageParcel& data, MessageParcel& reply) {
+            return reply.WriteUint32(0) && reply.WriteString16(tell(data.ReadString16())) ? 0 : -1;
+        });
+    }
+    // A system service that answers each request with `text`.
+    sptr<FakeRemote> MakeService(const std::string& text) {
+        return MakeRemote(
+            "service", [text](auto&&, auto&&, MessageParcel& reply) { return reply.WriteString(text) ? 0 : -1; });
     }
 
     Journal journal;

@@ -1,9 +1,12 @@
 // Time as a list of events on one thread: whoever sleeps or waits runs what is due meanwhile, in order, at no cost.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <map>
+#include <thread>
+#include <utility>
 
 #include "platform/time/time_source.h"
 
@@ -13,7 +16,7 @@ namespace ZYNE::Testing {
 class SimulatedTime final : public TimeSource {
 public:
     // Has `event` run `delay` from now.
-    void At(Clock::duration delay, std::function<void()> event);
+    void At(Clock::duration delay, std::function<void()> event) { events_.emplace(now_ + delay, std::move(event)); }
     // Since the device was made.
     Clock::duration Elapsed() { return Now() - START; }
     // How many real waits nobody ended before their deadline.
@@ -24,17 +27,43 @@ public:
         speed_ = speed;
     }
 
-    TimePoint Now() override;
-    void SleepFor(Clock::duration duration) override;
-    void SleepUntil(TimePoint deadline) override;
-    bool WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, TimePoint deadline) override;
+    TimePoint Now() override { return speed_ > 0 ? START + (Clock::now() - realStart_) * speed_ : now_; }
+    void SleepFor(Clock::duration duration) override { SleepUntil(Now() + duration); }
+    void SleepUntil(TimePoint deadline) override {
+        if (speed_ > 0) {
+            std::this_thread::sleep_until(ToReal(deadline));
+            return;
+        }
+        while (RunNextUntil(deadline)) {
+        }
+    }
+    bool WaitUntil(
+        std::condition_variable& condition, std::unique_lock<std::mutex>& lock, TimePoint deadline) override {
+        if (speed_ > 0) {
+            const bool woken = condition.wait_until(lock, ToReal(deadline)) == std::cv_status::no_timeout;
+            expiredWaits_ += woken ? 0 : 1;
+            return woken;
+        }
+        lock.unlock();
+        const bool ran = RunNextUntil(deadline);
+        lock.lock();
+        return ran;
+    }
 
 private:
     static constexpr TimePoint START{std::chrono::hours(1)};
 
-    // Moves to the next event that is due by `deadline` and runs it; false when there is none.
-    bool RunNextUntil(TimePoint deadline);
-
+    // Moves to the next event that is due by `deadline` and runs it; false when there is none and it is `deadline`.
+    bool RunNextUntil(TimePoint deadline) {
+        if (events_.empty() || events_.begin()->first > deadline) {
+            now_ = std::max(now_, deadline);
+            return false;
+        }
+        auto next = events_.extract(events_.begin());
+        now_ = std::max(now_, next.key());
+        next.mapped()();
+        return true;
+    }
     // The moment of the real clock at which it is `time` here.
     TimePoint ToReal(TimePoint time) const { return realStart_ + (time - START) / speed_; }
 

@@ -7,8 +7,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using namespace std::chrono_literals;
-
 class AppConnection : public Testing::LibraryTest {
 protected:
     AppConnection() { connection->ConnectAbility("com.app", "Facts"); }

@@ -1,4 +1,6 @@
+#include "platform/host/global_variables.h"
 #include "plugin/datashare/datashare_manager.h"
+#include "plugin/datashare/oobe_status_dependency.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -6,11 +8,11 @@ namespace {
 
 const std::string URI = "datashare:///com.app/facts";
 const std::string MASKED = "dat**cts";
+const std::string SETTINGS = GloableVariables::SETTING_URI_PROXY;
+const std::vector<std::string> KEYS{"device_provisioned", "user_setup_complete", "is_ota_finished"};
 
 class DataShare : public Testing::LibraryTest {
 protected:
-    DataShare() { device.systemAbilities.running[70635] = device.MakeRemote("profiles", nullptr); }
-
     bool Create() { return dataShare.CreateDataShareHelper(URI, 70635); }
     // An app announces a change to a library that observes its URI.
     void Announce(const std::string& data) {
@@ -141,16 +143,110 @@ TEST_F(DataShare, PublishesAnyJsonAndNothingElse) {
 TEST_F(DataShare, HoldsNoLockWhileItNotifiesOrPublishes) {
     Create();
     dataShare.RegisterObserver(URI);
-    device.profiles.onPut = [this](const CharacteristicProfile&) {
+    device.profiles.during["PutCharacteristicProfile"] = [this] {
         dataShare.CreateDataShareHelper(URI + "/another", 70635);
         dataShare.InsertDPChangedInfo(URI, "key", "value");
     };
-    device.dataShare.duringNext["NotifyChangeExt"] = [this] {
+    device.dataShare.during["NotifyChangeExt"] = [this] {
         Announce("{}");
     };
     dataShare.NotifyDPChangedInfo(URI, "data");
     EXPECT_TRUE(dataShare.IsHelperExists(URI + "/another"));
     EXPECT_TRUE(device.journal.Has("Insert(" + URI + ", key=value)"));
+}
+
+class SetupCompletion : public Testing::LibraryTest {
+protected:
+    // The values of the three keys; "-" is none.
+    void Set(const std::vector<std::string>& values) {
+        device.dataShare.Table(SETTINGS).clear();
+        for (size_t i = 0; i < KEYS.size(); ++i) {
+            if (values[i] != "-") {
+                device.dataShare.SetSetting(SETTINGS, KEYS[i], values[i]);
+            }
+        }
+    }
+    bool IsReady() { return OobeStatusDependency::GetInstance().IsOobeReady(); }
+};
+
+TEST_F(SetupCompletion, IsReadOnceItIsCompleteAndThenRemembered) {
+    Set({"1", "1", "-"});
+    EXPECT_TRUE(IsReady());
+    const std::string value = "I DeviceDetect: GetStringValue, setting value is 1 with key is ";
+    const auto query = [](const std::string& key) {
+        return "Query(" + SETTINGS + ", KEYWORD=" + key + ", VALUE)";
+    };
+    EXPECT_THAT(device.journal.All(),
+        ElementsAre("I DeviceDetect: start query oobe status from dataShare",
+            "I DeviceDetect: dataShareHelper is null, init", "I DeviceDetect: create DataShareHelper instance",
+            "GetSystemAbility(70635)", "Creator(" + SETTINGS + ", , 2)", query(KEYS[0]), "GetRowCount()", "GoToRow(0)",
+            "GetString(0)", value + KEYS[0], "Close()", query(KEYS[1]), "GetRowCount()", "GoToRow(0)", "GetString(0)",
+            value + KEYS[1], "Close()", query(KEYS[2]), "GetRowCount()",
+            "E DeviceDetect: get oobe status, numRows is zero with key is is_ota_finished", "Close()"));
+    device.journal.Clear();
+    Set({"0", "0", "0"});
+    EXPECT_TRUE(IsReady());
+    EXPECT_THAT(device.journal.All(), ElementsAre());
+}
+
+TEST_F(SetupCompletion, NeedsTwoOnesAndNoZeroAndIsAskedForAgainUntilThen) {
+    const std::vector<std::vector<std::string>> notReady{{"-", "-", "-"}, {"1", "1", "0"}, {"1", "-", "1"},
+        {"1", "0", "1"}, {"-", "1", "1"}, {"0", "1", "1"}, {"1 ", "1", "1"}, {"1", "true", "1"}};
+    for (const std::vector<std::string>& values : notReady) {
+        Set(values);
+        device.journal.Clear();
+        EXPECT_FALSE(IsReady()) << ::testing::PrintToString(values);
+        EXPECT_EQ(device.journal.CountCallsOf("Query"), 3U);
+    }
+    Set({"1", "1", "no"});
+    EXPECT_TRUE(IsReady());
+    EXPECT_EQ(device.journal.CountCallsOf("Creator"), 0U);
+}
+
+TEST_F(SetupCompletion, ClosesEachResultSetOnceWhateverFails) {
+    Set({"1", "1", "1"});
+    const std::string noRow = "E DeviceDetect: get oobe status, numRows is zero with key is ";
+    const std::string noText = "E DeviceDetect: get oobe status, resultSet->GetString not ok with key is ";
+    for (const auto& [operation, line] : std::vector<std::pair<std::string, std::string>>{
+             {"Query", noRow}, {"GetRowCount", noRow}, {"GoToRow", noText}, {"GetString", noText}}) {
+        device.journal.Clear();
+        device.dataShare.codes = {{operation, 1}};
+        EXPECT_FALSE(IsReady());
+        for (const std::string& key : KEYS) {
+            EXPECT_EQ(device.journal.Count(line + key), 1U) << operation;
+        }
+        EXPECT_EQ(device.journal.CountCallsOf("Close"), operation == "Query" ? 0U : 3U) << operation;
+        EXPECT_EQ(device.journal.CountCallsOf("Creator"), operation == "Query" ? 1U : 0U) << operation;
+    }
+}
+
+TEST_F(SetupCompletion, IsNotToldWithoutTheSettings) {
+    Set({"1", "1", "1"});
+    const auto expectFailure = [this](const std::string& reason) {
+        device.journal.Clear();
+        EXPECT_FALSE(IsReady());
+        std::vector<std::string> expected{"I DeviceDetect: start query oobe status from dataShare"};
+        for (const std::string& key : KEYS) {
+            expected.insert(expected.end(),
+                {"I DeviceDetect: dataShareHelper is null, init", "I DeviceDetect: create DataShareHelper instance"});
+            if (!reason.empty()) {
+                expected.push_back(reason);
+            }
+            expected.push_back("E DeviceDetect: dataShareHelper is null, key is " + key);
+        }
+        EXPECT_EQ(device.journal.Lines(), expected);
+    };
+    device.dataShare.codes["Creator"] = 1;
+    expectFailure("");
+    const auto token = device.systemAbilities.running.extract(70635);
+    expectFailure("E DeviceDetect: CreateDataShareHelper GetSystemAbility return nullptr,             "
+                  "systemAbilityId = 70635");
+    device.systemAbilities.hasManager = false;
+    expectFailure("E DeviceDetect: CreateDataShareHelper, GetSystemAbilityManager return nullptr");
+    device.systemAbilities.hasManager = true;
+    device.systemAbilities.running[70635] = token.mapped();
+    device.dataShare.codes.clear();
+    EXPECT_TRUE(IsReady());
 }
 
 }  // namespace

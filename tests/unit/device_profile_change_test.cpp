@@ -1,6 +1,5 @@
 #include "platform/host/global_variables.h"
 #include "plugin/device_profile/subscribe_dp_change_listener.h"
-#include "tests/support/library_renewer.h"
 #include "tests/support/profile_listener.h"
 #include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
@@ -26,7 +25,6 @@ protected:
         });
         manager.RegisterSuperDeviceProfileChangeListenerMap(GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY,
             [this](int event) { device.journal.Call("super(" + std::to_string(event) + ")"); });
-        device.systemAbilities.running[70635] = device.MakeRemote("profiles", nullptr);
         device.journal.Clear();
     }
     ~DeviceProfileChange() override { LogService::minLevel = LogLevel::INFO; }

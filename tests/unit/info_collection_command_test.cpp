@@ -9,60 +9,34 @@ namespace {
 
 class AnsweringARequest : public Testing::LibraryTest {
 protected:
-    // A system service tells `value` of the item "a".
     AnsweringARequest() {
         RequestSAManager::GetInstance()->SetDynamicMapBySa(5, 7, u"I", {"a"});
-        device.systemAbilities.running[5] = device.MakeRemote("service", [this](auto&&, auto&&, MessageParcel& reply) {
-            reply.WriteString(R"({"a":{"value":")" + value + R"("}})");
-            return 0;
-        });
+        Tell("1");
         device.journal.Clear();
     }
-    std::vector<std::string> Transmitted() const {
-        std::vector<std::string> calls = device.journal.Calls();
-        std::erase_if(calls, [](const std::string& call) { return !call.starts_with("TransmitMsg"); });
-        return calls;
+    // A system service tells `value` of the item "a" from now on.
+    void Tell(const std::string& value) {
+        device.systemAbilities.running[5] = device.MakeService(R"({"a":{"value":")" + value + R"("}})");
     }
+    std::vector<std::string> Transmitted() const { return device.journal.CallsOf("TransmitMsg"); }
     static std::shared_ptr<Command> Make(const std::vector<std::string>& names) {
         return std::make_shared<InfoCollectionCommand>(names);
     }
-
-    std::string value = "1";
 };
 
-TEST_F(AnsweringARequest, CollectsOnThePoolAndSendsOneMemberPerName) {
+TEST_F(AnsweringARequest, SendsOneMemberPerNameWithWhatIsThenAlsoWhenThePoolRunsItBeforeThePostReturns) {
     const auto command = Make({"b", "a", "b"});
-    EXPECT_TRUE(command->AuthenticationCheck("anyone"));
-    EXPECT_EQ(command->Execute(7), 0);
-    EXPECT_EQ(command->Release(0), 0);
-    device.pool.RunAll();
-    const std::string text = "{\n\t\"a\" : \"1\",\n\t\"b\" : \"\"\n}\n";
-    EXPECT_EQ(device.host.lastMessage, text);
-    EXPECT_EQ(device.journal.Calls().front(), "AddAsynTask(2)");
-    EXPECT_THAT(Transmitted(), ElementsAre("TransmitMsg(7, 3, false)"));
-    EXPECT_THAT(device.journal.LinesOf("Execute"),
-        ElementsAre("I Collection: executeInfoCollect, collaborationSessionId:7, infoSize:3",
-            "I Collection: executeInfoCollect, infoName:b", "I Collection: executeInfoCollect, infoName:a",
-            "I Collection: executeInfoCollect, infoName:b", "I Collection: add async result = 1"));
-    EXPECT_THAT(device.journal.Lines(),
-        IsSupersetOf<std::string>({"I Collection: InfoCollectionCommand Release",
-            "I Collection: GetLocalDeviceDynamicInfo begin, collaborationSessionId:7",
-            "I Collection: GetLocalDeviceDynamicInfo end, collaborationSessionId:7",
-            "I Collection: ResponseInfoCollecRes begin", "I Collection: ResponseInfoCollecRes desData:" + text}));
-    EXPECT_EQ(device.journal.Lines().back(), "I Collection: GetInfoAndResponse success");
-}
-
-TEST_F(AnsweringARequest, AnswersAgainWithWhatIsThenAlsoWhenThePoolRunsItBeforeThePostReturns) {
-    const auto command = Make({"a"});
     device.pool.runsDuringPost = true;
-    for (const auto& [session, told] : std::vector<std::pair<int, std::string>>{{7, "1"}, {8, "two"}}) {
+    for (const auto& [session, told] : std::map<std::string, std::string>{{"7", "1"}, {"8", "two"}}) {
         device.journal.Clear();
-        value = told;
-        EXPECT_EQ(command->Execute(session), 0);
-        EXPECT_EQ(device.journal.Lines().front(),
-            "I Collection: executeInfoCollect, collaborationSessionId:" + std::to_string(session) + ", infoSize:1");
-        EXPECT_THAT(Transmitted(), ElementsAre("TransmitMsg(" + std::to_string(session) + ", 3, false)"));
-        EXPECT_EQ(device.host.lastMessage, "{\n\t\"a\" : \"" + told + "\"\n}\n");
+        Tell(told);
+        EXPECT_EQ(command->Execute(std::stoi(session)), 0);
+        EXPECT_THAT(device.journal.LinesOf("Execute"),
+            ElementsAre("I Collection: executeInfoCollect, collaborationSessionId:" + session + ", infoSize:3",
+                "I Collection: executeInfoCollect, infoName:b", "I Collection: executeInfoCollect, infoName:a",
+                "I Collection: executeInfoCollect, infoName:b", "I Collection: add async result = 1"));
+        EXPECT_THAT(Transmitted(), ElementsAre("TransmitMsg(" + session + ", 3, false)"));
+        EXPECT_EQ(device.host.lastMessage, "{\n\t\"a\" : \"" + told + "\",\n\t\"b\" : \"\"\n}\n");
     }
 }
 
@@ -71,8 +45,7 @@ TEST_F(AnsweringARequest, RunsOneExecutionAfterTheOtherAndLivesUntilTheEndOfItsR
     command->Execute(7);
     command->Execute(8);
     Testing::SecondThread second;
-    device.host.onTransmit = [&](const std::string&) {
-        device.host.onTransmit = nullptr;
+    device.host.during["TransmitMsg"] = [&] {
         EXPECT_TRUE(second.Waits([this] { device.pool.RunNext(); }));
     };
     device.pool.RunNext();
@@ -80,7 +53,7 @@ TEST_F(AnsweringARequest, RunsOneExecutionAfterTheOtherAndLivesUntilTheEndOfItsR
     EXPECT_EQ(Transmitted().size(), 2U);
 
     command->Execute(9);
-    device.host.onTransmit = [&, weak = std::weak_ptr(command)](const std::string&) {
+    device.host.during["TransmitMsg"] = [&, weak = std::weak_ptr(command)] {
         command.reset();
         EXPECT_FALSE(weak.expired());
     };
@@ -100,7 +73,7 @@ TEST_F(AnsweringARequest, LogsWhatFailsOnThePoolAndTriesNothingAgain) {
     const auto notSent = Make({"a"});
     for (const int32_t code : {-5, 5}) {
         device.journal.Clear();
-        device.host.transmitResult = code;
+        device.host.codes["TransmitMsg"] = code;
         notSent->Execute(8);
         device.pool.RunAll();
         EXPECT_EQ(Transmitted().size(), 1U);

@@ -115,7 +115,7 @@ TEST_F(KeyMouseClients, StartTheSourceOfTheirKindAndTheLastToLeaveStopsIt) {
     // With no lock of the clients held.
     Testing::SecondThread thread;
     bool ends = false;
-    device.deviceManager.onNextCall = [&] {
+    device.deviceManager.during[""] = [&] {
         ends = thread.Ends([this] { Listener(KEY_SCREEN)->RemoveCallbackByPid(77); });
     };
     for (int32_t pid = 0; pid < 10; ++pid) {

@@ -10,8 +10,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr char ATTEMPTS[] = "reconnect attempts left";
 const std::string QUALIFIED = "I Collection: trust and same acconut device switch on.";
 const std::string NOBODY = "I Collection: have not trust and same acconut device switch on.";
@@ -213,7 +211,7 @@ TEST_F(KeyMouseService, IsStartedOneSecondAfterAPeerCameAndLeftFiveMinutesAfterT
         EXPECT_FALSE(device.journal.Has(STOPPED));
         manager.OnDeviceOffline(Peer());  // the pending one serves it too
     });
-    device.deviceManager.onNextCall = [this] {
+    device.deviceManager.during[""] = [this] {
         manager.OnDeviceOffline(Peer());
     };  // until it has decided
     device.pool.RunNext();
@@ -344,12 +342,12 @@ TEST_F(KeyMouseService, IsConnectedAnewUntilThreeAttemptsWereMadeSinceTheLastBin
     manager.BindKeymouseServiceReq(false);
     device.journal.Clear();
     manager.UpdateKeyMouseServiceBinder(101, device.MakeRemote("service", [](auto&&...) { return 0; }));
-    device.apps.onNextCall = disconnect;
+    device.apps.during[""] = disconnect;
     manager.StopKeyMouseService();
     EXPECT_TRUE(device.journal.Has("E Collection: KeyMouseService need stop"));
     EXPECT_TRUE(manager.QueryKeyMouseServiceBinder(101));
-    device.apps.onNextCall = [&] {
-        device.apps.onNextCall = disconnect;
+    device.apps.during[""] = [&] {
+        device.apps.during[""] = disconnect;
     };  // past the question for the companion
     manager.BindKeymouseServiceReq(true);
     EXPECT_TRUE(device.journal.Has("E Collection: Retry connect key mouse service, connectCount_1"));
@@ -411,7 +409,7 @@ TEST_F(KeyMouseService, IsKeptByUserUntilItHasAnsweredThatItIsLetGo) {
 TEST_F(KeyMouseService, PullsPassOverDevicesOfOtherTypesAndReadTheOwnSwitchOnce) {
     peer.deviceTypeId = 156;
     AddPeer("second");
-    device.profiles.onNextCall = [this] {
+    device.profiles.during[""] = [this] {
         manager.UpdateEdgeSwitchState(false);
     };
     manager.TryToPullKeyMouseService();

@@ -3,7 +3,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::Not;
 
 constexpr char READY[] = "usual.event.DATA_SHARE_READY";

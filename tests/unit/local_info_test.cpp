@@ -9,8 +9,6 @@
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-using namespace std::chrono_literals;
-
 const std::string CONNECT = "ConnectAbility(com.app, Facts, -1)";
 
 class LocalInfo : public Testing::LibraryTest {

@@ -1,7 +1,10 @@
+#include <new>
+
 #include "platform/host/picker_result.h"
 #include "platform/ipc/message_parcel.h"
 #include "platform/ipc/ref_base.h"
 #include "platform/ipc/string_conversion.h"
+#include "tests/support/scarce_memory.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE {
@@ -66,6 +69,17 @@ TEST(StrongPointer, KeepsItsObjectUntilTheLastGoesAndWeakOnesDoNot) {
     }
     EXPECT_EQ(alive, 0);
     EXPECT_FALSE(weak.promote());
+}
+
+struct Hungry : RefBase {
+    Hungry() { throw std::bad_alloc(); }
+};
+
+TEST(StrongPointer, IsNullWithoutMemoryBeItForTheObjectOrForWhatItHolds) {
+    EXPECT_FALSE(MakeSptr<Hungry>());
+    int alive = 0;
+    const Testing::ScarceMemory scarce;
+    EXPECT_FALSE(MakeSptr<Counted>(alive));
 }
 
 TEST(AnonymousText, ShowsAtMostAQuarterAndNothingOfAShortOne) {

@@ -9,9 +9,9 @@ const std::string ACTION = "com.varn.collaborationFwk.infoCollection.setting";
 const Metadata CONFIG{"collaborationFwk.infoCollection.configFile", "", "$profile:facts"};
 
 // A member of an element of "dynamic_info".
-std::string Item(const std::string& name, const std::string& code = R"("1f")") {
+std::string Item(const std::string& name, const std::string& code = R"("1f")", const std::string& data = "facts") {
     return "\"" + name + R"(":{"serviceExtensionAbilityName":"Facts","commandCode":)" + code +
-        R"(,"variable":"var","dataShareUri":"datashare:///com.app/facts"})";
+        R"(,"variable":"var","dataShareUri":"datashare:///com.app/)" + data + "\"}";
 }
 
 // One that lacks its text `n`.
@@ -191,11 +191,7 @@ TEST_F(AppCatalogue, CollectsCurrentValuesIntoAnObjectOrNullWhenThereIsNone) {
     EXPECT_TRUE(apps.GetDeviceDynamicInfos().isNull());
     EXPECT_EQ(device.journal.Lines().back(), "I Collection: profileObjStr result:null\n");
 
-    device.apps.Connect(device.MakeRemote("Facts", [](uint32_t, MessageParcel& data, MessageParcel& reply) {
-        reply.WriteUint32(0);
-        reply.WriteString16(data.ReadString16() == u"b" ? u"" : u"value");
-        return 0;
-    }));
+    device.apps.Connect(device.MakeApp("Facts", [](auto& item) { return item == u"b" ? u"" : u"value"; }));
     device.journal.Clear();
     const Json::Value infos = apps.GetDeviceDynamicInfos();
     EXPECT_EQ(infos.toStyledString(), "{\n\t\"a\" : \"value\"\n}\n");
@@ -205,6 +201,75 @@ TEST_F(AppCatalogue, CollectsCurrentValuesIntoAnObjectOrNullWhenThereIsNone) {
             asked + "Result, infoName:a, result:value",
             asked + "check empty string, infoName:b, result:", asked + "check empty string, infoName:, result:value",
             "I Collection: profileObjStr result:" + infos.toStyledString()}));
+}
+
+// An app offers "cpu" and "disk", each with a URI of its own.
+class AppInfoPublishing : public AppCatalogue {
+protected:
+    AppInfoPublishing() {
+        device.apps.extensions = {{"Facts", "com.app", {CONFIG}}};
+        device.apps.resources["com.app"] = {
+            Profile("{" + Item("cpu", R"("1")", "cpu") + "," + Item("disk", R"("1")", "disk") + "}")};
+    }
+    // Connections to the app are made as soon as the library waits for them; it answers every item with "value".
+    void StartApp() {
+        device.time.At(0s, [this] { device.apps.Connect(device.MakeApp("Facts", [](auto&) { return u"value"; })); });
+    }
+
+    const std::string put = "PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, "
+                            "{\n\t\"cpu\" : \"value\",\n\t\"disk\" : \"value\"\n}\n)";
+};
+
+TEST_F(AppInfoPublishing, PutsCurrentValuesAndObservesEachUriAtEveryInit) {
+    StartApp();
+    apps.Init();
+    std::vector<std::string> expected{put, "I Collection: profileObj write into DP and push to remote devices"};
+    for (const std::string name : {"cpu", "disk"}) {
+        const std::string uri = "datashare:///com.app/" + name;
+        const std::string masked = name == "cpu" ? "dat**cpu" : "dat**isk";
+        expected.insert(expected.end(),
+            {"I Collection: dynamic key:" + name + ",info:" + name + ",dataShareUri:" + masked,
+                "GetSystemAbility(70635)", "Creator(" + uri + ", , 2)", "RegisterObserverExt(" + uri + ", true)",
+                "I Collection: InitDataShareManager RegisterObserver for " + masked});
+    }
+    std::vector<std::string> actual = device.journal.All();
+    actual.erase(actual.begin(), std::find(actual.begin(), actual.end(), put));
+    std::erase_if(actual, [](const std::string& line) { return line.starts_with("I Datashare: "); });
+    EXPECT_EQ(actual, expected);
+
+    device.journal.Clear();
+    apps.Init();
+    EXPECT_EQ(device.journal.All().front(), "I Collection: init already finished");
+    EXPECT_TRUE(device.journal.Has(put));
+    EXPECT_EQ(device.dataShare.extObservers.size(), 4U);
+    EXPECT_FALSE(device.journal.Has("GetSystemAbility(70635)"));
+}
+
+TEST_F(AppInfoPublishing, SkipsTheProfileWithoutValuesAndUrisWithoutHelper) {
+    device.dataShare.codes["Creator(datashare:///com.app/cpu, , 2)"] = 1;
+    device.apps.codes["ConnectAbility"] = 9;
+    apps.Init();
+    EXPECT_EQ(
+        device.journal.LinesOf("GetInfoAndPutToDpOnStart").back(), "I Collection: profileObj null, skip write into DP");
+    EXPECT_THAT(device.journal.LinesOf("InitDataShareManager"),
+        ElementsAre("I Collection: dynamic key:cpu,info:cpu,dataShareUri:dat**cpu",
+            "E Collection: InitDataShareManager fail for dat**cpu",
+            "I Collection: dynamic key:disk,info:disk,dataShareUri:dat**isk",
+            "I Collection: InitDataShareManager RegisterObserver for dat**isk"));
+    EXPECT_EQ(device.dataShare.extObservers.size(), 1U);
+}
+
+TEST_F(AppInfoPublishing, ObservesEvenWhenTheProfileServiceRefuses) {
+    StartApp();
+    device.profiles.codes["PutServiceProfile"] = 3;
+    apps.Init();
+    EXPECT_THAT(device.journal.LinesOf("GetInfoAndPutToDpOnStart"),
+        ElementsAre("I Collection: AppInfoCollection init done",
+            "I Collection: AppInfoCollection GetDeviceDynamicInfos done",
+            ::testing::StartsWith("E Collection: PutInfoCollectionWithJson failed ret:"),
+            "I Collection: profileObj write into DP and push to remote devices"));
+    EXPECT_FALSE(device.journal.Has(put));
+    EXPECT_EQ(device.dataShare.extObservers.size(), 2U);
 }
 
 }  // namespace
