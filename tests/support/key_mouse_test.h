@@ -20,6 +20,8 @@ protected:
     static inline const std::string SWITCH_SERVICE = "SwitchStatus_Key_Mouse_Edge_Crossing";
     static inline const std::string CONNECT =
         "ConnectServiceExtensionAbility(com.talvex.peerdesk, KeyMouseService, isSelfStart=false, null, -1)";
+    static inline const std::string QUALIFIED = "I Collection: trust and same acconut device switch on.";
+    static inline const std::string SWITCH_OFF = "I Collection: LocalDevice switch off";
     static inline const std::string CONNECTED = "I Collection: Connect Key mouse service ret:0";
     static inline const std::string STOPPED = "I Collection: StopKeyMouseService ret = 0 ";
 
@@ -50,10 +52,10 @@ protected:
         device.pool.RunAll();
         device.journal.Clear();
     }
-    void ExpectDecision(const std::string& line, const std::string& outcome) {
+    void ExpectDecision(const std::string& line, const std::string& outcome, const Place& place = Place::current()) {
         EXPECT_TRUE(device.journal.Has(line)) << line;
-        EXPECT_EQ(device.journal.Count(CONNECTED), outcome == CONNECTED ? 1U : 0U) << line;
-        EXPECT_EQ(device.journal.Count(STOPPED), outcome == STOPPED ? 1U : 0U) << line;
+        ExpectCount(CONNECTED, outcome == CONNECTED ? 1 : 0, place);
+        ExpectCount(STOPPED, outcome == STOPPED ? 1 : 0, place);
         device.journal.Clear();
     }
     std::string Setting(const std::string& table, const std::string& key) {

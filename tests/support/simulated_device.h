@@ -13,7 +13,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <source_location>
 #include <string>
+#include <vector>
 
 #include "tests/support/fake_apps.h"
 #include "tests/support/fake_data_share.h"
@@ -94,10 +96,48 @@ private:
 // Starts each case with a fresh device and a fresh library on it.
 class LibraryTest : public ::testing::Test {
 protected:
+    using Texts = std::vector<std::string>;
+    using Place = std::source_location;
+
     LibraryTest();
     ~LibraryTest() override;
 
+    // What the journal is to hold: in all; of calls; of lines; of the lines of one function; as its last line.
+    void ExpectAll(const Texts& expected, const Place& place = Place::current()) const {
+        Expect(device.journal.All(), expected, place);
+    }
+    void ExpectCalls(const Texts& expected, const Place& place = Place::current()) const {
+        Expect(device.journal.Calls(), expected, place);
+    }
+    void ExpectLines(const Texts& expected, const Place& place = Place::current()) const {
+        Expect(device.journal.Lines(), expected, place);
+    }
+    void ExpectLinesOf(
+        const std::string& function, const Texts& expected, const Place& place = Place::current()) const {
+        Expect(device.journal.LinesOf(function), expected, place);
+    }
+    void ExpectLast(const std::string& line, const Place& place = Place::current()) const {
+        const Texts lines = device.journal.Lines();
+        Expect({lines.empty() ? "" : lines.back()}, {line}, place);
+    }
+    // How often it holds a text; that it holds each of some, or one not.
+    void ExpectCount(const std::string& text, size_t count, const Place& place = Place::current()) const {
+        Expect(Texts(device.journal.Count(text), text), Texts(count, text), place);
+    }
+    void ExpectHas(const auto&... texts) const {
+        for (const std::string& text : {std::string(texts)...}) {
+            EXPECT_TRUE(device.journal.Has(text)) << text;
+        }
+    }
+    void ExpectHasNot(const std::string& text) const { EXPECT_FALSE(device.journal.Has(text)) << text; }
+
     SimulatedDevice device;
+
+private:
+    static void Expect(const Texts& actual, const Texts& expected, const Place& place) {
+        const ::testing::ScopedTrace trace(place.file_name(), static_cast<int>(place.line()), "expected");
+        EXPECT_THAT(actual, ::testing::ElementsAreArray(expected));
+    }
 };
 
 }  // namespace Testing

@@ -47,14 +47,13 @@ TEST_F(AppCatalogue, ScansAbilitiesAndExtensionsOnceForTheAction) {
     apps.Init();
     const std::string got = "I Collection: GetBundleMgrProxy success";
     const std::string noApp = "I Collection: no app integrated found";
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: start load local abilities", "GetSystemAbility(401)", got,
-            "QueryAbilityInfosV9(" + ACTION + ", 4, 100)",
-            "I Collection: ability query action: " + ACTION + ", ret: 0, size: 0",
-            "I Collection: end load local abilities, size: 0", "I Collection: start load extensionAbilities",
-            "GetSystemAbility(401)", got, "QueryExtensionAbilityInfosV9(" + ACTION + ", 4, 100)",
-            "I Collection: extAbility query action: " + ACTION + ", ret: 0, size: 0",
-            "I Collection: end load extensionAbilities, size: 0", noApp, "I Collection: init already finished", noApp));
+    ExpectAll({"I Collection: start load local abilities", "GetSystemAbility(401)", got,
+        "QueryAbilityInfosV9(" + ACTION + ", 4, 100)",
+        "I Collection: ability query action: " + ACTION + ", ret: 0, size: 0",
+        "I Collection: end load local abilities, size: 0", "I Collection: start load extensionAbilities",
+        "GetSystemAbility(401)", got, "QueryExtensionAbilityInfosV9(" + ACTION + ", 4, 100)",
+        "I Collection: extAbility query action: " + ACTION + ", ret: 0, size: 0",
+        "I Collection: end load extensionAbilities, size: 0", noApp, "I Collection: init already finished", noApp});
 }
 
 TEST_F(AppCatalogue, IsScannedByOneOfTwoThatStartAtOnce) {
@@ -64,7 +63,7 @@ TEST_F(AppCatalogue, IsScannedByOneOfTwoThatStartAtOnce) {
     };
     apps.Init();
     other.Join();
-    EXPECT_EQ(device.journal.Count("I Collection: init already finished"), 1U);
+    ExpectCount("I Collection: init already finished", 1);
     EXPECT_EQ(device.journal.CountCallsOf("QueryAbilityInfosV9"), 1U);
 }
 
@@ -81,7 +80,7 @@ TEST_F(AppCatalogue, ReadsTheProfileOfEachMatchingMetadataEntry) {
             "I Collection: key:cpu-[com.app, Facts, 1f, var, dat**cts",
             "I Collection: dynamicInfoObj done for key:cpu"));
     EXPECT_TRUE(lines[10].starts_with("I Collection: json parsed{\n\t\"dynamic_info\" : "));
-    EXPECT_FALSE(device.journal.Has("I Collection: no app integrated found"));
+    ExpectHasNot("I Collection: no app integrated found");
     EXPECT_EQ(Contents(), "model=x cpu@com.app ");
     const DynamicInfoMapByPak record = apps.GetDynamicMap()["cpu"];
     EXPECT_EQ(record.serviceExtensionAbilityName + record.commandCode + record.variable, "Facts1fvar");
@@ -96,9 +95,9 @@ TEST_F(AppCatalogue, LeavesANameToTheAppThatWasFoundFirstAndGathersTextsOverASca
     device.apps.resources["com.third"] = {Profile("{" + Item("c") + "}")};
     apps.Init();
     EXPECT_EQ(Contents(), "s=first a@com.first b@com.second c@com.third ");
-    EXPECT_EQ(device.journal.Count("E Collection: getProfile fail"), 1U);
-    EXPECT_EQ(device.journal.Count("I Collection: staticInfoObj key:s val:first"), 1U);
-    EXPECT_EQ(device.journal.Count("I Collection: staticInfoObj key:s val:second"), 2U);  // again with the third's
+    ExpectCount("E Collection: getProfile fail", 1);
+    ExpectCount("I Collection: staticInfoObj key:s val:first", 1);
+    ExpectCount("I Collection: staticInfoObj key:s val:second", 2);  // again with the third's
 }
 
 TEST_F(AppCatalogue, CountsMetadataEntriesThatDifferInAnyField) {
@@ -106,8 +105,7 @@ TEST_F(AppCatalogue, CountsMetadataEntriesThatDifferInAnyField) {
     device.apps.abilities = {{"Page", "com.app", {CONFIG, otherResource}}};
     device.apps.extensions = {{"Facts", "com.app", {CONFIG, {CONFIG.name, "v", CONFIG.resource}, otherResource}}};
     apps.Init();
-    EXPECT_TRUE(device.journal.Has("I Collection: end load local abilities, size: 2"));
-    EXPECT_TRUE(device.journal.Has("I Collection: end load extensionAbilities, size: 3"));
+    ExpectHas("I Collection: end load local abilities, size: 2", "I Collection: end load extensionAbilities, size: 3");
     const std::vector<AppInfoMeta> ascending{{"a", "z", "z", "z"}, {"a", "z", "z", "z\x01"}, {"a", "z", "z", "\xff"},
         {"a", "z", "za", "a"}, {"a", "za", "a", "a"}, {"aa", "a", "a", "a"}};
     for (size_t i = 1; i < ascending.size(); ++i) {
@@ -120,12 +118,11 @@ TEST_F(AppCatalogue, GoesOnWithTheOtherScanWhenOneFails) {
     device.apps.resources["com.app"] = {Profile("{" + Item("a") + "}")};
     device.apps.codes["QueryAbilityInfosV9"] = 8;
     apps.Init();
-    EXPECT_TRUE(device.journal.Has("E Collection: QueryAbilityInfosV9 Error"));
-    EXPECT_TRUE(device.journal.Has("I Collection: LoadLocalAbilities empty"));
+    ExpectHas("E Collection: QueryAbilityInfosV9 Error", "I Collection: LoadLocalAbilities empty");
     EXPECT_EQ(Contents(), "a@com.app ");
     device.apps.codes["QueryExtensionAbilityInfosV9"] = 9;
     EXPECT_FALSE(apps.LoadExtensionAbilities());
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: QueryExtensionAbilityInfosV9 Error");
+    ExpectLast("E Collection: QueryExtensionAbilityInfosV9 Error");
 }
 
 TEST_F(AppCatalogue, IsFinishedEvenWhenThereIsNoBundleManager) {
@@ -133,19 +130,18 @@ TEST_F(AppCatalogue, IsFinishedEvenWhenThereIsNoBundleManager) {
     apps.Init();
     const std::string noManager = "E Collection: failed to get system manager";
     const std::string noProxy = "E Collection: failed to get bms proxy";
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("I Collection: start load local abilities", noManager, noProxy,
-            "I Collection: LoadLocalAbilities empty", "I Collection: start load extensionAbilities", noManager, noProxy,
-            "I Collection: LoadExtensionAbilities empty", "I Collection: no app integrated found"));
+    ExpectLines({"I Collection: start load local abilities", noManager, noProxy,
+        "I Collection: LoadLocalAbilities empty", "I Collection: start load extensionAbilities", noManager, noProxy,
+        "I Collection: LoadExtensionAbilities empty", "I Collection: no app integrated found"});
     device.systemAbilities.hasManager = true;
     device.systemAbilities.running.clear();
     EXPECT_EQ(apps.GetBundleMgrProxy(), nullptr);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: failed to get BUNDLE_MGR_SERVICE_SYS_ABILITY_ID");
+    ExpectLast("E Collection: failed to get BUNDLE_MGR_SERVICE_SYS_ABILITY_ID");
     device.systemAbilities.running[401] = device.MakeRemote("something else", nullptr);
     EXPECT_EQ(apps.GetBundleMgrProxy(), nullptr);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: failed to iface cast bms object");
+    ExpectLast("E Collection: failed to iface cast bms object");
     apps.Init();
-    EXPECT_TRUE(device.journal.Has("I Collection: init already finished"));
+    ExpectHas("I Collection: init already finished");
 }
 
 TEST_F(AppCatalogue, TakesOfAProfileWhatIsWellFormed) {
@@ -189,18 +185,17 @@ TEST_F(AppCatalogue, TakesOfAProfileWhatIsWellFormed) {
 TEST_F(AppCatalogue, CollectsCurrentValuesIntoAnObjectOrNullWhenThereIsNone) {
     apps.ParseStrToJson(Profile("{" + Item("a") + "," + Item("b") + "," + Item("") + "}"), "com.app");
     EXPECT_TRUE(apps.GetDeviceDynamicInfos().isNull());
-    EXPECT_EQ(device.journal.Lines().back(), "I Collection: profileObjStr result:null\n");
+    ExpectLast("I Collection: profileObjStr result:null\n");
 
     device.apps.Connect(device.MakeApp("Facts", [](auto& item) { return item == u"b" ? u"" : u"value"; }));
     device.journal.Clear();
     const Json::Value infos = apps.GetDeviceDynamicInfos();
     EXPECT_EQ(infos.toStyledString(), "{\n\t\"a\" : \"value\"\n}\n");
     const std::string asked = "I Collection: GetLocalSingleDynamicInfoByPak ";
-    EXPECT_THAT(device.journal.Lines(),
-        IsSupersetOf<std::string>({"I Collection: dynamic key:a,info:a,bundle:com.app,Facts,Code:1f,var,dat**cts",
-            asked + "Result, infoName:a, result:value",
-            asked + "check empty string, infoName:b, result:", asked + "check empty string, infoName:, result:value",
-            "I Collection: profileObjStr result:" + infos.toStyledString()}));
+    ExpectHas("I Collection: dynamic key:a,info:a,bundle:com.app,Facts,Code:1f,var,dat**cts",
+        asked + "Result, infoName:a, result:value",
+        asked + "check empty string, infoName:b, result:", asked + "check empty string, infoName:, result:value",
+        "I Collection: profileObjStr result:" + infos.toStyledString());
 }
 
 // An app offers "cpu" and "disk", each with a URI of its own.
@@ -240,9 +235,9 @@ TEST_F(AppInfoPublishing, PutsCurrentValuesAndObservesEachUriAtEveryInit) {
     device.journal.Clear();
     apps.Init();
     EXPECT_EQ(device.journal.All().front(), "I Collection: init already finished");
-    EXPECT_TRUE(device.journal.Has(put));
+    ExpectHas(put);
     EXPECT_EQ(device.dataShare.extObservers.size(), 4U);
-    EXPECT_FALSE(device.journal.Has("GetSystemAbility(70635)"));
+    ExpectHasNot("GetSystemAbility(70635)");
 }
 
 TEST_F(AppInfoPublishing, SkipsTheProfileWithoutValuesAndUrisWithoutHelper) {
@@ -251,11 +246,11 @@ TEST_F(AppInfoPublishing, SkipsTheProfileWithoutValuesAndUrisWithoutHelper) {
     apps.Init();
     EXPECT_EQ(
         device.journal.LinesOf("GetInfoAndPutToDpOnStart").back(), "I Collection: profileObj null, skip write into DP");
-    EXPECT_THAT(device.journal.LinesOf("InitDataShareManager"),
-        ElementsAre("I Collection: dynamic key:cpu,info:cpu,dataShareUri:dat**cpu",
+    ExpectLinesOf("InitDataShareManager",
+        {"I Collection: dynamic key:cpu,info:cpu,dataShareUri:dat**cpu",
             "E Collection: InitDataShareManager fail for dat**cpu",
             "I Collection: dynamic key:disk,info:disk,dataShareUri:dat**isk",
-            "I Collection: InitDataShareManager RegisterObserver for dat**isk"));
+            "I Collection: InitDataShareManager RegisterObserver for dat**isk"});
     EXPECT_EQ(device.dataShare.extObservers.size(), 1U);
 }
 
@@ -268,7 +263,7 @@ TEST_F(AppInfoPublishing, ObservesEvenWhenTheProfileServiceRefuses) {
             "I Collection: AppInfoCollection GetDeviceDynamicInfos done",
             ::testing::StartsWith("E Collection: PutInfoCollectionWithJson failed ret:"),
             "I Collection: profileObj write into DP and push to remote devices"));
-    EXPECT_FALSE(device.journal.Has(put));
+    ExpectHasNot(put);
     EXPECT_EQ(device.dataShare.extObservers.size(), 2U);
 }
 

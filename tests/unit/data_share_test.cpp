@@ -27,15 +27,13 @@ protected:
 TEST_F(DataShare, MakesOneHelperForAUri) {
     EXPECT_TRUE(Create());
     EXPECT_TRUE(Create());
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Datashare: DataShareImp CreateDataShareHelper start", "GetSystemAbility(70635)",
-            "Creator(" + URI + ", , 2)",
-            "I Datashare: DataShareImp CreateDataShareHelper for datashareUri:" + MASKED + " done",
-            "I Datashare: create new helper success for uri:" + MASKED,
-            "I Datashare: helper exists for uri:" + MASKED));
+    ExpectAll({"I Datashare: DataShareImp CreateDataShareHelper start", "GetSystemAbility(70635)",
+        "Creator(" + URI + ", , 2)",
+        "I Datashare: DataShareImp CreateDataShareHelper for datashareUri:" + MASKED + " done",
+        "I Datashare: create new helper success for uri:" + MASKED, "I Datashare: helper exists for uri:" + MASKED});
     EXPECT_EQ(device.dataShare.lastToken, device.systemAbilities.running[70635]);
     EXPECT_FALSE(dataShare.CreateDataShareHelper(URI + "/below", 4711));
-    EXPECT_TRUE(device.journal.Has("GetSystemAbility(4711)"));
+    ExpectHas("GetSystemAbility(4711)");
 }
 
 TEST_F(DataShare, HasNoHelperWhereNoneCanBeMadeAndTriesAgain) {
@@ -68,7 +66,7 @@ TEST_F(DataShare, DoesNothingWithAnUnknownUri) {
     dataShare.InsertDPChangedInfo(URI + "x", "key", "value");
     EXPECT_FALSE(dataShare.IsHelperExists(URI + "x"));
     const std::string unknown = "E Datashare: failed due to no helper record for uri:dat**tsx";
-    EXPECT_THAT(device.journal.All(), ElementsAre(unknown, unknown, unknown, unknown));
+    ExpectAll({unknown, unknown, unknown, unknown});
 }
 
 TEST_F(DataShare, InsertsARowAndAnnouncesItAsItIs) {
@@ -77,27 +75,24 @@ TEST_F(DataShare, InsertsARowAndAnnouncesItAsItIs) {
     dataShare.InsertDPChangedInfo(URI, "\"key\"", "5");
     dataShare.NotifyDPChangedInfo(URI, "{changed}");
     const std::string done = "I Datashare: DataShareManager ";
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre(exists, "Insert(" + URI + ", \"key\"=5)", "I Datashare: DataShareImp Insert done retVal: 1",
-            "NotifyChangeExt(0, " + URI + ", {\"key\":5})", notified,
-            done + "InsertDPChangedInfo uri:" + MASKED + " success", exists,
-            "NotifyChangeExt(2, " + URI + ", {changed})", notified,
-            done + "NotifyDPChangedInfo uri:" + MASKED + " success"));
+    ExpectAll({exists, "Insert(" + URI + ", \"key\"=5)", "I Datashare: DataShareImp Insert done retVal: 1",
+        "NotifyChangeExt(0, " + URI + ", {\"key\":5})", notified,
+        done + "InsertDPChangedInfo uri:" + MASKED + " success", exists, "NotifyChangeExt(2, " + URI + ", {changed})",
+        notified, done + "NotifyDPChangedInfo uri:" + MASKED + " success"});
 
     device.dataShare.codes["Insert"] = -8;
     dataShare.InsertDPChangedInfo(URI, "bare", std::string("a\0b", 3));
-    EXPECT_TRUE(device.journal.Has("I Datashare: DataShareImp Insert done retVal: -8"));
-    EXPECT_TRUE(device.journal.Has("NotifyChangeExt(0, " + URI + ", {bare:" + std::string("a\0b", 3) + "})"));
+    ExpectHas("I Datashare: DataShareImp Insert done retVal: -8",
+        "NotifyChangeExt(0, " + URI + ", {bare:" + std::string("a\0b", 3) + "})");
 }
 
 TEST_F(DataShare, PublishesWhatAnAppAnnounces) {
     Create();
     device.journal.Clear();
     dataShare.RegisterObserver(URI);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre(exists, "I Datashare: DataShareImp datashare observer", "RegisterObserverExt(" + URI + ", true)",
-            "I Datashare: DataShareImp RegisterObserverExt done",
-            "I Datashare: DataShareManager RegisterObserver uri:" + MASKED + " success"));
+    ExpectAll({exists, "I Datashare: DataShareImp datashare observer", "RegisterObserverExt(" + URI + ", true)",
+        "I Datashare: DataShareImp RegisterObserverExt done",
+        "I Datashare: DataShareManager RegisterObserver uri:" + MASKED + " success"});
 
     device.journal.Clear();
     const std::string unterminated = R"({"a":1}and more)";
@@ -108,14 +103,12 @@ TEST_F(DataShare, PublishesWhatAnAppAnnounces) {
             "I Datashare: changeType:2d, num of uris:1, data is nullptr:0, size:7d",
             "I Datashare: Check data change: {\"a\":1}, size:7d"}));
     EXPECT_EQ(lines.back(), "I Datashare: DataShareRegisterObserver write into DP and push to remote devices done");
-    EXPECT_THAT(device.journal.Calls(),
-        ElementsAre("PutServiceProfile(LOCAL, infoCollection, infoCollection)",
-            "PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, {\n\t\"a\" : 1\n}\n)"));
+    ExpectCalls({"PutServiceProfile(LOCAL, infoCollection, infoCollection)",
+        "PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, {\n\t\"a\" : 1\n}\n)"});
     device.journal.Clear();
     dataShare.RegisterObserver(URI);
     Announce("[]");
-    EXPECT_EQ(
-        device.journal.Count("PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, []\n)"), 2U);
+    ExpectCount("PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, []\n)", 2);
 }
 
 TEST_F(DataShare, PublishesAnyJsonAndNothingElse) {
@@ -129,11 +122,11 @@ TEST_F(DataShare, PublishesAnyJsonAndNothingElse) {
              {std::string(1000000, 'x'), failed}}) {
         SCOPED_TRACE(data.substr(0, 100));
         Announce(data);
-        EXPECT_EQ(device.journal.Lines().back(), line);
+        ExpectLast(line);
     }
     device.profiles.codes["PutServiceProfile"] = 7;
     Announce("{}");
-    EXPECT_EQ(device.journal.Lines().back(), done);  // whatever became of it
+    ExpectLast(done);  // whatever became of it
     device.journal.Clear();
     device.dataShare.Announce(URI, nullptr, 9);
     EXPECT_EQ(device.journal.All().back(), "I Datashare: changeType:2d, num of uris:1, data is nullptr:1, size:9d");
@@ -152,7 +145,7 @@ TEST_F(DataShare, HoldsNoLockWhileItNotifiesOrPublishes) {
     };
     dataShare.NotifyDPChangedInfo(URI, "data");
     EXPECT_TRUE(dataShare.IsHelperExists(URI + "/another"));
-    EXPECT_TRUE(device.journal.Has("Insert(" + URI + ", key=value)"));
+    ExpectHas("Insert(" + URI + ", key=value)");
 }
 
 class SetupCompletion : public Testing::LibraryTest {
@@ -176,17 +169,16 @@ TEST_F(SetupCompletion, IsReadOnceItIsCompleteAndThenRemembered) {
     const auto query = [](const std::string& key) {
         return "Query(" + SETTINGS + ", KEYWORD=" + key + ", VALUE)";
     };
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I DeviceDetect: start query oobe status from dataShare",
-            "I DeviceDetect: dataShareHelper is null, init", "I DeviceDetect: create DataShareHelper instance",
-            "GetSystemAbility(70635)", "Creator(" + SETTINGS + ", , 2)", query(KEYS[0]), "GetRowCount()", "GoToRow(0)",
-            "GetString(0)", value + KEYS[0], "Close()", query(KEYS[1]), "GetRowCount()", "GoToRow(0)", "GetString(0)",
-            value + KEYS[1], "Close()", query(KEYS[2]), "GetRowCount()",
-            "E DeviceDetect: get oobe status, numRows is zero with key is is_ota_finished", "Close()"));
+    ExpectAll({"I DeviceDetect: start query oobe status from dataShare",
+        "I DeviceDetect: dataShareHelper is null, init", "I DeviceDetect: create DataShareHelper instance",
+        "GetSystemAbility(70635)", "Creator(" + SETTINGS + ", , 2)", query(KEYS[0]), "GetRowCount()", "GoToRow(0)",
+        "GetString(0)", value + KEYS[0], "Close()", query(KEYS[1]), "GetRowCount()", "GoToRow(0)", "GetString(0)",
+        value + KEYS[1], "Close()", query(KEYS[2]), "GetRowCount()",
+        "E DeviceDetect: get oobe status, numRows is zero with key is is_ota_finished", "Close()"});
     device.journal.Clear();
     Set({"0", "0", "0"});
     EXPECT_TRUE(IsReady());
-    EXPECT_THAT(device.journal.All(), ElementsAre());
+    ExpectAll({});
 }
 
 TEST_F(SetupCompletion, NeedsTwoOnesAndNoZeroAndIsAskedForAgainUntilThen) {
@@ -234,7 +226,7 @@ TEST_F(SetupCompletion, IsNotToldWithoutTheSettings) {
             }
             expected.push_back("E DeviceDetect: dataShareHelper is null, key is " + key);
         }
-        EXPECT_EQ(device.journal.Lines(), expected);
+        ExpectLines(expected);
     };
     device.dataShare.codes["Creator"] = 1;
     expectFailure("");

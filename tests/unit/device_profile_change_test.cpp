@@ -66,64 +66,58 @@ TEST_F(DeviceProfileChange, OfTheSwitchReachesTheFunctionsAndIsNotHandledFurther
     const std::string types = "I Collection: local deviceType: 0, remote deviceType: 2607";
     const std::string told = "I Collection: local deviceType or remote deviceType is not supported";
     const std::string ends = "D Collection: not infoCollection change";
-    EXPECT_EQ(device.profiles.Publish(Switch("0")), 1001);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Detect: CharacteristicProfile add, key: SwitchStatus", "function(0, 0)", super, "super(3)",
-            check, found, status, types, told, check, ends));
-    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileAdd"),
-        ElementsAre("I Detect: CharacteristicProfile add, key: SwitchStatus", status, ends));
-    device.journal.Clear();
-    EXPECT_EQ(device.profiles.Publish(Switch("1")), 1001);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Detect: CharacteristicProfile update, key: SwitchStatus", "function(1, 1)", super, "super(3)",
-            check, found, status, types, told, check, ends));
-    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileUpdate"),
-        ElementsAre("I Detect: CharacteristicProfile update, key: SwitchStatus", status, ends));
-    device.journal.Clear();
-    EXPECT_EQ(device.profiles.Delete(Switch("1")), 1001);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Detect: CharacteristicProfile delete, key: SwitchStatus", "function(1, 2)", super, "super(3)",
-            "I Collection: OnCharacteristicProfileDelete start.", check, found, status, types, told, check, ends));
-    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileDelete"),
-        ElementsAre("I Detect: CharacteristicProfile delete, key: SwitchStatus",
-            "I Collection: OnCharacteristicProfileDelete start.", status, ends));
+    const auto expectHandling = [&](const std::string& change, const std::string& function, int32_t result) {
+        EXPECT_EQ(result, 1001);
+        const std::string begins = "I Detect: CharacteristicProfile " + change + ", key: SwitchStatus";
+        std::vector<std::string> own{begins, status, ends};
+        std::vector<std::string> all{
+            begins, function, super, "super(3)", check, found, status, types, told, check, ends};
+        if (change == "delete") {
+            own.insert(own.begin() + 1, "I Collection: OnCharacteristicProfileDelete start.");
+            all.insert(all.begin() + 4, own[1]);
+        }
+        ExpectAll(all);
+        const std::string name{static_cast<char>(std::toupper(change[0]))};
+        ExpectLinesOf("OnCharacteristicProfile" + name + change.substr(1), own);
+        device.journal.Clear();
+    };
+    expectHandling("add", "function(0, 0)", device.profiles.Publish(Switch("0")));
+    expectHandling("update", "function(1, 1)", device.profiles.Publish(Switch("1")));
+    expectHandling("delete", "function(1, 2)", device.profiles.Delete(Switch("1")));
 }
 
 TEST_F(DeviceProfileChange, OfInfoIsWrittenForTheAppsWhichAreThenTold) {
     const std::string announce = "NotifyChangeExt(2, " + URI + ", {datashareChanged:true})";
     EXPECT_EQ(device.profiles.Publish(Info("{\"a\":1}")), 0);
-    EXPECT_THAT(device.journal.Calls(),
-        ElementsAre("function({\"a\":1}, 0)", "super(3)", "GetSystemAbility(70635)", "Creator(" + URI + ", , 2)",
-            "Insert(" + URI + ", peer-udid-0001={\"a\":1})",
-            "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:{\"a\":1}})", announce));
-    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileAdd"),
-        ElementsAre("I Detect: CharacteristicProfile add, key: infoCollectionCharacterKey",
+    ExpectCalls({"function({\"a\":1}, 0)", "super(3)", "GetSystemAbility(70635)", "Creator(" + URI + ", , 2)",
+        "Insert(" + URI + ", peer-udid-0001={\"a\":1})", "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:{\"a\":1}})",
+        announce});
+    ExpectLinesOf("OnCharacteristicProfileAdd",
+        {"I Detect: CharacteristicProfile add, key: infoCollectionCharacterKey",
             "I Collection: OnCharacteristicProfileAdd start datashare",
-            "I Collection: OnCharacteristicProfileAdd load datashare success"));
+            "I Collection: OnCharacteristicProfileAdd load datashare success"});
 
     device.journal.Clear();
     device.dataShare.codes["Insert"] = -3;
     EXPECT_EQ(device.profiles.Publish(Info("new")), 0);
-    EXPECT_THAT(device.journal.Calls(),
-        ElementsAre("function(new, 1)", "super(3)", "Insert(" + URI + ", peer-udid-0001=new)",
-            "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:new})", announce));
-    EXPECT_THAT(device.journal.LinesOf("OnCharacteristicProfileUpdate"),
-        ElementsAre("I Detect: CharacteristicProfile update, key: infoCollectionCharacterKey",
+    ExpectCalls({"function(new, 1)", "super(3)", "Insert(" + URI + ", peer-udid-0001=new)",
+        "NotifyChangeExt(0, " + URI + ", {peer-udid-0001:new})", announce});
+    ExpectLinesOf("OnCharacteristicProfileUpdate",
+        {"I Detect: CharacteristicProfile update, key: infoCollectionCharacterKey",
             "I Collection: OnCharacteristicProfileUpdate start datashare",
-            "I Collection: OnCharacteristicProfileUpdate load datashare success"));
+            "I Collection: OnCharacteristicProfileUpdate load datashare success"});
 
     device.journal.Clear();
     EXPECT_EQ(device.profiles.Delete(Info("new")), 0);
-    EXPECT_THAT(device.journal.Calls(), ElementsAre("function(new, 2)", "super(3)"));
+    ExpectCalls({"function(new, 2)", "super(3)"});
 }
 
 TEST_F(DeviceProfileChange, OfInfoIsNotHandledWithoutAWayToTheApps) {
     device.dataShare.codes["Creator"] = 1;
     EXPECT_EQ(device.profiles.Publish(Info("1")), 1001);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnCharacteristicProfileAdd CreateDataShareHelper failed");
+    ExpectLast("E Collection: OnCharacteristicProfileAdd CreateDataShareHelper failed");
     EXPECT_EQ(device.profiles.Publish(Info("2")), 1001);
-    EXPECT_EQ(
-        device.journal.Lines().back(), "E Collection: OnCharacteristicProfileUpdate CreateDataShareHelper failed");
+    ExpectLast("E Collection: OnCharacteristicProfileUpdate CreateDataShareHelper failed");
 }
 
 TEST_F(DeviceProfileChange, MayReplaceTheFunctionThatItReaches) {
@@ -136,7 +130,7 @@ TEST_F(DeviceProfileChange, MayReplaceTheFunctionThatItReaches) {
         GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY, [this](int) { device.journal.Call("second"); });
     device.profiles.Publish(Switch("0"));
     device.profiles.Publish(Switch("1"));
-    EXPECT_THAT(device.journal.Calls(), ElementsAre("first", "super(3)", "super(3)"));
+    ExpectCalls({"first", "super(3)", "super(3)"});
     EXPECT_EQ(kept.use_count(), 1);
 }
 
@@ -182,17 +176,16 @@ TEST_F(DeviceProfileChange, TakesAFunctionWhileNobodyExchangesIt) {
     EXPECT_EQ(*onCopy, nullptr);  // each was copied
 }
 
-class SuperDeviceListener : public Testing::LibraryTest {};
-
-TEST_F(SuperDeviceListener, IsMissedInTheLog) {
-    DeviceProfileManager& manager = DeviceProfileManager::GetInstance();
-    manager.RegisterSuperDeviceProfileChangeListenerMap("other", [](int) { FAIL(); });
-    manager.ExecuteSuperDeviceProfileChangeListener();
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: deviceProfileChangeListenerMap_ not found");
-    manager.RegisterSuperDeviceProfileChangeListenerMap(GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY, nullptr);
-    manager.ExecuteSuperDeviceProfileChangeListener();
-    EXPECT_EQ(
-        device.journal.Lines().back(), "E Collection: ExecuteSuperDeviceProfileChangeListener listener not found");
+TEST_F(DeviceProfileChange, MissesTheSuperDeviceListenerInTheLog) {
+    LibraryRenewer::RenewAll();
+    const std::string name = GloableVariables::SUPER_DEVICE_DP_CHANGE_LISTENER_KEY;
+    for (const auto& [key, line] : std::vector<std::pair<std::string, std::string>>{
+             {"other", "E Collection: deviceProfileChangeListenerMap_ not found"},
+             {name, "E Collection: ExecuteSuperDeviceProfileChangeListener listener not found"}}) {
+        manager.RegisterSuperDeviceProfileChangeListenerMap(key, nullptr);
+        manager.ExecuteSuperDeviceProfileChangeListener();
+        ExpectLast(line);
+    }
 }
 
 TEST_F(DeviceProfileChange, OfAnythingButCharacteristicsIsOnlyLogged) {
@@ -209,7 +202,7 @@ TEST_F(DeviceProfileChange, OfAnythingButCharacteristicsIsOnlyLogged) {
             expected.push_back("I Collection: On" + kind + "Profile" + change + " start.");
         }
     }
-    EXPECT_EQ(device.journal.All(), expected);
+    ExpectAll(expected);
 }
 
 }  // namespace

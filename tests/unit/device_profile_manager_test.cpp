@@ -45,14 +45,12 @@ TEST_F(DeviceProfileSubscription, IsMadeOnceForADeviceHoweverOftenItIsReported) 
     }
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
     const std::string online = ", try to subscribe remote device info";
-    EXPECT_THAT(device.journal.LinesOf("SubscribeOnlineDevice"),
-        ElementsAre(
-            "I Collection: deviceId:p**1 check", "I Collection: collectInfoList size is: 0", EXISTS, EXISTS, EXISTS));
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre(START, "I Collection: new device online:0" + online, "I Collection: deviceId:p**1 check",
-            "I Collection: AddDeviceProfileSubscribe enter", subscribeSwitch, Result(switchService), subscribeInfo,
-            Result("infoCollection"), "I Collection: collectInfoList size is: 0", START,
-            "I Collection: new device online:3" + online, EXISTS, START, EXISTS, "I Collection: enter", EXISTS));
+    ExpectLinesOf("SubscribeOnlineDevice",
+        {"I Collection: deviceId:p**1 check", "I Collection: collectInfoList size is: 0", EXISTS, EXISTS, EXISTS});
+    ExpectAll({START, "I Collection: new device online:0" + online, "I Collection: deviceId:p**1 check",
+        "I Collection: AddDeviceProfileSubscribe enter", subscribeSwitch, Result(switchService), subscribeInfo,
+        Result("infoCollection"), "I Collection: collectInfoList size is: 0", START,
+        "I Collection: new device online:3" + online, EXISTS, START, EXISTS, "I Collection: enter", EXISTS});
 }
 
 TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsByCharacteristicKey) {
@@ -62,15 +60,14 @@ TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsBy
             std::make_shared<ServiceCollectPairInfo>(switchService, "volume")};
     });
     Report(DEVICE_INFO_CHANGED, DeviceType::TV);
-    EXPECT_THAT(device.journal.LinesOf("AddDeviceProfileSubscribe"),
-        ElementsAre("I Collection: AddDeviceProfileSubscribe enter", "I Collection: TV ProfileChangeListener enter"));
-    EXPECT_THAT(device.journal.LinesOf("SubscribeOnlineDevice"),
-        ElementsAre("I Collection: deviceId:p**1 check", "I Collection: collectInfoList size is: 3",
-            "E Collection: collectInfo is nullptr"));
-    EXPECT_THAT(device.journal.Calls(),
-        ElementsAre(Subscribe("keyScreen", "keyScreenOn"), Subscribe("wifiDisplay", "status"),
-            Subscribe("deviceStatus", "supportSinkService"), subscribeSwitch, subscribeInfo,
-            Subscribe("sound", "volume"), Subscribe(switchService, "volume")));
+    ExpectLinesOf("AddDeviceProfileSubscribe",
+        {"I Collection: AddDeviceProfileSubscribe enter", "I Collection: TV ProfileChangeListener enter"});
+    ExpectLinesOf("SubscribeOnlineDevice",
+        {"I Collection: deviceId:p**1 check", "I Collection: collectInfoList size is: 3",
+            "E Collection: collectInfo is nullptr"});
+    ExpectCalls({Subscribe("keyScreen", "keyScreenOn"), Subscribe("wifiDisplay", "status"),
+        Subscribe("deviceStatus", "supportSinkService"), subscribeSwitch, subscribeInfo, Subscribe("sound", "volume"),
+        Subscribe(switchService, "volume")});
     const std::vector<SubscribeInfo> made = device.profiles.subscriptions;
     EXPECT_EQ(made[0].GetListener(), made[4].GetListener());
     EXPECT_NE(made[0].GetListener(), made[5].GetListener());
@@ -78,7 +75,7 @@ TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsBy
     for (const std::string key : {"SwitchStatus", "volume"}) {
         device.journal.Clear();
         device.profiles.Publish(Testing::ProfileOf("peer-udid-0001", switchService, key, "1"));
-        EXPECT_EQ(device.journal.Count("I Collection: local deviceType: 0, remote deviceType: 156"), 1U);
+        ExpectCount("I Collection: local deviceType: 0, remote deviceType: 156", 1);
     }
 
     device.journal.Clear();
@@ -94,7 +91,7 @@ TEST_F(DeviceProfileSubscription, OfATvHasFivePartsAndTheCollectedPairsAndEndsBy
             "I Collection: unsubscribe, characteristicKey: " + key + ", ret: " + (key == "status" ? "5" : "0"));
     }
     expected.push_back("I Collection: unsubscribe remove deviceId record");
-    EXPECT_EQ(device.journal.All(), expected);
+    ExpectAll(expected);
 
     // Nothing of it is left to be ended twice.
     device.profiles.codes["SubscribeDeviceProfile"] = 7;
@@ -112,9 +109,9 @@ TEST_F(DeviceProfileSubscription, ThatFailedLeavesADeviceWithNothingToEnd) {
     EXPECT_EQ(manager.SubscribeOnlineDeviceInternal("peer-udid-0001", nullptr, "service", "key"), 7);
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
     EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: device not exists int profileMap");
+    ExpectLast("E Collection: device not exists int profileMap");
     EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: device not exists, ignore this device");
+    ExpectLast("E Collection: device not exists, ignore this device");
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
     EXPECT_EQ(manager.SubscribeOnlineDevice(nullptr), 1001);
     EXPECT_EQ(manager.UnsubscribeOfflineDevice(nullptr), 1001);
@@ -133,14 +130,13 @@ TEST_F(DeviceProfileSubscription, IsNotMadeForOtherAccountsOrInOtherStates) {
     for (const int32_t authForm : {-1, 0, 2}) {
         device.journal.Clear();
         Report(DEVICE_STATE_ONLINE, DeviceType::PC, authForm);
-        EXPECT_THAT(device.journal.All(),
-            ElementsAre(
-                START, "E Collection: authForm is not IDENTICAL_ACCOUNT authForm " + std::to_string(authForm) + " "));
+        ExpectAll(
+            {START, "E Collection: authForm is not IDENTICAL_ACCOUNT authForm " + std::to_string(authForm) + " "});
     }
     for (const int state : {-1, 4}) {
         device.journal.Clear();
         Report(state);
-        EXPECT_THAT(device.journal.All(), ElementsAre(START));
+        ExpectAll({START});
     }
 }
 
@@ -233,19 +229,17 @@ TEST_F(DeviceProfileExchange, PublishesInfoUnderTheLocalNameAfterItsService) {
     info["a"] = "1";
     EXPECT_EQ(manager.PutInfoCollectionWithJson(info), 0);
     const std::string putService = "PutServiceProfile(LOCAL, infoCollection, infoCollection)";
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: PutProfileJson", putService, "I Collection: PutServiceProfile success",
-            "I Collection: PutCharacteristicProfile: deviceId: **, ServiceName: infoCollection, "
-            "InfoCollectionJson: {**\n",
-            "PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, {\n\t\"a\" : \"1\"\n}\n)"));
+    ExpectAll({"I Collection: PutProfileJson", putService, "I Collection: PutServiceProfile success",
+        "I Collection: PutCharacteristicProfile: deviceId: **, ServiceName: infoCollection, "
+        "InfoCollectionJson: {**\n",
+        "PutCharacteristicProfile(LOCAL, infoCollection, infoCollectionCharacterKey, {\n\t\"a\" : \"1\"\n}\n)"});
 
     device.profiles.codes["PutCharacteristicProfile"] = 9;
     EXPECT_EQ(manager.PutInfoCollectionWithJson(info), 9);
     device.journal.Clear();
     device.profiles.codes["PutServiceProfile"] = DeviceProfileClient::NOT_READY;
     EXPECT_EQ(manager.PutInfoCollectionWithJson(info), 98566160);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: PutProfileJson", putService, "E Collection: PutServiceProfile failed ret:98566160"));
+    ExpectAll({"I Collection: PutProfileJson", putService, "E Collection: PutServiceProfile failed ret:98566160"});
 }
 
 TEST_F(DeviceProfileExchange, ReadsACharacteristicAndDoubtsTheAnswer) {
@@ -274,19 +268,18 @@ TEST_F(DeviceProfileExchange, ReadsACharacteristicAndDoubtsTheAnswer) {
         const std::string first =
             "I Collection: start getSyncData, deviceId: p**1, key: " + row.key + ", extraInfo: " + row.extraInfo;
         EXPECT_EQ(device.journal.Lines().front(), first);
-        EXPECT_EQ(device.journal.Lines().back(), row.lastLine.empty() ? first : row.lastLine);
+        ExpectLast(row.lastLine.empty() ? first : row.lastLine);
     }
 }
 
 TEST_F(DeviceProfileExchange, WritesACharacteristicUnderTheLocalUdid) {
     device.profiles.codes["PutServiceProfile"] = 4;
     EXPECT_EQ(manager.PutSyncData("volume", "11", R"({"serviceName":"sound","serviceType":"media"})"), 0);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: start putSyncData, key: volume, "
-                    "extraInfo: {\"serviceName\":\"sound\",\"serviceType\":\"media\"}",
-            "PutServiceProfile(local-udid, sound, media)", "I Collection: PutServiceProfile ret:4",
-            "PutCharacteristicProfile(local-udid, sound, volume, 11)",
-            "I Collection: PutCharacteristicProfile: deviceId: l**d, serviceName: sound"));
+    ExpectAll({"I Collection: start putSyncData, key: volume, "
+               "extraInfo: {\"serviceName\":\"sound\",\"serviceType\":\"media\"}",
+        "PutServiceProfile(local-udid, sound, media)", "I Collection: PutServiceProfile ret:4",
+        "PutCharacteristicProfile(local-udid, sound, volume, 11)",
+        "I Collection: PutCharacteristicProfile: deviceId: l**d, serviceName: sound"});
     device.profiles.codes["PutCharacteristicProfile"] = 6;
     EXPECT_EQ(manager.PutSyncData("volume", "11", R"({"serviceName":"sound","serviceType":"media"})"), 6);
 }
@@ -299,14 +292,12 @@ TEST_F(DeviceProfileExchange, WritesNothingWhenItIsNotToldWhere) {
             {R"({"serviceType":"a"})", noFields}, {R"({"serviceName":"a","serviceType":{}})", noFields}, {"", noObject},
             {"\"a\"", noObject}, {deepJson, noObject}}) {
         EXPECT_EQ(manager.PutSyncData("key", "value", extraInfo), -1);
-        EXPECT_EQ(device.journal.Lines().back(), line);
+        ExpectLast(line);
     }
     device.host.localDevice = nullptr;
     device.journal.Clear();
     EXPECT_EQ(manager.PutSyncData("key", "value", ""), -1);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre(
-            "I Collection: start putSyncData, key: key, extraInfo: ", "E Collection: GetLocalDeviceInfo failed"));
+    ExpectAll({"I Collection: start putSyncData, key: key, extraInfo: ", "E Collection: GetLocalDeviceInfo failed"});
 }
 
 }  // namespace

@@ -31,10 +31,10 @@ TEST_F(AnsweringARequest, SendsOneMemberPerNameWithWhatIsThenAlsoWhenThePoolRuns
         device.journal.Clear();
         Tell(told);
         EXPECT_EQ(command->Execute(std::stoi(session)), 0);
-        EXPECT_THAT(device.journal.LinesOf("Execute"),
-            ElementsAre("I Collection: executeInfoCollect, collaborationSessionId:" + session + ", infoSize:3",
+        ExpectLinesOf("Execute",
+            {"I Collection: executeInfoCollect, collaborationSessionId:" + session + ", infoSize:3",
                 "I Collection: executeInfoCollect, infoName:b", "I Collection: executeInfoCollect, infoName:a",
-                "I Collection: executeInfoCollect, infoName:b", "I Collection: add async result = 1"));
+                "I Collection: executeInfoCollect, infoName:b", "I Collection: add async result = 1"});
         EXPECT_THAT(Transmitted(), ElementsAre("TransmitMsg(" + session + ", 3, false)"));
         EXPECT_EQ(device.host.lastMessage, "{\n\t\"a\" : \"" + told + "\",\n\t\"b\" : \"\"\n}\n");
     }
@@ -65,10 +65,9 @@ TEST_F(AnsweringARequest, LogsWhatFailsOnThePoolAndTriesNothingAgain) {
     const auto askedForNothing = Make({});
     EXPECT_EQ(askedForNothing->Execute(7), 0);
     device.pool.RunAll();
-    EXPECT_THAT(device.journal.Calls(), ElementsAre("AddAsynTask(2)"));
-    EXPECT_TRUE(device.journal.Has("E Collection: infoRes result is empty, collaborationSessionId: 7"));
-    EXPECT_EQ(device.journal.Lines().back(),
-        "E Collection: GetInfoAndResponse failed, errorCode: 2201,             collaborationSessionId: 7");
+    ExpectCalls({"AddAsynTask(2)"});
+    ExpectHas("E Collection: infoRes result is empty, collaborationSessionId: 7");
+    ExpectLast("E Collection: GetInfoAndResponse failed, errorCode: 2201,             collaborationSessionId: 7");
 
     const auto notSent = Make({"a"});
     for (const int32_t code : {-5, 5}) {
@@ -77,25 +76,23 @@ TEST_F(AnsweringARequest, LogsWhatFailsOnThePoolAndTriesNothingAgain) {
         notSent->Execute(8);
         device.pool.RunAll();
         EXPECT_EQ(Transmitted().size(), 1U);
-        EXPECT_EQ(device.journal.Lines().back(),
-            "E Collection: GetInfoAndResponse failed, errorCode: " + std::to_string(code) +
-                ",             collaborationSessionId: 8");
+        ExpectLast("E Collection: GetInfoAndResponse failed, errorCode: " + std::to_string(code) +
+            ",             collaborationSessionId: 8");
     }
 }
 
 TEST_F(AnsweringARequest, FailsAtOnceWhenThePoolRefuses) {
     device.pool.refuses = true;
     EXPECT_EQ(Make({})->Execute(7), 2209);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: executeInfoCollect, collaborationSessionId:7, infoSize:0", "AddAsynTask(2)",
-            "I Collection: add async result = 0", "E Collection: AddAsynTask failed, collaborationSessionId: 7"));
+    ExpectAll({"I Collection: executeInfoCollect, collaborationSessionId:7, infoSize:0", "AddAsynTask(2)",
+        "I Collection: add async result = 0", "E Collection: AddAsynTask failed, collaborationSessionId: 7"});
 }
 
 TEST_F(AnsweringARequest, IsLeftWhenTheHostDropsTheCommandBeforeItsTurn) {
     Make({"a"})->Execute(7);
     device.journal.Clear();
     device.pool.RunAll();
-    EXPECT_THAT(device.journal.All(), ElementsAre("E Collection: info is nullptr"));
+    ExpectAll({"E Collection: info is nullptr"});
 }
 
 }  // namespace

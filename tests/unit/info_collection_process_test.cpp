@@ -32,8 +32,8 @@ TEST_F(Process, IsMadeOnceThoughTwoThreadsAreFirstAndIsWhatTheHostGets) {
     second.Join();
     EXPECT_EQ(other, InfoCollectionProcess::GetInstance());
     EXPECT_EQ(device.host.plugin, other);
-    EXPECT_EQ(device.journal.Count("I Collection: create InfoCollectionProcess"), 1U);
-    EXPECT_EQ(device.journal.Count("I Collection: destroy InfoCollectionProcess"), 1U);
+    ExpectCount("I Collection: create InfoCollectionProcess", 1);
+    ExpectCount("I Collection: destroy InfoCollectionProcess", 1);
 }
 
 class Messages : public Testing::LibraryTest {
@@ -44,7 +44,7 @@ protected:
 TEST_F(Messages, RequestIsStyledAndKeepsOrderAndDuplicates) {
     const std::string text = process.GenerateInfoCollectionReqCommand({"b", "a", "b"});
     EXPECT_EQ(text, "{\n\t\"commandType\" : 1,\n\t\"keyList\" : \n\t[\n\t\t\"b\",\n\t\t\"a\",\n\t\t\"b\"\n\t]\n}\n");
-    EXPECT_THAT(device.journal.Lines(), ElementsAre("I Collection: GenerateInfoCollectionReqCommand " + text));
+    ExpectLines({"I Collection: GenerateInfoCollectionReqCommand " + text});
     EXPECT_EQ(process.GenerateInfoCollectionReqCommand({}), "{\n\t\"commandType\" : 1,\n\t\"keyList\" : []\n}\n");
     EXPECT_EQ(process.UIntToElevenLengthString(0), "00000000000");
     EXPECT_EQ(process.UIntToElevenLengthString(4294967295), "04294967295");
@@ -69,15 +69,12 @@ TEST_F(Messages, RequestBecomesOneCommandOrALineThatSaysWhyNot) {
         {R"({"commandType":1,"keyList":{"x":"a"}})", 1, {"a"}, complete},
         {"/* so */ {\"commandType\":1,\"keyList\":[\"b\",\"a\"]} and more", 1, {"b", "a"}, complete},
         {R"({"commandType":2,"keyList":["a"]})", 0, {}, complete},
-        {R"({"commandType":0,"keyList":["a"]})", 0, {}, complete},
         {R"({"commandType":-1,"keyList":["a"]})", 0, {}, complete},
         {R"({"commandType":3,"keyList":["a",5]})", 0, {}, "E CFWKService: invalid keyList value param!"},
         {R"({"commandType":1.5,"keyList":[5]})", 0, {}, noType},
         {R"({'commandType':1,'keyList':[]})", 0, {}, noJson},
         {process.GenerateInfoCollectionReqCommand(most), 1, most, complete},
         {process.GenerateInfoCollectionReqCommand(tooMany), 0, {}, "E Collection: external input over limit"},
-        {R"({"commandType":1,"keyList":["a",5]})", 0, {}, "E CFWKService: invalid keyList value param!"},
-        {R"({"commandType":"1","keyList":["a"]})", 0, {}, noType},
         {R"({"commandType":4294967297,"keyList":["a"]})", 0, {}, noType},
         {R"({"keyList":["a"]})", 0, {}, noMember},
         {R"({"commandType":1})", 0, {}, noMember},
@@ -95,42 +92,39 @@ TEST_F(Messages, RequestBecomesOneCommandOrALineThatSaysWhyNot) {
             lines.push_back("I Collection: infoCollectionCommand " + name);
         }
         lines.push_back(row.lastLine);
-        EXPECT_EQ(device.journal.Lines(), lines);
+        ExpectLines(lines);
     }
     Json::Value array(Json::arrayValue);
     EXPECT_FALSE(process.IsValidCommandProp(array));
-    EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: invalid jsonObj param!");
+    ExpectLast("E CFWKService: invalid jsonObj param!");
 }
 
 TEST_F(Messages, ResponseIsTakenMemberByMemberAsText) {
     const std::string text = R"({"s":"x","n":1,"b":true,"null":null,"s":"last"})";
     process.OnDataReceived(42, text.c_str(), 1);  // the length counts only against the limit
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("I Collection: OnDataReceived rawData is:" + text,
-            "I Collection: OnDataReceived member is:b, value is:true",
+    ExpectLines(
+        {"I Collection: OnDataReceived rawData is:" + text, "I Collection: OnDataReceived member is:b, value is:true",
             "I Collection: OnDataReceived member is:n, value is:1",
             "I Collection: OnDataReceived member is:null, value is:",
             "I Collection: OnDataReceived member is:s, value is:last",
-            "I Collection: SetDynamicInfo, collaborationId: 42", "E Collection: SetDynamicInfo failed"));
+            "I Collection: SetDynamicInfo, collaborationId: 42", "E Collection: SetDynamicInfo failed"});
 }
 
 TEST_F(Messages, ResponseThatIsMalformedOrTooLongIsDroppedAsAWhole) {
     const std::string text = "{}";
     process.OnDataReceived(42, text.c_str(), 4194304);
-    EXPECT_TRUE(device.journal.Has("I Collection: SetDynamicInfo, collaborationId: 42"));
+    ExpectHas("I Collection: SetDynamicInfo, collaborationId: 42");
 
     device.journal.Clear();
     process.OnDataReceived(42, nullptr, 0);
     process.OnDataReceived(42, text.c_str(), 4194305);
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("E Collection: OnDataReceived rawData is null",
-            "E Collection: OnDataReceived rawDataLen:4194305 is oversize"));
+    ExpectLines({"E Collection: OnDataReceived rawData is null",
+        "E Collection: OnDataReceived rawDataLen:4194305 is oversize"});
     for (const std::string& bad : {std::string("[]"), std::string("null"), std::string("x"), std::string(),
              std::string(100000, '['), std::string(R"({"a":"fine","b":["not"]})"), std::string(R"({"a":{}})")}) {
         device.journal.Clear();
         process.OnDataReceived(42, bad.c_str(), bad.size());
-        EXPECT_THAT(device.journal.Lines(),
-            ElementsAre("I Collection: OnDataReceived rawData is:" + bad, "E Collection: StringToJson failed"));
+        ExpectLines({"I Collection: OnDataReceived rawData is:" + bad, "E Collection: StringToJson failed"});
     }
 }
 
@@ -149,28 +143,27 @@ TEST_F(ChannelListener, IsRegisteredAfreshWhenTheHostAsksAndNeverWithoutAManager
 
     device.host.hasListenerManager = false;
     InfoCollectionProcess::GetInstance()->InitEventListener();
-    EXPECT_THAT(device.journal.All(), ElementsAre("RegisterEventListener(3)"));
+    ExpectAll({"RegisterEventListener(3)"});
     Deliver("00000000042-me", CollaborationFwkProtocol("{}"));
-    EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: FetchCollaborationId fail");
+    ExpectLast("E CFWKService: FetchCollaborationId fail");
     EXPECT_FALSE(device.host.listeners.back()->IsIdExist("00000000042-me"));
 }
 
 TEST_F(ChannelListener, PassesAMessageOnUnderItsIdAndWithItsOwnLengthUnlessItLacksPayloadOrId) {
     device.host.unknownIdCode = -1;
     Deliver("nobody", CollaborationFwkProtocol("{}"));
-    EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: FetchCollaborationId fail");
+    ExpectLast("E CFWKService: FetchCollaborationId fail");
     device.journal.Clear();
     device.host.unknownIdCode = 1;
     device.host.listeners.back()->OnDataReceived("nobody", nullptr, 5);
     Deliver("nobody", CollaborationFwkProtocol());
     Deliver("nobody", CollaborationFwkProtocol("{}"));
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("E CFWKService: rawData is null", "E CFWKService: rawData is null",
-            "E CFWKService: FetchCollaborationId fail"));
+    ExpectLines({"E CFWKService: rawData is null", "E CFWKService: rawData is null",
+        "E CFWKService: FetchCollaborationId fail"});
     Deliver("00000000042-me", CollaborationFwkProtocol("{}"));
-    EXPECT_TRUE(device.journal.Has("I Collection: SetDynamicInfo, collaborationId: 42"));
+    ExpectHas("I Collection: SetDynamicInfo, collaborationId: 42");
     Deliver("00000000043-me", CollaborationFwkProtocol(std::string(4194306, ' ')));
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnDataReceived rawDataLen:4194306 is oversize");
+    ExpectLast("E Collection: OnDataReceived rawDataLen:4194306 is oversize");
 }
 
 TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsWhichOutlivesItsChannel) {
@@ -189,8 +182,7 @@ TEST_F(ChannelListener, KnowsAnIdOnlyWhileItsRequestWaitsWhichOutlivesItsChannel
     EXPECT_EQ(InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(peer, "me", {"a"}, records), 0);
     EXPECT_EQ(device.time.Elapsed(), 4s);
     EXPECT_FALSE(listener.IsIdExist("00000000042-me"));
-    EXPECT_THAT(device.journal.Lines(),
-        IsSupersetOf({"I CFWKService: on ctrl channel shutDown", "I CFWKService: on wifi shutDown"}));
+    ExpectHas("I CFWKService: on ctrl channel shutDown", "I CFWKService: on wifi shutDown");
 }
 
 }  // namespace

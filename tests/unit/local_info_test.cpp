@@ -26,12 +26,9 @@ protected:
     // The platform connects to the app, which answers an item with its name, an item "twice" with the number of the
     // answer besides, as soon as the library waits for it.
     void StartApp() {
-        app = device.MakeRemote("app", [this](uint32_t, MessageParcel& data, MessageParcel& reply) {
-            reply.WriteUint32(0);
-            const std::u16string name = data.ReadString16();
+        app = device.MakeApp("app", [this](const std::u16string& item) {
             ++answers;
-            reply.WriteString16(u"app:" + name + (name == u"twice" ? Str8ToStr16(std::to_string(answers)) : u""));
-            return 0;
+            return u"app:" + item + (item == u"twice" ? Str8ToStr16(std::to_string(answers)) : u"");
         });
         device.time.At(0s, [this] { device.apps.Connect(app); });
     }
@@ -51,16 +48,12 @@ protected:
 
 TEST_F(LocalInfo, ComesFromTheAppThatDeclaredItAndOnlyElseFromASystemService) {
     RequestSAManager::GetInstance()->SetDynamicMapBySa(5, 7, u"I", {"cpu", "kernel"});
-    device.systemAbilities.running[5] = device.MakeRemote("service", [](auto&&, auto&&, MessageParcel& reply) {
-        reply.WriteString(R"({"cpu":{"value":"service"},"kernel":{"value":"6.1"}})");
-        return 0;
-    });
+    device.systemAbilities.running[5] = device.MakeService(R"({"cpu":{"value":"service"},"kernel":{"value":"6.1"}})");
     StartApp();
     device.journal.Clear();
     EXPECT_EQ(Ask({"cpu", "nobody", "kernel", "cpu"}), "cpu=app:cpu kernel=6.1 nobody= ");
-    EXPECT_THAT(device.journal.Calls(),
-        ElementsAre(CONNECT, "AddAsynTask(2)", "SendRequest(app, 31, 0, 8)", "CheckSystemAbility(5)",
-            "SendRequest(service, 7, 0, 8)", "SendRequest(app, 31, 0, 8)"));
+    ExpectCalls({CONNECT, "AddAsynTask(2)", "SendRequest(app, 31, 0, 8)", "CheckSystemAbility(5)",
+        "SendRequest(service, 7, 0, 8)", "SendRequest(app, 31, 0, 8)"});
     std::vector<std::string> lines = device.journal.Lines();
     std::erase_if(lines, [](const std::string& line) {
         return line.find(": info ") == std::string::npos && line.find("dynamic") == std::string::npos;
@@ -84,7 +77,7 @@ TEST_F(LocalInfo, OfANameThatIsListedTwiceIsTheSecondAnswerAndAnAppsEmptyOneStan
     });
     Declare("twice", "1");
     EXPECT_EQ(Ask({"cpu", "kernel", "kernel"}), "cpu= kernel=2 ");
-    EXPECT_EQ(device.journal.Count("CheckSystemAbility(5)"), 2U);
+    ExpectCount("CheckSystemAbility(5)", 2);
     StartApp();
     EXPECT_EQ(Ask({"twice", "twice"}), "twice=app:twice2 ");
 }
@@ -94,7 +87,7 @@ TEST_F(LocalInfo, NeedsMemoryForItsConnection) {
         const Testing::ScarceMemory scarce(sizeof(AbilityConnectionImp));
         EXPECT_EQ(Ask({"cpu"}), "cpu= ");
     }
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: create AbilityConnectionImp failed");
+    ExpectLast("E Collection: create AbilityConnectionImp failed");
     EXPECT_TRUE(device.journal.Calls().empty());
     EXPECT_EQ(device.time.Elapsed(), 0s);
     StartApp();
@@ -117,7 +110,7 @@ TEST_F(LocalInfo, WithACodeThatIsNoHexadecimalNumberIsEmptyAndNotAskedFor) {
     Declare("bad", "1G");
     Declare("big", "FFFFFFFF");
     EXPECT_EQ(Ask({"bad"}), "bad= ");
-    EXPECT_THAT(device.journal.Calls(), ElementsAre(CONNECT, "AddAsynTask(2)"));
+    ExpectCalls({CONNECT, "AddAsynTask(2)"});
     StartApp();
     EXPECT_EQ(Ask({"big", "bad"}), "bad= big=app:big ");
     EXPECT_EQ(device.journal.Calls().back(), "SendRequest(app, 4294967295, 0, 8)");
@@ -131,22 +124,22 @@ TEST_F(LocalInfo, KeepsOneConnectionPerServiceUntil300SecondsAfterItsLastUse) {
     EXPECT_EQ(Ask({"cpu", "gpu"}), "cpu=app:cpu gpu=app:gpu ");
     EXPECT_EQ(device.pool.Size(), 1U);
     device.time.At(200s, [this] { EXPECT_EQ(Ask({"gpu"}), "gpu=app:gpu "); });
-    device.time.At(499s, [this] { EXPECT_FALSE(device.journal.Has("DisconnectAbility(known)")); });
+    device.time.At(499s, [this] { ExpectHasNot("DisconnectAbility(known)"); });
     device.pool.RunNext();
     EXPECT_EQ(device.time.Elapsed(), 500s);
     EXPECT_EQ(device.journal.Calls().back(), "DisconnectAbility(known)");
-    EXPECT_EQ(device.journal.Count(CONNECT), 1U);
+    ExpectCount(CONNECT, 1);
 
     device.journal.Clear();
     StartApp();
     EXPECT_EQ(Ask({"cpu"}), "cpu=app:cpu ");  // forgotten, so made anew
     StartApp();
     EXPECT_EQ(Ask({"disk"}), "disk=app:disk ");
-    EXPECT_EQ(device.journal.Count(CONNECT), 1U);
-    EXPECT_EQ(device.journal.Count("ConnectAbility(com.app, Store, -1)"), 1U);
+    ExpectCount(CONNECT, 1);
+    ExpectCount("ConnectAbility(com.app, Store, -1)", 1);
     StartApp();
     EXPECT_EQ(Ask({"fan"}), "fan=app:fan ");
-    EXPECT_EQ(device.journal.Count("ConnectAbility(com.other, Facts, -1)"), 1U);
+    ExpectCount("ConnectAbility(com.other, Facts, -1)", 1);
     EXPECT_EQ(device.pool.Size(), 3U);
 }
 
@@ -158,8 +151,8 @@ TEST_F(LocalInfo, ReconnectsToAServiceThatDiedWithoutPostponingItsClose) {
         StartApp();
         device.journal.Clear();
         EXPECT_EQ(Ask({"cpu"}), "cpu=app:cpu ");
-        EXPECT_TRUE(device.journal.Has("I Collection: abilityConnectionImps_ find imp but no connection, reconnect"));
-        EXPECT_THAT(device.journal.Calls(), ElementsAre(CONNECT, "SendRequest(app, 31, 0, 8)"));
+        ExpectHas("I Collection: abilityConnectionImps_ find imp but no connection, reconnect");
+        ExpectCalls({CONNECT, "SendRequest(app, 31, 0, 8)"});
     });
     device.pool.RunNext();
     EXPECT_EQ(device.time.Elapsed(), 300s);
@@ -170,24 +163,23 @@ TEST_F(LocalInfo, OfAServiceThatNeverConnectsIsEmptyAndItsConnectionForgottenAnd
     device.apps.codes["ConnectAbility"] = 9;
     EXPECT_EQ(Ask({"cpu"}), "cpu= ");
     EXPECT_EQ(device.time.Elapsed(), 500ms);
-    EXPECT_TRUE(device.journal.Has("I Collection: add async result = 1"));
-    EXPECT_TRUE(device.journal.Has("I Collection: abilityConnectionImps_ find no imp, rebuid"));
+    ExpectHas("I Collection: add async result = 1", "I Collection: abilityConnectionImps_ find no imp, rebuid");
     device.journal.Clear();
     InfoCollectionManager::GetInstance()->DisconnectService("com.app", "Facts", "com.app&Facts");
-    EXPECT_THAT(device.journal.LinesOf("DisconnectService"),
-        ElementsAre("I Collection: DisconnectService, start",
+    ExpectLinesOf("DisconnectService",
+        {"I Collection: DisconnectService, start",
             "I Collection: DisconnectService, bundleName:com.app, serviceName:Facts",
             "I Collection: DisconnectService check if connected: 0",
-            "E Collection: DisconnectService find no connection for com.app & Facts"));
+            "E Collection: DisconnectService find no connection for com.app & Facts"});
     EXPECT_TRUE(device.journal.Calls().empty());
     EXPECT_EQ(device.time.Elapsed(), 300s + 500ms);
     device.pool.RunNext();
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: cannot find serviceKey");
+    ExpectLast("E Collection: cannot find serviceKey");
     EXPECT_EQ(device.time.Elapsed(), 600s + 500ms);  // slept before it looked
     device.pool.refuses = true;
     StartApp();
     EXPECT_EQ(Ask({"cpu"}), "cpu=app:cpu ");
-    EXPECT_TRUE(device.journal.Has("I Collection: add async result = 0"));
+    ExpectHas("I Collection: add async result = 0");
 }
 
 }  // namespace

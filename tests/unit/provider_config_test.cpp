@@ -56,19 +56,17 @@ TEST_F(ProviderFile, IsTakenInEntryByEntryBeforeTheServicesAreAsked) {
     EXPECT_EQ(StartWithEntries(R"({"sa_id":5,"sa_descriptor":"IÄ","cmdCode_id":7,"unknown":0,
         "static_info":["wrong",{"model":"x","count":1}],"dynamic_info":[{"b":1,"a":null},5,{"b":""}]})"),
         0);
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre("I Collection: Get infoConfig Success", "I Collection: staticInfoObj config wrong format",
-            "I Collection: staticInfoObj key:model val:x", "I Collection: ParseStaticInfo for infoConfigArray index:1",
-            "I Collection: ParseStaticInfo over for size 2", "I Collection: dynamicInfo key:a",
-            "I Collection: dynamicInfo key:b", "I Collection: ParseDynamicInfo for infoConfigArray index:0",
-            "I Collection: dynamicInfoObj config wrong format", "I Collection: dynamicInfo key:b",
-            "I Collection: ParseDynamicInfo for infoConfigArray index:2", "I Collection: ParsedynamicInfo over",
-            "I Collection: SetDynamicMapBySa for infoName:a", "I Collection: SetDynamicMapBySa for infoName:b",
-            "I Collection: SetDynamicMapBySa for infoName:b",
-            "I Collection: ParseInfoConfig for infoConfigArray index:0",
-            "I Collection: ParseInfoConfig array size 1 done", "I Collection: ParseInfoConfig bool reuslt 1",
-            "E Collection: CheckSystemAbility samgr is nullptr",
-            "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr", ASKED));
+    ExpectAll({"I Collection: Get infoConfig Success", "I Collection: staticInfoObj config wrong format",
+        "I Collection: staticInfoObj key:model val:x", "I Collection: ParseStaticInfo for infoConfigArray index:1",
+        "I Collection: ParseStaticInfo over for size 2", "I Collection: dynamicInfo key:a",
+        "I Collection: dynamicInfo key:b", "I Collection: ParseDynamicInfo for infoConfigArray index:0",
+        "I Collection: dynamicInfoObj config wrong format", "I Collection: dynamicInfo key:b",
+        "I Collection: ParseDynamicInfo for infoConfigArray index:2", "I Collection: ParsedynamicInfo over",
+        "I Collection: SetDynamicMapBySa for infoName:a", "I Collection: SetDynamicMapBySa for infoName:b",
+        "I Collection: SetDynamicMapBySa for infoName:b", "I Collection: ParseInfoConfig for infoConfigArray index:0",
+        "I Collection: ParseInfoConfig array size 1 done", "I Collection: ParseInfoConfig bool reuslt 1",
+        "E Collection: CheckSystemAbility samgr is nullptr",
+        "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr", ASKED});
     EXPECT_EQ(Providers(), "a=5 b=5 ");
     EXPECT_EQ(manager.GetDynamicMap()["a"].cmdCodeId, 7);
     EXPECT_EQ(manager.GetDynamicMap()["a"].saDescriptor, u"IÄ");
@@ -86,11 +84,10 @@ TEST_F(ProviderFile, HasEachServiceAskedOnceForItsWholeListAndAllAgainWhenReadAg
     StartWithEntries(R"({"sa_id":4294967295,"sa_descriptor":"","cmdCode_id":4294967294,
         "dynamic_info":[{"b":"","a":""},{"b":""}]})");
     EXPECT_THAT(asked, ElementsAre("a", "b", "b"));
-    EXPECT_EQ(device.journal.Lines().back(), "I Collection: StartRequestSa requestRes:0, resultJsonsaid");
+    ExpectLast("I Collection: StartRequestSa requestRes:0, resultJsonsaid");
     StartWithEntries(R"({"sa_id":6,"sa_descriptor":"","cmdCode_id":1,"dynamic_info":[{"b":"","c":""}]})");
-    EXPECT_THAT(device.journal.Calls(),
-        ElementsAre("CheckSystemAbility(-1)", "SendRequest(service, 4294967294, 0, 8)", "CheckSystemAbility(6)",
-            "LoadSystemAbility(6)"));
+    ExpectCalls({"CheckSystemAbility(-1)", "SendRequest(service, 4294967294, 0, 8)", "CheckSystemAbility(6)",
+        "LoadSystemAbility(6)"});
     EXPECT_EQ(Providers(), "a=-1 b=-1 c=6 ");  // whoever was first keeps a name
 }
 
@@ -98,7 +95,7 @@ TEST_F(ProviderFile, ThatCannotBeReadIsAnErrorWithItsReason) {
     const std::string unparsed = "E Collection: config.json parse failed";
     const auto expectFailure = [this](int32_t result, const std::string& reason) {
         EXPECT_EQ(result, -1);
-        EXPECT_THAT(device.journal.All(), ElementsAre(reason, "E Collection: read requestSaPre.json null"));
+        ExpectAll({reason, "E Collection: read requestSaPre.json null"});
         device.journal.Clear();
     };
     expectFailure(manager.StartRequestSa(), "E DeviceDetect: realPath is null");
@@ -126,19 +123,19 @@ TEST_F(ProviderFile, WithoutAListOfEntriesHasNone) {
 TEST_F(ProviderFile, WithTooManyEntriesIsRefusedAsAWholeButLongListsInsideAreCut) {
     const std::string entry = R"({"sa_id":5,"sa_descriptor":"","cmdCode_id":7,"dynamic_info":[{"a":""}]})";
     StartWithEntries(Repeat(entry, 1024));
-    EXPECT_EQ(device.journal.Count(ASKED), 1024U);
+    ExpectCount(ASKED, 1024);
     EXPECT_EQ(StartWithEntries(Repeat(entry, 1025)), 0);
     std::vector<std::string> lines = device.journal.LinesOf("StartRequestSa");
     lines.resize(2);
     EXPECT_THAT(lines, ElementsAre("I Collection: ParseInfoConfig bool reuslt 0", ASKED));
-    EXPECT_TRUE(device.journal.Has("E Collection: ParseInfoConfig array size too large"));
-    EXPECT_EQ(device.journal.Count(ASKED), 1024U);  // what was taken in before
+    ExpectHas("E Collection: ParseInfoConfig array size too large");
+    ExpectCount(ASKED, 1024);  // what was taken in before
 
     StartWithEntries(R"({"sa_id":6,"sa_descriptor":"","cmdCode_id":7,"static_info":[)" + Repeat(R"({"s":"x"})", 1024) +
         R"(,{"s":"late"}],"dynamic_info":[)" + Repeat("0", 1023) + R"(,{"last":""},{"late":""}]})");
-    EXPECT_EQ(device.journal.Count("I Collection: staticInfoObj key:s val:x"), 1024U);
-    EXPECT_FALSE(device.journal.Has("I Collection: staticInfoObj key:s val:late"));
-    EXPECT_TRUE(device.journal.Has("I Collection: ParseStaticInfo over for size 1024"));
+    ExpectCount("I Collection: staticInfoObj key:s val:x", 1024);
+    ExpectHasNot("I Collection: staticInfoObj key:s val:late");
+    ExpectHas("I Collection: ParseStaticInfo over for size 1024");
     EXPECT_EQ(Providers(), "a=5 last=6 ");
 }
 
@@ -170,7 +167,7 @@ TEST_F(ProviderFile, KeepsItsOtherEntriesWhenOneIsMalformed) {
                 "E Collection: ParseStaticInfo parse fail", "E Collection: ParseDynamicInfo parse fail",
                 "I Collection: ParseInfoConfig for infoConfigArray index:2"));
         EXPECT_EQ(Providers(), "");
-        EXPECT_EQ(device.journal.Count(ASKED), static_cast<size_t>(&row - rows.data() + 1));  // also without names
+        ExpectCount(ASKED, static_cast<size_t>(&row - rows.data() + 1));  // also without names
     }
 }
 

@@ -48,11 +48,10 @@ TEST_F(RemoteInfo, IsAskedForUnderAnIdThatAnAnswerMayFindAtOnce) {
     EXPECT_EQ(Ask({"a"}), 0);
     EXPECT_EQ(device.time.Elapsed(), 0s);
     EXPECT_EQ(Records(), "a=1 ");
-    EXPECT_THAT(device.journal.Calls(), ElementsAre("Request(network-1, me, collaborationCtrlSession)"));
+    ExpectCalls({"Request(network-1, me, collaborationCtrlSession)"});
     EXPECT_EQ(device.journal.Lines()[1], "I Collection: collaborationIdStr: 0**e");
     EXPECT_EQ(device.journal.Lines()[2], "I Collection: commandPropStr: " + device.host.lastService->commandProp);
-    EXPECT_EQ(device.journal.Lines().back(),
-        "I Collection: infoRes result receive success, collaborationId: 42,         collaborationSessionId: 7");
+    ExpectLast("I Collection: infoRes result receive success, collaborationId: 42,         collaborationSessionId: 7");
     EXPECT_TRUE(IsForgotten(42));
 }
 
@@ -74,9 +73,9 @@ TEST_F(RemoteInfo, IsGivenUpFiveSecondsAfterItWasSentWhateverElseComesAndALateAn
     };
     EXPECT_EQ(Ask({"a"}), 2201);
     EXPECT_EQ(device.time.Elapsed(), 7s);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: infoRes result is empty, collaborationId: 42");
+    ExpectLast("E Collection: infoRes result is empty, collaborationId: 42");
     EXPECT_EQ(Answer({{"a", "1"}}), 2204);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: SetDynamicInfo failed");
+    ExpectLast("E Collection: SetDynamicInfo failed");
     EXPECT_TRUE(IsForgotten(42));
 }
 
@@ -108,8 +107,7 @@ TEST_F(RemoteInfo, ThatWasNotSentKeepsItsIdButLeavesNoAnswerToTheNextRequest) {
     device.host.nextCollaborationId = 42;
     device.host.session = {-3, 9};
     EXPECT_EQ(Ask({"a"}), 2203);
-    EXPECT_EQ(device.journal.Lines().back(),
-        "E Collection: CollaborationToDevice failed, errorCode: -3,             collaborationSessionId: 9");
+    ExpectLast("E Collection: CollaborationToDevice failed, errorCode: -3,             collaborationSessionId: 9");
     EXPECT_EQ(Answer({{"a", "stale"}}), 0);
     EXPECT_TRUE(service.IsValidDynamicInfoResult(42, {"a"}));
 
@@ -126,7 +124,7 @@ TEST_F(Record, ComesOutOfAParcelAsItWentInAndEmptyOutOfAnEmptyOne) {
     for (const auto& [key, value] :
         std::vector<std::pair<std::string, std::string>>{{"switch", std::string("o\0n", 3)}, {"empty", ""}}) {
         ASSERT_TRUE(DeviceDynamicInfo(key, value).Marshalling(parcel));
-        EXPECT_TRUE(device.journal.Has("I Collection: success key=" + key + ", value=" + value));
+        ExpectHas("I Collection: success key=" + key + ", value=" + value);
         const sptr<DeviceDynamicInfo> read = DeviceDynamicInfo::Unmarshalling(parcel);
         ASSERT_TRUE(read);
         EXPECT_EQ(read->GetKey(), key);
@@ -141,7 +139,7 @@ TEST_F(Record, LeavesItsKeyInAParcelThatHasNoRoomForItsValue) {
     Parcel parcel;
     ASSERT_TRUE(parcel.WriteString(std::string(Parcel::MAX_SIZE - 16, 'x')));
     EXPECT_FALSE(DeviceDynamicInfo("key", "value").Marshalling(parcel));
-    EXPECT_TRUE(device.journal.Has("E Collection: failed key=key, value=value"));
+    ExpectHas("E Collection: failed key=key, value=value");
     parcel.ReadString();
     EXPECT_EQ(parcel.ReadString(), "key");
     EXPECT_EQ(parcel.GetReadableBytes(), 0U);

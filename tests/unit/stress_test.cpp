@@ -87,8 +87,7 @@ protected:
             device.journal.Clear();
             EXPECT_FALSE(service_.IsCollaborationIdExist(id));
             EXPECT_FALSE(service_.IsValidDynamicInfoResult(id, {}));
-            EXPECT_TRUE(device.journal.Has(
-                "E Collection: cannot find collaborationId:" + std::to_string(id) + " in ResultList"));
+            ExpectHas("E Collection: cannot find collaborationId:" + std::to_string(id) + " in ResultList");
         }
     }
 
@@ -289,7 +288,7 @@ TEST_F(KeyMouseStress, DecisionsBindersAndLocksMeetOnManyThreads) {
             manager.DisconnectKeyMouseService(round % 3);
             manager.ScreenPowerLock();
         }});
-    EXPECT_EQ(device.journal.Count("CreateRunningLock(runningLock, 0)"), 1U);
+    ExpectCount("CreateRunningLock(runningLock, 0)", 1);
 }
 
 }  // namespace

@@ -38,9 +38,8 @@ TEST_F(SystemAbilityRequest, LoadsAServiceThatDoesNotRunOnceForEachDifferentRequ
     const std::string ends = "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr";
     EXPECT_EQ(Ask("hostname"), "");
     EXPECT_EQ(Ask("hostname"), "");
-    EXPECT_THAT(device.journal.All(),
-        ElementsAre(check, "LoadSystemAbility(70801)", "I Collection: LoadSystemAbility ret:0",
-            "E Collection: CheckSystemAbility LoadSystemAbility 1", isNull, ends, check, isNull, ends));
+    ExpectAll({check, "LoadSystemAbility(70801)", "I Collection: LoadSystemAbility ret:0",
+        "E Collection: CheckSystemAbility LoadSystemAbility 1", isNull, ends, check, isNull, ends});
 
     manager.RequestSingleSaOnConfigInfo({"hostname", FACTS, 2, u"sample.IFacts"});
     manager.RequestSingleSaOnConfigInfo({"hostname", FACTS, -1, u"other"});
@@ -48,9 +47,9 @@ TEST_F(SystemAbilityRequest, LoadsAServiceThatDoesNotRunOnceForEachDifferentRequ
     Ask("kernel");
     EXPECT_EQ(manager.GetReqTasks().size(), 5U);
     device.systemAbilities.FailLoad(FACTS);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnLoadSystemAbilityFail load SA failed");
+    ExpectLast("E Collection: OnLoadSystemAbilityFail load SA failed");
     Ask("hostname");  // not even after the load has failed
-    EXPECT_EQ(device.journal.Count("LoadSystemAbility(70801)"), 4U);
+    ExpectCount("LoadSystemAbility(70801)", 4);
 }
 
 TEST_F(SystemAbilityRequest, IsRepeatedInOrderAtEverySuccessfulLoadOfItsService) {
@@ -59,7 +58,7 @@ TEST_F(SystemAbilityRequest, IsRepeatedInOrderAtEverySuccessfulLoadOfItsService)
     Ask("hostname");
     device.systemAbilities.running[OTHER] = Service("of no interest");
     device.systemAbilities.FinishLoad(FACTS, nullptr);
-    EXPECT_EQ(device.journal.Lines().back(), "E Collection: OnLoadSystemAbilitySuccess remoteObject is nullptr");
+    ExpectLast("E Collection: OnLoadSystemAbilitySuccess remoteObject is nullptr");
     device.journal.Clear();
     device.systemAbilities.FinishLoad(FACTS, Service("any text"));
     EXPECT_THAT(asked, ElementsAre("kernel", "hostname"));
@@ -80,17 +79,16 @@ TEST_F(SystemAbilityRequest, IsRepeatedInOrderAtEverySuccessfulLoadOfItsService)
 TEST_F(SystemAbilityRequest, IsRememberedWhenItsLoadIsRefusedButNotWithoutAManager) {
     device.systemAbilities.hasManager = false;
     EXPECT_EQ(Ask("hostname"), "");
-    EXPECT_TRUE(device.journal.Has("E Collection: CheckSystemAbility samgr is nullptr"));
+    ExpectHas("E Collection: CheckSystemAbility samgr is nullptr");
     EXPECT_TRUE(manager.GetReqTasks().empty());
 
     device.systemAbilities.hasManager = true;
     device.systemAbilities.codes["LoadSystemAbility"] = 4;
     device.journal.Clear();
     EXPECT_EQ(Ask("hostname"), "");
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("I Collection: LoadSystemAbility ret:4", "E Collection: LoadSystemAbility failed",
-            "E Collection: CheckSystemAbility LoadSystemAbility 0", "E Collection: CheckSystemAbility is nullptr",
-            "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"));
+    ExpectLines({"I Collection: LoadSystemAbility ret:4", "E Collection: LoadSystemAbility failed",
+        "E Collection: CheckSystemAbility LoadSystemAbility 0", "E Collection: CheckSystemAbility is nullptr",
+        "I Collection: RequestSaOnConfigInfo CheckSystemAbility nullptr"});
     EXPECT_EQ(Ask("hostname"), "");
     EXPECT_EQ(manager.GetReqTasks().size(), 1U);
     EXPECT_EQ(device.journal.CountCallsOf("LoadSystemAbility"), 1U);
@@ -143,7 +141,7 @@ TEST_F(SystemAbilityRequest, TakesABooleanOrATextOutOfTheReply) {
         SCOPED_TRACE(row.reply.substr(0, 100));
         device.systemAbilities.running[FACTS] = Service(row.reply);
         EXPECT_EQ(Ask("k"), row.result);
-        EXPECT_EQ(device.journal.Lines().back(), row.lastLine == read ? read + row.reply : row.lastLine);
+        ExpectLast(row.lastLine == read ? read + row.reply : row.lastLine);
     }
 }
 
@@ -169,7 +167,7 @@ TEST_F(SystemAbilityRequest, EndsWithACodeForEachStepThatFailsAndLeavesTheResult
     for (Row row : rows) {
         std::string result = "kept";
         EXPECT_EQ(manager.RequestSaOnConfigInfo(row.task, result), row.code);
-        EXPECT_EQ(device.journal.Lines().back(), row.lastLine);
+        ExpectLast(row.lastLine);
         EXPECT_EQ(result, "kept");
     }
     EXPECT_EQ(Ask("k"), "");

@@ -60,11 +60,11 @@ TEST_F(WholeNumber, IsTheWholeTextInItsBaseWithinTheRangeOfALong) {
     for (const auto& [text, base] : bad) {
         EXPECT_EQ(StringUtils::GetResult(text, base), std::pair(false, 0L)) << text;
     }
-    EXPECT_EQ(device.journal.Count("E CFWKService: strtol exec error"), bad.size());
+    ExpectCount("E CFWKService: strtol exec error", bad.size());
     errno = ERANGE;
     EXPECT_EQ(StringUtils::GetResult("5", 10), std::pair(true, 5L));
     EXPECT_EQ(StringUtils::GetResult("", 10), std::pair(false, 0L));
-    EXPECT_EQ(device.journal.Lines().back(), "E CFWKService: str is empty");
+    ExpectLast("E CFWKService: str is empty");
 }
 
 constexpr LogDomain LOG = LogDomains::DEVICE_DETECT;
@@ -80,10 +80,9 @@ TEST_F(LogLine, TakesEachArgumentByItsOwnTypeAndTheConversionsSign) {
     CFWK_LOGI(LOG, "%{public}d %{public}d %{public}d %{public}f", INT64_MIN, Colour::RED, int8_t{-128}, 0.5);
     CFWK_LOGI(LOG, "%{public}s|{%{public}s}|%{public}s|%{public}s", text, "literal", none, std::string_view("view"));
     CFWK_LOGI(LOG, "100% {d} %d %s %{} %");
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("I DeviceDetect: -1 4294967295 1d 18446744073709551615 ff",
-            "I DeviceDetect: -9223372036854775808 -56 -128 0.500000",
-            "I DeviceDetect: " + text + "|{literal}|(null)|view", "I DeviceDetect: 100% {d} %d %s %{} %"));
+    ExpectLines({"I DeviceDetect: -1 4294967295 1d 18446744073709551615 ff",
+        "I DeviceDetect: -9223372036854775808 -56 -128 0.500000", "I DeviceDetect: " + text + "|{literal}|(null)|view",
+        "I DeviceDetect: 100% {d} %d %s %{} %"});
 }
 
 TEST_F(LogLine, HasTypeDomainAndAHeadOfBareFileLineAndFunction) {
@@ -103,7 +102,7 @@ TEST_F(LogLine, HasTypeDomainAndAHeadOfBareFileLineAndFunction) {
             std::pair(0xD004617, "DeviceDetect"), std::pair(0xD00461B, "Collection"), std::pair(0xD00461C, "Detect"),
             std::pair(0xD00461D, "Datashare")));
     CFWK_LOGW(LOG, "warning");
-    EXPECT_EQ(device.journal.Lines().back(), "W DeviceDetect: warning");
+    ExpectLast("W DeviceDetect: warning");
 }
 
 TEST_F(LogLine, ShowsPrivateValuesAndLowLevelsOnlyWhenThePortSaysSo) {
@@ -116,9 +115,8 @@ TEST_F(LogLine, ShowsPrivateValuesAndLowLevelsOnlyWhenThePortSaysSo) {
     }
     LogService::showPrivate = false;
     LogService::minLevel = LogLevel::INFO;
-    EXPECT_THAT(device.journal.Lines(),
-        ElementsAre("E DeviceDetect: <private> %{public}s <private>", "D DeviceDetect: debug",
-            "I DeviceDetect: information", "E DeviceDetect: secret %{public}s 5"));
+    ExpectLines({"E DeviceDetect: <private> %{public}s <private>", "D DeviceDetect: debug",
+        "I DeviceDetect: information", "E DeviceDetect: secret %{public}s 5"});
 }
 
 }  // namespace
