@@ -52,7 +52,7 @@ protected:
         device.pool.RunAll();
         device.journal.Clear();
     }
-    void ExpectDecision(const std::string& line, const std::string& outcome, const Place& place = Place::current()) {
+    void ExpectDecision(const std::string& line, const std::string& outcome, const Place& place = Place::Current()) {
         EXPECT_TRUE(device.journal.Has(line)) << line;
         ExpectCount(CONNECTED, outcome == CONNECTED ? 1 : 0, place);
         ExpectCount(STOPPED, outcome == STOPPED ? 1 : 0, place);

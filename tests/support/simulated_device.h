@@ -13,7 +13,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <source_location>
 #include <string>
 #include <vector>
 
@@ -97,31 +96,37 @@ private:
 class LibraryTest : public ::testing::Test {
 protected:
     using Texts = std::vector<std::string>;
-    using Place = std::source_location;
+    // Where in a test something is expected.
+    struct Place {
+        static Place Current(const char* file = __builtin_FILE(), int line = __builtin_LINE()) { return {file, line}; }
+
+        const char* file;
+        int line;
+    };
 
     LibraryTest();
     ~LibraryTest() override;
 
     // What the journal is to hold: in all; of calls; of lines; of the lines of one function; as its last line.
-    void ExpectAll(const Texts& expected, const Place& place = Place::current()) const {
+    void ExpectAll(const Texts& expected, const Place& place = Place::Current()) const {
         Expect(device.journal.All(), expected, place);
     }
-    void ExpectCalls(const Texts& expected, const Place& place = Place::current()) const {
+    void ExpectCalls(const Texts& expected, const Place& place = Place::Current()) const {
         Expect(device.journal.Calls(), expected, place);
     }
-    void ExpectLines(const Texts& expected, const Place& place = Place::current()) const {
+    void ExpectLines(const Texts& expected, const Place& place = Place::Current()) const {
         Expect(device.journal.Lines(), expected, place);
     }
     void ExpectLinesOf(
-        const std::string& function, const Texts& expected, const Place& place = Place::current()) const {
+        const std::string& function, const Texts& expected, const Place& place = Place::Current()) const {
         Expect(device.journal.LinesOf(function), expected, place);
     }
-    void ExpectLast(const std::string& line, const Place& place = Place::current()) const {
+    void ExpectLast(const std::string& line, const Place& place = Place::Current()) const {
         const Texts lines = device.journal.Lines();
         Expect({lines.empty() ? "" : lines.back()}, {line}, place);
     }
     // How often it holds a text; that it holds each of some, or one not.
-    void ExpectCount(const std::string& text, size_t count, const Place& place = Place::current()) const {
+    void ExpectCount(const std::string& text, size_t count, const Place& place = Place::Current()) const {
         Expect(Texts(device.journal.Count(text), text), Texts(count, text), place);
     }
     void ExpectHas(const auto&... texts) const {
@@ -135,7 +140,7 @@ protected:
 
 private:
     static void Expect(const Texts& actual, const Texts& expected, const Place& place) {
-        const ::testing::ScopedTrace trace(place.file_name(), static_cast<int>(place.line()), "expected");
+        const ::testing::ScopedTrace trace(place.file, place.line, "expected");
         EXPECT_THAT(actual, ::testing::ElementsAreArray(expected));
     }
 };

@@ -94,6 +94,8 @@ TEST_F(Messages, RequestBecomesOneCommandOrALineThatSaysWhyNot) {
         lines.push_back(row.lastLine);
         ExpectLines(lines);
     }
+    process.CreateCommand(R"({"commandType":1,"keyList":["b","a"]})")[0]->Execute(7);
+    EXPECT_EQ(device.journal.LinesOf("Execute")[1], "I Collection: executeInfoCollect, infoName:b");
     Json::Value array(Json::arrayValue);
     EXPECT_FALSE(process.IsValidCommandProp(array));
     ExpectLast("E CFWKService: invalid jsonObj param!");

@@ -151,8 +151,8 @@ protected:
         std::string items;
         for (int i = 0; i < SERVICES; ++i) {
             const std::string n = std::to_string(i);
-            items += (i > 0 ? ",\"" : "\"") + n + R"(":{"serviceExtensionAbilityName":"S)" + n +
-                R"(","commandCode":"1","variable":"","dataShareUri":"uri"})";
+            items.append(i > 0 ? ",\"" : "\"").append(n).append(R"(":{"serviceExtensionAbilityName":"S)").append(n);
+            items.append(R"(","commandCode":"1","variable":"","dataShareUri":"uri"})");
         }
         device.apps.abilities = {{"Page", "com.app", {{"collaborationFwk.infoCollection.configFile", "", ""}}}};
         device.apps.resources["com.app"] = {R"({"static_info":{"s":"x"},"dynamic_info":[{)" + items + "}]}"};
