@@ -21,6 +21,9 @@ public:
     Clock::duration Elapsed() { return Now() - START; }
     // How many real waits nobody ended before their deadline.
     int ExpiredWaits() const { return expiredWaits_; }
+    // Runs once, with the lock held, between the next waiter's look at its condition and its wait.
+    std::function<void()> beforeWait;
+
     // From now on sleeps and waits are real, and `speed` times as short as asked for: for tests with threads.
     void UseRealTime(int speed = 1) {
         realStart_ = Clock::now();
@@ -43,6 +46,9 @@ public:
             const bool woken = condition.wait_until(lock, ToReal(deadline)) == std::cv_status::no_timeout;
             expiredWaits_ += woken ? 0 : 1;
             return woken;
+        }
+        if (const auto event = std::exchange(beforeWait, nullptr)) {
+            event();
         }
         lock.unlock();
         const bool ran = RunNextUntil(deadline);

@@ -2,6 +2,7 @@
 
 #include "plugin/info_collection/ability_connection_imp.h"
 #include "tests/support/scarce_memory.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -139,6 +140,14 @@ TEST_F(AppConnection, IsNotKeptAliveByTheWatchOverItsService) {
     service->Die();
     MakeSptr<AbilityConnectionDeathRecipient>(nullptr)->OnRemoteDied(nullptr);
     ExpectLast("E Collection: OnRemoteDied deathHandler_ is null");
+}
+
+TEST_F(AppConnection, IsNotMadeWhileAQueryIsAboutToWaitForIt) {
+    Testing::SecondThread other;
+    device.time.beforeWait = [&] {
+        EXPECT_TRUE(other.Waits([this] { device.apps.Connect(Service()); }));
+    };
+    EXPECT_EQ(Query(), "v");
 }
 
 TEST_F(AppConnection, WakesQueriesOfOtherThreadsAsSoonAsItIsMade) {

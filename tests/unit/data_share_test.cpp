@@ -1,6 +1,7 @@
 #include "platform/host/global_variables.h"
 #include "plugin/datashare/datashare_manager.h"
 #include "plugin/datashare/oobe_status_dependency.h"
+#include "tests/support/second_thread.h"
 #include "tests/support/simulated_device.h"
 
 namespace ZYNE::CollaborationFwk {
@@ -128,8 +129,9 @@ TEST_F(DataShare, PublishesAnyJsonAndNothingElse) {
     Announce("{}");
     ExpectLast(done);  // whatever became of it
     device.journal.Clear();
-    device.dataShare.Announce(URI, nullptr, 9);
-    EXPECT_EQ(device.journal.All().back(), "I Datashare: changeType:2d, num of uris:1, data is nullptr:1, size:9d");
+    device.dataShare.extObservers.back().observer->OnChange(
+        {DataShareObserver::ChangeType::INSERT, {Uri(URI), Uri(URI)}, nullptr, 9, {}});
+    EXPECT_EQ(device.journal.All().back(), "I Datashare: changeType:0d, num of uris:2, data is nullptr:1, size:9d");
 }
 
 // A port that calls inline is not allowed, but shows which locks are held.
@@ -146,6 +148,19 @@ TEST_F(DataShare, HoldsNoLockWhileItNotifiesOrPublishes) {
     dataShare.NotifyDPChangedInfo(URI, "data");
     EXPECT_TRUE(dataShare.IsHelperExists(URI + "/another"));
     ExpectHas("Insert(" + URI + ", key=value)");
+}
+
+TEST_F(DataShare, IsMadeUnderALockButNotObservedUnderOne) {
+    Testing::SecondThread second;
+    device.dataShare.during["Creator"] = [&] {
+        EXPECT_TRUE(second.Waits([this] { EXPECT_TRUE(dataShare.IsHelperExists(URI)); }));
+    };
+    EXPECT_TRUE(Create());
+    second.Join();
+    device.dataShare.during["RegisterObserverExt"] = [&] {
+        EXPECT_TRUE(second.Ends([this] { dataShare.CreateDataShareHelper(URI + "/another", 70635); }));
+    };
+    dataShare.RegisterObserver(URI);
 }
 
 class SetupCompletion : public Testing::LibraryTest {
@@ -179,6 +194,17 @@ TEST_F(SetupCompletion, IsReadOnceItIsCompleteAndThenRemembered) {
     Set({"0", "0", "0"});
     EXPECT_TRUE(IsReady());
     ExpectAll({});
+}
+
+TEST_F(SetupCompletion, IsReadByOneWhileTheOthersWaitForTheOutcome) {
+    Set({"1", "1", "1"});
+    Testing::SecondThread second;
+    device.dataShare.during["Query"] = [&] {
+        EXPECT_TRUE(second.Waits([this] { EXPECT_TRUE(IsReady()); }));
+    };
+    EXPECT_TRUE(IsReady());
+    second.Join();
+    EXPECT_EQ(device.journal.CountCallsOf("Query"), 3U);
 }
 
 TEST_F(SetupCompletion, NeedsTwoOnesAndNoZeroAndIsAskedForAgainUntilThen) {

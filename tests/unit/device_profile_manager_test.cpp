@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 
 #include "platform/device_manager/dm_device_state.h"
 #include "plugin/device_profile/device_profile_manager.h"
@@ -124,6 +125,17 @@ TEST_F(DeviceProfileSubscription, ThatLacksMemoryLeavesADeviceRecorded) {
     }
     EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 2206);
     EXPECT_TRUE(device.journal.Calls().empty());
+    EXPECT_EQ(manager.UnsubscribeOfflineDevice(peer), 2207);
+
+    std::optional<Testing::ScarceMemory> scarce;  // from the pairs on
+    manager.RegisterSubscribeInfoListener([&] {
+        scarce.emplace();
+        return CollectedPairs{std::make_shared<ServiceCollectPairInfo>("sound", "volume"),
+            std::make_shared<ServiceCollectPairInfo>("sound", "tone")};
+    });
+    EXPECT_EQ(manager.SubscribeOnlineDevice(peer), 0);
+    scarce.reset();
+    ExpectCount("E Collection: profileListener is nullptr", 2);
 }
 
 TEST_F(DeviceProfileSubscription, IsNotMadeForOtherAccountsOrInOtherStates) {
@@ -236,17 +248,19 @@ TEST_F(DeviceProfileExchange, PublishesInfoUnderTheLocalNameAfterItsService) {
 
     device.profiles.codes["PutCharacteristicProfile"] = 9;
     EXPECT_EQ(manager.PutInfoCollectionWithJson(info), 9);
+    ExpectLast("E Collection: PutCharacteristicProfile failed ret:9");
     device.journal.Clear();
     device.profiles.codes["PutServiceProfile"] = DeviceProfileClient::NOT_READY;
     EXPECT_EQ(manager.PutInfoCollectionWithJson(info), 98566160);
     ExpectAll({"I Collection: PutProfileJson", putService, "E Collection: PutServiceProfile failed ret:98566160"});
 }
 
-TEST_F(DeviceProfileExchange, ReadsACharacteristicAndDoubtsTheAnswer) {
+TEST_F(DeviceProfileExchange, ReadsACharacteristicAndDoubtsTheAnswerButForItsDevice) {
     const std::string udid = "peer-udid-0001";
     device.profiles.characteristics[{udid, "sound", "volume"}] = Testing::ProfileOf(udid, "sound", "volume", "11");
     device.profiles.characteristics[{udid, "sound", "tone"}] = Testing::ProfileOf(udid, "radio", "tones", "1");
     device.profiles.characteristics[{udid, "sound", "bass"}] = Testing::ProfileOf(udid, "sound", "tone", "1");
+    device.profiles.characteristics[{udid, "sound", "far"}] = Testing::ProfileOf("another", "sound", "far", "1");
     const std::string noFields = "E Collection: extra info not contains necessary fields";
     const std::string sound = R"({"serviceName":"sound"})";
     struct Row {
@@ -256,6 +270,7 @@ TEST_F(DeviceProfileExchange, ReadsACharacteristicAndDoubtsTheAnswer) {
         std::string lastLine;  // behind the first; empty: none
     };
     const std::vector<Row> rows{{"volume", sound, "11", "I Collection: GetCharacteristicProfile ret:0"},
+        {"far", sound, "1", "I Collection: GetCharacteristicProfile ret:0"},
         {"none", sound, "", "E Collection: get device profile failed!"},
         {"tone", sound, "", "E Collection: GetServiceName failed!"},
         {"bass", sound, "", "E Collection: GetCharacteristicKey failed!"},

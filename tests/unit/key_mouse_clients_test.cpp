@@ -301,6 +301,8 @@ TEST_F(KeyMouseClients, HearOfTheEdgesOfTheDisplayThatThePointerIsOn) {
     ExpectCount("E Collection: Can't find this pointerItem", 2);
     EXPECT_EQ(device.journal.LinesOf("OnMouseEvent").size(), 2U);
     EXPECT_FALSE(Hears(3, 1919, 300));
+    EXPECT_FALSE(Hears(3, 800, 300));
+    EXPECT_FALSE(Hears(8, 0, 0));
 }
 
 TEST_F(KeyMouseClients, AreNotTalkedToWhenARequestDoesNotFit) {

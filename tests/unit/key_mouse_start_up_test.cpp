@@ -203,6 +203,7 @@ TEST_F(KeyMouseStartUp, MovesTheOldSwitchesIntoTheUsersTableOnce) {
     device.dataShare.SetSetting(GLOBAL_TABLE, edge, "2");
     device.dataShare.codes[Write(USER_TABLE, main, "1")[1]] = -1;  // the copy is lost, and not tried again
     device.dataShare.codes[Write(globalUri, edge, "invalid")[1]] = -1;
+    device.dataShare.codes["QueryStringValue"] = 9;  // only the value counts
     manager.SwitchDataMigration();
     ExpectHas("I Collection: writeUserdataResult: 0, writeDataResult: 1",
         "I Collection: writeUserEdgeResult: 1, writeEdgeDataResult: 0",
