@@ -141,6 +141,35 @@ TEST_F(RemoteInfoStress, AnswersLateDuplicateForeignAndWrongLeaveNothing) {
     EXPECT_GT(mismatched_, 0);
 }
 
+// So many names that a second answer nearly always comes while the first is being tested.
+TEST_F(RemoteInfoStress, NoAnswerTakesTheTestedOnesPlaceBeforeItIsUsed) {
+    device.time.UseRealTime();
+    std::vector<std::string> names;
+    std::unordered_map<std::string, std::string> right;
+    for (int i = 0; i < 2000; ++i) {
+        right.emplace(names.emplace_back("name" + std::to_string(i)), "");
+    }
+    std::unordered_map<std::string, std::string> wrong(right);
+    wrong.erase(names.back());
+    wrong.emplace("other", "");
+    std::atomic<uint32_t> id{0};
+    device.host.onRequest = [&id](const ServiceInfo& sent) {
+        id = std::stoul(sent.collaborationIdStr);
+    };
+    Threads threads;
+    threads.Work(100, [&](int) {
+        DeviceInfo peer("udid", "network", "desk", DeviceType::PC);
+        std::vector<DeviceDynamicInfo> records;
+        const int32_t code =
+            InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(peer, "me", names, records);
+        EXPECT_TRUE(code == 0 || code == 2205) << code;
+        EXPECT_EQ(std::ranges::count(records, "other", &DeviceDynamicInfo::GetKey), 0);
+    });
+    threads.Help(
+        [&](int round) { InfoCollectionService::GetInstance().SetDynamicInfo(id, round % 2 == 0 ? right : wrong); });
+    threads.Run();
+}
+
 // Requesters, a platform that answers late, services that die and idle closes, all at once.
 class LocalInfoStress : public Testing::LibraryTest {
 protected:
