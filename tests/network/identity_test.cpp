@@ -1,5 +1,4 @@
 // Devices of which there are two, and devices that are not to be trusted any more.
-#include <regex>
 
 #include "tests/network/network_lab.h"
 
@@ -31,9 +30,9 @@ protected:
 
     // In its status and in its log, with the address of the one that it speaks of.
     static bool TellsOfClone(const Machine& machine, const Machine& of) {
-        const std::regex line("clone: .*" + of.Ipv4() + "([^0-9]|$)");
-        return std::regex_search(machine.device->Ctl({"status"}).out, line) &&
-            std::regex_search(ReadAll(machine.device->Directory() / "state" / "device.log"), line);
+        const auto hasLine = ::testing::Matches(::testing::ContainsRegex("clone: .*" + of.Ipv4() + "([^0-9]|$)"));
+        return hasLine(machine.device->Ctl({"status"}).out) &&
+            hasLine(ReadAll(machine.device->Directory() / "state" / "device.log"));
     }
 
     static Clock::time_point InTime() { return Clock::now() + seconds(5); }

@@ -352,6 +352,10 @@ TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {
     const auto move = [&](int dx, int dy) {
         display.Do({"mousemove_relative", "--", std::to_string(dx), std::to_string(dy)});
     };
+    const auto arrives = [&] {
+        ++arrivals;
+        return Eventually([&] { return Count(Seen("edges"), "edge  screen") == arrivals; });
+    };
     // From (x, y) the mouse goes so far that the pointer stops at an edge, along it, and against it once more, and then
     // arrives there anew.
     const auto expectPush = [&](int x, int y, int dx, int dy, const std::string& edge, const char* button = "no ") {
@@ -359,12 +363,12 @@ TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {
         move(1, 1);  // being put somewhere is no motion
         move(-1, -1);
         move(dx, dy);
+        EXPECT_TRUE(arrives()) << edge;
         move(dx == 0 ? 9 : 0, dy == 0 ? 9 : 0);
         move(dx, dy);
         move(dx > 0 ? -99 : 99, dy > 0 ? -99 : 99);
         move(dx, dy);
-        arrivals += 2;
-        EXPECT_TRUE(Eventually([&] { return Count(Seen("edges"), "edge  screen") == arrivals; })) << edge;
+        EXPECT_TRUE(arrives()) << edge;
         EXPECT_THAT(Seen("edges"),
             ContainsRegex("at " + edge + "  raw delta " + std::to_string(dx) + "," + std::to_string(dy) +
                 "  device [0-9]+  " + button + "button pressed"));
