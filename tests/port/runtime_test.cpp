@@ -42,7 +42,11 @@ TEST(Pool, RefusesWhatIsTooMuchOrTooLateOutlivesATaskThatThrowsAndEndsIdleThread
     std::latch release(1);
     std::atomic<bool> ran{false};
     ThreadPool pool(1, 1ms);
-    EXPECT_TRUE(pool.AddAsynTask([&] { release.wait(), throw std::runtime_error("a fault"); }, PARAM));
+    const auto fault = [&] {
+        release.wait();
+        throw std::runtime_error("a fault");
+    };
+    EXPECT_TRUE(pool.AddAsynTask(fault, PARAM));
     EXPECT_FALSE(pool.AddAsynTask([] { FAIL() << "a refused task ran"; }, PARAM));
     release.count_down();
     while (!pool.AddAsynTask([&] { ran = true; }, PARAM)) {

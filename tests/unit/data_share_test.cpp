@@ -150,17 +150,21 @@ TEST_F(DataShare, HoldsNoLockWhileItNotifiesOrPublishes) {
     ExpectHas("Insert(" + URI + ", key=value)");
 }
 
-TEST_F(DataShare, IsMadeUnderALockButNotObservedUnderOne) {
+TEST_F(DataShare, IsMadeUnderALockButNotObservedOrWrittenToUnderOne) {
     Testing::SecondThread second;
     device.dataShare.during["Creator"] = [&] {
         EXPECT_TRUE(second.Waits([this] { EXPECT_TRUE(dataShare.IsHelperExists(URI)); }));
     };
     EXPECT_TRUE(Create());
     second.Join();
-    device.dataShare.during["RegisterObserverExt"] = [&] {
-        EXPECT_TRUE(second.Ends([this] { dataShare.CreateDataShareHelper(URI + "/another", 70635); }));
-    };
+    for (const std::string operation : {"RegisterObserverExt", "Insert", "NotifyChangeExt"}) {
+        device.dataShare.during[operation] = [&] {
+            EXPECT_TRUE(second.Ends([this] { Create(); })) << operation;
+        };
+    }
     dataShare.RegisterObserver(URI);
+    dataShare.InsertDPChangedInfo(URI, "key", "value");
+    EXPECT_TRUE(device.dataShare.during.empty());
 }
 
 class SetupCompletion : public Testing::LibraryTest {
