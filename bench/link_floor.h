@@ -8,7 +8,7 @@
 #include <string>
 
 #include "linux/account/credentials.h"
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/network/secure_channel.h"
 
 namespace ZYNE::Bench {

@@ -12,9 +12,9 @@
 #include <sys/eventfd.h>
 
 #include "client/crossing_client.h"
+#include "linux/base/unique_fd.h"
 #include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/unique_fd.h"
 
 namespace ZYNE::Client {
 namespace {

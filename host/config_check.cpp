@@ -11,7 +11,7 @@
 
 #include "host/closest_name.h"
 #include "linux/apps/bundle_manifest.h"
-#include "linux/bus/json_file.h"
+#include "linux/base/json_file.h"
 #include "linux/bus/system_ability_table.h"
 #include "linux/fabric/fabric_identity.h"
 #include "linux/network/network_interface.h"

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "linux/account/udid.h"
-#include "linux/runtime/kept_file.h"
+#include "linux/base/kept_file.h"
 
 namespace ZYNE::Host {
 namespace {

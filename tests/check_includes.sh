@@ -16,8 +16,8 @@ platform platform
 plugin plugin platform
 linux linux platform
 client client linux/base linux/bus linux/datashare platform
-cli cli client linux/account linux/bus platform
-samples samples client linux/bus platform
+cli cli client linux/account linux/base linux/bus platform
+samples samples client linux/base linux/bus platform
 RULES
 if grep -rnE --include='*.h' --include='*.cpp' '#include <' platform | grep -vE '#include <[a-z_]+(\.h)?>' ; then
     echo "platform/ may include the standard library alone"

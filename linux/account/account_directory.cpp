@@ -7,8 +7,8 @@
 #include <sys/file.h>
 
 #include "linux/account/device_files.h"
-#include "linux/account/hex.h"
 #include "linux/account/replacement.h"
+#include "linux/base/hex.h"
 
 namespace ZYNE::Linux {
 namespace {

@@ -8,7 +8,7 @@
 #include "linux/account/certificate.h"
 #include "linux/account/files.h"
 #include "linux/account/revocations.h"
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 

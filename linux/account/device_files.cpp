@@ -3,8 +3,8 @@
 #include <stdexcept>
 
 #include "linux/account/files.h"
-#include "linux/account/hex.h"
 #include "linux/account/udid.h"
+#include "linux/base/hex.h"
 
 namespace ZYNE::Linux {
 namespace {

@@ -7,7 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
+#include "linux/base/write_all.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -20,16 +21,6 @@ constexpr mode_t OF_OTHERS = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 void MakeDirectory(const fs::path& directory) {
     if (mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         FailWithFile(directory, errno);
-    }
-}
-
-void WriteAll(int descriptor, const std::string& content, const fs::path& file) {
-    for (size_t written = 0; written < content.size();) {
-        const ssize_t now = write(descriptor, content.data() + written, content.size() - written);
-        if (now < 0 && errno != EINTR) {
-            FailWithFile(file, errno);
-        }
-        written += now > 0 ? static_cast<size_t>(now) : 0;
     }
 }
 
@@ -50,8 +41,7 @@ void WriteNew(const fs::path& directory, const NewFile& file) {
     }
     try {
         GiveToOwnerOf(directory, descriptor.Get(), path);
-        WriteAll(descriptor.Get(), file.content, path);
-        if (fsync(descriptor.Get()) != 0) {
+        if (!WriteAll(descriptor.Get(), file.content) || fsync(descriptor.Get()) != 0) {
             FailWithFile(path, errno);
         }
     } catch (...) {

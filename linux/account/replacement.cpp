@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 namespace {

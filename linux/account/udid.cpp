@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "linux/account/hex.h"
+#include "linux/base/hex.h"
 
 namespace ZYNE::Linux {
 namespace {

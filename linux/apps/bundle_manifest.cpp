@@ -4,9 +4,9 @@
 #include <set>
 #include <stdexcept>
 
+#include "linux/base/json_file.h"
 #include "linux/bus/bus_config.h"
 #include "linux/bus/extension_name.h"
-#include "linux/bus/json_file.h"
 #include "linux/datashare/share_name.h"
 #include "linux/datashare/share_providers.h"
 

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "linux/apps/bundle_manager.h"
+#include "linux/base/json_file.h"
 #include "linux/base/log_domains.h"
-#include "linux/bus/json_file.h"
 #include "platform/bundle/bundle_mgr_client.h"
 #include "platform/log/log_print.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <tuple>
 
+#include "linux/base/process_handle.h"
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/name_watcher.h"
-#include "linux/bus/process_handle.h"
 #include "linux/bus/remote_object.h"
 
 namespace ZYNE::Linux {

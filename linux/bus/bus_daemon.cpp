@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 namespace {

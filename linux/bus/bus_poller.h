@@ -5,7 +5,7 @@
 
 #include <systemd/sd-bus.h>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 

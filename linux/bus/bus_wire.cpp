@@ -7,7 +7,8 @@
 #include <cerrno>
 #include <string_view>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
+#include "linux/base/write_all.h"
 #include "platform/ipc/parcel.h"
 
 namespace ZYNE::Linux::BusWire {
@@ -15,21 +16,10 @@ namespace {
 
 constexpr int SEALS = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
 
-bool WriteAll(int fd, const std::vector<uint8_t>& bytes) {
-    for (size_t done = 0; done < bytes.size();) {
-        const ssize_t step = write(fd, bytes.data() + done, bytes.size() - done);
-        if (step > 0) {
-            done += static_cast<size_t>(step);
-        } else if (step == 0 || errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
-}
-
 int AppendFile(sd_bus_message* message, const std::vector<uint8_t>& bytes) {
     const UniqueFd file(memfd_create("parcel", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!file || !WriteAll(file.Get(), bytes) || fcntl(file.Get(), F_ADD_SEALS, SEALS | F_SEAL_SEAL) < 0) {
+    const std::string_view content(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (!file || !WriteAll(file.Get(), content) || fcntl(file.Get(), F_ADD_SEALS, SEALS | F_SEAL_SEAL) < 0) {
         return -EIO;
     }
     return sd_bus_message_append(message, "v", "h", file.Get());

@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
+#include "linux/base/process_handle.h"
 #include "linux/bus/bus_address.h"
 #include "linux/bus/bus_config.h"
 #include "linux/bus/bus_daemon.h"
 #include "linux/bus/orphans.h"
-#include "linux/bus/process_handle.h"
 #include "linux/bus/runtime_directory.h"
 #include "linux/bus/socket_watch.h"
 #include "platform/host/asyn_thread_pool.h"

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "linux/base/log_domains.h"
-#include "linux/bus/process_handle.h"
+#include "linux/base/process_handle.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux::Orphans {

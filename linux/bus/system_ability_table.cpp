@@ -5,9 +5,9 @@
 
 #include <systemd/sd-bus.h>
 
+#include "linux/base/json_file.h"
 #include "linux/bus/bus_config.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/json_file.h"
 
 namespace ZYNE::Linux {
 namespace {

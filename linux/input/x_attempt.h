@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/input/x_connection.h"
 
 namespace ZYNE::Linux {

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/input/display_table.h"
 #include "linux/input/input_monitors.h"
 #include "linux/input/x_attempt.h"

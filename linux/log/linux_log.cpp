@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
+#include "linux/base/write_all.h"
 #include "linux/log/log_journal.h"
 #include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"

@@ -9,18 +9,9 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace ZYNE::Linux {
+#include "linux/base/write_all.h"
 
-bool WriteAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(descriptor, text.data(), text.size());
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        text.remove_prefix(written < 0 ? 0 : static_cast<size_t>(written));
-    }
-    return true;
-}
+namespace ZYNE::Linux {
 
 LogFile::~LogFile() {
     if (IsOpen()) {

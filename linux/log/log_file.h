@@ -8,9 +8,6 @@
 
 namespace ZYNE::Linux {
 
-// Writes all of `text` to `descriptor`. False when that fails.
-bool WriteAll(int descriptor, std::string_view text);
-
 // One thread at a time. The file is the user's own (0600). When it would grow beyond its limit it is renamed to ".1",
 // which replaces an earlier one, and begun anew. Both together take at most a quarter of the room that the disk would
 // have without them: where that shrinks, the older one goes.

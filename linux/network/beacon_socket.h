@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/network/event_loop.h"
 #include "linux/network/network_interface.h"
 

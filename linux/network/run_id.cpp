@@ -5,8 +5,8 @@
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 
-#include "linux/account/hex.h"
 #include "linux/account/openssl.h"
+#include "linux/base/hex.h"
 
 namespace ZYNE::Linux {
 namespace {

@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/network/endpoint.h"
 #include "linux/network/event_loop.h"
 #include "linux/network/meeting_key.h"

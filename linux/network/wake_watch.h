@@ -4,7 +4,7 @@
 #include <chrono>
 #include <functional>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/network/event_loop.h"
 #include "linux/network/logind_watch.h"
 

@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "linux/base/unique_fd.h"
 #include "linux/bus/bus_handles.h"
-#include "linux/bus/unique_fd.h"
 
 namespace ZYNE::Linux {
 

@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "linux/base/kept_file.h"
 #include "linux/base/log_domains.h"
-#include "linux/runtime/kept_file.h"
 #include "linux/runtime/serial_tasks.h"
 #include "platform/log/log_print.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Testing {
 

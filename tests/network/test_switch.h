@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "tests/network/network_namespace.h"
 
 namespace ZYNE::Testing {

@@ -10,7 +10,7 @@
 #include <atomic>
 #include <csignal>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "linux/input/event_assembler.h"
 #include "linux/input/input_service.h"
 #include "linux/input/scripted_input.h"

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <optional>
 
+#include "linux/base/unique_fd.h"
 #include "linux/bus/bus_handles.h"
-#include "linux/bus/unique_fd.h"
 #include "linux/network/beacon.h"
 #include "linux/network/listeners.h"
 #include "linux/network/logind_watch.h"

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <future>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 #include "tests/scenario/pipeline.h"
 #include "tests/scenario/scenario.h"
 

@@ -1,4 +1,4 @@
-#include "linux/runtime/kept_file.h"
+#include "linux/base/kept_file.h"
 
 #include <fstream>
 #include <stdexcept>

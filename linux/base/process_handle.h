@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 

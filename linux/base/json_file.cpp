@@ -1,4 +1,4 @@
-#include "linux/bus/json_file.h"
+#include "linux/base/json_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,7 +13,7 @@
 
 #include <json/reader.h>
 
-#include "linux/bus/unique_fd.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 namespace {

@@ -1,4 +1,4 @@
-#include "linux/account/hex.h"
+#include "linux/base/hex.h"
 
 #include <stdexcept>
 

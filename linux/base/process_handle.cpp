@@ -1,4 +1,4 @@
-#include "linux/bus/process_handle.h"
+#include "linux/base/process_handle.h"
 
 #include <fcntl.h>
 #include <poll.h>
