@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "linux/account/udid.h"
-#include "linux/fabric/announcement.h"
-#include "linux/network/links.h"
-#include "linux/network/run_id.h"
+#include "linux/network/link/links.h"
+#include "linux/network/link/run_id.h"
+#include "linux/network/presence/announcement.h"
 #include "platform/host/device_info.h"
 
 namespace ZYNE::Bench {

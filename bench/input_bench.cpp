@@ -20,7 +20,7 @@
 #include <thread>
 
 #include "bench/bench_main.h"
-#include "linux/input/input_service.h"
+#include "linux/desktop/input_service.h"
 #include "tests/scenario/process.h"
 #include "tests/scenario/x_server.h"
 

@@ -9,7 +9,7 @@
 
 #include "linux/account/credentials.h"
 #include "linux/base/unique_fd.h"
-#include "linux/network/secure_channel.h"
+#include "linux/network/link/secure_channel.h"
 
 namespace ZYNE::Bench {
 

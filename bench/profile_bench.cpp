@@ -17,7 +17,7 @@
 #include "bench/link_floor.h"
 #include "linux/account/account.h"
 #include "linux/account/credentials.h"
-#include "linux/fabric/fabric.h"
+#include "linux/network/fabric.h"
 #include "linux/profile/profile_service.h"
 #include "tests/scenario/process.h"
 #include "tests/support/profile_listener.h"

@@ -5,9 +5,9 @@
 #include <exception>
 #include <stdexcept>
 
+#include "linux/apps/extension_name.h"
 #include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/extension_name.h"
 
 namespace ZYNE::Client {
 namespace {

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "linux/fabric/fabric_options.h"
-#include "linux/input/display_table.h"
-#include "linux/input/input_service.h"
+#include "linux/desktop/display_table.h"
+#include "linux/desktop/input_service.h"
+#include "linux/device/users.h"
 #include "linux/log/linux_log.h"
-#include "linux/users/users.h"
+#include "linux/network/fabric_options.h"
 
 namespace ZYNE::Host {
 

@@ -12,9 +12,9 @@
 #include "host/closest_name.h"
 #include "linux/apps/bundle_manifest.h"
 #include "linux/base/json_file.h"
-#include "linux/bus/system_ability_table.h"
-#include "linux/fabric/fabric_identity.h"
-#include "linux/network/network_interface.h"
+#include "linux/network/discovery/network_interface.h"
+#include "linux/network/fabric_identity.h"
+#include "linux/services/system_ability_table.h"
 
 namespace ZYNE::Host {
 namespace {

@@ -15,8 +15,8 @@
 #include "host/program_calls.h"
 #include "host/switch_api.h"
 #include "host/user_api.h"
-#include "linux/input/scripted_input.h"
-#include "linux/screen/screen_state.h"
+#include "linux/desktop/screen_state.h"
+#include "linux/desktop/scripted_input.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE::Host {

@@ -2,7 +2,7 @@
 
 #include "host/api_error.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/device_bus.h"
+#include "linux/services/device_bus.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE::Host {

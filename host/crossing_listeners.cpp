@@ -7,7 +7,7 @@
 #include "host/api_error.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/caller_identity.h"
-#include "linux/bus/device_bus.h"
+#include "linux/services/device_bus.h"
 #include "platform/host/global_variables.h"
 #include "plugin/key_mouse/key_mouse_event_listener.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"

@@ -11,7 +11,7 @@
 
 #include "host/known_peer.h"
 #include "linux/bus/bus_poller.h"
-#include "linux/fabric/network_status.h"
+#include "linux/network/network_status.h"
 #include "platform/device_profile/characteristic_profile.h"
 
 namespace sdbus {

@@ -13,9 +13,9 @@
 #include "host/config.h"
 #include "host/config_check.h"
 #include "host/daemon.h"
-#include "linux/bus/orphans.h"
-#include "linux/fabric/fabric.h"
-#include "linux/runtime/process_guard.h"
+#include "linux/device/process_guard.h"
+#include "linux/network/fabric.h"
+#include "linux/services/orphans.h"
 #include "platform/log/printable_text.h"
 
 namespace {

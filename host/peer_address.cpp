@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "linux/fabric/fabric_options.h"
+#include "linux/network/fabric_options.h"
 
 namespace ZYNE::Host {
 namespace {

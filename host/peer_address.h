@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "linux/network/peer_address.h"
+#include "linux/network/discovery/peer_address.h"
 
 namespace ZYNE::Host {
 

@@ -15,7 +15,7 @@
 #include <sdbus-c++/sdbus-c++.h>
 
 #include "host/api_error.h"
-#include "linux/runtime/call_queue.h"
+#include "linux/base/call_queue.h"
 
 namespace ZYNE::Host {
 

@@ -8,7 +8,7 @@
 
 #include <sdbus-c++/Types.h>
 
-#include "linux/fabric/network_status.h"
+#include "linux/network/network_status.h"
 
 namespace ZYNE::Host {
 

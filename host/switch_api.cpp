@@ -7,7 +7,7 @@
 #include "host/bus_text.h"
 #include "host/peer_choice.h"
 #include "host/setting_api.h"
-#include "linux/users/users.h"
+#include "linux/device/users.h"
 #include "platform/host/device_profile_client.h"
 #include "plugin/key_mouse/key_mouse_rules.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"

@@ -1,7 +1,7 @@
 #include "host/user_api.h"
 
 #include "host/bus_text.h"
-#include "linux/users/users.h"
+#include "linux/device/users.h"
 
 namespace ZYNE::Host {
 

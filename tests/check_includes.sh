@@ -5,7 +5,7 @@ cd "$1" || exit 2
 
 failed=0
 while read -r layer allowed; do
-    pattern="^[^:]+:#include \"(${allowed// /|})/"
+    pattern="^[^:]+:#include \"(${allowed// /|})[/.]"
     found=$(grep -rn --include='*.h' --include='*.cpp' '^#include "' "$layer" | sed -E 's/^([^:]+):[0-9]+:/\1:/' | grep -vE "$pattern")
     if [ -n "$found" ]; then
         printf '%s/ may include only %s:\n%s\n' "$layer" "$allowed" "$found"
@@ -14,8 +14,23 @@ while read -r layer allowed; do
 done <<'RULES'
 platform platform
 plugin plugin platform
-linux linux platform
-client client linux/base linux/bus linux/datashare platform
+linux/base linux/base platform
+linux/log linux/log linux/base platform
+linux/bus linux/bus linux/base platform
+linux/account linux/account linux/base platform
+linux/services linux/services linux/bus linux/base platform
+linux/datashare linux/datashare linux/services linux/bus linux/base platform
+linux/apps linux/apps linux/datashare linux/services linux/bus linux/base platform
+linux/profile linux/profile linux/base platform
+linux/device linux/device linux/base platform
+linux/desktop linux/desktop linux/bus linux/base platform
+linux/network/link linux/network/link linux/account linux/base platform
+linux/network/discovery linux/network/discovery linux/network/link linux/bus linux/base platform
+linux/network/presence linux/network/presence linux/network/link linux/desktop linux/log linux/base platform
+linux/network/control linux/network/control linux/network/presence linux/network/link linux/device linux/base platform
+linux/network/profile linux/network/profile linux/network/presence linux/network/link linux/profile linux/base platform
+linux/network linux platform
+client client linux/apps/extension_name linux/base linux/bus linux/datashare platform
 cli cli client linux/account linux/base linux/bus platform
 samples samples client linux/base linux/bus platform
 RULES

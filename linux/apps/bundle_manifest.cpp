@@ -4,11 +4,11 @@
 #include <set>
 #include <stdexcept>
 
+#include "linux/apps/extension_name.h"
 #include "linux/base/json_file.h"
-#include "linux/bus/bus_config.h"
-#include "linux/bus/extension_name.h"
 #include "linux/datashare/share_name.h"
 #include "linux/datashare/share_providers.h"
+#include "linux/services/bus_config.h"
 
 namespace ZYNE::Linux {
 namespace {

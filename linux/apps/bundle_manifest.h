@@ -25,7 +25,7 @@
 #include <string>
 #include <vector>
 
-#include "linux/bus/bus_service.h"
+#include "linux/services/bus_service.h"
 #include "platform/bundle/ability_info.h"
 
 namespace ZYNE::Linux {

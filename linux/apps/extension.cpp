@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "linux/apps/extension_remote.h"
+#include "linux/base/delayed_tasks.h"
 #include "linux/base/log_domains.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/device_bus.h"
-#include "linux/runtime/delayed_tasks.h"
+#include "linux/services/device_bus.h"
 #include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 

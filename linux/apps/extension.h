@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "linux/apps/absent_extension.h"
+#include "linux/base/serial_tasks.h"
 #include "linux/bus/remote_object.h"
-#include "linux/runtime/serial_tasks.h"
 #include "platform/ability/ability_connection.h"
 
 namespace ZYNE::Linux {

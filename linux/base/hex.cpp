@@ -2,9 +2,7 @@
 
 #include <stdexcept>
 
-#include <openssl/rand.h>
-
-#include "linux/account/openssl.h"
+#include <sys/random.h>
 
 namespace ZYNE::Linux {
 namespace {
@@ -33,7 +31,9 @@ std::string HexOf(std::string_view bytes) {
 
 std::string RandomHex(size_t bytes) {
     std::string random(bytes, '\0');
-    Must(RAND_bytes(reinterpret_cast<unsigned char*>(random.data()), static_cast<int>(bytes)), "no random numbers");
+    if (getrandom(random.data(), bytes, 0) != static_cast<ssize_t>(bytes)) {  // whole up to 256 bytes
+        throw std::runtime_error("no random numbers");
+    }
     return HexOf(random);
 }
 

@@ -7,10 +7,10 @@
 #include "linux/base/log_domains.h"
 #include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/device_bus.h"
 #include "linux/datashare/device_shares.h"
 #include "linux/datashare/share_place.h"
 #include "linux/datashare/share_table.h"
+#include "linux/services/device_bus.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {

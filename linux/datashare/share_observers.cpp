@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
+#include "linux/base/serial_tasks.h"
 #include "linux/datashare/share_limits.h"
-#include "linux/runtime/serial_tasks.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "linux/store/database.h"
+#include "linux/base/database.h"
 #include "platform/datashare/data_share_predicates.h"
 
 namespace ZYNE::Linux {

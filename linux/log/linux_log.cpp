@@ -6,10 +6,10 @@
 #include <unistd.h>
 #include <utility>
 
+#include "linux/base/device_notes.h"
 #include "linux/base/log_domains.h"
 #include "linux/base/write_all.h"
 #include "linux/log/log_journal.h"
-#include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"
 #include "platform/log/printable_text.h"
 

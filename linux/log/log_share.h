@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-#include "linux/runtime/log_share_scope.h"
+#include "linux/base/log_share_scope.h"
 
 namespace ZYNE::Linux {
 

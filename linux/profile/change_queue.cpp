@@ -1,6 +1,6 @@
 #include "linux/profile/change_queue.h"
 
-#include "linux/runtime/run_task.h"
+#include "linux/base/run_task.h"
 
 namespace ZYNE::Linux {
 

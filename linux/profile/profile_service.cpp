@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
+#include "linux/base/device_notes.h"
 #include "linux/profile/profile_log.h"
-#include "linux/runtime/device_notes.h"
 
 namespace ZYNE::CollaborationFwk {
 

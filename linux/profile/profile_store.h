@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/database.h"
 #include "linux/profile/profile_record.h"
-#include "linux/store/database.h"
 
 namespace ZYNE::Linux {
 

@@ -9,7 +9,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "linux/network/run_id.h"
+#include "linux/network/link/run_id.h"
 
 namespace ZYNE::Testing {
 

@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "linux/network/link.pb.h"
-#include "linux/network/links.h"
+#include "linux/network/link/link.pb.h"
+#include "linux/network/link/links.h"
 
 namespace ZYNE::Testing {
 

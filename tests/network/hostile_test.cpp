@@ -9,9 +9,9 @@
 
 #include "linux/account/account_directory.h"
 #include "linux/account/certificate.h"
-#include "linux/fabric/control.pb.h"
-#include "linux/fabric/control_message.h"
-#include "linux/network/network_log.h"
+#include "linux/network/control/control.pb.h"
+#include "linux/network/control/control_message.h"
+#include "linux/network/link/network_log.h"
 #include "tests/network/hostile_peers.h"
 #include "tests/port/played_device.h"
 #include "tests/scenario/scenario.h"

@@ -6,8 +6,8 @@
 
 #include "linux/bus/signal_listener.h"
 #include "linux/bus/signal_sender.h"
-#include "linux/event/common_events.h"
-#include "linux/event/event_subscribers.h"
+#include "linux/services/common_events.h"
+#include "linux/services/event_subscribers.h"
 #include "platform/event/common_event_manager.h"
 #include "tests/port/port_test.h"
 

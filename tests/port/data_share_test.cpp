@@ -5,12 +5,12 @@
 #include <latch>
 #include <semaphore>
 
+#include "linux/base/database.h"
 #include "linux/bus/bus_address.h"
-#include "linux/bus/system_abilities.h"
 #include "linux/datashare/data_share_service.h"
 #include "linux/datashare/share_limits.h"
 #include "linux/datashare/share_observers.h"
-#include "linux/store/database.h"
+#include "linux/services/system_abilities.h"
 #include "platform/host/data_share_utils.h"
 #include "tests/port/port_test.h"
 

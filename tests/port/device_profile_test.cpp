@@ -10,10 +10,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "linux/fabric/profile_exchange.h"
-#include "linux/network/secure_channel.h"
+#include "linux/base/database.h"
+#include "linux/network/link/secure_channel.h"
+#include "linux/network/profile/profile_exchange.h"
 #include "linux/profile/profile_service.h"
-#include "linux/store/database.h"
 #include "tests/port/port_test.h"
 #include "tests/support/profile_listener.h"
 

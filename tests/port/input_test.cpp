@@ -11,9 +11,9 @@
 #include <csignal>
 
 #include "linux/base/unique_fd.h"
-#include "linux/input/event_assembler.h"
-#include "linux/input/input_service.h"
-#include "linux/input/scripted_input.h"
+#include "linux/desktop/event_assembler.h"
+#include "linux/desktop/input_service.h"
+#include "linux/desktop/scripted_input.h"
 #include "platform/display/display_manager.h"
 #include "platform/input/input_manager.h"
 #include "tests/port/port_test.h"

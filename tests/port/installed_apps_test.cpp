@@ -1,5 +1,5 @@
 #include "linux/apps/bundle_manager.h"
-#include "linux/bus/system_ability_table.h"
+#include "linux/services/system_ability_table.h"
 #include "platform/bundle/bundle_mgr_client.h"
 #include "tests/port/port_test.h"
 

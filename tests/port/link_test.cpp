@@ -5,7 +5,7 @@
 #include <optional>
 #include <set>
 
-#include "linux/network/link_rules.h"
+#include "linux/network/link/link_rules.h"
 #include "tests/port/played_device.h"
 
 namespace ZYNE::Linux {

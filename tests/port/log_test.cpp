@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "linux/base/device_notes.h"
 #include "linux/log/linux_log.h"
-#include "linux/runtime/device_notes.h"
 #include "platform/log/log_print.h"
 #include "tests/port/port_test.h"
 

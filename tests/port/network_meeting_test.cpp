@@ -7,10 +7,10 @@
 
 #include "linux/base/unique_fd.h"
 #include "linux/bus/bus_handles.h"
-#include "linux/network/beacon.h"
-#include "linux/network/listeners.h"
-#include "linux/network/logind_watch.h"
-#include "linux/network/wake_watch.h"
+#include "linux/network/discovery/beacon.h"
+#include "linux/network/discovery/listeners.h"
+#include "linux/network/discovery/logind_watch.h"
+#include "linux/network/discovery/wake_watch.h"
 #include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {

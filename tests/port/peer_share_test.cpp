@@ -2,10 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "linux/fabric/control_message.h"
-#include "linux/fabric/peer_shares.h"
-#include "linux/fabric/peer_table.h"
-#include "linux/fabric/request_gate.h"
+#include "linux/network/control/control_message.h"
+#include "linux/network/control/request_gate.h"
+#include "linux/network/presence/peer_shares.h"
+#include "linux/network/presence/peer_table.h"
 
 namespace ZYNE::Linux {
 namespace {

@@ -5,8 +5,8 @@
 
 #include "linux/account/account.h"
 #include "linux/account/credentials.h"
-#include "linux/network/links.h"
-#include "linux/network/run_id.h"
+#include "linux/network/link/links.h"
+#include "linux/network/link/run_id.h"
 #include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "linux/bus/device_bus.h"
+#include "linux/services/device_bus.h"
 #include "tests/scenario/process.h"
 
 namespace ZYNE::Linux {

@@ -9,8 +9,8 @@
 
 #include "linux/bus/bus_address.h"
 #include "linux/bus/bus_poller.h"
-#include "linux/interaction/linux_interaction_manager.h"
-#include "linux/power/power_manager.h"
+#include "linux/desktop/linux_interaction_manager.h"
+#include "linux/desktop/power_manager.h"
 #include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {

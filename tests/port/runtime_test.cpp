@@ -8,16 +8,16 @@
 #include <stdexcept>
 #include <thread>
 
-#include "linux/bus/restart_pauses.h"
+#include "linux/base/call_queue.h"
+#include "linux/base/delayed_tasks.h"
+#include "linux/base/hang_watch.h"
+#include "linux/base/serial_tasks.h"
+#include "linux/base/steady_time.h"
+#include "linux/base/thread_pool.h"
+#include "linux/device/process_guard.h"
+#include "linux/device/system_root.h"
 #include "linux/log/log_share.h"
-#include "linux/runtime/call_queue.h"
-#include "linux/runtime/delayed_tasks.h"
-#include "linux/runtime/hang_watch.h"
-#include "linux/runtime/process_guard.h"
-#include "linux/runtime/serial_tasks.h"
-#include "linux/runtime/steady_time.h"
-#include "linux/runtime/system_root.h"
-#include "linux/runtime/thread_pool.h"
+#include "linux/services/restart_pauses.h"
 #include "platform/host/system_partition.h"
 #include "tests/port/port_test.h"
 

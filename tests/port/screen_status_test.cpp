@@ -6,10 +6,10 @@
 #include <optional>
 
 #include "linux/bus/bus_address.h"
-#include "linux/fabric/announcement.h"
-#include "linux/fabric/fabric.h"
-#include "linux/fabric/fabric_code.h"
-#include "linux/screen/screen_state.h"
+#include "linux/desktop/screen_state.h"
+#include "linux/network/fabric.h"
+#include "linux/network/presence/announcement.h"
+#include "linux/network/presence/fabric_code.h"
 #include "platform/device_manager/device_manager.h"
 #include "tests/port/played_device.h"
 

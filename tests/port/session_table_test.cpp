@@ -1,4 +1,4 @@
-#include "linux/fabric/session_table.h"
+#include "linux/network/control/session_table.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

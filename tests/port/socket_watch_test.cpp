@@ -1,5 +1,5 @@
 // A bus whose socket vanishes, or is another one's.
-#include "linux/bus/socket_watch.h"
+#include "linux/services/socket_watch.h"
 
 #include <atomic>
 #include <functional>

@@ -5,10 +5,10 @@
 #include <functional>
 #include <map>
 
+#include "linux/base/device_notes.h"
 #include "linux/datashare/share_limits.h"
 #include "linux/datashare/share_table.h"
 #include "linux/profile/profile_service.h"
-#include "linux/runtime/device_notes.h"
 #include "tests/port/port_test.h"
 #include "tests/support/profile_listener.h"
 

@@ -1,7 +1,7 @@
 // The users of a device, and who is in the foreground.
 #include <latch>
 
-#include "linux/users/users.h"
+#include "linux/device/users.h"
 #include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {

@@ -1,0 +1,34 @@
+// A task, and the peer for which it was posted, if for any.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "linux/base/log_share_scope.h"
+#include "linux/base/run_task.h"
+
+namespace ZYNE::Linux {
+
+// One thread at a time.
+class PostedTask {
+public:
+    PostedTask() = default;
+    // For whom the calling thread works.
+    explicit PostedTask(std::function<void()> task) : task_(std::move(task)), share_(LogShareScope::Current()) {}
+
+    explicit operator bool() const { return static_cast<bool>(task_); }
+    bool IsForPeer() const { return share_ != nullptr; }
+
+    // Runs the task for whom it was posted, and destroys it; see RunTask.
+    void Run() noexcept {
+        const LogShareScope scope(std::move(share_));
+        RunTask(std::move(task_));
+    }
+
+private:
+    std::function<void()> task_;
+    std::shared_ptr<LogShare> share_;
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,79 @@
+// The host's thread pool: as many threads as there are tasks under way, within a limit.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "linux/base/posted_task.h"
+#include "platform/host/asyn_thread_pool.h"
+
+namespace ZYNE::Linux {
+
+// Any thread. A task gets the thread that became idle last, or a new one when all are busy, so a task that sleeps or
+// blocks never keeps another from running. A thread that has been idle for a while ends. An exception that leaves a
+// task is logged. A task runs for whom it was posted (LogShareScope): half of the threads is the device's own, which tasks
+// for peers never get.
+class ThreadPool final : public CollaborationFwk::AsynThreadPool {
+public:
+    // Each idle close of an app connection holds a thread for five minutes, so the limit is far above the number of
+    // cores.
+    static constexpr size_t MOST_THREADS = 512;
+    static constexpr std::chrono::seconds IDLE_TIME{10};
+
+    // The process's pool; never destroyed.
+    static ThreadPool& Get();
+
+    explicit ThreadPool(size_t mostThreads = MOST_THREADS, std::chrono::milliseconds idleTime = IDLE_TIME);
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
+    // Stops.
+    ~ThreadPool();
+
+    // Refuses when every thread of the limit is busy, or for a peer when half of them are with tasks for peers; when the
+    // system gives no further thread; and once stopped.
+    bool AddAsynTask(std::function<void()> task, int32_t param) override;
+
+    // Refuses new tasks from now on and waits until those accepted have ended, for `limit` at most. Whether they have.
+    // Not to be called by a task.
+    bool Drain(std::chrono::milliseconds limit);
+
+    // Refuses new tasks from now on and returns when those accepted have ended and every thread is joined. Not to be
+    // called by a task.
+    void Stop();
+
+    size_t ThreadCount() const;
+
+private:
+    struct Worker {
+        std::thread thread;
+        std::condition_variable wake;  // it was given a task, or the pool stops
+        PostedTask task;               // guarded by mutex_; given while the worker waits, or before it starts
+    };
+
+    bool Give(PostedTask task);         // under mutex_
+    bool StartWorker(PostedTask task);  // under mutex_
+    void Close();                       // under mutex_
+    void Run(std::list<Worker>::iterator self);
+    bool WaitForTask(std::unique_lock<std::mutex>& lock, Worker& self);
+    void Retire(std::unique_lock<std::mutex>& lock, std::list<Worker>::iterator self);
+
+    const size_t mostThreads_;
+    const std::chrono::milliseconds idleTime_;
+
+    mutable std::mutex mutex_;
+    std::condition_variable allGone_;  // workers_ has become empty
+    bool stopped_ = false;             // guarded by mutex_
+    size_t peerTasks_ = 0;             // guarded by mutex_; tasks for peers under way
+    std::list<Worker> workers_;        // guarded by mutex_
+    std::vector<Worker*> idle_;        // guarded by mutex_; the one that became idle last is at the back
+    std::list<Worker> retired_;        // guarded by mutex_; left workers_, not joined yet: at most one
+};
+
+}  // namespace ZYNE::Linux

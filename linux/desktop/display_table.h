@@ -1,0 +1,72 @@
+// The displays that there are, and which one a point is on.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "linux/desktop/input_event.h"
+#include "platform/display/display.h"
+
+namespace ZYNE::Linux {
+
+// Where one display lies on the desktop, in pixels.
+struct DisplayArea {
+    std::string name;
+    int32_t x = 0;
+    int32_t y = 0;
+    int32_t width = 0;
+    int32_t height = 0;
+    bool isPrimary = false;
+
+    bool Contains(DesktopPoint point) const {
+        return point.x >= x && point.y >= y && point.x < x + width && point.y < y + height;
+    }
+};
+
+// Any thread.
+//
+// Holds the displays of the X server, and scripted ones that stand in while there is no server. A display's id belongs
+// to its name and size: it is the same whenever that display comes back, and another one after a change of the size.
+class DisplayTable {
+public:
+    // Nothing means that there is no server.
+    void SetServer(const std::optional<std::vector<DisplayArea>>& displays);
+    void SetScripted(const std::vector<DisplayArea>& displays);
+    bool HasServer() const;
+
+    // The primary display, otherwise the first one; null when there is none.
+    sptr<Display> Default() const;
+    sptr<Display> Find(uint64_t id) const;
+
+    // `point` on the display that contains it; of several, on the first.
+    DisplayPlace Locate(DesktopPoint point) const;
+
+    // `to` where that is on a display, otherwise the nearest point to it on the display of `from`, or on the first one.
+    // Without displays it is `from`.
+    DesktopPoint Confine(DesktopPoint from, DesktopPoint to) const;
+
+private:
+    struct Entry {
+        int32_t id;
+        DisplayArea area;
+    };
+    using Entries = std::vector<Entry>;
+
+    Entries Number(const std::vector<DisplayArea>& displays);  // under mutex_
+    int32_t IdOf(const DisplayArea& area);                     // under mutex_
+    const Entries& Current() const;                            // under mutex_
+    static sptr<Display> MakeDisplay(const Entry& entry);
+
+    mutable std::mutex mutex_;
+    std::map<std::tuple<std::string, int32_t, int32_t>, int32_t> ids_;  // guarded by mutex_; by name, width, height
+    int32_t lastId_ = 0;                                                // guarded by mutex_
+    std::optional<Entries> server_;                                     // guarded by mutex_
+    Entries scripted_;                                                  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,79 @@
+// Keyboard, pointer and displays of the desktop that this device's user sits at.
+//
+//     InputService& input = InputService::Get();
+//     input.Start({.display = ":0"});     // before the library's first call
+//     ...
+//     input.Stop();                       // before the pool is drained
+//
+// The X server is watched only while somebody wants it: a connection is made when a monitor is added or a display is
+// asked for, and ends with the last monitor. While there is no server, its place is taken by the input that
+// ScriptedInput is fed with, and the server is tried again every two seconds: monitors outlive a server that goes.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "linux/desktop/display_table.h"
+#include "linux/desktop/input_monitors.h"
+#include "linux/desktop/x_input_source.h"
+#include "platform/display/display_manager.h"
+#include "platform/input/input_manager.h"
+
+namespace ZYNE::Linux {
+
+struct InputOptions {
+    std::string display;    // of the X server, such as ":0"; empty means what the environment's DISPLAY says
+    bool scripted = false;  // no X server is asked for, even if there is one
+};
+
+// Any thread, unless said otherwise. Monitors run on threads of the pool, each monitor's calls one after the other in
+// the order of the events. One that is slow delays no other one; up to half a second of motion is kept for it in full,
+// what is behind that is told as one motion.
+class InputService final : public InputManager, public DisplayManager {
+public:
+    // The process's service; never destroyed.
+    static InputService& Get();
+
+    // Monitors can be added from now on. Throws std::exception when there is no thread or file descriptor left; a
+    // server that is not there is no failure. Start and Stop are for one thread; it can be started again.
+    void Start(const InputOptions& options);
+
+    // Ends all monitors and the connection. Calls that are under way may still be running: the pool's end waits for
+    // them.
+    void Stop();
+
+    // Negative while not started, when `monitor` is empty, and when there are too many.
+    int32_t AddMonitor(KeyMonitor monitor) override;
+    int32_t AddMonitor(PointerMonitor monitor) override;
+    void RemoveMonitor(int32_t monitorId) override;
+
+    // The first question, as long as there is no monitor, waits until the server has answered, for a second at most; so
+    // does the first monitor. A display that has changed its size has another id then: who keeps a size by its id sees
+    // that it is another one.
+    sptr<Display> GetDefaultDisplay() override;
+    // Null also while there is neither a monitor nor an earlier question for the default display.
+    sptr<Display> GetDisplayById(uint64_t displayId) override;
+
+    // The displays that stand in while there is no X server.
+    void SetScriptedDisplays(const std::vector<DisplayArea>& displays) { displays_.SetScripted(displays); }
+    const DisplayTable& Displays() const { return displays_; }
+    // False, and nothing done, when the X server's input is delivered, and while not started.
+    bool DeliverScripted(const std::vector<InputEvent>& events);
+
+private:
+    InputService() = default;
+
+    template <typename Monitor>
+    int32_t Add(Monitor monitor);
+
+    // Never held while a monitor runs or somebody waits for the server. Taken before the locks of the members.
+    std::mutex mutex_;
+    bool isStarted_ = false;  // guarded by mutex_
+    DisplayTable displays_;
+    InputMonitors monitors_;
+    XInputSource server_{displays_, monitors_};
+};
+
+}  // namespace ZYNE::Linux

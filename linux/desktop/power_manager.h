@@ -1,0 +1,73 @@
+// The power manager on Linux: running locks that the desktop heeds.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "linux/desktop/screen_inhibitor.h"
+#include "platform/power/power_mgr_client.h"
+#include "platform/time/time_source.h"
+
+namespace ZYNE::Linux {
+
+// What RunningLock::Lock answers.
+enum PowerCode : int32_t {
+    POWER_OK = 0,
+    POWER_BAD_TIMEOUT = 1,   // not above 0
+    POWER_NO_INHIBITOR = 2,  // nobody on this machine keeps the screen on for us; the log tells why, once
+    POWER_NO_THREAD = 3,     // the pool has none to wait for the time-out
+    POWER_STOPPED = 4,
+};
+
+// Any thread. While something is locked, one task of the pool waits for the next time-out.
+//
+// A screen saver that ends takes the lock with it; locking again then finds the next one.
+class PowerManager final : public PowerMgrClient, public std::enable_shared_from_this<PowerManager> {
+public:
+    // The process's one, on the buses of its user; never destroyed.
+    static PowerManager& Get();
+
+    PowerManager(PowerBuses buses, TimeSource& time);
+    PowerManager(const PowerManager&) = delete;
+    PowerManager& operator=(const PowerManager&) = delete;
+    ~PowerManager();
+
+    std::shared_ptr<RunningLock> CreateRunningLock(const std::string& name, RunningLockType type) override;
+
+    // Unlocks what is locked, and leaves the buses, for good. Before the thread pool is stopped.
+    void Stop();
+
+private:
+    class ScreenLock;
+
+    struct Locked {
+        TimeSource::TimePoint deadline;
+        std::unique_ptr<ScreenInhibitor::Inhibition> inhibition;
+    };
+    using LockedMap = std::map<const RunningLock*, Locked>;
+
+    int32_t Lock(const RunningLock* lock, const std::string& name, int32_t timeoutMs);
+    void UnLock(const RunningLock* lock);
+
+    // All under mutex_.
+    bool Inhibit(Locked& locked, const std::string& name);
+    bool StartWatch();
+    LockedMap::iterator Release(LockedMap::iterator at);
+
+    void Watch();
+
+    TimeSource& time_;
+    std::mutex mutex_;  // held while the desktop is asked, or a release could overtake the request that follows it
+    std::condition_variable changed_;  // a deadline is new, or something was unlocked
+    ScreenInhibitor inhibitor_;        // guarded by mutex_
+    LockedMap locked_;                 // guarded by mutex_
+    bool watching_ = false;            // guarded by mutex_; Watch is posted or runs
+    bool stopped_ = false;             // guarded by mutex_
+    bool complained_ = false;          // guarded by mutex_; the log tells that the screen cannot be kept on
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,171 @@
+#include "linux/desktop/screen_inhibitor.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <utility>
+
+#include "linux/bus/bus_address.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr char BUS[] = "org.freedesktop.DBus";
+constexpr char BUS_PATH[] = "/org/freedesktop/DBus";
+constexpr char SCREEN_SAVER[] = "org.freedesktop.ScreenSaver";
+constexpr std::array<const char*, 2> SCREEN_SAVER_PATHS{"/org/freedesktop/ScreenSaver", "/ScreenSaver"};
+constexpr char LOGIN_MANAGER[] = "org.freedesktop.login1";
+constexpr char LOGIN_MANAGER_PATH[] = "/org/freedesktop/login1";
+constexpr char LOGIN_MANAGER_INTERFACE[] = "org.freedesktop.login1.Manager";
+
+// To connect, and for each call. A desktop that is awake takes a few milliseconds.
+constexpr std::chrono::seconds ANSWER_TIME{1};
+
+std::string FromEnvironment(const char* name, const std::string& byDefault) {
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0' ? value : byDefault;
+}
+
+BusHandle OpenForCalls(const std::string& address) {
+    BusHandle bus = OpenBus(address, ANSWER_TIME);
+    sd_bus_set_method_call_timeout(bus.get(), std::chrono::microseconds(ANSWER_TIME).count());
+    return bus;
+}
+
+// Whether it can be that the call is still carried out, or that the bus is gone.
+bool IsUnsettled(int result) {
+    return result == -ETIMEDOUT || result == -ECONNRESET || result == -ENOTCONN || result == -EPIPE;
+}
+
+}  // namespace
+
+PowerBuses PowerBuses::OfUser() {
+    const std::filesystem::path runtime = FromEnvironment("XDG_RUNTIME_DIR", "");
+    std::error_code ignored;
+    const bool hasBus = !runtime.empty() && std::filesystem::exists(BusSocket(runtime), ignored);
+    return {FromEnvironment("DBUS_SESSION_BUS_ADDRESS", hasBus ? BusAddress(runtime) : ""),
+        FromEnvironment("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/run/dbus/system_bus_socket")};
+}
+
+ScreenInhibitor::ScreenInhibitor(PowerBuses buses) : buses_(std::move(buses)) {}
+
+std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::Inhibit(const std::string& reason, std::string& error) {
+    std::unique_ptr<Inhibition> inhibition = AskScreenSaver(reason, error);
+    if (!inhibition) {
+        std::string loginError;
+        inhibition = AskLoginManager(reason, loginError);
+        error += "; " + loginError;
+    }
+    return inhibition;
+}
+
+bool ScreenInhibitor::Connect(std::string& error) {
+    if (session_ && IsConnected(session_.get())) {
+        return true;
+    }
+    session_.reset();
+    if (buses_.session.empty()) {
+        error = "there is no session bus";
+        return false;
+    }
+    try {
+        session_ = OpenForCalls(buses_.session);
+        ++connection_;
+        return true;
+    } catch (const std::exception& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+// The connection that owns the name; empty when nobody does. None is started: a desktop that runs has its own.
+std::string ScreenInhibitor::GetScreenSaver() {
+    sd_bus_message* raw = nullptr;
+    const char* owner = nullptr;
+    const int result =
+        sd_bus_call_method(session_.get(), BUS, BUS_PATH, BUS, "GetNameOwner", nullptr, &raw, "s", SCREEN_SAVER);
+    const MessageHandle reply(raw);
+    return result >= 0 && sd_bus_message_read(raw, "s", &owner) > 0 ? owner : std::string();
+}
+
+std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskScreenSaver(
+    const std::string& reason, std::string& error) {
+    if (!Connect(error)) {
+        return nullptr;
+    }
+    auto inhibition = std::make_unique<Inhibition>();
+    inhibition->connection = connection_;
+    inhibition->owner = GetScreenSaver();
+    if (inhibition->owner.empty()) {
+        error = "there is no screen saver on the session bus";
+        return nullptr;
+    }
+    for (const char* path : SCREEN_SAVER_PATHS) {
+        BusError refusal;
+        sd_bus_message* raw = nullptr;
+        const int result = sd_bus_call_method(session_.get(), inhibition->owner.c_str(), path, SCREEN_SAVER, "Inhibit",
+            refusal.Get(), &raw, "ss", program_invocation_short_name, reason.c_str());
+        const MessageHandle reply(raw);
+        if (result >= 0 && sd_bus_message_read(raw, "u", &inhibition->cookie) > 0) {
+            inhibition->path = path;
+            return inhibition;
+        }
+        error = "the screen saver: " + refusal.GetText();
+        if (IsUnsettled(result)) {
+            session_.reset();  // with it goes what the screen saver may yet make of the request
+            return nullptr;
+        }
+    }
+    return nullptr;
+}
+
+// The connection is not needed any more once the login manager has answered.
+std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskLoginManager(
+    const std::string& reason, std::string& error) const {
+    try {
+        const BusHandle bus = OpenForCalls(buses_.system);
+        BusError refusal;
+        sd_bus_message* raw = nullptr;
+        const int result = sd_bus_call_method(bus.get(), LOGIN_MANAGER, LOGIN_MANAGER_PATH, LOGIN_MANAGER_INTERFACE,
+            "Inhibit", refusal.Get(), &raw, "ssss", "idle", program_invocation_short_name, reason.c_str(), "block");
+        const MessageHandle reply(raw);
+        int fd = -1;  // the message's own
+        if (result >= 0 && sd_bus_message_read(raw, "h", &fd) > 0) {
+            auto inhibition = std::make_unique<Inhibition>();
+            inhibition->fd = UniqueFd(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+            return inhibition->fd ? std::move(inhibition) : nullptr;
+        }
+        error = "the login manager: " + refusal.GetText();
+    } catch (const std::exception& failure) {
+        error = failure.what();
+    }
+    return nullptr;
+}
+
+bool ScreenInhibitor::IsHeld(const Inhibition& inhibition) {
+    if (inhibition.fd) {
+        pollfd file{inhibition.fd.Get(), 0, 0};
+        return poll(&file, 1, 0) == 0;  // an error: the other end is closed
+    }
+    return session_ && inhibition.connection == connection_ && IsConnected(session_.get()) &&
+        GetScreenSaver() == inhibition.owner;
+}
+
+void ScreenInhibitor::Release(std::unique_ptr<Inhibition> inhibition) {
+    if (inhibition->fd || !session_ || inhibition->connection != connection_) {
+        return;
+    }
+    const int result = sd_bus_call_method(session_.get(), inhibition->owner.c_str(), inhibition->path.c_str(),
+        SCREEN_SAVER, "UnInhibit", nullptr, nullptr, "u", inhibition->cookie);
+    if (IsUnsettled(result)) {
+        session_.reset();  // the screen saver forgets the request with it
+    }
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,95 @@
+#include "linux/desktop/scripted_input.h"
+
+#include <algorithm>
+
+#include "linux/desktop/input_service.h"
+
+namespace ZYNE::Linux {
+namespace {
+
+constexpr int32_t MOST_PIXELS = 32767;
+
+bool IsValid(const DisplayArea& area) {
+    const auto isPlace = [](int32_t pixels) {
+        return pixels >= -MOST_PIXELS && pixels <= MOST_PIXELS;
+    };
+    const auto isSize = [](int32_t pixels) {
+        return pixels > 0 && pixels <= MOST_PIXELS;
+    };
+    return isPlace(area.x) && isPlace(area.y) && isSize(area.width) && isSize(area.height);
+}
+
+// No farther than a pointer can get anyway, so that nothing overflows.
+int32_t Step(int32_t from, int32_t distance) {
+    return from + std::clamp(distance, -4 * MOST_PIXELS, 4 * MOST_PIXELS);
+}
+
+}  // namespace
+
+ScriptedInput& ScriptedInput::Get() {
+    static auto& input = *new ScriptedInput();
+    return input;
+}
+
+bool ScriptedInput::Configure(const std::vector<DisplayArea>& displays) {
+    if (!std::ranges::all_of(displays, IsValid)) {
+        return false;
+    }
+    const std::scoped_lock lock(mutex_);
+    InputService::Get().SetScriptedDisplays(displays);
+    return true;
+}
+
+bool ScriptedInput::Move(int32_t dx, int32_t dy) {
+    RawInput input;
+    input.deviceId = DEVICE_ID;
+    input.x = dx;
+    input.y = dy;
+    const std::scoped_lock lock(mutex_);
+    return Tell(input, {Step(point_.x, dx), Step(point_.y, dy)});
+}
+
+bool ScriptedInput::MoveTo(int32_t x, int32_t y) {
+    RawInput input;
+    input.deviceId = DEVICE_ID;
+    input.motion = RawInput::Motion::ABSOLUTE;
+    const std::scoped_lock lock(mutex_);
+    return Tell(input, {x, y});
+}
+
+bool ScriptedInput::Press(int32_t button) {
+    return TellSwitch(RawInput::Kind::BUTTON, button, true);
+}
+
+bool ScriptedInput::Release(int32_t button) {
+    return TellSwitch(RawInput::Kind::BUTTON, button, false);
+}
+
+bool ScriptedInput::Key(int32_t code, bool isPressed) {
+    return TellSwitch(RawInput::Kind::KEY, code, isPressed);
+}
+
+bool ScriptedInput::TellSwitch(RawInput::Kind kind, int32_t code, bool isPressed) {
+    RawInput input;
+    input.kind = kind;
+    input.deviceId = DEVICE_ID;
+    input.code = code;
+    input.isPressed = isPressed;
+    const std::scoped_lock lock(mutex_);
+    return Tell(input, point_);
+}
+
+bool ScriptedInput::Tell(const RawInput& input, DesktopPoint to) {
+    auto& service = InputService::Get();
+    const DesktopPoint point = service.Displays().Confine(point_, to);
+    EventAssembler assembler = assembler_;  // what is not delivered has not happened
+    assembler.Add(input);
+    if (!service.DeliverScripted(assembler.Finish(point, service.Displays().Locate(point)))) {
+        return false;
+    }
+    point_ = point;
+    assembler_ = std::move(assembler);
+    return true;
+}
+
+}  // namespace ZYNE::Linux

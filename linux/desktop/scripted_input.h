@@ -1,0 +1,51 @@
+// Keys, pointer and displays that a program makes up: for machines without a display server.
+//
+//     ScriptedInput& input = ScriptedInput::Get();
+//     input.Configure({{"left", 0, 0, 1920, 1080}});
+//     input.MoveTo(1919, 500);     // monitors see the pointer arrive at the right edge
+//     input.Press(1);
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "linux/desktop/display_table.h"
+#include "linux/desktop/event_assembler.h"
+
+namespace ZYNE::Linux {
+
+// Any thread. Nothing calls a monitor inline. What is told while an X server's input is delivered is passed over, with
+// false as the answer; so it is before InputService is started.
+class ScriptedInput {
+public:
+    // The device id of scripted events.
+    static constexpr int32_t DEVICE_ID = 0;
+
+    static ScriptedInput& Get();  // never destroyed
+
+    // The displays from now on; without a call there are none. Held back while an X server has displays, for the time
+    // when it is gone. False, and nothing changed, when a size is not positive or a place or size is beyond 32767.
+    bool Configure(const std::vector<DisplayArea>& displays);
+
+    // The pointer stops at the border of the display that it is on, unless the move ends on another one. The raw motion
+    // is told in full all the same, as a mouse would.
+    bool Move(int32_t dx, int32_t dy);
+    bool MoveTo(int32_t x, int32_t y);
+
+    // A button or key that is pressed already, or is not, makes no event.
+    bool Press(int32_t button);
+    bool Release(int32_t button);
+    // `code` as in KeyEvent.
+    bool Key(int32_t code, bool isPressed);
+
+private:
+    bool Tell(const RawInput& input, DesktopPoint to);  // under mutex_
+    bool TellSwitch(RawInput::Kind kind, int32_t code, bool isPressed);
+
+    std::mutex mutex_;          // held while the events are queued, which keeps their order
+    DesktopPoint point_;        // guarded by mutex_
+    EventAssembler assembler_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

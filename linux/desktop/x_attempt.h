@@ -1,0 +1,39 @@
+// One attempt to connect to an X server.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "linux/base/unique_fd.h"
+#include "linux/desktop/x_connection.h"
+
+namespace ZYNE::Linux {
+
+// Any thread. A server that accepts and then says nothing blocks whoever connects for ever. So that is done by a thread
+// of its own, which nobody waits for: it ends when the server answers or goes away, or with the process.
+class XAttempt {
+public:
+    // `display` as in InputOptions. Throws std::system_error.
+    static std::shared_ptr<XAttempt> Begin(const std::string& display);
+
+    // Can be read from when the attempt is over.
+    int Fd() const { return over_.Get(); }
+    bool IsOver();
+
+    // What has come of it, once, when it is over. Throws as XConnection::Open.
+    std::unique_ptr<XConnection> Take();
+
+private:
+    XAttempt();
+    void Run(const std::string& display) noexcept;
+    void End(std::unique_ptr<XConnection> connection, std::string trouble);
+
+    const UniqueFd over_;
+    std::mutex mutex_;
+    std::unique_ptr<XConnection> connection_;  // guarded by mutex_
+    std::string trouble_;                      // guarded by mutex_; why there is no connection
+    bool isOver_ = false;                      // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,80 @@
+// Reads the X server's input and displays for as long as somebody wants them.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "linux/base/unique_fd.h"
+#include "linux/desktop/display_table.h"
+#include "linux/desktop/input_monitors.h"
+#include "linux/desktop/x_attempt.h"
+#include "linux/desktop/x_connection.h"
+
+namespace ZYNE::Linux {
+
+// Any thread, unless said otherwise. One thread of its own, which sleeps while nothing happens.
+//
+// What happens within three milliseconds of the last delivery is taken at once when they are over, however fast the
+// mouse is: that bounds what a fast one costs, and nobody sees a difference.
+class XInputSource {
+public:
+    XInputSource(DisplayTable& displays, InputMonitors& monitors) : displays_(displays), monitors_(monitors) {}
+    XInputSource(const XInputSource&) = delete;
+    XInputSource& operator=(const XInputSource&) = delete;
+    ~XInputSource() { Stop(); }
+
+    // For one thread, as Stop. `display` as in InputOptions. Throws std::system_error.
+    void Start(const std::string& display);
+    // Waits for no server.
+    void Stop();
+
+    // While it is wanted, the connection is made, and made again when it is lost. Nothing happens when not started.
+    void SetWanted(bool isWanted);
+
+    // Waits until the first attempt to connect since it is wanted has ended, for `limit` at most: what happens from
+    // then on is delivered. At once when it is not wanted.
+    void AwaitAttempt(std::chrono::milliseconds limit);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    class ConnectionMark;
+
+    void Run();
+    bool IsRunning();
+    bool IsWanted();
+    bool EndAttempt();
+    // False when there is no connection, or it was lost.
+    bool ServeWhileWanted() noexcept;
+    // Null when it is not wanted any more. Throws std::exception when there is none yet.
+    std::unique_ptr<XConnection> Open();
+    void WaitUntilWanted();
+    bool Serve(XConnection& connection);
+    bool TellBurst(XConnection& connection, EventAssembler& assembler);
+    void LogTrouble(const char* trouble);
+    void SetConnection(int fd);
+    // Until there is something to read, the time is over, or something has changed.
+    void Wait(int fd, std::optional<Clock::duration> limit);
+
+    DisplayTable& displays_;
+    InputMonitors& monitors_;
+    std::string display_;  // written while there is no thread
+    UniqueFd wake_;        // likewise
+    std::string trouble_;  // why there is no connection, as it was logged; the thread's while there is one
+    // The one that is under way, even when nobody wants it any more: there is one thread for it at a time. Likewise.
+    std::shared_ptr<XAttempt> attempt_;
+    std::thread thread_;
+
+    std::mutex mutex_;
+    std::condition_variable attemptEnded_;  // hasTried_ has become true, or nobody waits for that any more
+    bool isRunning_ = false;                // guarded by mutex_
+    bool isWanted_ = false;                 // guarded by mutex_
+    bool hasTried_ = false;                 // guarded by mutex_; the server has been tried since it is wanted
+    int connection_ = -1;                   // guarded by mutex_; the descriptor of the connection, while there is one
+};
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,32 @@
+#include "linux/device/plugin_registry.h"
+
+namespace ZYNE::CollaborationFwk {
+
+PluginLoader& PluginLoader::GetLoader() {
+    return Linux::PluginRegistry::Get();
+}
+
+}  // namespace ZYNE::CollaborationFwk
+
+namespace ZYNE::Linux {
+
+using CollaborationFwk::AbilityPlugin;
+using CollaborationFwk::PluginType;
+
+PluginRegistry& PluginRegistry::Get() {
+    static auto& registry = *new PluginRegistry();
+    return registry;
+}
+
+bool PluginRegistry::RegisterInstance(PluginType type, AbilityPlugin* instance) {
+    const std::scoped_lock lock(mutex_);
+    return instance != nullptr && plugins_.emplace(type, instance).second;
+}
+
+AbilityPlugin* PluginRegistry::Find(PluginType type) const {
+    const std::scoped_lock lock(mutex_);
+    const auto plugin = plugins_.find(type);
+    return plugin == plugins_.end() ? nullptr : plugin->second;
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,93 @@
+// The network half of a device: presence, and the control channel between devices of one account.
+//
+// The daemon starts and stops it; the library reaches it through the seam (SessionManager, DeviceManager, …), whose
+// operations fail with FABRIC_NOT_RUNNING before the start and after the stop.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "linux/desktop/screen_status.h"
+#include "linux/network/fabric_options.h"
+#include "linux/network/network_status.h"
+#include "platform/device_manager/dm_device_info.h"
+
+namespace ZYNE::Linux {
+
+class FabricNode;
+
+// Any thread.
+class Fabric {
+public:
+    // Tells that a device has come online (0), gone offline (1) or tells something else about itself (2). Comes on one
+    // thread, in order, with no lock held; it may block. A device that restarts goes offline under its old network id
+    // first.
+    using DeviceStateHandler = std::function<void(int state, const DmDeviceInfo& device)>;
+
+    struct PeerStatus {
+        DmDeviceInfo info;  // as it was last
+        bool online;
+        ScreenStatus screenStatus;  // likewise
+    };
+
+    // The process's fabric; never destroyed.
+    static Fabric& GetInstance();
+
+    // Takes effect with the next start.
+    void SetDeviceStateHandler(DeviceStateHandler handler);
+
+    // What this device announces of its screen, from the next start on as well: a ScreenStatus; any other value is
+    // SCREEN_UNKNOWN, as is what nobody has set.
+    void SetScreenStatus(int32_t status);
+
+    // Joins the network, as soon as there is one. Throws std::runtime_error with one line when that cannot be: the
+    // credentials do not hold, it runs already …
+    void Start(const FabricOptions& options);
+
+    // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback
+    // comes any more, except from large messages and changes of peers' screens that the thread pool has accepted. Does
+    // nothing when it does not run. Not to be called by a callback. Takes half a second at most unless a callback hangs.
+    void Stop();
+
+    // This device; nothing while it is not started.
+    std::optional<DmDeviceInfo> LocalDevice() const;
+
+    // All devices of the account that announced themselves since the start, those that have gone included.
+    std::vector<PeerStatus> ListPeers() const;
+
+    // How the device is connected. "not running" while it is not started.
+    NetworkStatus Status() const;
+
+    // When the thread of the network came round last, which it does every two seconds at least; now while it is not
+    // started.
+    std::chrono::steady_clock::time_point LastRound() const;
+
+    // Takes a list of revoked devices that the account's authority has signed, obeys it and passes it on. False when it is
+    // no news. Throws std::runtime_error with one line when it is not such a list, or the fabric does not run.
+    bool TakeRevocations(const std::string& document);
+
+    // What the seam's operations work on; null while it does not run.
+    std::shared_ptr<FabricNode> Node() const;
+
+private:
+    Fabric() = default;
+
+    // The node that was there before.
+    std::shared_ptr<FabricNode> SetNode(std::shared_ptr<FabricNode> node);
+
+    std::mutex startMutex_;  // one start or stop at a time; taken before the others
+    // Held while the status is announced: the last one that was set is the one that is announced last. Taken before
+    // mutex_.
+    std::mutex screenMutex_;
+    ScreenStatus screenStatus_ = SCREEN_UNKNOWN;  // guarded by screenMutex_
+    mutable std::mutex mutex_;
+    DeviceStateHandler handler_;        // guarded by mutex_
+    std::shared_ptr<FabricNode> node_;  // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

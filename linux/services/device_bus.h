@@ -1,0 +1,54 @@
+// The device's own bus: a private D-Bus daemon, a child of this process, and this process's connection to it.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "linux/bus/bus_client.h"
+#include "linux/services/bus_service.h"
+
+namespace ZYNE::Linux {
+
+struct BusOptions {
+    std::filesystem::path directory;   // for the socket and what the bus daemon reads; of this device alone
+    std::vector<BusService> services;  // what the bus starts on demand
+    // The bus has ended by itself, or nobody finds its socket any more; the device cannot go on. Once for either. On a
+    // thread that must not call Stop.
+    std::function<void()> lost;
+};
+
+// Any thread, except where said.
+class DeviceBus {
+public:
+    static DeviceBus& GetInstance();
+
+    // On the process's main thread: the bus daemon ends with the thread that started it, so that none is left when the
+    // process is killed. Throws std::runtime_error with one line, and has then changed nothing.
+    void Start(const BusOptions& options);
+
+    // Ends the bus, and every service that it started: those that do not end by themselves when the bus is gone are
+    // killed. Calls under way return. Removes what Start made. Does nothing when the bus is not up.
+    void Stop();
+
+    // Empty when the bus is not up.
+    std::string GetAddress() const;
+
+    // Null when the bus is not up.
+    std::shared_ptr<BusClient> GetClient() const;
+
+private:
+    struct Running;
+
+    DeviceBus() = default;
+    ~DeviceBus();
+
+    mutable std::mutex mutex_;
+    std::shared_ptr<BusClient> client_;  // guarded by mutex_
+    std::unique_ptr<Running> running_;   // guarded by mutex_
+};
+
+}  // namespace ZYNE::Linux

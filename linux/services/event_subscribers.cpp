@@ -1,0 +1,101 @@
+#include "linux/services/event_subscribers.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <utility>
+
+#include "linux/base/log_domains.h"
+#include "linux/base/serial_tasks.h"
+
+namespace ZYNE::Linux {
+
+// One event on its way to those who are meant.
+class EventSubscribers::Delivery {
+public:
+    Delivery(size_t count, std::function<void()> told) : left_(count), told_(std::move(told)) {}
+
+    void FinishOne() {
+        if (--left_ == 0 && told_) {
+            told_();
+        }
+    }
+
+private:
+    std::atomic<size_t> left_;
+    const std::function<void()> told_;
+};
+
+struct EventSubscribers::Entry {
+    const std::shared_ptr<CommonEventSubscriber> subscriber;
+    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
+    std::atomic<bool> ended = false;
+    std::atomic<size_t> waiting = 0;  // events that it has not been told
+
+    // Also when the subscriber throws.
+    struct Finishing {
+        Delivery& delivery;
+        ~Finishing() { delivery.FinishOne(); }
+    };
+
+    static void Post(const std::shared_ptr<Entry>& self, const std::string& event, std::shared_ptr<Delivery> delivery) {
+        const bool fits = self->waiting.fetch_add(1) < MOST_WAITING;
+        const bool posted = fits && self->tasks->Post([self, event, delivery] {
+            --self->waiting;
+            if (!self->ended) {
+                const Finishing finishing{*delivery};
+                self->subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event)));
+            }
+        });
+        if (!posted) {
+            --self->waiting;
+            LogPrint(LogType::CORE, LogLevel::ERROR, LogDomains::EVENT,
+                "%{public}s is lost to a subscriber: %{public}s", event, fits ? "no thread" : "too much waits for it");
+            delivery->FinishOne();
+        }
+    }
+};
+
+EventSubscribers::EventSubscribers() = default;
+
+EventSubscribers::~EventSubscribers() = default;
+
+void EventSubscribers::Add(std::shared_ptr<CommonEventSubscriber> subscriber) {
+    auto entry = std::shared_ptr<Entry>(new Entry{std::move(subscriber)});
+    const std::scoped_lock lock(mutex_);
+    entries_.push_back(std::move(entry));
+}
+
+void EventSubscribers::Clear() {
+    std::vector<std::shared_ptr<Entry>> ended;  // let go of without the lock: that may end a subscriber
+    const std::scoped_lock lock(mutex_);
+    ended.swap(entries_);
+    for (const std::shared_ptr<Entry>& entry : ended) {
+        entry->ended = true;
+    }
+}
+
+bool EventSubscribers::IsWanted(const std::string& event) {
+    const std::scoped_lock lock(mutex_);
+    return std::any_of(entries_.begin(), entries_.end(), [&](const std::shared_ptr<Entry>& entry) {
+        return entry->subscriber->GetSubscribeInfo().GetMatchingSkills().HasEvent(event);
+    });
+}
+
+void EventSubscribers::Tell(const std::string& event, int32_t uid, std::function<void()> told) {
+    std::vector<std::shared_ptr<Entry>> meant;
+    {
+        const std::scoped_lock lock(mutex_);
+        std::copy_if(
+            entries_.begin(), entries_.end(), std::back_inserter(meant), [&](const std::shared_ptr<Entry>& entry) {
+                return entry->subscriber->GetSubscribeInfo().Accepts(event, uid);
+            });
+    }
+    const auto delivery = std::make_shared<Delivery>(meant.size() + 1, std::move(told));
+    for (const std::shared_ptr<Entry>& entry : meant) {
+        Entry::Post(entry, event, delivery);
+    }
+    delivery->FinishOne();
+}
+
+}  // namespace ZYNE::Linux

@@ -1,0 +1,39 @@
+// Starts system services again that die: the library has each of them started once.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "linux/bus/remote_object.h"
+#include "linux/services/restart_pauses.h"
+
+namespace ZYNE::Linux {
+
+// Any thread. What has been kept stays so until the bus ends.
+class ServiceKeeper : public std::enable_shared_from_this<ServiceKeeper> {
+public:
+    // The service `name` was started; `remote` is an object of its process.
+    void Keep(const std::string& name, const sptr<RemoteObject>& remote);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    class DeathWatch;
+    struct Kept {
+        sptr<RemoteObject> remote;  // held: only then its death is heard of
+        Clock::time_point started;
+        RestartPauses pauses;
+    };
+
+    // The process of `remote` is gone; it is null where there was none.
+    void TakeDeath(const std::string& name, const sptr<IRemoteObject>& remote);
+    void StartAgain(const std::string& name);
+    bool IsAlive(const std::string& name);
+
+    std::mutex mutex_;
+    std::map<std::string, Kept> services_;  // guarded by mutex_; by bus name
+};
+
+}  // namespace ZYNE::Linux
