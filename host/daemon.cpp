@@ -15,7 +15,6 @@
 #include "linux/account/credentials.h"
 #include "linux/apps/ability_manager.h"
 #include "linux/apps/bundle_manager.h"
-#include "linux/base/delayed_tasks.h"
 #include "linux/base/device_notes.h"
 #include "linux/base/log_domains.h"
 #include "linux/base/log_share_scope.h"
@@ -286,7 +285,6 @@ bool Daemon::Stop() {
     const bool busLost = parts_->busLost;
     Fabric::GetInstance().Stop();
     StopDesktop();
-    Linux::DelayedTasks::Get().Stop();
     Linux::SteadyTime::Get().RunOut();
     if (parts_->api) {
         parts_->api->Stop();

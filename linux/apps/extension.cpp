@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "linux/apps/extension_remote.h"
-#include "linux/base/delayed_tasks.h"
 #include "linux/base/log_domains.h"
+#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/services/device_bus.h"
 #include "platform/host/asyn_thread_pool.h"
@@ -38,7 +38,7 @@ public:
 
     void OnRemoteDied(const wptr<IRemoteObject>& remote) override {
         if (const std::shared_ptr<Extension> extension = extension_.lock()) {
-            extension->tasks_->Post([extension, remote] { extension->DoDie(remote); });
+            extension->tasks_->Post(PostedTask([extension, remote] { extension->DoDie(remote); }));
         }
     }
 
@@ -48,7 +48,7 @@ private:
 
 Extension::Extension(ElementName element, std::string busName, std::optional<std::chrono::milliseconds> answerTime)
     : element_(std::move(element)), busName_(std::move(busName)), answerTime_(answerTime),
-      tasks_(std::make_shared<SerialTasks>()) {}
+      tasks_(MakeSerialTasks(ThreadPool::Get())) {}
 
 bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
     sptr<AbsentExtension> absent;
@@ -58,7 +58,7 @@ bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
         waiting_.push_back(connection);
         absent = isStarting_ ? absent_ : nullptr;
     }
-    if (!tasks_->Post([self = shared_from_this(), connection] { self->DoConnect(connection); })) {
+    if (!tasks_->Post(PostedTask([self = shared_from_this(), connection] { self->DoConnect(connection); }))) {
         StopWaiting(connection);
         Forget(connection);
         return false;
@@ -76,7 +76,7 @@ bool Extension::Disconnect(const sptr<IAbilityConnection>& connection) {
             return false;
         }
     }
-    return tasks_->Post([self = shared_from_this(), connection] { self->DoDisconnect(connection); });
+    return tasks_->Post(PostedTask([self = shared_from_this(), connection] { self->DoDisconnect(connection); }));
 }
 
 void Extension::Forget(const sptr<IAbilityConnection>& connection) {
@@ -169,7 +169,7 @@ sptr<IRemoteObject> Extension::MakeObject(const sptr<RemoteObject>& remote) {
         const std::shared_ptr<Extension> extension = weak.lock();
         const sptr<RemoteObject> alive = remote.promote();
         if (extension && alive) {
-            extension->tasks_->Post([extension, alive] { extension->KillHung(alive); });
+            extension->tasks_->Post(PostedTask([extension, alive] { extension->KillHung(alive); }));
         }
     };
     return ExtensionRemote::Make(&PostToPool, remote, *answerTime_, std::move(hung));
@@ -203,7 +203,7 @@ bool Extension::BeginStart() {
         isStarting_ = true;
         start = ++starts_;
     }
-    DelayedTasks::Get().Post(START_LIMIT * *answerTime_, [weak = weak_from_this(), start] {
+    ThreadPool::Get().AddLaterTask(START_LIMIT * *answerTime_, [weak = weak_from_this(), start] {
         if (const std::shared_ptr<Extension> extension = weak.lock()) {
             extension->StandIn(start);
         }
@@ -225,7 +225,7 @@ void Extension::EndStart(bool isStarted) {
         }
         absent = absent_;
     }
-    if (absent && (isStarted || !DelayedTasks::Get().Post(PAUSE * *answerTime_, [absent] { absent->Die(); }))) {
+    if (absent && (isStarted || !ThreadPool::Get().AddLaterTask(PAUSE * *answerTime_, [absent] { absent->Die(); }))) {
         absent->Die();
     }
 }

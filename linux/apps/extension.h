@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "linux/apps/absent_extension.h"
-#include "linux/base/serial_tasks.h"
+#include "linux/base/mailbox.h"
 #include "linux/bus/remote_object.h"
 #include "platform/ability/ability_connection.h"
 

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -16,11 +15,6 @@ constexpr int32_t POOL_PARAM = 0;
 constexpr std::chrono::seconds RETRY_TIME{1};  // when the pool has refused a task
 
 }  // namespace
-
-DelayedTasks& DelayedTasks::Get() {
-    static auto& tasks = *new DelayedTasks();
-    return tasks;
-}
 
 bool DelayedTasks::Post(std::chrono::milliseconds delay, std::function<void()> task) {
     const std::scoped_lock lock(mutex_);
@@ -55,7 +49,7 @@ void DelayedTasks::Run() {
         }
         auto node = tasks_.extract(tasks_.begin());
         lock.unlock();
-        const bool posted = CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(node.mapped(), POOL_PARAM);
+        const bool posted = pool_.AddAsynTask(node.mapped(), POOL_PARAM);
         if (posted) {
             node.mapped() = nullptr;  // without the lock: it may hold a last reference
         }

@@ -8,15 +8,14 @@
 #include <mutex>
 #include <thread>
 
+#include "platform/host/asyn_thread_pool.h"
+
 namespace ZYNE::Linux {
 
 // Any thread. One thread of its own, from the first task on, gives each task to the pool when its time has come.
 class DelayedTasks {
 public:
-    // The process's; never destroyed.
-    static DelayedTasks& Get();
-
-    DelayedTasks() = default;
+    explicit DelayedTasks(CollaborationFwk::AsynThreadPool& pool) : pool_(pool) {}
     DelayedTasks(const DelayedTasks&) = delete;
     DelayedTasks& operator=(const DelayedTasks&) = delete;
     ~DelayedTasks() { Stop(); }
@@ -33,6 +32,7 @@ private:
 
     void Run();
 
+    CollaborationFwk::AsynThreadPool& pool_;
     std::mutex mutex_;
     std::condition_variable changed_;                                // tasks_ or stopped_
     std::multimap<Clock::time_point, std::function<void()>> tasks_;  // guarded by mutex_; by when they are due

@@ -20,6 +20,8 @@ namespace ZYNE::Linux {
 namespace {
 
 constexpr LogDomain LOG = LogDomains::RUNTIME;
+constexpr int32_t POOL_PARAM = 0;
+constexpr std::chrono::seconds RETRY_TIME{1};  // for a task that found no thread
 
 }  // namespace
 
@@ -52,6 +54,14 @@ bool ThreadPool::AddAsynTask(std::function<void()> task, int32_t /*param*/) {
     }
     peerTasks_ += isForPeer ? 1 : 0;
     return true;
+}
+
+bool ThreadPool::AddLaterTask(std::chrono::milliseconds delay, std::function<void()> task) {
+    return later_.Post(delay, std::move(task));
+}
+
+bool ThreadPool::AddTaskSoon(const std::function<void()>& task) {
+    return AddAsynTask(task, POOL_PARAM) || AddLaterTask(RETRY_TIME, task);
 }
 
 bool ThreadPool::Give(PostedTask task) {
@@ -135,12 +145,14 @@ void ThreadPool::Close() {
 }
 
 bool ThreadPool::Drain(std::chrono::milliseconds limit) {
+    later_.Stop();
     std::unique_lock lock(mutex_);
     Close();
     return allGone_.wait_for(lock, limit, [&] { return workers_.empty(); });
 }
 
 void ThreadPool::Stop() {
+    later_.Stop();
     std::list<Worker> last;
     {
         std::unique_lock lock(mutex_);

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "linux/base/delayed_tasks.h"
 #include "linux/base/posted_task.h"
 #include "platform/host/asyn_thread_pool.h"
 
@@ -39,6 +40,13 @@ public:
     // Refuses when every thread of the limit is busy, or for a peer when half of them are with tasks for peers; when the
     // system gives no further thread; and once stopped.
     bool AddAsynTask(std::function<void()> task, int32_t param) override;
+
+    // Has `task` run `delay` from now, or later when there is no thread for it then. False once stopped: such tasks are
+    // dropped then, too.
+    bool AddLaterTask(std::chrono::milliseconds delay, std::function<void()> task);
+
+    // Has `task` run as soon as there is a thread for it. False once stopped.
+    bool AddTaskSoon(const std::function<void()>& task);
 
     // Refuses new tasks from now on and waits until those accepted have ended, for `limit` at most. Whether they have.
     // Not to be called by a task.
@@ -74,6 +82,7 @@ private:
     std::list<Worker> workers_;        // guarded by mutex_
     std::vector<Worker*> idle_;        // guarded by mutex_; the one that became idle last is at the back
     std::list<Worker> retired_;        // guarded by mutex_; left workers_, not joined yet: at most one
+    DelayedTasks later_{*this};        // last: its thread uses the others
 };
 
 }  // namespace ZYNE::Linux

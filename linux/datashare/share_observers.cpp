@@ -1,12 +1,12 @@
 #include "linux/datashare/share_observers.h"
 
 #include <algorithm>
-#include <atomic>
+#include <deque>
 #include <iterator>
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/base/serial_tasks.h"
+#include "linux/base/mailbox.h"
 #include "linux/datashare/share_limits.h"
 #include "platform/log/log_print.h"
 
@@ -14,6 +14,8 @@ namespace ZYNE::Linux {
 namespace {
 
 constexpr LogDomain LOG = LogDomains::DATA_SHARE;
+
+using NoticePtr = std::shared_ptr<const Notice>;
 
 // Takes the entries that `leaves` picks out of `entries`, ended. They are let go of by the caller, without the lock:
 // that may end an observer.
@@ -24,7 +26,7 @@ std::vector<std::shared_ptr<Entry>> TakeOut(std::vector<std::shared_ptr<Entry>>&
     std::vector<std::shared_ptr<Entry>> taken(std::make_move_iterator(first), std::make_move_iterator(entries.end()));
     entries.erase(first, entries.end());
     for (const std::shared_ptr<Entry>& entry : taken) {
-        entry->ended = true;
+        entry->mailbox->Close();
     }
     return taken;
 }
@@ -39,10 +41,6 @@ std::vector<std::shared_ptr<Entry>> Pick(
     return picked;
 }
 
-void LogLost(const char* why) {
-    LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "an observer is not told of a change: %{public}s", why);
-}
-
 }  // namespace
 
 struct ShareObservers::NoticeEntry {
@@ -50,9 +48,11 @@ struct ShareObservers::NoticeEntry {
     const ShareName name;
     const bool descendants;
     const std::shared_ptr<DataShareObserver> observer;
-    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
-    std::atomic<bool> ended = false;
-    std::atomic<size_t> waiting = 0;  // bytes of the notices that it has not been told
+    const std::shared_ptr<Mailbox<NoticePtr>> mailbox = Mailbox<NoticePtr>::Make(ThreadPool::Get(),
+        [told = observer](const NoticePtr& notice) { told->OnChange(notice->GetInfo()); },
+        {ShareLimits::WAITING_NOTICES, [](const NoticePtr& notice) {
+             return notice->GetSize();
+         }});
 
     bool IsMeant(const Notice& notice) const {
         return std::any_of(notice.uris.begin(), notice.uris.end(), [this](const std::string& uri) {
@@ -61,52 +61,27 @@ struct ShareObservers::NoticeEntry {
         });
     }
 
-    static void Post(const std::shared_ptr<NoticeEntry>& self, const std::shared_ptr<const Notice>& notice) {
-        const size_t size = notice->GetSize();
-        if (self->waiting.fetch_add(size) + size > ShareLimits::WAITING_NOTICES) {
-            self->waiting -= size;
-            LogLost("too much waits for it");
-            return;
-        }
-        const bool posted = self->tasks->Post([self, notice, size] {
-            self->waiting -= size;
-            if (!self->ended) {
-                self->observer->OnChange(notice->GetInfo());
-            }
-        });
-        if (!posted) {
-            self->waiting -= size;
-            LogLost("no thread");
+    void Post(const NoticePtr& notice) const {
+        if (!mailbox->Post(notice)) {
+            LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "an observer is not told of a change: too much waits for it");
         }
     }
 };
 
 struct ShareObservers::RowEntry {
+    struct Call {};
+
     const ShareName name;
     const sptr<IDataAbilityObserver> observer;
-    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
-    std::atomic<bool> ended = false;
-    std::atomic<bool> posted = false;  // a call that has not begun tells of all changes until then
+    // A call that has not begun tells of all changes until then.
+    const std::shared_ptr<Mailbox<Call>> mailbox = Mailbox<Call>::Make(ThreadPool::Get(),
+        [told = observer](Call) { told->OnChange(); }, {.join = [](const std::deque<Call>& waiting, Call) {
+            return !waiting.empty();
+        }});
 
     bool IsMeant(const RowsChanged& change) const {
         return IsAtOrBelow(change.share, name.path) &&
             (name.key.empty() || std::find(change.keys.begin(), change.keys.end(), name.key) != change.keys.end());
-    }
-
-    static void Post(const std::shared_ptr<RowEntry>& self) {
-        if (self->posted.exchange(true)) {
-            return;
-        }
-        const bool accepted = self->tasks->Post([self] {
-            self->posted = false;
-            if (!self->ended) {
-                self->observer->OnChange();
-            }
-        });
-        if (!accepted) {
-            self->posted = false;
-            LogLost("no thread");
-        }
     }
 };
 
@@ -158,7 +133,7 @@ void ShareObservers::Tell(const RowsChanged& change) {
         return entry.IsMeant(change);
     };
     for (const std::shared_ptr<RowEntry>& entry : Pick(mutex_, forRows_, meant)) {
-        RowEntry::Post(entry);
+        entry->mailbox->Post({});
     }
 }
 
@@ -168,7 +143,7 @@ void ShareObservers::Tell(Notice notice) {
         return entry.IsMeant(*shared);
     };
     for (const std::shared_ptr<NoticeEntry>& entry : Pick(mutex_, forNotices_, meant)) {
-        NoticeEntry::Post(entry, shared);
+        entry->Post(shared);
     }
 }
 
@@ -177,13 +152,13 @@ void ShareObservers::TellAll() {
         return true;
     };
     for (const std::shared_ptr<RowEntry>& entry : Pick(mutex_, forRows_, all)) {
-        RowEntry::Post(entry);
+        entry->mailbox->Post({});
     }
     for (const std::shared_ptr<NoticeEntry>& entry : Pick(mutex_, forNotices_, all)) {
         Notice notice;
         notice.type = DataShareObserver::ChangeType::UPDATE;
         notice.uris = {entry->name.path};
-        NoticeEntry::Post(entry, std::make_shared<const Notice>(std::move(notice)));
+        entry->Post(std::make_shared<const Notice>(std::move(notice)));
     }
 }
 

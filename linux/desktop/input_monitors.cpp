@@ -1,11 +1,37 @@
 #include "linux/desktop/input_monitors.h"
 
+#include <deque>
 #include <utility>
+
+#include "linux/base/log_domains.h"
+#include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
 
+constexpr LogDomain LOG = LogDomains::INPUT;
 constexpr int32_t NOT_ADDED = -1;
+
+bool IsMotion(const InputEvent& event) {
+    const auto* change = std::get_if<PointerChange>(&event);
+    return change != nullptr && change->isMotion;
+}
+
+bool JoinOrMakeRoom(std::deque<InputEvent>& waiting, InputEvent& next) {
+    if (waiting.size() >= InputMonitors::MOST_MOTIONS && IsMotion(next) && IsMotion(waiting.back())) {
+        auto& last = std::get<PointerChange>(waiting.back());
+        auto& joined = std::get<PointerChange>(next);
+        joined.dx += last.dx;
+        joined.dy += last.dy;
+        last = std::move(joined);
+        return true;
+    }
+    if (waiting.size() >= InputMonitors::MOST_EVENTS) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "a monitor does not return, it loses its oldest event");
+        waiting.pop_front();
+    }
+    return false;
+}
 
 std::shared_ptr<KeyEvent> MakeKeyEvent(const KeyChange& change) {
     auto event = std::make_shared<KeyEvent>();
@@ -43,13 +69,13 @@ int32_t InputMonitors::Add(InputManager::PointerMonitor monitor) {
     });
 }
 
-int32_t InputMonitors::Add(bool watchesKeys, MonitorQueue::Call call) {
-    auto queue = std::make_shared<MonitorQueue>(std::move(call));
+int32_t InputMonitors::Add(bool watchesKeys, std::function<void(const InputEvent& event)> call) {
+    auto events = Mailbox<InputEvent>::Make(pool_, std::move(call), {.join = &JoinOrMakeRoom});
     const std::scoped_lock lock(mutex_);
     if (monitors_.size() >= MOST_MONITORS) {
         return NOT_ADDED;
     }
-    monitors_.emplace(++lastId_, Monitor{watchesKeys, std::move(queue)});
+    monitors_.emplace(++lastId_, Monitor{watchesKeys, std::move(events)});
     return lastId_;
 }
 
@@ -59,7 +85,7 @@ bool InputMonitors::Remove(int32_t monitorId) {
     const std::scoped_lock lock(mutex_);
     removed = monitors_.extract(monitorId);
     if (removed) {
-        removed.mapped().queue->Close();
+        removed.mapped().events->Close();
     }
     return !monitors_.empty();
 }
@@ -69,7 +95,7 @@ void InputMonitors::RemoveAll() {
     const std::scoped_lock lock(mutex_);
     removed.swap(monitors_);
     for (const auto& [id, monitor] : removed) {
-        monitor.queue->Close();
+        monitor.events->Close();
     }
 }
 
@@ -79,7 +105,7 @@ void InputMonitors::Deliver(const std::vector<InputEvent>& events) {
         const bool isKey = std::holds_alternative<KeyChange>(event);
         for (const auto& [id, monitor] : monitors_) {
             if (monitor.watchesKeys == isKey) {
-                monitor.queue->Push(event);
+                monitor.events->Post(event);
             }
         }
     }

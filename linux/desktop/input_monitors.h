@@ -8,7 +8,8 @@
 #include <mutex>
 #include <vector>
 
-#include "linux/desktop/monitor_queue.h"
+#include "linux/base/mailbox.h"
+#include "linux/desktop/input_event.h"
 #include "platform/input/input_manager.h"
 
 namespace ZYNE::Linux {
@@ -17,6 +18,13 @@ namespace ZYNE::Linux {
 class InputMonitors {
 public:
     static constexpr size_t MOST_MONITORS = 256;
+    // How many motions wait for a monitor at most. One more is added to the last of them.
+    static constexpr size_t MOST_MOTIONS = 256;
+    // How many events wait for it at most. For one more the oldest is dropped: the monitor has not returned for
+    // thousands of keys.
+    static constexpr size_t MOST_EVENTS = 4096;
+
+    explicit InputMonitors(ThreadPool& pool) : pool_(pool) {}
 
     // The new monitor's id; negative when `monitor` is empty or there are too many.
     int32_t Add(InputManager::KeyMonitor monitor);
@@ -31,12 +39,13 @@ public:
 private:
     struct Monitor {
         bool watchesKeys;
-        std::shared_ptr<MonitorQueue> queue;
+        std::shared_ptr<Mailbox<InputEvent>> events;
     };
 
-    int32_t Add(bool watchesKeys, MonitorQueue::Call call);
+    int32_t Add(bool watchesKeys, std::function<void(const InputEvent& event)> call);
 
-    std::mutex mutex_;                     // taken before the queues' locks
+    ThreadPool& pool_;
+    std::mutex mutex_;                     // taken before the mailboxes' locks
     std::map<int32_t, Monitor> monitors_;  // guarded by mutex_
     int32_t lastId_ = 0;                   // guarded by mutex_
 };

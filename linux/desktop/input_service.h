@@ -72,7 +72,7 @@ private:
     std::mutex mutex_;
     bool isStarted_ = false;  // guarded by mutex_
     DisplayTable displays_;
-    InputMonitors monitors_;
+    InputMonitors monitors_{ThreadPool::Get()};
     XInputSource server_{displays_, monitors_};
 };
 

@@ -1,14 +1,13 @@
 #include "linux/device/users.h"
 
 #include <algorithm>
-#include <atomic>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
 
 #include "linux/base/kept_file.h"
 #include "linux/base/log_domains.h"
-#include "linux/base/serial_tasks.h"
+#include "linux/base/mailbox.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE {
@@ -60,19 +59,19 @@ std::string NameUsers(const std::vector<User>& users) {
 
 // What is there from Start to Stop.
 struct Users::Running {
+    struct Switched {
+        int32_t before;
+        int32_t now;
+    };
+
     const Options options;
     int32_t foreground;  // guarded by mutex_ of Users
-    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
-    std::atomic<bool> ended = false;
-
-    // False when it was refused.
-    static bool PostSwitched(const std::shared_ptr<Running>& self, int32_t before, int32_t now) {
-        return self->tasks->Post([self, before, now] {
-            if (!self->ended && self->options.switched) {
-                self->options.switched(before, now);
+    const std::shared_ptr<Mailbox<Switched>> mailbox =
+        Mailbox<Switched>::Make(ThreadPool::Get(), [told = options.switched](const Switched& users) {
+            if (told) {
+                told(users.before, users.now);
             }
         });
-    }
 };
 
 Users::~Users() = default;
@@ -96,7 +95,7 @@ void Users::Stop() {
     const std::scoped_lock lock(mutex_);
     running.swap(running_);
     if (running) {
-        running->ended = true;
+        running->mailbox->Close();
     }
 }
 
@@ -115,10 +114,10 @@ void Users::Switch(int32_t id) {
     }
     WriteKeptFile(running_->options.file, std::to_string(id) + '\n');
     running_->foreground = id;
-    if (!Running::PostSwitched(running_, before, id)) {
+    if (!running_->mailbox->Post({before, id})) {
         running_->foreground = before;
         WriteKeptFile(running_->options.file, std::to_string(before) + '\n');
-        throw std::runtime_error("no user can be switched to: the device has no thread to spare");
+        throw std::runtime_error("no user can be switched to: the device is ending");
     }
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "user %{public}d takes over from user %{public}d", id, before);
 }

@@ -1,9 +1,8 @@
 #include "linux/network/device_events.h"
 
 #include <algorithm>
+#include <deque>
 #include <utility>
-
-#include <pthread.h>
 
 #include "linux/base/log_share_scope.h"
 #include "linux/network/control/answer_delivery.h"
@@ -11,49 +10,22 @@
 
 namespace ZYNE::Linux {
 
-DeviceEvents::DeviceEvents(const PeerTable& peers, PeerShares& shares, Handler handler)
-    : peers_(peers), shares_(shares), handler_(std::move(handler)), thread_([this] { Run(); }) {
-    pthread_setname_np(thread_.native_handle(), "collabd-devices");
-}
+// At most one waits of a device that ended nothing.
+DeviceEvents::DeviceEvents(ThreadPool& pool, const PeerTable& peers, PeerShares& shares, Handler handler)
+    : peers_(peers), shares_(shares), handler_(std::move(handler)),
+      events_(Mailbox<Event>::Make(pool, [this](const Event& event) { Take(event); },
+          {.join = [](const std::deque<Event>& waiting, const Event& next) {
+              return next.ended.empty() && std::ranges::find(waiting, next.udid, &Event::udid) != waiting.end();
+          }})) {}
 
 void DeviceEvents::Add(const std::string& udid, std::vector<std::string> ended) {
-    const std::scoped_lock lock(mutex_);
-    const bool isWaiting = std::ranges::any_of(events_, [&](const Event& event) { return event.udid == udid; });
-    if (!isWaiting || !ended.empty()) {
-        events_.push_back({udid, std::move(ended)});
-        wake_.notify_one();
-    }
+    events_->Post({udid, std::move(ended)});
 }
 
-void DeviceEvents::Stop() {
-    {
-        const std::scoped_lock lock(mutex_);
-        stopping_ = true;
-        wake_.notify_one();
-    }
-    if (thread_.joinable()) {
-        thread_.join();
-    }
-}
-
-void DeviceEvents::Run() {
-    for (;;) {
-        Event event;
-        {
-            std::unique_lock lock(mutex_);
-            wake_.wait(lock, [this] { return stopping_ || !events_.empty(); });
-            if (stopping_) {
-                return;
-            }
-            event = std::move(events_.front());
-            events_.pop_front();
-        }
-        const LogShareScope scope(shares_.LogOf(event.udid));
-        GuardedCall("telling of a device", [&] {
-            TellChannelShutDown(event.ended);
-            TellState(event.udid);
-        });
-    }
+void DeviceEvents::Take(const Event& event) {
+    const LogShareScope scope(shares_.LogOf(event.udid));
+    TellChannelShutDown(event.ended);
+    TellState(event.udid);
 }
 
 void DeviceEvents::TellState(const std::string& udid) {

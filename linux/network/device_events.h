@@ -1,29 +1,27 @@
 // Tells the host in order which devices come, change and go.
 #pragma once
 
-#include <condition_variable>
-#include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
+#include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "linux/base/mailbox.h"
 #include "linux/network/presence/peer_shares.h"
 #include "linux/network/presence/peer_table.h"
 #include "platform/device_manager/dm_device_state.h"
 
 namespace ZYNE::Linux {
 
-// Any thread may add; one thread of its own calls out, with no lock held. What is told is the difference between what
+// Any thread. Calls out on threads of the pool, of one device at a time, with no lock held. What is told is the difference between what
 // was told last and what is: a device that flickers while a callback runs does not fill a queue.
 class DeviceEvents {
 public:
     using Handler = std::function<void(int state, const DmDeviceInfo& device)>;
 
     // What it calls is done in the name of the device, see LogShareScope.
-    DeviceEvents(const PeerTable& peers, PeerShares& shares, Handler handler);
+    DeviceEvents(ThreadPool& pool, const PeerTable& peers, PeerShares& shares, Handler handler);
     DeviceEvents(const DeviceEvents&) = delete;
     DeviceEvents& operator=(const DeviceEvents&) = delete;
     ~DeviceEvents() { Stop(); }
@@ -31,8 +29,8 @@ public:
     // Something about the device may have changed. `ended` are the collaborations whose channel went with it.
     void Add(const std::string& udid, std::vector<std::string> ended);
 
-    // Ends the thread when the callback that runs has returned. What has not been told is not told any more.
-    void Stop();
+    // Returns when the callback that runs has returned. What has not been told is not told any more.
+    void Stop() { events_->CloseAndWait(); }
 
 private:
     struct Event {
@@ -40,20 +38,15 @@ private:
         std::vector<std::string> ended;
     };
 
-    void Run();
+    void Take(const Event& event);
     void TellState(const std::string& udid);
     void Call(DmDeviceState state, const Announcement& device) const;
 
     const PeerTable& peers_;
     PeerShares& shares_;
     const Handler handler_;
-    std::map<std::string, Announcement> told_;  // by udid, those told to be online; the thread's own
-
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    std::deque<Event> events_;  // guarded by mutex_; at most one of a device that ended nothing
-    bool stopping_ = false;     // guarded by mutex_
-    std::thread thread_;        // last: it uses the others
+    std::map<std::string, Announcement> told_;  // by udid, those told to be online; of Take alone
+    const std::shared_ptr<Mailbox<Event>> events_;
 };
 
 }  // namespace ZYNE::Linux

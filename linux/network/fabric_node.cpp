@@ -93,8 +93,8 @@ FabricNode::FabricNode(const FabricOptions& options, FabricIdentity identity, De
               [this](const std::string& udid) {
                   loop_->Post([this, udid] { links_.EndLink(udid, LinkRefusal::OTHER, "it takes nothing"); });
               }}),
-      events_(*peers_, *shares_, std::move(handler)), facts_{options.deviceName, options.deviceType, OS_TYPE,
-                                                          SCREEN_UNKNOWN},
+      events_(ThreadPool::Get(), *peers_, *shares_, std::move(handler)), facts_{options.deviceName, options.deviceType,
+                                                                             OS_TYPE, SCREEN_UNKNOWN},
       links_(*loop_, std::move(identity.link), *this) {}
 
 void FabricNode::Begin() {

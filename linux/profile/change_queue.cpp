@@ -4,13 +4,13 @@
 
 namespace ZYNE::Linux {
 
-void ChangeQueue::Add(const SubscriptionPtr& subscription, const ProfileStep& step) {
+void ChangeQueue::Add(const ProfileStep& step) {
     const ProfileRecord& record = step.before ? *step.before : *step.after;
-    Key key{subscription.get(), record.profile.GetDeviceId(), ProfileName(record)};
+    Key key{record.profile.GetDeviceId(), ProfileName(record)};
     const auto known = byKey_.find(key);
     if (known == byKey_.end()) {
         if (!step.isForgotten) {
-            waiting_.emplace_back(key, Change{subscription, step.before, !step.after, step.after});
+            waiting_.emplace_back(key, Change{step.before, !step.after, step.after});
             byKey_.emplace(std::move(key), std::prev(waiting_.end()));
         }
         return;
@@ -37,24 +37,9 @@ void ChangeQueue::Remove(Waiting::iterator at) {
     waiting_.erase(at);
 }
 
-void ChangeQueue::Drop(const SubscriptionPtr& subscription) {
-    for (auto at = waiting_.begin(); at != waiting_.end();) {
-        const auto next = std::next(at);
-        if (at->second.subscription == subscription) {
-            Remove(at);
-        }
-        at = next;
-    }
-}
-
-void ChangeQueue::Clear() {
-    byKey_.clear();
-    waiting_.clear();
-}
-
-void ChangeQueue::Tell(const Change& change) {
+void ChangeQueue::Tell(const Change& change, const Teller& tell) {
     const auto call = [&](ProfileChange what, const RecordPtr& before, const RecordPtr& after) {
-        RunTask([&] { change.subscription->tell(what, before->profile, after->profile); });
+        RunTask([&] { tell(what, before->profile, after->profile); });
     };
     if (change.isDeleted) {
         call(ProfileChange::DELETED, change.told, change.told);

@@ -43,7 +43,7 @@ ProfileService& ProfileService::Get() {
     return service;
 }
 
-ProfileService::ProfileService() : teller_([this] { return TellOne(); }) {}
+ProfileService::ProfileService() : subscriptions_(ThreadPool::Get()) {}
 
 ProfileService::~ProfileService() {
     Close();
@@ -66,7 +66,6 @@ void ProfileService::Open(const std::filesystem::path& file, const std::string& 
             }
         }
     }
-    teller_.Start();
 }
 
 void ProfileService::Close() {
@@ -83,7 +82,9 @@ void ProfileService::Close() {
         table_.Clear();
         ended = subscriptions_.EndAll();
     }
-    teller_.Stop();
+    for (const Ended& each : ended) {
+        each->EndAndWait();
+    }
 }
 
 std::string ProfileService::UdidOf(const std::string& deviceId) const {
@@ -180,18 +181,14 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
         ProfilePrint(LogLevel::ERROR, "a profile of this device is not kept: %{public}s", error.what());
         return PROFILE_STORE_FAILED;
     }
-    bool isToBeTold = false;
     {
         const std::scoped_lock lock(mutex_);
-        isToBeTold = subscriptions_.Add(
+        subscriptions_.Add(
             isDeleted ? table_.Delete(record->profile.GetDeviceId(), name) : table_.Put(record, THIS_DEVICE));
     }
     DeviceNotes::Get().Clear("profile", NameForPeople(*record));
     if (network_ != nullptr) {
         network_->Publish(record, isDeleted);
-    }
-    if (isToBeTold) {
-        teller_.Wake();
     }
     return PROFILE_OK;
 }
@@ -210,7 +207,6 @@ int32_t ProfileService::SubscribeDeviceProfile(const SubscribeInfo& subscribeInf
         earlier = subscriptions_.Subscribe(
             subscribeInfo, table_.Find(key.deviceId, CharacteristicName(key.serviceName, key.characteristicKey)));
     }
-    teller_.Wake();
     return PROFILE_OK;
 }
 
@@ -251,19 +247,6 @@ std::vector<ProfileService::KnownProfile> ProfileService::List(const std::string
     return list;
 }
 
-// False when nobody was to be told of anything.
-bool ProfileService::TellOne() {
-    std::optional<ChangeQueue::Change> change;
-    {
-        const std::scoped_lock lock(mutex_);
-        change = subscriptions_.TakeNext();
-    }
-    if (change) {
-        ChangeQueue::Tell(*change);
-    }
-    return change.has_value();
-}
-
 bool ProfileService::Join(ProfileNetwork& network, const std::string& udid) {
     const std::scoped_lock publishing(publishMutex_);
     std::vector<RecordPtr> own;
@@ -292,36 +275,26 @@ void ProfileService::Leave() {
 }
 
 bool ProfileService::OnPut(const RecordPtr& record, WriterId writer) {
-    bool isToBeTold = false;
-    {
-        const std::scoped_lock lock(mutex_);
-        const std::string& udid = record->profile.GetDeviceId();
-        if (!isJoined_ || udid == udid_) {
-            return false;
-        }
-        if (const ProfileCode code = table_.Check(*record); code != PROFILE_OK) {
-            if (table_.IsFirstRefusal(udid)) {
-                ProfilePrint(LogLevel::WARN, "device %{public}s publishes more than it may: refused, %{public}d",
-                    Anonymous(udid), code);
-            }
-            return false;
-        }
-        isToBeTold = subscriptions_.Add(table_.Put(record, writer));
+    const std::scoped_lock lock(mutex_);
+    const std::string& udid = record->profile.GetDeviceId();
+    if (!isJoined_ || udid == udid_) {
+        return false;
     }
-    if (isToBeTold) {
-        teller_.Wake();
+    if (const ProfileCode code = table_.Check(*record); code != PROFILE_OK) {
+        if (table_.IsFirstRefusal(udid)) {
+            ProfilePrint(LogLevel::WARN, "device %{public}s publishes more than it may: refused, %{public}d",
+                Anonymous(udid), code);
+        }
+        return false;
     }
+    subscriptions_.Add(table_.Put(record, writer));
     return true;
 }
 
 void ProfileService::OnDelete(const std::string& udid, const ProfileName& name) {
-    bool isToBeTold = false;
-    {
-        const std::scoped_lock lock(mutex_);
-        isToBeTold = udid != udid_ && subscriptions_.Add(table_.Delete(udid, name));
-    }
-    if (isToBeTold) {
-        teller_.Wake();
+    const std::scoped_lock lock(mutex_);
+    if (udid != udid_) {
+        subscriptions_.Add(table_.Delete(udid, name));
     }
 }
 

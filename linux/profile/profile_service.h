@@ -24,7 +24,6 @@
 #include "linux/profile/profile_store.h"
 #include "linux/profile/profile_subscriptions.h"
 #include "linux/profile/profile_table.h"
-#include "linux/profile/teller.h"
 #include "platform/host/device_profile_client.h"
 
 namespace ZYNE::Linux {
@@ -110,7 +109,6 @@ private:
     int32_t Put(ProfileKind kind, CharacteristicProfile profile);
     static void NoteRefusal(const ProfileRecord& record, ProfileCode code);
     int32_t Commit(const RecordPtr& record, bool isDeleted);  // under publishMutex_
-    bool TellOne();
 
     // One change of this device's profiles at a time, so that the store, the table and the network get all of them in
     // one order: held while the store commits and while the network takes the change. Taken before mutex_.
@@ -123,7 +121,6 @@ private:
     bool isJoined_ = false;               // guarded by mutex_; a network may tell what peers publish
     ProfileTable table_;                  // guarded by mutex_
     ProfileSubscriptions subscriptions_;  // guarded by mutex_
-    Teller teller_;
 };
 
 }  // namespace ZYNE::Linux

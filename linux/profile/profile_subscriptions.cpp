@@ -11,7 +11,7 @@ bool IsSame(const SubscribeInfo& a, const SubscribeInfo& b) {
 }
 
 // Tells the listener of what the subscription asks for.
-Subscription::Tell TellListener(const SubscribeInfo& info) {
+ChangeQueue::Teller TellListener(const SubscribeInfo& info) {
     return [info](ProfileChange change, const CharacteristicProfile& before, const CharacteristicProfile& after) {
         IProfileChangeListener& listener = *info.GetListener();
         switch (change) {
@@ -34,7 +34,7 @@ Subscription::Tell TellListener(const SubscribeInfo& info) {
     };
 }
 
-Subscription::Tell TellWatcher(ProfileSubscriptions::Watcher watcher) {
+ChangeQueue::Teller TellWatcher(ProfileSubscriptions::Watcher watcher) {
     return [watcher = std::move(watcher)](
                ProfileChange change, const CharacteristicProfile& /*before*/, const CharacteristicProfile& after) {
         watcher(change, after);
@@ -51,10 +51,10 @@ ProfileSubscriptions::Name ProfileSubscriptions::NameOf(const SubscribeInfo& inf
 ProfileSubscriptions::SubscriptionPtr ProfileSubscriptions::Subscribe(
     const SubscribeInfo& info, const RecordPtr& known) {
     SubscriptionPtr earlier = Unsubscribe(info);
-    const auto subscription = std::make_shared<const Subscription>(Subscription{TellListener(info)});
+    const auto subscription = std::make_shared<Subscription>(pool_, TellListener(info));
     subscribed_[NameOf(info)].push_back({info, subscription});
     if (known) {
-        changes_.Add(subscription, {nullptr, known});
+        subscription->Add({nullptr, known});
     }
     return earlier;
 }
@@ -74,49 +74,52 @@ ProfileSubscriptions::SubscriptionPtr ProfileSubscriptions::Unsubscribe(const Su
     if (named->second.empty()) {
         subscribed_.erase(named);
     }
-    changes_.Drop(ended);
+    ended->End();
     return ended;
 }
 
 ProfileSubscriptions::SubscriptionPtr ProfileSubscriptions::Watch(Watcher watcher) {
     SubscriptionPtr next;
     if (watcher) {
-        next = std::make_shared<const Subscription>(Subscription{TellWatcher(std::move(watcher))});
+        next = std::make_shared<Subscription>(pool_, TellWatcher(std::move(watcher)));
     }
     SubscriptionPtr earlier = std::exchange(watcher_, std::move(next));
-    changes_.Drop(earlier);
+    if (earlier) {
+        earlier->End();
+    }
     return earlier;
 }
 
 std::vector<ProfileSubscriptions::SubscriptionPtr> ProfileSubscriptions::EndAll() {
-    std::vector<SubscriptionPtr> ended{Watch(nullptr)};
+    std::vector<SubscriptionPtr> ended;
+    if (SubscriptionPtr watcher = Watch(nullptr)) {
+        ended.push_back(std::move(watcher));
+    }
     for (const auto& [name, all] : subscribed_) {
         for (const Subscribed& one : all) {
             ended.push_back(one.subscription);
         }
     }
     subscribed_.clear();
-    changes_.Clear();
     return ended;
 }
 
-bool ProfileSubscriptions::Add(const ProfileStep& step) {
+void ProfileSubscriptions::Add(const ProfileStep& step) {
     const RecordPtr& record = step.before ? step.before : step.after;
     if (!record || record->kind != ProfileKind::CHARACTERISTIC) {
-        return false;
+        return;
     }
     const CharacteristicProfile& profile = record->profile;
     const auto named =
         subscribed_.find({profile.GetDeviceId(), profile.GetServiceName(), profile.GetCharacteristicKey()});
     if (named != subscribed_.end()) {
         for (const Subscribed& one : named->second) {
-            changes_.Add(one.subscription, step);
+            one.subscription->Add(step);
         }
     }
     if (watcher_) {
-        changes_.Add(watcher_, step);
+        watcher_->Add(step);
     }
-    return watcher_ || named != subscribed_.end();
 }
 
 }  // namespace ZYNE::Linux

@@ -5,11 +5,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "linux/profile/change_queue.h"
+#include "linux/profile/subscription.h"
 #include "platform/device_profile/subscribe_info.h"
 
 namespace ZYNE::Linux {
@@ -18,8 +17,10 @@ namespace ZYNE::Linux {
 // not for the inside of a lock.
 class ProfileSubscriptions {
 public:
-    using SubscriptionPtr = ChangeQueue::SubscriptionPtr;
+    using SubscriptionPtr = std::shared_ptr<Subscription>;
     using Watcher = std::function<void(ProfileChange change, const CharacteristicProfile& profile)>;
+
+    explicit ProfileSubscriptions(ThreadPool& pool) : pool_(pool) {}
 
     // The subscription that this one replaces: the same key and listener. `known` is the characteristic, if it is
     // known.
@@ -30,10 +31,8 @@ public:
     SubscriptionPtr Watch(Watcher watcher);
     std::vector<SubscriptionPtr> EndAll();
 
-    // Queues a change. Whether somebody is to be told.
-    bool Add(const ProfileStep& step);
-    // What is to be told next.
-    std::optional<ChangeQueue::Change> TakeNext() { return changes_.Take(); }
+    // Has those told who want to be.
+    void Add(const ProfileStep& step);
 
 private:
     using Name = std::array<std::string, 3>;  // udid, service, key
@@ -44,9 +43,9 @@ private:
 
     static Name NameOf(const SubscribeInfo& info);
 
+    ThreadPool& pool_;
     std::map<Name, std::vector<Subscribed>> subscribed_;
     SubscriptionPtr watcher_;
-    ChangeQueue changes_;
 };
 
 }  // namespace ZYNE::Linux

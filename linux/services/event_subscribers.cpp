@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/base/serial_tasks.h"
+#include "linux/base/mailbox.h"
 
 namespace ZYNE::Linux {
 
@@ -26,34 +26,29 @@ private:
     const std::function<void()> told_;
 };
 
-struct EventSubscribers::Entry {
-    const std::shared_ptr<CommonEventSubscriber> subscriber;
-    const std::shared_ptr<SerialTasks> tasks = std::make_shared<SerialTasks>();
-    std::atomic<bool> ended = false;
-    std::atomic<size_t> waiting = 0;  // events that it has not been told
+struct EventSubscribers::Event {
+    std::string name;
+    std::shared_ptr<Delivery> delivery;
+};
 
+struct EventSubscribers::Entry {
     // Also when the subscriber throws.
     struct Finishing {
         Delivery& delivery;
         ~Finishing() { delivery.FinishOne(); }
     };
 
-    static void Post(const std::shared_ptr<Entry>& self, const std::string& event, std::shared_ptr<Delivery> delivery) {
-        const bool fits = self->waiting.fetch_add(1) < MOST_WAITING;
-        const bool posted = fits && self->tasks->Post([self, event, delivery] {
-            --self->waiting;
-            if (!self->ended) {
-                const Finishing finishing{*delivery};
-                self->subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event)));
-            }
-        });
-        if (!posted) {
-            --self->waiting;
-            LogPrint(LogType::CORE, LogLevel::ERROR, LogDomains::EVENT,
-                "%{public}s is lost to a subscriber: %{public}s", event, fits ? "no thread" : "too much waits for it");
-            delivery->FinishOne();
-        }
-    }
+    explicit Entry(std::shared_ptr<CommonEventSubscriber> told)
+        : subscriber(std::move(told)),
+          mailbox(Mailbox<Event>::Make(ThreadPool::Get(),
+              [subscriber = subscriber](const Event& event) {
+                  const Finishing finishing{*event.delivery};
+                  subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event.name)));
+              },
+              {MOST_WAITING})) {}
+
+    const std::shared_ptr<CommonEventSubscriber> subscriber;
+    const std::shared_ptr<Mailbox<Event>> mailbox;
 };
 
 EventSubscribers::EventSubscribers() = default;
@@ -61,7 +56,7 @@ EventSubscribers::EventSubscribers() = default;
 EventSubscribers::~EventSubscribers() = default;
 
 void EventSubscribers::Add(std::shared_ptr<CommonEventSubscriber> subscriber) {
-    auto entry = std::shared_ptr<Entry>(new Entry{std::move(subscriber)});
+    auto entry = std::make_shared<Entry>(std::move(subscriber));
     const std::scoped_lock lock(mutex_);
     entries_.push_back(std::move(entry));
 }
@@ -71,7 +66,7 @@ void EventSubscribers::Clear() {
     const std::scoped_lock lock(mutex_);
     ended.swap(entries_);
     for (const std::shared_ptr<Entry>& entry : ended) {
-        entry->ended = true;
+        entry->mailbox->Close();
     }
 }
 
@@ -93,7 +88,11 @@ void EventSubscribers::Tell(const std::string& event, int32_t uid, std::function
     }
     const auto delivery = std::make_shared<Delivery>(meant.size() + 1, std::move(told));
     for (const std::shared_ptr<Entry>& entry : meant) {
-        Entry::Post(entry, event, delivery);
+        if (!entry->mailbox->Post({event, delivery})) {
+            LogPrint(LogType::CORE, LogLevel::ERROR, LogDomains::EVENT,
+                "%{public}s is lost to a subscriber: too much waits for it", event);
+            delivery->FinishOne();
+        }
     }
     delivery->FinishOne();
 }

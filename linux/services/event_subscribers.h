@@ -41,6 +41,7 @@ public:
     void Tell(const std::string& event, int32_t uid, std::function<void()> told = {});
 
 private:
+    struct Event;
     struct Entry;
     class Delivery;
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "linux/base/delayed_tasks.h"
 #include "linux/base/log_domains.h"
+#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/services/device_bus.h"
 #include "platform/log/log_print.h"
@@ -68,7 +68,7 @@ void ServiceKeeper::TakeDeath(const std::string& name, const sptr<IRemoteObject>
             keeper->StartAgain(name);
         }
     };
-    if (!DelayedTasks::Get().Post(pause, std::move(startAgain))) {
+    if (!ThreadPool::Get().AddLaterTask(pause, std::move(startAgain))) {
         return;  // the device stops
     }
     if (pauses.HasBecomeSteady()) {

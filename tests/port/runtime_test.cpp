@@ -11,7 +11,7 @@
 #include "linux/base/call_queue.h"
 #include "linux/base/delayed_tasks.h"
 #include "linux/base/hang_watch.h"
-#include "linux/base/serial_tasks.h"
+#include "linux/base/mailbox.h"
 #include "linux/base/steady_time.h"
 #include "linux/base/thread_pool.h"
 #include "linux/device/process_guard.h"
@@ -147,16 +147,54 @@ TEST_F(Calls, AreRefusedWhenTooManyWaitUnlessTheyNeedNotAndWhenClosed) {
 
 TEST(TasksInARow, RunForWhomTheyWerePostedWhoeverPostedTheFirst) {
     const auto share = std::make_shared<LogShare>("peer");
-    const auto tasks = std::make_shared<SerialTasks>();
+    ThreadPool pool;
+    const auto tasks = MakeSerialTasks(pool);
     std::latch posted(1);
     std::promise<std::shared_ptr<LogShare>> seen;
-    tasks->Post([&] { posted.wait(); });
+    tasks->Post(PostedTask([&] { posted.wait(); }));
     {
         const LogShareScope scope(share);
-        tasks->Post([&] { seen.set_value(LogShareScope::Current()); });
+        tasks->Post(PostedTask([&] { seen.set_value(LogShareScope::Current()); }));
     }
     posted.count_down();
     EXPECT_EQ(seen.get_future().get(), share);
+}
+
+TEST(AMailbox, KeepsOrderAndBoundJoinsWhatWaitsAndIsClosedFromAnywhere) {
+    ThreadPool pool(1);  // one thread: a second one finds none until the first lets go
+    Told<int> told;
+    std::latch entered(1);
+    std::latch release(1);
+    const auto blocked = Mailbox<int>::Make(pool,
+        [&](int event) {
+            told.Add(event);
+            entered.count_down();
+            release.wait();
+        },
+        {.most = 6, .weigh = [](int event) {
+             return static_cast<size_t>(event);
+         }});
+    EXPECT_FALSE(blocked->Post(7));
+    EXPECT_TRUE(blocked->Post(1));
+    entered.wait();
+    EXPECT_TRUE(blocked->Post(2) && blocked->Post(4));
+    EXPECT_FALSE(blocked->Post(1));
+    const auto joined = Mailbox<int>::Make(
+        pool, [&](int event) { told.Add(event); }, {.most = 2, .join = [](std::deque<int>& waiting, int next) {
+                                                        const bool fits = !waiting.empty() && waiting.back() >= 10;
+                                                        if (fits) {
+                                                            waiting.back() += next;
+                                                        }
+                                                        return fits;
+                                                    }});
+    EXPECT_TRUE(joined->Post(10) && joined->Post(20));
+    const auto closed = Mailbox<int>::Make(pool, [&](int) { FAIL() << "a closed mailbox"; });
+    EXPECT_TRUE(closed->Post(1));
+    closed->Close();
+    EXPECT_FALSE(closed->Post(1));
+    release.count_down();
+    EXPECT_THAT(told.Until(30), ElementsAre(1, 2, 4, 30));
+    blocked->CloseAndWait();
 }
 
 TEST(ALoop, HangsWhenItDoesNotComeRoundUnlessTheWholeProcessWasStopped) {
@@ -235,7 +273,8 @@ TEST_F(PortTest, TakesForSystemFilesRegularOnesOrThoseNotThereYet) {
 TEST(LaterTasks, RunWhenTheyAreDueAndNotAfterTheStop) {
     Told<int> ran;
     const auto held = std::make_shared<int>(0);
-    DelayedTasks tasks;
+    ThreadPool pool;
+    DelayedTasks tasks(pool);
     EXPECT_TRUE(tasks.Post(1h, [held] { FAIL() << "a dropped task ran"; }));
     EXPECT_TRUE(tasks.Post(100ms, [&] { ran.Add(2); }));
     EXPECT_TRUE(tasks.Post(0ms, [&] { ran.Add(1); }));

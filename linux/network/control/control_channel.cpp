@@ -23,7 +23,15 @@ size_t BytesOf(const ControlMessage& message) {
 
 ControlChannel::ControlChannel(std::shared_ptr<const PeerTable> peers, std::shared_ptr<PeerShares> shares,
     std::function<void(const std::string& udid)> onExcess)
-    : peers_(std::move(peers)), shares_(std::move(shares)), onExcess_(std::move(onExcess)) {}
+    : peers_(std::move(peers)), shares_(std::move(shares)), onExcess_(std::move(onExcess)),
+      largeOnes_(Mailbox<Large>::Make(ThreadPool::Get(),
+          [](Large& large) {
+              const LogShareScope scope(large.channel->shares_->LogOf(large.link->Udid()));
+              large.channel->Handle(large.link, std::move(large.message));
+          },
+          {MOST_LARGE_BYTES, [](const Large& large) {
+               return BytesOf(large.message);
+           }})) {}
 
 FabricCode ControlChannel::SendRequest(const std::string& networkId, const std::string& callerString,
     const std::string& sessionName, const CollaborationFwk::ServiceInfo& service, int32_t& session) {
@@ -88,21 +96,10 @@ bool ControlChannel::OnMessage(const LinkPtr& link, std::string_view bytes) {
 
 void ControlChannel::HandleLater(const LinkPtr& link, ControlMessage message) {
     const size_t bytes = BytesOf(message);
-    if (largeBytes_ + bytes > MOST_LARGE_BYTES) {
+    if (!largeOnes_->Post({shared_from_this(), link, std::move(message)})) {
         FabricPrint(LogLevel::WARN, "a message of %{public}zu bytes of device %{public}s is dropped: too many wait",
             bytes, Anonymous(link->NetworkId()));
         onExcess_(link->Udid());
-        return;
-    }
-    largeBytes_ += bytes;
-    // Gives the bytes back wherever the task ends, unrun as well.
-    const std::shared_ptr<void> share(
-        nullptr, [self = shared_from_this(), bytes](void*) { self->largeBytes_ -= bytes; });
-    const auto large = std::make_shared<Large>(Large{link, std::move(message)});
-    if (!largeOnes_->Post(
-            [self = shared_from_this(), large, share] { self->Handle(large->link, std::move(large->message)); })) {
-        FabricPrint(LogLevel::WARN, "a message of device %{public}s is dropped: the pool refuses it",
-            Anonymous(link->NetworkId()));
     }
 }
 

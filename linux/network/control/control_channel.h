@@ -1,7 +1,6 @@
 // Requests to other devices and theirs to this one, with their answers, over the links.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -10,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "linux/base/serial_tasks.h"
+#include "linux/base/mailbox.h"
 #include "linux/network/control/control_message.h"
 #include "linux/network/control/request_gate.h"
 #include "linux/network/control/session_table.h"
@@ -45,6 +44,7 @@ public:
 
 private:
     struct Large {
+        std::shared_ptr<ControlChannel> channel;  // this one, which lives as long
         LinkPtr link;
         ControlMessage message;
     };
@@ -60,8 +60,7 @@ private:
     const std::function<void(const std::string& udid)> onExcess_;
     SessionTable sessions_;
     RequestGate gate_;
-    const std::shared_ptr<SerialTasks> largeOnes_ = std::make_shared<SerialTasks>();
-    std::atomic<size_t> largeBytes_{0};  // of messages that wait in largeOnes_
+    const std::shared_ptr<Mailbox<Large>> largeOnes_;
 };
 
 }  // namespace ZYNE::Linux
