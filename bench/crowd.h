@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "linux/network/link/event_loop.h"
+#include "linux/base/event_loop.h"
 
 namespace ZYNE::Bench {
 

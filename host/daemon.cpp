@@ -211,10 +211,11 @@ void Daemon::StartDesktop() {
         KeyMouseServiceManager::GetInstance().OnEventUserSwitched();
     };
     Linux::Users::GetInstance().Start(std::move(users));
-    CommonEvents::GetInstance().Start(Linux::DeviceBus::GetInstance().GetAddress());
+    CommonEvents::GetInstance().Start(Linux::DeviceBus::GetInstance().GetClient());
     Linux::InputService::Get().Start(config_.input);
     Linux::ScriptedInput::Get().Configure({config_.scriptedDisplay});
-    Linux::ScreenState::Get().Start([](Linux::ScreenStatus status) { Fabric::GetInstance().SetScreenStatus(status); });
+    Linux::ScreenState::Get().Start(*Linux::DeviceBus::GetInstance().GetLoop(),
+        [](Linux::ScreenStatus status) { Fabric::GetInstance().SetScreenStatus(status); });
 }
 
 void Daemon::StartApi() {

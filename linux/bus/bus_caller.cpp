@@ -86,12 +86,17 @@ BusCaller::BusCaller(std::string address) : address_(std::move(address)) {}
 
 int BusCaller::Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
     std::string* error) noexcept {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     try {
-        BusHandle bus = Borrow();
+        BusHandle bus = Borrow(deadline);
         if (!bus) {
             return IRemoteObject::DEAD;
         }
-        const int result = CallOn(bus.get(), method, timeout, write, read, error);
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            return IRemoteObject::TIMED_OUT;
+        }
+        const int result = CallOn(bus.get(), method, left, write, read, error);
         if (result != IRemoteObject::TIMED_OUT) {
             GiveBack(std::move(bus));
         }
@@ -102,11 +107,11 @@ int BusCaller::Call(const BusMethod& method, std::chrono::microseconds timeout, 
         if (error != nullptr) {
             *error = failure.what();
         }
-        return IRemoteObject::DEAD;
+        return std::chrono::steady_clock::now() < deadline ? IRemoteObject::DEAD : IRemoteObject::TIMED_OUT;
     }
 }
 
-BusHandle BusCaller::Borrow() {
+BusHandle BusCaller::Borrow(std::chrono::steady_clock::time_point deadline) {
     {
         const std::scoped_lock lock(mutex_);
         if (closed_) {
@@ -118,7 +123,7 @@ BusHandle BusCaller::Borrow() {
             return bus;
         }
     }
-    return OpenBus(address_);
+    return OpenBus(address_, std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()));
 }
 
 void BusCaller::GiveBack(BusHandle bus) {

@@ -33,7 +33,7 @@ public:
 
     explicit BusCaller(std::string address);
 
-    // 0, or another IRemoteObject::Result. `error`, if given, receives the text of what went wrong. Never throws.
+    // `timeout` is for connecting and calling together. 0, or another IRemoteObject::Result. `error`, if given, receives the text of what went wrong. Never throws.
     int Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
         std::string* error = nullptr) noexcept;
 
@@ -43,7 +43,7 @@ public:
 private:
     static constexpr size_t MOST_IDLE = 16;
 
-    BusHandle Borrow();
+    BusHandle Borrow(std::chrono::steady_clock::time_point deadline);
     void GiveBack(BusHandle bus);
 
     const std::string address_;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "linux/base/log_domains.h"
+#include "linux/bus/bus_address.h"
 #include "linux/bus/listener_object.h"
 #include "platform/log/log_print.h"
 
@@ -20,9 +21,10 @@ constexpr auto APPEARANCE_TIME = 1s;  // between a service's start and our heari
 
 }  // namespace
 
-BusClient::BusClient(const std::string& address, Post post, std::function<void()> lost)
+BusClient::BusClient(EventLoop& loop, const std::string& address, Post post, std::function<void()> lost)
     : post_(std::move(post)), caller_(std::make_shared<BusCaller>(address)),
-      names_(address, {[this](const std::string& uniqueName) { OnGone(uniqueName); }, std::move(lost)}) {}
+      connection_(BusConnection::Make(loop, OpenBus(address))),
+      names_(connection_, {[this](const std::string& uniqueName) { OnGone(uniqueName); }, std::move(lost)}) {}
 
 BusClient::~BusClient() {
     Close();
@@ -30,6 +32,7 @@ BusClient::~BusClient() {
 
 void BusClient::Close() {
     names_.Stop();
+    connection_->Close();
     caller_->Close();
 }
 

@@ -18,9 +18,9 @@ namespace ZYNE::Linux {
 // Any thread.
 class BusClient {
 public:
-    // `post` carries death notices; `lost` is told once, on a thread that must not close the client, when the bus goes
-    // away. Throws std::runtime_error when the bus cannot be reached.
-    BusClient(const std::string& address, Post post, std::function<void()> lost);
+    // `loop` reads the bus. `post` carries death notices; `lost` is told once, on the loop's thread, when the bus goes
+    // away; it must be quick. Throws std::runtime_error when the bus cannot be reached.
+    BusClient(EventLoop& loop, const std::string& address, Post post, std::function<void()> lost);
     ~BusClient();
 
     // From now on every object is dead; nobody is told. Calls under way end when the bus does.
@@ -45,6 +45,8 @@ public:
 
     NameWatcher& GetNames() { return names_; }
     BusCaller& GetCaller() { return *caller_; }
+    // For signals and for what this process serves.
+    const std::shared_ptr<BusConnection>& GetConnection() const { return connection_; }
 
 private:
     using Key = std::tuple<std::string, std::string, bool>;  // unique name, path, whether it is a listener
@@ -59,7 +61,8 @@ private:
     const std::shared_ptr<BusCaller> caller_;
     std::mutex mutex_;
     std::map<Key, wptr<RemoteObject>> remotes_;  // guarded by mutex_
-    NameWatcher names_;                          // the last to be built: its thread uses the others
+    const std::shared_ptr<BusConnection> connection_;
+    NameWatcher names_;  // the last to be built: its handlers use the others
 };
 
 }  // namespace ZYNE::Linux

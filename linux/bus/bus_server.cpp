@@ -21,11 +21,6 @@ void Check(int result, const std::string& what) {
     }
 }
 
-int AppendReply(sd_bus_message* message, int32_t status, const MessageParcel& reply) {
-    const int result = sd_bus_message_append(message, "i", status);
-    return result >= 0 ? BusWire::AppendBytes(message, reply.GetBytes()) : result;
-}
-
 }  // namespace
 
 BusServer::BusServer(const std::string& address) : caller_(address), identity_(caller_), bus_(OpenBus(address)) {
@@ -37,14 +32,12 @@ BusServer::BusServer(const std::string& address) : caller_(address), identity_(c
 BusServer::~BusServer() = default;
 
 void BusServer::Serve(const std::string& path, Handler handler) {
-    static const sd_bus_vtable OBJECT[] = {SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD_WITH_ARGS(BusWire::CALL, SD_BUS_ARGS("u", code, "v", data),
-            SD_BUS_RESULT("i", status, "v", reply), &BusServer::OnCall, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_VTABLE_END};
-    Object& object = objects_.emplace_back(Object{this, std::move(handler)});
+    Object& object = objects_.emplace_back(Object{std::move(handler), nullptr});
+    object.onCall = [this, &object](sd_bus_message* message, sd_bus_error* error) {
+        return OnCall(message, object.handler, error);
+    };
     const std::scoped_lock lock(busMutex_);
-    Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::OBJECT_INTERFACE, OBJECT, &object),
-        "cannot serve the object " + path);
+    Check(BusWire::AddObject(bus_.get(), nullptr, path, object.onCall), "cannot serve the object " + path);
 }
 
 void BusServer::ServeStop(const std::string& path) {
@@ -199,18 +192,7 @@ void BusServer::AnswerStop(Request& request) {
 void BusServer::SendReply(Request& request, int32_t status, const MessageParcel& reply) {
     const std::scoped_lock lock(busMutex_);
     const MessageHandle question = std::move(request.message);
-    sd_bus_message* raw = nullptr;
-    int result = sd_bus_message_new_method_return(question.get(), &raw);
-    const MessageHandle answer(raw);
-    if (result >= 0) {
-        result = AppendReply(raw, status, reply);
-    }
-    if (result >= 0) {
-        result = sd_bus_send(bus_.get(), raw, nullptr);
-    }
-    if (result < 0) {
-        sd_bus_reply_method_errno(question.get(), -result, nullptr);
-    }
+    BusWire::SendReply(question.get(), status, reply);
     uint64_t queued = 0;
     if (sd_bus_get_n_queued_write(bus_.get(), &queued) >= 0 && queued > 0) {
         poller_.Wake();  // the reader must wait for room to write as well
@@ -218,24 +200,14 @@ void BusServer::SendReply(Request& request, int32_t status, const MessageParcel&
 }
 
 // Inside sd_bus_process, under busMutex_. The answer comes later.
-int BusServer::OnCall(sd_bus_message* message, void* object, sd_bus_error* error) {
-    const auto* target = static_cast<Object*>(object);
+int BusServer::OnCall(sd_bus_message* message, const Handler& handler, sd_bus_error* error) {
+    BusWire::Request request;
+    if (const int result = BusWire::ReadRequest(message, request, error); result < 0) {
+        return result;
+    }
     const char* sender = sd_bus_message_get_sender(message);
-    Request request{
-        MessageHandle(sd_bus_message_ref(message)), &target->handler, sender != nullptr ? sender : "", 0, {}};
-    int result = sd_bus_message_read(message, "u", &request.code);
-    try {
-        result = result > 0 ? BusWire::ReadBytes(message, request.data) : -EBADMSG;
-    } catch (const std::bad_alloc&) {
-        result = -EMSGSIZE;
-    }
-    if (result == -EMSGSIZE) {
-        return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the request is too large");
-    }
-    if (result < 0) {
-        return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "the message is no request");
-    }
-    target->server->read_ = std::move(request);
+    read_ = Request{MessageHandle(sd_bus_message_ref(message)), &handler, sender != nullptr ? sender : "", request.code,
+        std::move(request.data)};
     return 1;
 }
 

@@ -25,6 +25,7 @@
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/bus_handles.h"
 #include "linux/bus/bus_poller.h"
+#include "linux/bus/bus_wire.h"
 #include "linux/bus/caller_identity.h"
 #include "platform/ipc/ipc_context.h"
 #include "platform/ipc/message_parcel.h"
@@ -62,8 +63,8 @@ public:
 
 private:
     struct Object {
-        BusServer* server;
         Handler handler;
+        BusWire::CallHandler onCall;
     };
     struct Request {
         MessageHandle message;   // to be let go of under busMutex_
@@ -86,7 +87,7 @@ private:
     void Answer(Request request) noexcept;
     void AnswerStop(Request& request);
     void SendReply(Request& request, int32_t status, const MessageParcel& reply);
-    static int OnCall(sd_bus_message* message, void* object, sd_bus_error* error);
+    int OnCall(sd_bus_message* message, const Handler& handler, sd_bus_error* error);
     static int OnStop(sd_bus_message* message, void* server, sd_bus_error* error);
 
     BusCaller caller_;

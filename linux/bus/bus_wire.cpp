@@ -5,16 +5,22 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <new>
 #include <string_view>
 
 #include "linux/base/unique_fd.h"
 #include "linux/base/write_all.h"
+#include "linux/bus/bus_handles.h"
 #include "platform/ipc/parcel.h"
 
 namespace ZYNE::Linux::BusWire {
 namespace {
 
 constexpr int SEALS = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+
+int PassOn(sd_bus_message* message, void* onCall, sd_bus_error* error) {
+    return (*static_cast<CallHandler*>(onCall))(message, error);
+}
 
 int AppendFile(sd_bus_message* message, const std::vector<uint8_t>& bytes) {
     const UniqueFd file(memfd_create("parcel", MFD_CLOEXEC | MFD_ALLOW_SEALING));
@@ -94,6 +100,46 @@ int ReadBytes(sd_bus_message* message, std::vector<uint8_t>& bytes) {
         result = ReadFile(fd, bytes);
     }
     return result >= 0 ? sd_bus_message_exit_container(message) : result;
+}
+
+int AddObject(sd_bus* bus, sd_bus_slot** slot, const std::string& path, CallHandler& onCall) {
+    static const sd_bus_vtable OBJECT[] = {SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD_WITH_ARGS(CALL, SD_BUS_ARGS("u", code, "v", data), SD_BUS_RESULT("i", status, "v", reply),
+            &PassOn, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    return sd_bus_add_object_vtable(bus, slot, path.c_str(), OBJECT_INTERFACE, OBJECT, &onCall);
+}
+
+int ReadRequest(sd_bus_message* message, Request& request, sd_bus_error* error) {
+    int result = sd_bus_message_read(message, "u", &request.code);
+    try {
+        result = result > 0 ? ReadBytes(message, request.data) : -EBADMSG;
+    } catch (const std::bad_alloc&) {
+        result = -EMSGSIZE;
+    }
+    if (result == -EMSGSIZE) {
+        return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the request is too large");
+    }
+    return result < 0 ? sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "the message is no request") : 0;
+}
+
+int SendReply(sd_bus_message* question, int32_t status, const MessageParcel& reply) {
+    sd_bus_message* raw = nullptr;
+    int result = sd_bus_message_new_method_return(question, &raw);
+    const MessageHandle answer(raw);
+    if (result >= 0) {
+        result = sd_bus_message_append(raw, "i", status);
+    }
+    if (result >= 0) {
+        result = AppendBytes(raw, reply.GetBytes());
+    }
+    if (result >= 0) {
+        result = sd_bus_send(sd_bus_message_get_bus(question), raw, nullptr);
+    }
+    if (result < 0) {
+        sd_bus_reply_method_errno(question, -result, nullptr);
+    }
+    return result;
 }
 
 }  // namespace ZYNE::Linux::BusWire

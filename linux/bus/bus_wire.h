@@ -18,9 +18,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <string>
 #include <vector>
 
 #include <systemd/sd-bus.h>
+
+#include "platform/ipc/message_parcel.h"
 
 namespace ZYNE::Linux::BusWire {
 
@@ -40,5 +44,23 @@ int AppendBytes(sd_bus_message* message, const std::vector<uint8_t>& bytes);
 // Takes bytes out of a message that a stranger wrote. Negative: an error number, -EMSGSIZE for more than a parcel
 // holds, -EBADMSG for what is not as described above.
 int ReadBytes(sd_bus_message* message, std::vector<uint8_t>& bytes);
+
+// Reads a call with ReadRequest and answers it with SendReply, now or later. Throws nothing. Returns what a handler of
+// sd-bus does.
+using CallHandler = std::function<int(sd_bus_message* message, sd_bus_error* error)>;
+
+// Serves Call at `path` from now until `slot` ends, before which `onCall` must not.
+int AddObject(sd_bus* bus, sd_bus_slot** slot, const std::string& path, CallHandler& onCall);
+
+struct Request {
+    uint32_t code = 0;
+    std::vector<uint8_t> data;
+};
+
+// Takes a request apart. Negative, with what the caller is told in `error`, when the message is none.
+int ReadRequest(sd_bus_message* message, Request& request, sd_bus_error* error);
+
+// Answers `question`. Negative: an error number, which the caller has been told.
+int SendReply(sd_bus_message* question, int32_t status, const MessageParcel& reply);
 
 }  // namespace ZYNE::Linux::BusWire

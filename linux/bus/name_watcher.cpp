@@ -1,12 +1,11 @@
 #include "linux/bus/name_watcher.h"
 
-#include <exception>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 #include <vector>
 
-#include "linux/bus/bus_address.h"
+#include "linux/base/guarded_call.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -51,67 +50,56 @@ std::string AskOwner(sd_bus* bus, const std::string& name) {
 
 }  // namespace
 
-NameWatcher::NameWatcher(const std::string& address, Callbacks callbacks)
-    : callbacks_(std::move(callbacks)), bus_(OpenBus(address)) {
-    ReadPresentState();
-    thread_ = std::thread([this] { Run(); });
+// Changes are asked for first. Those that come while the state is read are handled after it, and end in what is true
+// then, whatever of them the state shows already.
+NameWatcher::NameWatcher(const std::shared_ptr<BusConnection>& connection, Callbacks callbacks)
+    : callbacks_(std::move(callbacks)), end_(connection->ListenForEnd([this] { OnLost(); })) {
+    sd_bus_slot* slot = nullptr;
+    const int result = connection->Use([&](sd_bus* bus) {
+        const int matched = sd_bus_match_signal(
+            bus, &slot, BUS, BUS_PATH, BUS, "NameOwnerChanged",
+            [](sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
+                GuardedCall(
+                    "the watch of names", [&] { static_cast<NameWatcher*>(self)->OnNameOwnerChanged(message); });
+                return 0;
+            },
+            this);
+        return matched >= 0 ? ReadPresentState(bus) : matched;
+    });
+    changes_ = BusSlot(connection, slot, nullptr);
+    Check(result, "cannot watch the names on the bus");
 }
 
-NameWatcher::~NameWatcher() {
-    Stop();
-}
-
-// Changes are asked for first: those that come while the state is read are applied to it by the thread, and end in what
-// is true then, whatever of them the state shows already.
-void NameWatcher::ReadPresentState() {
-    Check(sd_bus_match_signal(
-              bus_.get(), nullptr, BUS, BUS_PATH, BUS, "NameOwnerChanged", &NameWatcher::OnNameOwnerChanged, this),
-        "cannot watch the names on the bus");
-    for (const std::string& name : ListNames(bus_.get())) {
-        Change(name, IsUnique(name) ? name : AskOwner(bus_.get(), name));
+int NameWatcher::ReadPresentState(sd_bus* bus) {
+    for (const std::string& name : ListNames(bus)) {
+        Change(name, IsUnique(name) ? name : AskOwner(bus, name));
     }
+    return 0;
 }
 
 void NameWatcher::Stop() {
     stopping_ = true;
-    poller_.Wake();
-    if (thread_.joinable()) {
-        thread_.join();
-    }
+    changes_.End();
+    end_.End();
     const std::scoped_lock lock(mutex_);
     owners_.clear();
     alive_.clear();
     changed_.notify_all();
 }
 
-void NameWatcher::Run() {
-    try {
-        while (!stopping_ && poller_.Process(bus_.get())) {
-        }
-    } catch (const std::exception&) {
-        // Out of memory: the state can no longer be trusted, as when the bus is gone.
-    }
-    if (stopping_) {
-        return;
-    }
+void NameWatcher::OnLost() {
     LoseEveryone();
     if (callbacks_.lost) {
         callbacks_.lost();
     }
 }
 
-int NameWatcher::OnNameOwnerChanged(sd_bus_message* message, void* watcher, sd_bus_error* /*error*/) {
+void NameWatcher::OnNameOwnerChanged(sd_bus_message* message) {
     const char* name = nullptr;
     const char* before = nullptr;
     const char* owner = nullptr;
-    if (sd_bus_message_read(message, "sss", &name, &before, &owner) <= 0) {
-        return 0;
-    }
-    try {
-        static_cast<NameWatcher*>(watcher)->Change(name, owner);
-        return 0;
-    } catch (const std::exception&) {
-        return -ENOMEM;
+    if (sd_bus_message_read(message, "sss", &name, &before, &owner) > 0) {
+        Change(name, owner);
     }
 }
 

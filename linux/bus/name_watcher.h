@@ -1,6 +1,6 @@
 // Knows who is on the bus: which connections live, and who owns which well-known name.
 //
-// A thread of its own follows the bus's signals, so a question costs no round trip.
+// It follows the bus's signals, so a question costs no round trip.
 #pragma once
 
 #include <atomic>
@@ -8,13 +8,12 @@
 #include <condition_variable>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 
-#include "linux/bus/bus_handles.h"
-#include "linux/bus/bus_poller.h"
+#include "linux/bus/bus_connection.h"
 
 namespace ZYNE::Linux {
 
@@ -22,17 +21,19 @@ namespace ZYNE::Linux {
 class NameWatcher {
 public:
     struct Callbacks {
-        // The connection `uniqueName` has left. On the watcher's thread, without a lock; must be quick.
+        // The connection `uniqueName` has left. As a handler of the connection, which must be quick.
         std::function<void(const std::string& uniqueName)> gone;
         // The bus itself is gone, once. Everyone else has been reported gone before. Likewise.
         std::function<void()> lost;
     };
 
-    // Returns when the present state of the bus is known. Throws std::runtime_error when the bus cannot be reached.
-    NameWatcher(const std::string& address, Callbacks callbacks);
-    ~NameWatcher();
+    // Returns when the present state of the bus is known. Throws std::runtime_error when the bus is gone.
+    NameWatcher(const std::shared_ptr<BusConnection>& connection, Callbacks callbacks);
+    NameWatcher(const NameWatcher&) = delete;
+    NameWatcher& operator=(const NameWatcher&) = delete;
+    ~NameWatcher() { Stop(); }
 
-    // Ends the thread. No callback runs after this; everyone counts as gone.
+    // No callback runs after this; everyone counts as gone.
     void Stop();
 
     // The connection that owns `name`; empty when nobody does.
@@ -45,22 +46,20 @@ public:
     bool WaitUntilGone(const std::string& uniqueName, std::chrono::milliseconds timeout);
 
 private:
-    void ReadPresentState();
-    void Run();
+    int ReadPresentState(sd_bus* bus);
+    void OnLost();
     void Change(const std::string& name, const std::string& owner);
     void LoseEveryone();
-    static int OnNameOwnerChanged(sd_bus_message* message, void* watcher, sd_bus_error* error);
+    void OnNameOwnerChanged(sd_bus_message* message);
 
     const Callbacks callbacks_;
-    BusPoller poller_;
-    BusHandle bus_;  // the thread's own, once it runs
     std::atomic<bool> stopping_ = false;
-
     mutable std::mutex mutex_;
     std::condition_variable changed_;            // owners_ or alive_ has changed
     std::map<std::string, std::string> owners_;  // guarded by mutex_; well-known name to unique name
     std::set<std::string> alive_;                // guarded by mutex_; unique names
-    std::thread thread_;
+    BusSlot changes_;                            // last, as is the next: their handlers use the others
+    BusSlot end_;
 };
 
 }  // namespace ZYNE::Linux

@@ -1,11 +1,10 @@
 #include "linux/datashare/data_share_service.h"
 
 #include <stdexcept>
-#include <thread>
+#include <system_error>
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/datashare/device_shares.h"
 #include "linux/datashare/share_place.h"
@@ -25,26 +24,46 @@ std::string LastingAddress(const std::string& address) {
 
 }  // namespace
 
-// What is there from Start to Stop: the place, and the thread that tells it to processes of apps.
+// What is there from Start to Stop: the place, and what tells it to processes of apps.
 struct DataShareService::Running {
-    explicit Running(SharePlace thePlace) : place(std::move(thePlace)), server(place.busAddress) {
-        server.Serve(BusWire::DEFAULT_PATH,
-            [this](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& /*context*/) {
-                return ShareToken::Answer(code, data, reply, place);
-            });
-        server.OwnName(ShareToken::BUS_NAME);
-        thread = std::thread([this] { server.Run(); });
+    Running(SharePlace thePlace, std::shared_ptr<BusConnection> theConnection)
+        : place(std::move(thePlace)), connection(std::move(theConnection)) {
+        sd_bus_slot* slot = nullptr;
+        const int result = connection->Use([&](sd_bus* bus) {
+            const int added = BusWire::AddObject(bus, &slot, BusWire::DEFAULT_PATH, onCall);
+            return added >= 0 ? sd_bus_request_name(bus, ShareToken::BUS_NAME, 0) : added;
+        });
+        object = BusSlot(connection, slot, nullptr);
+        if (result < 0) {
+            throw std::runtime_error(
+                "data share cannot be served on the bus: " + std::generic_category().message(-result));
+        }
     }
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
     ~Running() {
-        server.Stop();
-        thread.join();
+        connection->Use([](sd_bus* bus) { return sd_bus_release_name(bus, ShareToken::BUS_NAME); });
+    }
+
+    // On the loop's thread: it has no more to say than where the data is.
+    int Answer(sd_bus_message* message, sd_bus_error* error) const {
+        BusWire::Request request;
+        if (const int result = BusWire::ReadRequest(message, request, error); result < 0) {
+            return result;
+        }
+        MessageParcel data(std::move(request.data));
+        MessageParcel reply;
+        const int32_t status = ShareToken::Answer(request.code, data, reply, place);
+        const int result = BusWire::SendReply(message, status, status == 0 ? reply : MessageParcel());
+        return result < 0 ? result : 1;
     }
 
     const SharePlace place;
-    BusServer server;
-    std::thread thread;
+    const std::shared_ptr<BusConnection> connection;
+    BusWire::CallHandler onCall = [this](sd_bus_message* message, sd_bus_error* error) {
+        return Answer(message, error);
+    };
+    BusSlot object;
 };
 
 DataShareService::DataShareService() = default;
@@ -57,13 +76,21 @@ sptr<DataShareService> DataShareService::GetInstance() {
 }
 
 void DataShareService::Start(const std::filesystem::path& databaseFile, const std::vector<std::string>& shares) {
-    const std::string address = DeviceBus::GetInstance().GetAddress();
-    if (address.empty()) {
+    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    if (!client) {
         throw std::runtime_error("data share needs the device's bus, which is not up");
     }
     const std::filesystem::path file = std::filesystem::absolute(databaseFile);
     ShareTable(file, true).SetProviders(shares);
-    auto running = std::make_shared<Running>(SharePlace{file.native(), LastingAddress(address)});
+    auto running = std::make_shared<Running>(
+        SharePlace{file.native(), LastingAddress(DeviceBus::GetInstance().GetAddress())}, client->GetConnection());
+    DeviceShares::SetConnect([](const SharePlace& /*place*/) {
+        const std::shared_ptr<BusClient> present = DeviceBus::GetInstance().GetClient();
+        if (!present || !present->GetConnection()->IsUp()) {
+            throw std::runtime_error("the device's bus is not up");
+        }
+        return present->GetConnection();
+    });
     const std::scoped_lock lock(mutex_);
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "data share is up, apps declare %{public}zu shares", shares.size());

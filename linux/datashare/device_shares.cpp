@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
+#include "linux/bus/bus_address.h"
 #include "linux/datashare/notice_bus.h"
 #include "linux/datashare/share_limits.h"
 #include "linux/datashare/share_providers.h"
@@ -23,11 +24,19 @@ constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 constexpr auto FIRST_PAUSE = 100ms;
 constexpr auto LONGEST_PAUSE = 2000ms;
 
+// A program's own, which has one loop for all that it opens.
+std::shared_ptr<BusConnection> ConnectByItself(const SharePlace& place) {
+    static auto& loop = *new EventLoop("share-bus");
+    return BusConnection::Make(loop, OpenBus(place.busAddress));
+}
+
 // Every one that this process has opened. They stay when they are closed, so that the last reference is never let
 // go of on a thread that it would have to wait for; a process uses one device, rarely more.
 struct Opened {
     std::mutex mutex;
     std::vector<std::pair<SharePlace, std::shared_ptr<DeviceShares>>> shares;  // guarded by mutex
+    std::mutex connectMutex;                                                   // a leaf
+    DeviceShares::Connect connect{ConnectByItself};                            // guarded by connectMutex
 };
 
 Opened& TheOpened() {
@@ -35,16 +44,32 @@ Opened& TheOpened() {
     return opened;
 }
 
+std::shared_ptr<BusConnection> ConnectTo(const SharePlace& place) {
+    DeviceShares::Connect connect;
+    {
+        Opened& opened = TheOpened();
+        const std::scoped_lock lock(opened.connectMutex);
+        connect = opened.connect;
+    }
+    return connect(place);
+}
+
 }  // namespace
 
 struct DeviceShares::Connection {
     Connection(const SharePlace& place, const NoticeBus::Callbacks& callbacks)
-        : table(place.databaseFile), providers(table.GetProviders()), notices(place.busAddress, callbacks) {}
+        : table(place.databaseFile), providers(table.GetProviders()), notices(ConnectTo(place), callbacks) {}
 
     ShareTable table;
     const ShareProviders providers;
-    NoticeBus notices;  // the last to be built: its thread calls
+    NoticeBus notices;  // the last to be built: its handlers call
 };
+
+void DeviceShares::SetConnect(Connect connect) {
+    Opened& opened = TheOpened();
+    const std::scoped_lock lock(opened.connectMutex);
+    opened.connect = std::move(connect);
+}
 
 std::shared_ptr<DeviceShares> DeviceShares::Open(const SharePlace& place) {
     Opened& opened = TheOpened();

@@ -3,12 +3,14 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "linux/bus/bus_connection.h"
 #include "linux/datashare/notice.h"
 #include "linux/datashare/share_name.h"
 #include "linux/datashare/share_observers.h"
@@ -26,8 +28,13 @@ public:
     // The process's one for `place`. Throws std::exception with one line when the database or the bus cannot be reached.
     static std::shared_ptr<DeviceShares> Open(const SharePlace& place);
 
-    // Ends the use of `place` in this process. Not on a thread of NoticeBus.
+    // Ends the use of `place` in this process. Not in a handler of a connection.
     static void Close(const SharePlace& place);
+
+    // How this process comes to a connection to the bus of `place`, the device's in the daemon; throws std::exception
+    // with one line. Before the first Open.
+    using Connect = std::function<std::shared_ptr<BusConnection>(const SharePlace& place)>;
+    static void SetConnect(Connect connect);
 
     explicit DeviceShares(const SharePlace& place);
     DeviceShares(const DeviceShares&) = delete;

@@ -40,21 +40,24 @@ void Receive(
 
 }  // namespace
 
-NoticeBus::NoticeBus(const std::string& address, const Callbacks& callbacks)
-    : sender_(address), listener_(address,
-                            {{PATH, INTERFACE, ROWS_CHANGED,
-                                 [tell = callbacks.rowsChanged](sd_bus_message* message) {
-                                     Receive<RowsChanged>(message, ReadRowsChanged, tell);
-                                 }},
-                                {PATH, INTERFACE, NOTICE,
-                                    [tell = callbacks.notice](sd_bus_message* message) {
-                                        Receive<Notice>(message, ReadNotice, tell);
-                                    }}},
-                            callbacks.lost) {}
+NoticeBus::NoticeBus(std::shared_ptr<BusConnection> connection, Callbacks callbacks)
+    : connection_(std::move(connection)), callbacks_(std::move(callbacks)) {}
 
 bool NoticeBus::Listen() {
+    const std::scoped_lock lock(mutex_);
+    if (isStopped_ || !listening_.empty()) {
+        return !isStopped_;
+    }
     try {
-        return listener_.Listen();
+        std::vector<BusSlot> slots;
+        slots.push_back(connection_->Listen(PATH, INTERFACE, ROWS_CHANGED, [this](sd_bus_message* message) {
+            Receive<RowsChanged>(message, ReadRowsChanged, callbacks_.rowsChanged);
+        }));
+        slots.push_back(connection_->Listen(PATH, INTERFACE, NOTICE,
+            [this](sd_bus_message* message) { Receive<Notice>(message, ReadNotice, callbacks_.notice); }));
+        slots.push_back(connection_->ListenForEnd(callbacks_.lost));
+        listening_ = std::move(slots);
+        return true;
     } catch (const std::exception& error) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "cannot listen for notices: %{public}s", error.what());
         return false;
@@ -73,9 +76,10 @@ bool NoticeBus::Send(const Notice& notice) {
 
 bool NoticeBus::Send(const char* member, const MessageParcel& parcel) {
     std::string error;
-    const bool sent = sender_.Send(
-        PATH, INTERFACE, member,
-        [&](sd_bus_message* message) { return BusWire::AppendBytes(message, parcel.GetBytes()); }, error);
+    const bool sent = !isStopped_ &&
+        connection_->Send(
+            PATH, INTERFACE, member,
+            [&](sd_bus_message* message) { return BusWire::AppendBytes(message, parcel.GetBytes()); }, error);
     if (!sent) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "a notice is not sent: %{public}s", error);
     }
@@ -83,8 +87,10 @@ bool NoticeBus::Send(const char* member, const MessageParcel& parcel) {
 }
 
 void NoticeBus::Stop() {
-    sender_.Stop();
-    listener_.Stop();
+    isStopped_ = true;
+    std::vector<BusSlot> ended;  // without the lock: a handler that runs is waited for
+    const std::scoped_lock lock(mutex_);
+    ended.swap(listening_);
 }
 
 }  // namespace ZYNE::Linux

@@ -10,29 +10,32 @@
 // was sent.
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
-#include "linux/bus/signal_listener.h"
-#include "linux/bus/signal_sender.h"
+#include "linux/bus/bus_connection.h"
 #include "linux/datashare/notice.h"
 
 namespace ZYNE::Linux {
 
-// Any thread. Sending and listening have a connection each.
+// Any thread.
 class NoticeBus {
 public:
-    // Called on the listening thread, one at a time, until Stop returns.
+    // Called as handlers of the connection, one at a time, until Stop returns.
     struct Callbacks {
         std::function<void(RowsChanged change)> rowsChanged;
         std::function<void(Notice notice)> notice;
         std::function<void()> lost;  // the bus is gone: the last call
     };
 
-    NoticeBus(const std::string& address, const Callbacks& callbacks);
+    NoticeBus(std::shared_ptr<BusConnection> connection, Callbacks callbacks);
 
     // Whether the bus is still there.
-    bool IsUp() { return sender_.IsUp(); }
+    bool IsUp() { return connection_->IsUp(); }
 
     // Has the callbacks called of all that is sent by anyone after this returns. The second time does nothing. False
     // when the bus cannot be reached.
@@ -42,14 +45,17 @@ public:
     bool Send(const RowsChanged& change);
     bool Send(const Notice& notice);
 
-    // Ends the thread. Nothing is sent after this. Not in a callback.
+    // Nothing is sent or heard after this. Not in a callback.
     void Stop();
 
 private:
     bool Send(const char* member, const MessageParcel& parcel);
 
-    SignalSender sender_;
-    SignalListener listener_;
+    const std::shared_ptr<BusConnection> connection_;
+    const Callbacks callbacks_;
+    std::atomic<bool> isStopped_ = false;
+    std::mutex mutex_;
+    std::vector<BusSlot> listening_;  // guarded by mutex_; empty before Listen
 };
 
 }  // namespace ZYNE::Linux

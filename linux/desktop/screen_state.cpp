@@ -1,9 +1,9 @@
 #include "linux/desktop/screen_state.h"
 
+#include <deque>
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/base/run_task.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -32,44 +32,50 @@ ScreenState& ScreenState::Get() {
     return state;
 }
 
-void ScreenState::Start(Handler handler) {
+void ScreenState::Start(EventLoop& loop, Handler handler) {
     const std::scoped_lock starting(mutex_);
-    if (thread_.joinable()) {
+    if (loop_) {
         return;
     }
-    handler_ = std::move(handler);
-    stopping_ = false;
-    told_ = SCREEN_UNKNOWN;
-    nextTry_ = Clock::now();
-    thread_ = std::thread([this] { Run(); });
+    loop_ = &loop;
+    loop.Run([&] {
+        ownLoop_ = &loop;
+        handler_ = Mailbox<ScreenStatus>::Make(ThreadPool::Get(),
+            [told = std::move(handler)](ScreenStatus status) { told(status); },
+            {.join = [](std::deque<ScreenStatus>& waiting, ScreenStatus next) {
+                if (!waiting.empty()) {
+                    waiting.back() = next;
+                }
+                return !waiting.empty();
+            }});
+        told_ = SCREEN_UNKNOWN;
+        Connect();
+        Tell();
+    });
 }
 
 void ScreenState::Stop() {
     const std::scoped_lock stopping(mutex_);
-    stopping_ = true;
-    poller_.Wake();
-    if (thread_.joinable()) {
-        thread_.join();
+    EventLoop* const loop = std::exchange(loop_, nullptr);
+    if (!loop) {
+        return;
     }
-    handler_ = nullptr;
+    loop->Run([this] {
+        retry_ = {};
+        bus_.reset();
+        desktop_ = SCREEN_UNKNOWN;
+    });
+    if (handler_) {
+        handler_->CloseAndWait();
+    }
 }
 
 void ScreenState::Set(ScreenStatus status) {
     set_ = status;
-    poller_.Wake();
-}
-
-void ScreenState::Run() {
-    while (!stopping_) {
-        if (!bus_ && Clock::now() >= nextTry_) {
-            nextTry_ = Clock::now() + retryTime_;
-            Connect();
-        }
-        Tell();
-        WaitForChange();
+    const std::scoped_lock lock(mutex_);
+    if (loop_) {
+        loop_->Run([this] { Tell(); });
     }
-    bus_.reset();
-    desktop_ = SCREEN_UNKNOWN;
 }
 
 void ScreenState::Tell() {
@@ -77,65 +83,83 @@ void ScreenState::Tell() {
     const ScreenStatus status = set != SCREEN_UNKNOWN ? set : desktop_;
     if (std::exchange(told_, status) != status) {
         LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the screen's status is %{public}d", status);
-        RunTask([&] { handler_(status); });
+        handler_->Post(status);
     }
+}
+
+// Nothing here waits: what is asked of the bus is answered later.
+void ScreenState::Connect() {
+    sd_bus* raw = nullptr;
+    if (sd_bus_open_user(&raw) >= 0) {
+        bus_ = BusConnection::Make(*ownLoop_, BusHandle(raw));
+    }
+    const bool isFollowed = bus_ && bus_->Use([this](sd_bus* bus) { return Follow(bus); }) >= 0;
+    if (!isFollowed) {
+        Retry();
+    }
+}
+
+void ScreenState::Retry() {
+    retry_ = ownLoop_->After(retryTime_, [this] {
+        bus_.reset();
+        Connect();
+    });
 }
 
 // The changes are asked for before the state: none is missed in between.
-void ScreenState::Connect() {
-    sd_bus* raw = nullptr;
-    if (sd_bus_open_user(&raw) < 0) {
-        return;
+int ScreenState::Follow(sd_bus* bus) {
+    int result = sd_bus_match_signal_async(
+        bus, nullptr, SAVER, nullptr, SAVER, "ActiveChanged", &ScreenState::OnActiveChanged, nullptr, this);
+    if (result >= 0) {
+        result = sd_bus_add_match_async(bus, nullptr, OWNER_CHANGES, &ScreenState::OnOwnerChanged, nullptr, this);
     }
-    bus_.reset(raw);
-    const bool isFollowed = sd_bus_match_signal_async(raw, nullptr, SAVER, nullptr, SAVER, "ActiveChanged",
-                                &ScreenState::OnActiveChanged, nullptr, this) >= 0 &&
-        sd_bus_add_match_async(raw, nullptr, OWNER_CHANGES, &ScreenState::OnOwnerChanged, nullptr, this) >= 0 && Ask();
-    if (!isFollowed) {
-        bus_.reset();
+    if (result >= 0) {
+        result = sd_bus_match_signal_async(bus, nullptr, nullptr, BusConnection::LOCAL_PATH,
+            BusConnection::LOCAL_INTERFACE, BusConnection::DISCONNECTED, &ScreenState::OnEnd, nullptr, this);
     }
-}
-
-void ScreenState::WaitForChange() {
-    if (!bus_) {
-        const std::chrono::microseconds at = std::chrono::ceil<std::chrono::microseconds>(nextTry_.time_since_epoch());
-        BusInterest nextTry;
-        nextTry.deadline = static_cast<uint64_t>(at.count());
-        poller_.Wait(nextTry);
-    } else if (!poller_.Process(bus_.get())) {
-        bus_.reset();
-        desktop_ = SCREEN_UNKNOWN;
-    }
+    return result >= 0 ? Ask(bus) : result;
 }
 
 // Answers at one of its places. It is not started for this.
-bool ScreenState::Ask() {
-    bool isAsked = true;
+int ScreenState::Ask(sd_bus* bus) {
+    int result = 0;
     for (const char* path : {SAVER_PATH, OLD_SAVER_PATH}) {
         sd_bus_message* raw = nullptr;
-        const int result = sd_bus_message_new_method_call(bus_.get(), &raw, SAVER, path, SAVER, "GetActive");
+        result = result >= 0 ? sd_bus_message_new_method_call(bus, &raw, SAVER, path, SAVER, "GetActive") : result;
         const MessageHandle question(raw);
-        isAsked = isAsked && result >= 0 && sd_bus_message_set_auto_start(raw, 0) >= 0 &&
-            sd_bus_call_async(bus_.get(), nullptr, raw, &ScreenState::OnAnswer, this, 0) >= 0;
+        result = result >= 0 ? sd_bus_message_set_auto_start(raw, 0) : result;
+        result = result >= 0 ? sd_bus_call_async(bus, nullptr, raw, &ScreenState::OnAnswer, this, 0) : result;
     }
-    return isAsked;
+    return result;
+}
+
+void ScreenState::SetDesktop(ScreenStatus status) {
+    desktop_ = status;
+    Tell();
 }
 
 int ScreenState::OnActiveChanged(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
-    static_cast<ScreenState*>(self)->desktop_ = ReadStatus(message);
+    static_cast<ScreenState*>(self)->SetDesktop(ReadStatus(message));
     return 0;
 }
 
-int ScreenState::OnOwnerChanged(sd_bus_message* /*message*/, void* self, sd_bus_error* /*error*/) {
+int ScreenState::OnOwnerChanged(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
     auto* state = static_cast<ScreenState*>(self);
-    state->desktop_ = SCREEN_UNKNOWN;
-    state->Ask();
+    state->SetDesktop(SCREEN_UNKNOWN);
+    state->Ask(sd_bus_message_get_bus(message));
+    return 0;
+}
+
+int ScreenState::OnEnd(sd_bus_message* /*message*/, void* self, sd_bus_error* /*error*/) {
+    auto* state = static_cast<ScreenState*>(self);
+    state->SetDesktop(SCREEN_UNKNOWN);
+    state->Retry();
     return 0;
 }
 
 int ScreenState::OnAnswer(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
     if (sd_bus_message_is_method_error(message, nullptr) == 0) {
-        static_cast<ScreenState*>(self)->desktop_ = ReadStatus(message);
+        static_cast<ScreenState*>(self)->SetDesktop(ReadStatus(message));
     }
     return 0;
 }

@@ -1,6 +1,6 @@
 // Finds out what state this device's screen is in: from the desktop where there is one, else from whoever sets it.
 //
-//     ScreenState::Get().Start([](ScreenStatus status) { Fabric::GetInstance().SetScreenStatus(status); });
+//     ScreenState::Get().Start(loop, [](ScreenStatus status) { Fabric::GetInstance().SetScreenStatus(status); });
 //
 // The desktop is the one on the session bus that the environment names: its screen saver (org.freedesktop.ScreenSaver)
 // tells whether it covers the screen, which counts as off. The desktop may start, end and start again meanwhile.
@@ -9,20 +9,21 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
-#include <thread>
 
-#include "linux/bus/bus_handles.h"
-#include "linux/bus/bus_poller.h"
+#include "linux/base/event_loop.h"
+#include "linux/base/mailbox.h"
+#include "linux/bus/bus_connection.h"
 #include "linux/desktop/screen_status.h"
 
 namespace ZYNE::Linux {
 
-// Any thread. One of its own follows the desktop and calls the handler.
+// Any thread. The desktop is followed on the loop's thread; the handler is called on one of the pool.
 class ScreenState {
 public:
-    // Is told the status when it is known first and whenever it has changed. On one thread, with no lock held; must not
-    // call Start or Stop. While it runs, changes are not followed; then the present one is told.
+    // Is told the status when it is known first and whenever it has changed. One call at a time, with no lock held; must
+    // not call Start or Stop. Of changes while it runs the last one is told.
     using Handler = std::function<void(ScreenStatus status)>;
 
     // How soon a session bus that is not there, or has gone, is looked for again.
@@ -36,9 +37,8 @@ public:
     ScreenState& operator=(const ScreenState&) = delete;
     ~ScreenState() { Stop(); }
 
-    // Does not wait for a desktop, and needs none. Does nothing when it has been started. Throws std::system_error when
-    // there is no further thread.
-    void Start(Handler handler);
+    // Does not wait for a desktop, and needs none. Does nothing when it has been started.
+    void Start(EventLoop& loop, Handler handler);
 
     // When it returns the handler is not called any more.
     void Stop();
@@ -48,31 +48,31 @@ public:
     void Set(ScreenStatus status);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    void Run();
-    void Tell();
+    // All on the loop's thread.
     void Connect();
-    void WaitForChange();
-    bool Ask();
+    int Follow(sd_bus* bus);
+    void Retry();
+    void SetDesktop(ScreenStatus status);
+    void Tell();
+    int Ask(sd_bus* bus);
+    static int OnEnd(sd_bus_message* message, void* self, sd_bus_error* error);
     static int OnActiveChanged(sd_bus_message* message, void* self, sd_bus_error* error);
     static int OnOwnerChanged(sd_bus_message* message, void* self, sd_bus_error* error);
     static int OnAnswer(sd_bus_message* message, void* self, sd_bus_error* error);
 
     const std::chrono::milliseconds retryTime_;
     std::atomic<ScreenStatus> set_ = SCREEN_UNKNOWN;
-    std::atomic<bool> stopping_ = false;
-    BusPoller poller_;
 
-    // The thread's own while it runs.
-    Handler handler_;
-    BusHandle bus_;  // null while there is no session bus
-    Clock::time_point nextTry_;
+    // The loop's thread alone.
+    EventLoop* ownLoop_ = nullptr;
+    std::shared_ptr<BusConnection> bus_;  // null while there is no session bus
+    EventLoop::Source retry_;
     ScreenStatus desktop_ = SCREEN_UNKNOWN;
     ScreenStatus told_ = SCREEN_UNKNOWN;
+    std::shared_ptr<Mailbox<ScreenStatus>> handler_;
 
-    std::mutex mutex_;    // one start or stop at a time
-    std::thread thread_;  // guarded by mutex_
+    std::mutex mutex_;           // one start or stop at a time
+    EventLoop* loop_ = nullptr;  // guarded by mutex_; null while stopped
 };
 
 }  // namespace ZYNE::Linux

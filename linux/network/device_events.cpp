@@ -4,9 +4,9 @@
 #include <deque>
 #include <utility>
 
+#include "linux/base/guarded_call.h"
 #include "linux/base/log_share_scope.h"
 #include "linux/network/control/answer_delivery.h"
-#include "linux/network/link/guarded_call.h"
 
 namespace ZYNE::Linux {
 

@@ -7,7 +7,7 @@
 
 #include <netdb.h>
 
-#include "linux/network/link/guarded_call.h"
+#include "linux/base/guarded_call.h"
 #include "linux/network/link/run_id.h"
 #include "linux/network/presence/fabric_log.h"
 #include "linux/network/presence/screen_callbacks.h"

@@ -1,9 +1,9 @@
 // The seam's way to other devices.
 #include "platform/host/session_manager.h"
 
+#include "linux/base/guarded_call.h"
 #include "linux/network/fabric.h"
 #include "linux/network/fabric_node.h"
-#include "linux/network/link/guarded_call.h"
 #include "linux/network/presence/fabric_log.h"
 
 namespace ZYNE::Linux {

@@ -4,10 +4,8 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/bus/bus_caller.h"
+#include "linux/base/mailbox.h"
 #include "linux/bus/caller_identity.h"
-#include "linux/bus/signal_listener.h"
-#include "linux/bus/signal_sender.h"
 #include "linux/services/event_subscribers.h"
 #include "platform/event/common_event_manager.h"
 
@@ -29,6 +27,9 @@ constexpr char PUBLISHED[] = "Published";
 // Accepted only by those who take any publisher.
 constexpr int32_t UNKNOWN_PUBLISHER = CommonEventSubscribeInfo::ANY_PUBLISHER;
 
+// Events whose publishers have not been found yet.
+constexpr size_t MOST_WAITING = 10000;
+
 bool IsName(const std::string& event) {
     return !event.empty() && event.size() <= CommonEvents::LONGEST_NAME;
 }
@@ -37,30 +38,28 @@ bool IsName(const std::string& event) {
 
 // What is there from Start to Stop.
 struct CommonEvents::Running {
-    explicit Running(const std::string& address)
-        : sender(address), ownName(sender.GetUniqueName()), caller(address), publishers(caller),
-          listener(address,
-              {{PATH, INTERFACE, PUBLISHED,
-                  [this](sd_bus_message* message) {
-                      Receive(message);
-                  }}},
-              [] {
-                  LogPrint(LogType::CORE, LogLevel::WARN, LogDomains::EVENT, "no further events: the bus is gone");
-              }) {
-        listener.Listen();
-        if (ownName.empty()) {
-            throw std::runtime_error("common events cannot be sent on the bus " + address);
-        }
-    }
+    // What another process has published.
+    struct Received {
+        std::string event;
+        std::string from;  // its connection
+    };
+
+    explicit Running(std::shared_ptr<BusClient> busClient)
+        : client(std::move(busClient)), ownName(client->GetConnection()->GetUniqueName()),
+          publishers(client->GetCaller()),
+          received(Mailbox<Received>::Make(ThreadPool::Get(),
+              [this](const Received& each) { subscribers.Tell(each.event, FindPublisher(each.from)); },
+              {MOST_WAITING})),
+          published(client->GetConnection()->Listen(
+              PATH, INTERFACE, PUBLISHED, [this](sd_bus_message* message) { Receive(message); })) {}
 
     void Stop() {
-        sender.Stop();
-        listener.Stop();
-        caller.Close();
+        published.End();
+        received->CloseAndWait();
         subscribers.Clear();
     }
 
-    // On the listening thread.
+    // A handler of the connection.
     void Receive(sd_bus_message* message) {
         const char* text = nullptr;
         const char* from = sd_bus_message_get_sender(message);
@@ -69,8 +68,9 @@ struct CommonEvents::Running {
         }
         if (sd_bus_message_read(message, "s", &text) <= 0 || !IsName(text)) {
             LogPrint(LogType::CORE, LogLevel::WARN, LogDomains::EVENT, "a malformed event is passed over");
-        } else if (subscribers.IsWanted(text)) {
-            subscribers.Tell(text, FindPublisher(from));
+        } else if (subscribers.IsWanted(text) && !received->Post({text, from})) {
+            LogPrint(LogType::CORE, LogLevel::ERROR, LogDomains::EVENT,
+                "%{public}s is lost: too many events wait for their publishers to be found", std::string(text));
         }
     }
 
@@ -81,11 +81,11 @@ struct CommonEvents::Running {
     }
 
     EventSubscribers subscribers;
-    SignalSender sender;
+    const std::shared_ptr<BusClient> client;
     const std::string ownName;
-    BusCaller caller;
     CallerIdentity publishers;
-    SignalListener listener;  // the last to be built: its thread uses the others
+    const std::shared_ptr<Mailbox<Received>> received;
+    BusSlot published;  // the last to be built: its handler uses the others
 };
 
 CommonEvents::~CommonEvents() = default;
@@ -95,8 +95,8 @@ CommonEvents& CommonEvents::GetInstance() {
     return events;
 }
 
-void CommonEvents::Start(const std::string& busAddress) {
-    auto running = std::make_shared<Running>(busAddress);
+void CommonEvents::Start(const std::shared_ptr<BusClient>& client) {
+    auto running = std::make_shared<Running>(client);
     const std::scoped_lock lock(mutex_);
     if (running_) {
         throw std::runtime_error("common events are up already");
@@ -137,7 +137,7 @@ bool CommonEvents::Publish(const std::string& event, int32_t publisherUid, std::
     }
     running->subscribers.Tell(event, publisherUid, std::move(told));
     std::string error;
-    const bool sent = running->sender.Send(
+    const bool sent = running->client->GetConnection()->Send(
         PATH, INTERFACE, PUBLISHED,
         [&](sd_bus_message* message) { return sd_bus_message_append(message, "s", event.c_str()); }, error);
     if (!sent) {

@@ -1,7 +1,7 @@
 // The common events of a device: notices that any process publishes for everyone.
 //
 //     auto& events = CommonEvents::GetInstance();
-//     events.Start(DeviceBus::GetInstance().GetAddress());
+//     events.Start(DeviceBus::GetInstance().GetClient());
 //     ...                                                    // subscribers come through CommonEventManager
 //     events.Publish("usual.event.DATA_SHARE_READY", 3012);
 //     ...
@@ -23,6 +23,7 @@
 #include <mutex>
 #include <string>
 
+#include "linux/bus/bus_client.h"
 #include "platform/event/common_event_subscriber.h"
 
 namespace ZYNE::Linux {
@@ -36,7 +37,7 @@ public:
     static CommonEvents& GetInstance();
 
     // When the device's bus is up. Throws std::runtime_error with one line, and has then started nothing.
-    void Start(const std::string& busAddress);
+    void Start(const std::shared_ptr<BusClient>& client);
 
     // From now on nobody is called anew, and the subscribers are let go of; calls that run are not waited for. Before
     // the thread pool is stopped. Not inside a subscriber. Does nothing when it is not up.

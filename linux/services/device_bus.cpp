@@ -99,6 +99,7 @@ struct DeviceBus::Running {
     const std::vector<BusService> services;
     std::unique_ptr<BusDaemon> daemon;
     uint64_t since = 0;  // when the bus daemon was started: whatever it starts is younger
+    EventLoop loop{"collabd-bus"};
     std::unique_ptr<SocketWatch> watch;
 };
 
@@ -119,19 +120,20 @@ void DeviceBus::Start(const BusOptions& options) {
     auto running = std::make_unique<Running>(options);
     running->Begin();
     const std::filesystem::path socket = BusSocket(running->directory.GetPath());
-    running->watch = std::make_unique<SocketWatch>(socket, [socket, lost = options.lost] {
+    running->watch = std::make_unique<SocketWatch>(running->loop, socket, [socket, lost = options.lost] {
         LogPrint(
             LogType::CORE, LogLevel::ERROR, LOG, "%{public}s has vanished: nobody reaches the bus", socket.native());
         if (lost) {
             lost();
         }
     });
-    client_ = std::make_shared<BusClient>(running->daemon->GetAddress(), &PostToPool, [lost = options.lost] {
-        LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus has ended");
-        if (lost) {
-            lost();
-        }
-    });
+    client_ =
+        std::make_shared<BusClient>(running->loop, running->daemon->GetAddress(), &PostToPool, [lost = options.lost] {
+            LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus has ended");
+            if (lost) {
+                lost();
+            }
+        });
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the bus is up in %{public}s, %{public}zu services can be started",
         running_->directory.GetPath().native(), running_->services.size());
@@ -151,6 +153,7 @@ void DeviceBus::Stop() {
     running->watch.reset();
     const std::vector<ProcessHandle> services = FindServices(*client, running->services);
     client->Close();
+    running->loop.Stop();
     running->daemon.reset();
     AwaitServices(services);
     if (running->since != 0) {
@@ -161,6 +164,11 @@ void DeviceBus::Stop() {
 std::string DeviceBus::GetAddress() const {
     const std::scoped_lock lock(mutex_);
     return running_ ? running_->daemon->GetAddress() : std::string();
+}
+
+EventLoop* DeviceBus::GetLoop() const {
+    const std::scoped_lock lock(mutex_);
+    return running_ ? &running_->loop : nullptr;
 }
 
 std::shared_ptr<BusClient> DeviceBus::GetClient() const {

@@ -16,8 +16,8 @@ namespace ZYNE::Linux {
 struct BusOptions {
     std::filesystem::path directory;   // for the socket and what the bus daemon reads; of this device alone
     std::vector<BusService> services;  // what the bus starts on demand
-    // The bus has ended by itself, or nobody finds its socket any more; the device cannot go on. Once for either. On a
-    // thread that must not call Stop.
+    // The bus has ended by itself, or nobody finds its socket any more; the device cannot go on. Once for either. On the
+    // bus's loop: it must be quick.
     std::function<void()> lost;
 };
 
@@ -39,6 +39,9 @@ public:
 
     // Null when the bus is not up.
     std::shared_ptr<BusClient> GetClient() const;
+
+    // The loop that reads the device's buses. Null when the bus is not up.
+    EventLoop* GetLoop() const;
 
 private:
     struct Running;

@@ -1,48 +1,53 @@
 #include "linux/services/socket_watch.h"
 
-#include <sys/stat.h>
+#include <array>
 
-#include <optional>
-#include <utility>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace ZYNE::Linux {
-namespace {
 
-std::optional<std::pair<dev_t, ino_t>> IdentityOf(const std::filesystem::path& file) {
+SocketWatch::Identity SocketWatch::IdentityOf(const std::filesystem::path& file) {
     struct stat status {};
-    return stat(file.c_str(), &status) == 0 ? std::optional(std::pair(status.st_dev, status.st_ino)) : std::nullopt;
+    return stat(file.c_str(), &status) == 0 ? Identity(std::pair(status.st_dev, status.st_ino)) : std::nullopt;
 }
 
-}  // namespace
-
-SocketWatch::SocketWatch(std::filesystem::path socket, std::function<void()> lost, std::chrono::milliseconds step) {
-    // Before this returns: whoever replaces the socket right after is noticed too.
-    const auto identity = IdentityOf(socket);
-    thread_ = std::thread([this, socket = std::move(socket), lost = std::move(lost), step, identity] {
-        if (WaitUntil([&] { return !identity || IdentityOf(socket) != identity; }, step)) {
-            lost();
-        }
-    });
+SocketWatch::SocketWatch(
+    EventLoop& loop, std::filesystem::path socket, std::function<void()> lost, std::chrono::milliseconds step)
+    : loop_(loop), socket_(std::move(socket)), lost_(std::move(lost)), identity_(IdentityOf(socket_)) {
+    loop_.Run([&] { Begin(step); });
 }
 
 SocketWatch::~SocketWatch() {
-    {
-        const std::scoped_lock lock(mutex_);
-        isStopping_ = true;
-    }
-    wake_.notify_all();
-    thread_.join();
+    loop_.Run([this] {
+        change_ = {};
+        timer_ = {};
+    });
 }
 
-// False when it is to stop before.
-bool SocketWatch::WaitUntil(const std::function<bool()>& hasVanished, std::chrono::milliseconds step) {
-    std::unique_lock lock(mutex_);
-    while (!wake_.wait_for(lock, step, [this] { return isStopping_; })) {
-        if (hasVanished()) {
-            return true;
-        }
+// Where nothing can be watched the steps have to do.
+void SocketWatch::Begin(std::chrono::milliseconds step) {
+    constexpr uint32_t CHANGES = IN_CREATE | IN_DELETE | IN_MOVE | IN_DELETE_SELF | IN_MOVE_SELF;
+    timer_ = loop_.Every(step, [this] { Look(); });
+    changes_ = UniqueFd(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (changes_ && inotify_add_watch(changes_.Get(), socket_.parent_path().c_str(), CHANGES) >= 0) {
+        change_ = loop_.Watch(changes_.Get(), POLLIN, [this](uint32_t) {
+            std::array<char, 4096> ignored{};
+            while (read(changes_.Get(), ignored.data(), ignored.size()) > 0) {
+            }
+            Look();
+        });
     }
-    return false;
+}
+
+void SocketWatch::Look() {
+    if (!identity_ || IdentityOf(socket_) != identity_) {
+        change_ = {};
+        timer_ = {};
+        lost_();
+    }
 }
 
 }  // namespace ZYNE::Linux

@@ -2,33 +2,48 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <filesystem>
 #include <functional>
-#include <mutex>
-#include <thread>
+#include <optional>
+#include <utility>
+
+#include <sys/types.h>
+
+#include "linux/base/event_loop.h"
+#include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
 
 class SocketWatch {
 public:
-    static constexpr std::chrono::seconds STEP{1};
+    // What happens to the directories above is noticed after that time at the latest.
+    static constexpr std::chrono::seconds STEP{4};
 
-    // Looks at `socket`, which is there, at each `step`. `lost` is called once, on the watch's thread, when it is there no
-    // more or is another one.
-    SocketWatch(std::filesystem::path socket, std::function<void()> lost, std::chrono::milliseconds step = STEP);
+    // Looks at `socket`, which is there, whenever something happens to its directory, and at each `step`. `lost` is
+    // called once, on the thread of `loop`, when it is there no more or is another one.
+    SocketWatch(EventLoop& loop, std::filesystem::path socket, std::function<void()> lost,
+        std::chrono::milliseconds step = STEP);
     SocketWatch(const SocketWatch&) = delete;
     SocketWatch& operator=(const SocketWatch&) = delete;
-    // Returns when `lost` is not called any more. Not in `lost`.
+    // `lost` is not called any more when it returns. Not in `lost`.
     ~SocketWatch();
 
 private:
-    bool WaitUntil(const std::function<bool()>& hasVanished, std::chrono::milliseconds step);
+    using Identity = std::optional<std::pair<dev_t, ino_t>>;
 
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    bool isStopping_ = false;  // guarded by mutex_
-    std::thread thread_;
+    static Identity IdentityOf(const std::filesystem::path& file);
+    void Begin(std::chrono::milliseconds step);
+    void Look();
+
+    EventLoop& loop_;
+    const std::filesystem::path socket_;
+    const std::function<void()> lost_;
+    const Identity identity_;
+
+    // The loop's thread alone.
+    UniqueFd changes_;
+    EventLoop::Source change_;
+    EventLoop::Source timer_;
 };
 
 }  // namespace ZYNE::Linux

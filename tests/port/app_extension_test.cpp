@@ -226,7 +226,8 @@ TEST_F(AppExtension, ThatListensAndIsFrozenKeepsNobodyWaitingTwiceAndIsDroppedUn
         posted.push_back(std::move(task));
         return true;
     };
-    BusClient client(DeviceBus::GetInstance().GetAddress(), post, [] {});
+    EventLoop loop("test");
+    BusClient client(loop, DeviceBus::GetInstance().GetAddress(), post, [] {});
     std::string error;
     const std::string process = client.StartService(PROVIDER_NAME, error);
     const auto listen = [&] {

@@ -4,8 +4,8 @@
 #include <latch>
 #include <stdexcept>
 
-#include "linux/bus/signal_listener.h"
-#include "linux/bus/signal_sender.h"
+#include "linux/bus/bus_address.h"
+#include "linux/bus/bus_connection.h"
 #include "linux/services/common_events.h"
 #include "linux/services/event_subscribers.h"
 #include "platform/event/common_event_manager.h"
@@ -49,8 +49,8 @@ class CommonEvent : public BusTest {
 protected:
     CommonEvent() {
         address = DeviceBus::GetInstance().GetAddress();
-        events.Start(address);
-        stranger = std::make_unique<SignalSender>(address);
+        events.Start(DeviceBus::GetInstance().GetClient());
+        stranger = BusConnection::Make(loop, OpenBus(address));
     }
     ~CommonEvent() override { events.Stop(); }
 
@@ -70,7 +70,8 @@ protected:
 
     CommonEvents& events = CommonEvents::GetInstance();
     std::string address;
-    std::unique_ptr<SignalSender> stranger;
+    EventLoop loop{"test"};
+    std::shared_ptr<BusConnection> stranger;
 };
 
 TEST_F(CommonEvent, OfAnotherProcessIsItsRealUsersAndOfTheDaemonThatOfTheServiceItStandsFor) {
@@ -100,8 +101,7 @@ TEST_F(CommonEvent, ReachesOtherProcessesAsASignal) {
     const auto hear = [&](sd_bus_message*) {
         heard.count_down();
     };
-    SignalListener other(address, {{PATH, INTERFACE, PUBLISHED, hear}}, [] {});
-    ASSERT_TRUE(other.Listen());
+    const BusSlot listening = stranger->Listen(PATH, INTERFACE, PUBLISHED, hear);
     EXPECT_TRUE(events.Publish("ready", SYSTEM_SERVICE));
     heard.wait();
 }
@@ -154,7 +154,7 @@ TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
     std::latch gate(1);
     std::weak_ptr<Recorder> recorder = Subscribe({"ready"});
     recorder.lock()->gate = &gate;
-    EXPECT_THROW(events.Start(address), std::runtime_error);
+    EXPECT_THROW(events.Start(DeviceBus::GetInstance().GetClient()), std::runtime_error);
     EXPECT_FALSE(events.Subscribe(nullptr));
     std::atomic<int> told = 0;
     auto held = std::make_shared<int>();
@@ -169,8 +169,7 @@ TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
     EXPECT_EQ(told, 1);  // the other came too late
     EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(NewRecorder({"ready"})));
     EXPECT_FALSE(events.Publish("ready", SYSTEM_SERVICE));
-    EXPECT_THROW(events.Start("unix:path=/nowhere"), std::runtime_error);
-    events.Start(address);
+    events.Start(DeviceBus::GetInstance().GetClient());
     const auto late = Subscribe({"ready"});
     events.Publish("ready", SYSTEM_SERVICE);
     EXPECT_TRUE(late->events.Reaches(1));

@@ -64,7 +64,8 @@ TEST_F(PortTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
         });
     };
     ScreenState screen(std::chrono::milliseconds(20));
-    screen.Start([&](ScreenStatus status) { told.Add(status); });
+    EventLoop loop("test");
+    screen.Start(loop, [&](ScreenStatus status) { told.Add(status); });
 
     DeviceBus::GetInstance().Start({directory / "run", {}, {}});
     saver.emplace(address, "/ScreenSaver", false);

@@ -26,7 +26,7 @@ TEST_F(PortTest, TakesABusForLostOnceItsSocketOrDirectoryHasVanishedOrIsAnothers
         std::atomic<int> seen = 0;
         {
             const SocketWatch unharmed(
-                socket, [&] { ++seen; }, std::chrono::milliseconds(1));
+                *DeviceBus::GetInstance().GetLoop(), socket, [&] { ++seen; }, std::chrono::milliseconds(1));
         }
         lose();
         EXPECT_TRUE(Eventually([&] { return lost == 1; }));

@@ -3,8 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include "linux/base/guarded_call.h"
 #include "linux/device/listener_registry.h"
-#include "linux/network/link/guarded_call.h"
 #include "linux/network/presence/fabric_log.h"
 
 namespace ZYNE::Linux {

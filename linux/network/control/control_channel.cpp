@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "linux/base/guarded_call.h"
 #include "linux/base/log_share_scope.h"
 #include "linux/network/control/answer_delivery.h"
 #include "linux/network/control/request_dispatch.h"
-#include "linux/network/link/guarded_call.h"
 #include "linux/network/link/secure_channel.h"
 #include "linux/network/presence/fabric_log.h"
 

@@ -1,7 +1,7 @@
 #include "linux/network/control/request_dispatch.h"
 
+#include "linux/base/guarded_call.h"
 #include "linux/device/plugin_registry.h"
-#include "linux/network/link/guarded_call.h"
 #include "linux/network/presence/fabric_log.h"
 
 namespace ZYNE::Linux {

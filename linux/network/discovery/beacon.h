@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
+#include "linux/base/event_loop.h"
 #include "linux/network/discovery/beacon_socket.h"
 #include "linux/network/discovery/network_interface.h"
-#include "linux/network/link/event_loop.h"
 #include "linux/network/link/meeting_key.h"
 
 namespace ZYNE::Linux {

@@ -6,7 +6,7 @@
 #include <tuple>
 #include <utility>
 
-#include "linux/network/link/guarded_call.h"
+#include "linux/base/guarded_call.h"
 
 namespace ZYNE::Linux {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/event_loop.h"
 #include "linux/base/unique_fd.h"
 #include "linux/network/discovery/network_interface.h"
-#include "linux/network/link/event_loop.h"
 
 namespace ZYNE::Linux {
 

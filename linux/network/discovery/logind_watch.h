@@ -2,9 +2,10 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
-#include "linux/bus/bus_handles.h"
-#include "linux/network/link/event_loop.h"
+#include "linux/base/event_loop.h"
+#include "linux/bus/bus_connection.h"
 
 namespace ZYNE::Linux {
 
@@ -19,16 +20,14 @@ public:
 
 private:
     static int OnPrepareForSleep(sd_bus_message* message, void* self, sd_bus_error* error);
+    static int OnEnd(sd_bus_message* message, void* self, sd_bus_error* error);
     void Connect();
-    void Process();
-    void WaitForMore();
 
     EventLoop& loop_;
     const std::function<void()> onWake_;
-    BusHandle bus_;
-    bool hasWoken_ = false;  // told when no function of sd-bus is running
-    EventLoop::Source arrival_;
-    EventLoop::Source timer_;  // what sd-bus waits for, or the next try
+    std::shared_ptr<BusConnection> bus_;
+    EventLoop::Source wake_;  // when no function of sd-bus is running
+    EventLoop::Source retry_;
 };
 
 }  // namespace ZYNE::Linux

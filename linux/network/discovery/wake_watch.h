@@ -4,9 +4,9 @@
 #include <chrono>
 #include <functional>
 
+#include "linux/base/event_loop.h"
 #include "linux/base/unique_fd.h"
 #include "linux/network/discovery/logind_watch.h"
-#include "linux/network/link/event_loop.h"
 
 namespace ZYNE::Linux {
 

@@ -20,9 +20,9 @@
 #include <string_view>
 #include <vector>
 
+#include "linux/base/event_loop.h"
 #include "linux/base/unique_fd.h"
 #include "linux/network/link/endpoint.h"
-#include "linux/network/link/event_loop.h"
 #include "linux/network/link/meeting_key.h"
 #include "linux/network/link/stream.h"
 #include "linux/network/link/tls_context.h"

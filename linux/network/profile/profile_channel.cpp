@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "linux/network/link/guarded_call.h"
+#include "linux/base/guarded_call.h"
 #include "linux/network/presence/fabric_log.h"
 
 namespace ZYNE::Linux {

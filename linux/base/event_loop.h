@@ -1,4 +1,5 @@
-// The thread that waits for everything on the network: sockets, timers, and what other threads post.
+// A thread that waits for everything of one kind, the network's or the bus's: sockets, timers, and what other threads
+// post.
 //
 //     EventLoop loop("collabd-net");
 //     loop.Run([&] { tick = loop.Every(200ms, [] { ... }); });   // on the loop's thread; returns when done

@@ -1,4 +1,4 @@
-#include "linux/network/link/event_loop.h"
+#include "linux/base/event_loop.h"
 
 #include <cerrno>
 #include <future>
@@ -12,7 +12,7 @@
 #include <systemd/sd-event.h>
 #include <unistd.h>
 
-#include "linux/network/link/guarded_call.h"
+#include "linux/base/guarded_call.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -42,7 +42,7 @@ struct EventLoop::Source::State : std::enable_shared_from_this<State> {
 
     static int OnIo(sd_event_source* /*source*/, int /*fd*/, uint32_t events, void* self) {
         const auto state = static_cast<State*>(self)->shared_from_this();
-        GuardedCall("a network event", [&] { state->onIo(events); });
+        GuardedCall("an event", [&] { state->onIo(events); });
         return 0;
     }
     static int OnTime(sd_event_source* source, uint64_t /*due*/, void* self) {
@@ -51,7 +51,7 @@ struct EventLoop::Source::State : std::enable_shared_from_this<State> {
             sd_event_source_set_time_relative(source, state->period);
             sd_event_source_set_enabled(source, SD_EVENT_ONESHOT);
         }
-        GuardedCall("a network timer", [&] { state->onTime(); });
+        GuardedCall("a timer", [&] { state->onTime(); });
         return 0;
     }
 
@@ -124,7 +124,7 @@ void EventLoop::TakePosted() {
         posted.swap(posted_);
     }
     for (Handler& handler : posted) {
-        GuardedCall("a network task", handler);
+        GuardedCall("a task", handler);
         handler = nullptr;
     }
 }
@@ -145,7 +145,7 @@ bool EventLoop::Run(const Handler& handler) {
     std::future<void> future = done->get_future();
     // A promise that is dropped with its task tells that the loop has stopped.
     Post([&handler, promise = std::move(done)] {
-        GuardedCall("a network task", handler);
+        GuardedCall("a task", handler);
         promise->set_value();
     });
     try {

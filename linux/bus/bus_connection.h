@@ -1,0 +1,97 @@
+// A connection to a bus that an event loop reads: for the signals that this process hears and sends, and for what it
+// serves.
+//
+//     auto connection = BusConnection::Make(loop, OpenBus(address));
+//     const BusSlot slot = connection->Listen("/org/example/Bell", "org.example.Bell", "Rang", [](sd_bus_message*) { ... });
+//     connection->Send("/org/example/Bell", "org.example.Bell", "Rang", [](sd_bus_message*) { return 0; }, error);
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "linux/base/event_loop.h"
+#include "linux/bus/bus_handles.h"
+
+namespace ZYNE::Linux {
+
+class BusConnection;
+
+// Something that the connection does until this is destroyed: no handler runs after that. Any thread.
+class BusSlot {
+public:
+    BusSlot() = default;
+    BusSlot(std::shared_ptr<BusConnection> connection, sd_bus_slot* slot, std::shared_ptr<void> handler);
+    BusSlot(BusSlot&& other) noexcept;
+    BusSlot& operator=(BusSlot&& other) noexcept;
+    ~BusSlot() { End(); }
+
+    // Does nothing the second time.
+    void End();
+
+private:
+    std::shared_ptr<BusConnection> connection_;
+    sd_bus_slot* slot_ = nullptr;
+    std::shared_ptr<void> handler_;
+};
+
+// Any thread. Handlers are called on the loop's thread, one at a time, in the order in which what they hear was sent by
+// one connection, and with the connection locked: they must be quick and not use it.
+class BusConnection : public std::enable_shared_from_this<BusConnection> {
+public:
+    // What sd-bus sends to itself when the bus is gone.
+    static constexpr char LOCAL_PATH[] = "/org/freedesktop/DBus/Local";
+    static constexpr char LOCAL_INTERFACE[] = "org.freedesktop.DBus.Local";
+    static constexpr char DISCONNECTED[] = "Disconnected";
+
+    using Handler = std::function<void(sd_bus_message* message)>;
+
+    // Read from now on by `loop`, which lives until it is closed.
+    static std::shared_ptr<BusConnection> Make(EventLoop& loop, BusHandle bus);
+    BusConnection(const BusConnection&) = delete;
+    BusConnection& operator=(const BusConnection&) = delete;
+    // Closes.
+    ~BusConnection() { Close(); }
+
+    // Runs `use` with the connection locked, and gives back what it returns, or -ENOTCONN when the connection has ended.
+    int Use(const std::function<int(sd_bus* bus)>& use);
+
+    // Has `handler` called of the signals that anyone sends after this returns. Throws std::runtime_error.
+    [[nodiscard]] BusSlot Listen(
+        const std::string& path, const std::string& interface, const std::string& member, Handler handler);
+    // Has it called once the bus is gone. Throws std::runtime_error.
+    [[nodiscard]] BusSlot ListenForEnd(std::function<void()> handler);
+
+    // Returns when the bus has taken the signal. `write` adds its arguments; negative: an error number. False, with the
+    // reason in `error`, when the signal was not sent.
+    bool Send(const std::string& path, const std::string& interface, const std::string& member,
+        const std::function<int(sd_bus_message*)>& write, std::string& error);
+
+    // Empty when the bus is gone.
+    std::string GetUniqueName();
+    bool IsUp();
+
+    // Leaves the bus. Nothing is heard or sent after this. Not in a handler. Does nothing the second time.
+    void Close();
+
+private:
+    friend class BusSlot;
+
+    BusConnection(EventLoop& loop, BusHandle bus) : loop_(loop), bus_(std::move(bus)) {}
+    void Begin();
+    void Work();
+    void Await();
+
+    EventLoop& loop_;
+    std::atomic<bool> isClosed_ = false;
+    std::mutex mutex_;  // held for each call into sd-bus
+    BusHandle bus_;     // guarded by mutex_, and so are its messages; null once closed or gone
+
+    // The loop's thread alone.
+    EventLoop::Source arrival_;
+    EventLoop::Source timer_;
+};
+
+}  // namespace ZYNE::Linux
