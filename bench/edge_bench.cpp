@@ -83,7 +83,8 @@ private:
 // One of the ten.
 void BeClient(const std::string& device, const std::string& path) {
     Ear ear(path);
-    Client::CrossingWatch watch(*Client::FindDevice(device), {"edge"}, [&](const auto&) { ear.Tell(Now()); });
+    Client::Device asked(*Client::FindDevice(device));
+    Client::CrossingWatch watch(asked, {"edge"}, [&](const auto&) { ear.Tell(Now()); });
     ear.Tell(0);  // ready
     watch.Follow(-1);
 }

@@ -60,7 +60,7 @@ std::vector<uint8_t> ItemRequest() {
 }
 
 void Measure(TestDevice& phone, TestDevice& pc, LinkEnd& link, int requests, Figures& figures) {
-    Client::DeviceClient client(*phone.Entry());
+    Client::Device client(*phone.Entry());
     BusEnd bus(pc.Entry()->busAddress, "test.Provider");
     const std::vector<uint8_t> request = ItemRequest();
     for (int done = -ROUND; done < requests; done += ROUND) {
@@ -68,7 +68,7 @@ void Measure(TestDevice& phone, TestDevice& pc, LinkEnd& link, int requests, Fig
         Figures& used = done < 0 ? warmUp : figures;
         for (int i = 0; i < ROUND; ++i) {
             used.whole.Time([&] {
-                if (client.GetInfo("pc", {ITEM}).records.front().second.empty()) {
+                if (client.Info().Get("pc", {ITEM}).records.front().second.empty()) {
                     throw std::runtime_error("the PC does not answer");
                 }
             });

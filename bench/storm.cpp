@@ -36,8 +36,8 @@ constexpr auto SETTLING = 3s;  // after the start; how long the daemons still wo
 struct Participant {
     std::unique_ptr<TestDevice> device;
     std::unique_ptr<Process> process;
-    std::unique_ptr<Client::DeviceClient> client;  // once it can be asked
-    size_t links = 0;                              // peers that it lists as online
+    std::unique_ptr<Client::Device> client;  // once it can be asked
+    size_t links = 0;                        // peers that it lists as online
 };
 
 class Storm {
@@ -96,10 +96,10 @@ size_t Storm::CountLinks() {
         }
         const auto entry = each.client ? std::nullopt : each.device->Entry();
         if (entry && entry->running && !entry->busAddress.empty()) {
-            each.client = std::make_unique<Client::DeviceClient>(*entry, 60s);
+            each.client = std::make_unique<Client::Device>(*entry, 60s);
         }
         if (each.client && each.links + 1 < participants_.size()) {
-            const auto peers = each.client->ListPeers();
+            const auto peers = each.client->Info().ListPeers();
             each.links = static_cast<size_t>(std::ranges::count(peers, true, &Client::Peer::online));
         }
         links += each.links;

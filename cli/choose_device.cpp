@@ -1,4 +1,4 @@
-#include "cli/commands.h"
+#include "cli/command.h"
 
 #include <filesystem>
 #include <optional>

@@ -2,10 +2,9 @@
 
 #include <json/value.h>
 
-#include "cli/commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
-#include "client/device_client.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -39,17 +38,21 @@ Json::Value ToJson(const std::vector<Client::Peer>& peers) {
     return list;
 }
 
-}  // namespace
-
-int ShowDevices(const DeviceChoice& choice, bool json) {
-    Client::DeviceClient device(ChooseDevice(choice, false));
-    const std::vector<Client::Peer> peers = device.ListPeers();
-    if (json) {
+int ShowDevices(Client::Device& device, const JsonOption& options) {
+    const std::vector<Client::Peer> peers = device.Info().ListPeers();
+    if (options.json) {
         PrintJson(ToJson(peers));
     } else {
         PrintTable(peers);
     }
     return 0;
+}
+
+}  // namespace
+
+void AddDevices(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("devices", "List the peers that the device has seen since it came up");
+    SetAction(*command, line, std::make_shared<JsonOption>(), ShowDevices);
 }
 
 }  // namespace ZYNE::Cli

@@ -6,10 +6,9 @@
 
 #include <json/value.h>
 
-#include "cli/crossing_commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
-#include "client/crossing_client.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -91,17 +90,28 @@ Json::Value ToJson(const std::vector<Client::CrossingRule>& rules) {
     return root;
 }
 
-}  // namespace
+struct Options {
+    std::string peer;
+    bool json = false;
+};
 
-int ExplainCrossing(const DeviceChoice& choice, const std::string& peer, bool json) {
-    Client::CrossingClient device(ChooseDevice(choice, false));
-    const std::vector<Client::CrossingRule> rules = device.Explain(peer);
-    if (json) {
+int ExplainCrossing(Client::Device& device, const Options& options) {
+    const std::vector<Client::CrossingRule> rules = device.Crossing().Explain(options.peer);
+    if (options.json) {
         PrintJson(ToJson(rules));
     } else {
-        PrintTable(device.FindPeer(peer).name, rules);
+        PrintTable(device.Info().FindPeer(options.peer).name, rules);
     }
     return Starts(rules) ? 0 : STATUS_OF_NO;
+}
+
+}  // namespace
+
+void AddExplain(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("explain", "Tell rule by rule why crossing with a peer starts or does not");
+    auto options = std::make_shared<Options>();
+    command->add_option("PEER", options->peer, "The peer: its name, or its id as 'devices' shows it")->required();
+    SetAction(*command, line, options, ExplainCrossing);
 }
 
 }  // namespace ZYNE::Cli

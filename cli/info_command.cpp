@@ -1,17 +1,21 @@
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <iostream>
+#include <set>
 
 #include <json/value.h>
 
-#include "cli/commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
-#include "client/device_client.h"
 
 namespace ZYNE::Cli {
 namespace {
 
 constexpr const char* NO_VALUE = "(no value)";
+constexpr size_t MOST_NAMES = 1024;  // more a peer refuses
+constexpr unsigned MOST_SECONDS = 3600;
 
 std::string Meaning(int32_t code) {
     switch (code) {
@@ -56,13 +60,29 @@ Json::Value ToJson(const Client::InfoAnswer& answer) {
     return root;
 }
 
-}  // namespace
+struct Options {
+    std::string peer;
+    std::vector<std::string> names;
+    unsigned timeout = 10;
+    bool json = false;
+};
 
-int GetInfo(const DeviceChoice& choice, const std::string& peer, const std::vector<std::string>& names,
-    std::chrono::seconds timeout, bool json) {
-    Client::DeviceClient device(ChooseDevice(choice, false), timeout);
-    const Client::InfoAnswer answer = device.GetInfo(peer, names);
-    if (json) {
+void CheckNames(const std::vector<std::string>& names) {
+    if (names.size() > MOST_NAMES) {
+        throw CLI::ValidationError("NAME", "at most " + std::to_string(MOST_NAMES) + " items can be asked at once");
+    }
+    std::set<std::string> seen;
+    for (const std::string& name : names) {
+        if (name.empty() || !seen.insert(name).second) {
+            throw CLI::ValidationError("NAME", name.empty() ? "is empty" : name + " is given twice");
+        }
+    }
+}
+
+int GetInfo(const DeviceChoice& choice, const Options& options) {
+    Client::Device device(ChooseDevice(choice), std::chrono::seconds(options.timeout));
+    const Client::InfoAnswer answer = device.Info().Get(options.peer, options.names);
+    if (options.json) {
         PrintJson(ToJson(answer));
     } else if (answer.code == 0) {
         PrintTable(answer);
@@ -71,6 +91,24 @@ int GetInfo(const DeviceChoice& choice, const std::string& peer, const std::vect
         throw CommandError("result " + std::to_string(answer.code) + ": " + Meaning(answer.code));
     }
     return 0;
+}
+
+}  // namespace
+
+void AddInfo(CLI::App& app, CommandLine& line) {
+    CLI::App* info = app.add_subcommand("info", "Info of peers");
+    info->require_subcommand(1);
+    CLI::App* get = info->add_subcommand("get", "Ask a peer for items of its info and print their values");
+    auto options = std::make_shared<Options>();
+    get->add_option("PEER", options->peer, "The peer: its name, or its id as 'devices' shows it")->required();
+    get->add_option("NAME", options->names, "Items to ask for")->required();
+    get->add_option("--timeout", options->timeout, "Seconds to wait for the device (the device gives the peer five)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1U, MOST_SECONDS))
+        ->capture_default_str();
+    get->add_flag("--json", options->json, "Print JSON");
+    get->parse_complete_callback([options] { CheckNames(options->names); });
+    SetAction(*get, line, options, GetInfo);
 }
 
 }  // namespace ZYNE::Cli

@@ -7,13 +7,15 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "cli/commands.h"
+#include "cli/command.h"
 #include "cli/stop_signals.h"
 
 namespace ZYNE::Cli {
 namespace {
 
 constexpr int LOOK_INTERVAL_MS = 100;
+constexpr size_t LINES_BY_DEFAULT = 20;
+constexpr int MOST_LINES = 1000000;
 
 // Where the last `lines` lines of the file begin.
 std::streamoff LastLines(std::ifstream& file, size_t lines) {
@@ -85,9 +87,12 @@ void Follow(const Client::DeviceEntry& device, std::ifstream& file, std::streamo
     }
 }
 
-}  // namespace
+struct Options {
+    size_t lines = LINES_BY_DEFAULT;
+    bool follow = false;
+};
 
-int ShowLog(const DeviceChoice& choice, size_t lines, bool follow) {
+int ShowLog(const DeviceChoice& choice, const Options& options) {
     const Client::DeviceEntry device = ChooseDevice(choice, true);
     std::error_code ignored;
     std::ifstream file;
@@ -97,13 +102,26 @@ int ShowLog(const DeviceChoice& choice, size_t lines, bool follow) {
     if (!file.is_open()) {
         throw CommandError(device.LogFile().string() + " cannot be read: no device has logged there");
     }
-    const std::optional<StopSignals> stop = follow ? std::optional<StopSignals>(std::in_place) : std::nullopt;
-    std::streamoff position = LastLines(file, lines);
+    const std::optional<StopSignals> stop = options.follow ? std::optional<StopSignals>(std::in_place) : std::nullopt;
+    std::streamoff position = LastLines(file, options.lines);
     PrintNewLines(file, position);
     if (stop) {
         Follow(device, file, position, *stop);
     }
     return 0;
+}
+
+}  // namespace
+
+void AddLog(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("log", "Print the device's log, also after the device has ended");
+    auto options = std::make_shared<Options>();
+    command->add_option("--lines", options->lines, "How many of the last lines to print")
+        ->type_name("N")
+        ->check(CLI::Range(0, MOST_LINES))
+        ->capture_default_str();
+    command->add_flag("--follow", options->follow, "Go on printing new lines until the device ends");
+    SetAction(*command, line, options, ShowLog);
 }
 
 }  // namespace ZYNE::Cli

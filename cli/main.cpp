@@ -9,12 +9,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/options.h"
+#include "cli/command.h"
 #include "platform/log/printable_text.h"
 
 namespace {
-
-using ZYNE::Cli::DeviceChoice;
 
 constexpr int FAILED = 1;
 constexpr int WRONG_USAGE = 2;
@@ -71,34 +69,33 @@ std::string Problem(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int Main(int argc, char** argv) {
-    DeviceChoice device;
-    ZYNE::Cli::Run run;
+    ZYNE::Cli::CommandLine line;
     CLI::App app("Asks a device of this user, shows its log, and makes accounts and their devices.", "collabctl");
     app.set_version_flag("--version", COLLAB_VERSION);
     app.set_help_all_flag("--help-all", "Print the help of every command");
     app.require_subcommand(1);
     app.fallthrough();
     CLI::Option* name =
-        app.add_option("--device", device.name, "The running device to ask, by name")->type_name("NAME");
-    app.add_option("--directory", device.directory, "The same by its state directory")
+        app.add_option("--device", line.device.name, "The running device to ask, by name")->type_name("NAME");
+    app.add_option("--directory", line.device.directory, "The same by its state directory")
         ->type_name("DIR")
         ->excludes(name);
-    ZYNE::Cli::AddDevices(app, device, run);
-    ZYNE::Cli::AddStatus(app, device, run);
-    ZYNE::Cli::AddInfo(app, device, run);
-    ZYNE::Cli::AddProfile(app, device, run);
-    ZYNE::Cli::AddSetting(app, device, run);
-    ZYNE::Cli::AddSwitch(app, device, run);
-    ZYNE::Cli::AddExplain(app, device, run);
-    ZYNE::Cli::AddCompanion(app, device, run);
-    ZYNE::Cli::AddCrossingWatch(app, device, run);
-    ZYNE::Cli::AddRequest(app, device, run);
-    ZYNE::Cli::AddUser(app, device, run);
-    ZYNE::Cli::AddScreen(app, device, run);
-    ZYNE::Cli::AddInput(app, device, run);
-    ZYNE::Cli::AddLog(app, device, run);
-    ZYNE::Cli::AddAccount(app, device, run);
-    ZYNE::Cli::AddDevice(app, run);
+    ZYNE::Cli::AddDevices(app, line);
+    ZYNE::Cli::AddStatus(app, line);
+    ZYNE::Cli::AddInfo(app, line);
+    ZYNE::Cli::AddProfile(app, line);
+    ZYNE::Cli::AddSetting(app, line);
+    ZYNE::Cli::AddSwitch(app, line);
+    ZYNE::Cli::AddExplain(app, line);
+    ZYNE::Cli::AddCompanion(app, line);
+    ZYNE::Cli::AddWatch(app, line);
+    ZYNE::Cli::AddRequest(app, line);
+    ZYNE::Cli::AddUser(app, line);
+    ZYNE::Cli::AddScreen(app, line);
+    ZYNE::Cli::AddInput(app, line);
+    ZYNE::Cli::AddLog(app, line);
+    ZYNE::Cli::AddAccount(app, line);
+    ZYNE::Cli::AddDevice(app, line);
     app.footer(FOOTER);  // the commands would take it over if they were added later
     try {
         app.parse(argc, argv);
@@ -107,7 +104,7 @@ int Main(int argc, char** argv) {
             ? app.exit(error)
             : Fail(Problem(app, error) + " (see " + Command(app) + " --help)", WRONG_USAGE);
     }
-    return run();
+    return line.run();
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -5,17 +7,26 @@
 
 #include <json/value.h>
 
-#include "cli/commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/standard_input.h"
 #include "cli/text_table.h"
-#include "client/device_client.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
 namespace {
 
 constexpr size_t MOST_SHOWN_BYTES = 80;
+constexpr const char* DEVICE_HELP = "A peer, by its name or its id as 'devices' shows it, or the device itself";
+
+struct Options {
+    std::string device;
+    std::string service;
+    std::string serviceType;
+    std::string key;
+    std::string value;
+    bool json = false;
+};
 
 std::string Meaning(int32_t code) {
     switch (code) {
@@ -90,47 +101,102 @@ int Conclude(int32_t code, bool json) {
     return 0;
 }
 
-}  // namespace
-
-int GetProfile(const DeviceChoice& choice, const std::string& device, const ProfileKey& key, bool json) {
-    Client::DeviceClient client(ChooseDevice(choice, false));
-    const auto value = client.GetProfile(device, key.service, key.serviceType, key.key);
-    if (json) {
+int GetProfile(Client::Device& device, const Options& options) {
+    const auto value = device.Profiles().Get(options.device, options.service, options.serviceType, options.key);
+    if (options.json) {
         Json::Value result(Json::objectValue);
         result["known"] = value.has_value();
         result["value"] = value.value_or("");
         PrintJson(result);
     }
     if (!value) {
-        throw CommandError("nothing is known of " + key.key + " under the service " + key.service + " of " + device);
+        throw CommandError(
+            "nothing is known of " + options.key + " under the service " + options.service + " of " + options.device);
     }
-    if (!json) {
-        std::string line;
-        AppendPrintable(line, *value);
-        std::cout << line << '\n';
+    if (!options.json) {
+        PrintLine(*value);
     }
     return 0;
 }
 
-int PutProfile(const DeviceChoice& choice, const ProfileKey& key, const std::string& value, bool json) {
-    Client::DeviceClient client(ChooseDevice(choice, false));
-    return Conclude(client.PutProfile(key.service, key.serviceType, key.key, OrStandardInput(value)), json);
+int PutProfile(Client::Device& device, const Options& options) {
+    const std::string value = OrStandardInput(options.value);
+    return Conclude(device.Profiles().Put(options.service, options.serviceType, options.key, value), options.json);
 }
 
-int DeleteProfile(const DeviceChoice& choice, const ProfileKey& key, bool json) {
-    Client::DeviceClient client(ChooseDevice(choice, false));
-    return Conclude(client.DeleteProfile(key.service, key.key), json);
+int DeleteProfile(Client::Device& device, const Options& options) {
+    return Conclude(device.Profiles().Delete(options.service, options.key), options.json);
 }
 
-int ListProfiles(const DeviceChoice& choice, const std::string& device, bool json) {
-    Client::DeviceClient client(ChooseDevice(choice, false));
-    const std::vector<Client::ProfileEntry> entries = client.ListProfiles(device);
-    if (json) {
+int ListProfiles(Client::Device& device, const Options& options) {
+    const std::vector<Client::ProfileEntry> entries = device.Profiles().List(options.device);
+    if (options.json) {
         PrintJson(ToJson(entries));
     } else {
         PrintTable(entries);
     }
     return 0;
+}
+
+void AddKey(CLI::App* command, Options& options) {
+    command->add_option("KEY", options.key, "The value's name under its service")->required();
+}
+
+void AddService(CLI::App* command, Options& options) {
+    command->add_option("--service", options.service, "The service that the value belongs to")
+        ->required()
+        ->type_name("SERVICE");
+}
+
+CLI::Option* AddType(CLI::App* command, Options& options) {
+    return command->add_option("--type", options.serviceType, "The service's type")->type_name("TYPE");
+}
+
+void AddGet(CLI::App& profile, CommandLine& line) {
+    CLI::App* command = profile.add_subcommand("get", "Print one value of a profile");
+    auto options = std::make_shared<Options>();
+    command->add_option("DEVICE", options->device, DEVICE_HELP)->required();
+    AddKey(command, *options);
+    AddService(command, *options);
+    AddType(command, *options);
+    SetAction(*command, line, options, GetProfile);
+}
+
+void AddPut(CLI::App& profile, CommandLine& line) {
+    CLI::App* command = profile.add_subcommand("put", "Publish a value in the device's own profile");
+    auto options = std::make_shared<Options>();
+    AddKey(command, *options);
+    command->add_option("VALUE", options->value, "The value; - reads standard input to its end")->required();
+    AddService(command, *options);
+    AddType(command, *options)->required();
+    SetAction(*command, line, options, PutProfile);
+}
+
+void AddDelete(CLI::App& profile, CommandLine& line) {
+    CLI::App* command = profile.add_subcommand("delete", "Take a value out of the device's own profile");
+    auto options = std::make_shared<Options>();
+    AddKey(command, *options);
+    AddService(command, *options);
+    SetAction(*command, line, options, DeleteProfile);
+}
+
+void AddList(CLI::App& profile, CommandLine& line) {
+    CLI::App* command = profile.add_subcommand("list", "List what is known of every device's profile, or of one's");
+    auto options = std::make_shared<Options>();
+    command->add_option("DEVICE", options->device, DEVICE_HELP);
+    SetAction(*command, line, options, ListProfiles);
+}
+
+}  // namespace
+
+void AddProfile(CLI::App& app, CommandLine& line) {
+    CLI::App* profile = app.add_subcommand("profile", "Profiles: values that a device publishes for its peers");
+    profile->require_subcommand(1);
+    AddGet(*profile, line);
+    AddPut(*profile, line);
+    AddDelete(*profile, line);
+    AddList(*profile, line);
+    AddProfileWatch(*profile, line);
 }
 
 }  // namespace ZYNE::Cli

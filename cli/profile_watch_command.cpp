@@ -3,19 +3,26 @@
 
 #include <json/value.h>
 
-#include "cli/commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/stop_signals.h"
 #include "cli/time_stamp.h"
-#include "client/crossing_client.h"
 #include "client/profile_watch.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
 namespace {
 
+// Which changes are shown; what is empty does not matter.
+struct Options {
+    std::string device;
+    std::string service;
+    std::string key;
+    bool json = false;
+};
+
 // `filter.device` is the device's id.
-bool Passes(const ProfileFilter& filter, const Client::ProfileEntry& entry) {
+bool Passes(const Options& filter, const Client::ProfileEntry& entry) {
     return (filter.device.empty() || filter.device == entry.deviceId) &&
         (filter.service.empty() || filter.service == entry.service) && (filter.key.empty() || filter.key == entry.key);
 }
@@ -43,21 +50,20 @@ Json::Value ToJson(const Client::ProfileChange& change) {
     return object;
 }
 
-}  // namespace
-
-int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& wanted, bool json) {
+// Until the user interrupts. Throws when the device has ended.
+int WatchProfiles(const DeviceChoice& choice, const Options& options) {
     const StopSignals stop;
-    const Client::DeviceEntry device = ChooseDevice(choice, false);
-    ProfileFilter filter = wanted;
-    if (!wanted.device.empty()) {
+    Client::Device device(ChooseDevice(choice));
+    Options filter = options;
+    if (!filter.device.empty()) {
         // A device that nobody has seen is more often misspelt than waited for.
-        filter.device = Client::CrossingClient(device).FindPeer(wanted.device).id;
+        filter.device = device.Info().FindPeer(filter.device).id;
     }
     Client::ProfileWatch watch(device, [&](const Client::ProfileChange& change) {
         if (!Passes(filter, change.entry)) {
             return;
         }
-        if (json) {
+        if (filter.json) {
             PrintJsonLine(ToJson(change));
         } else {
             PrintLine(change);
@@ -67,6 +73,19 @@ int WatchProfiles(const DeviceChoice& choice, const ProfileFilter& wanted, bool 
     std::cerr << "watching until interrupted\n";
     watch.Follow(stop.Descriptor());
     return 0;
+}
+
+}  // namespace
+
+void AddProfileWatch(CLI::App& profile, CommandLine& line) {
+    CLI::App* command = profile.add_subcommand("watch", "Print changes of profiles as they come, until interrupted");
+    auto options = std::make_shared<Options>();
+    command->add_option(
+        "DEVICE", options->device, "A peer, by its name or its id as 'devices' shows it, or the device itself");
+    command->add_option("--service", options->service, "Only values of this service")->type_name("SERVICE");
+    command->add_option("--key", options->key, "Only values of this name")->type_name("KEY");
+    command->add_flag("--json", options->json, "Print one JSON object a line");
+    SetAction(*command, line, options, WatchProfiles);
 }
 
 }  // namespace ZYNE::Cli

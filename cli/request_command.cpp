@@ -1,13 +1,12 @@
-#include <iostream>
+#include <cstdint>
 #include <string>
 
 #include <json/value.h>
 
-#include "cli/crossing_commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/standard_input.h"
-#include "client/crossing_client.h"
-#include "platform/log/printable_text.h"
+#include "cli/text_table.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -25,26 +24,38 @@ std::string Meaning(int32_t code) {
     }
 }
 
-}  // namespace
+struct Options {
+    std::string request;
+    bool json = false;
+};
 
-int SendRequest(const DeviceChoice& choice, const std::string& request, bool json) {
-    Client::CrossingClient device(ChooseDevice(choice, false));
-    const Client::RequestAnswer answer = device.SendRequest(OrStandardInput(request));
-    if (json) {
+int SendRequest(Client::Device& device, const Options& options) {
+    const Client::RequestAnswer answer = device.Crossing().SendRequest(OrStandardInput(options.request));
+    if (options.json) {
         Json::Value root(Json::objectValue);
         root["code"] = answer.code;
         root["meaning"] = Meaning(answer.code);
         root["result"] = answer.result;
         PrintJson(root);
     } else if (answer.code == 0) {
-        std::string line;
-        AppendPrintable(line, answer.result);
-        std::cout << line << '\n';
+        PrintLine(answer.result);
     }
     if (answer.code != 0) {
         throw Refusal("result " + std::to_string(answer.code) + ": " + Meaning(answer.code));
     }
     return 0;
+}
+
+}  // namespace
+
+void AddRequest(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("request", "Send a key-mouse request and print its result");
+    auto options = std::make_shared<Options>();
+    command
+        ->add_option("JSON", options->request,
+            R"(The request, such as {"action":"sendKeyMouseEvent","event":1}; - reads standard input to its end)")
+        ->required();
+    SetAction(*command, line, options, SendRequest);
 }
 
 }  // namespace ZYNE::Cli

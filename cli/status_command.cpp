@@ -6,11 +6,9 @@
 
 #include <json/value.h>
 
-#include "cli/commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
-#include "client/device_client.h"
-#include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -24,9 +22,9 @@ struct Status {
     Client::Network network;
 };
 
-Status ReadStatus(Client::DeviceClient& device) {
+Status ReadStatus(Client::Device& device) {
     Status status{device.Name(), device.Type(), device.AccountMode(), {}, device.GetSetup(), device.GetNetwork()};
-    for (Client::Peer& peer : device.ListPeers()) {
+    for (Client::Peer& peer : device.Info().ListPeers()) {
         if (peer.online) {
             status.online.push_back(std::move(peer));
         }
@@ -48,12 +46,6 @@ std::string NameOf(const Client::NetworkLink& link, const std::vector<Client::Pe
     return peer != online.end() ? peer->name : "";
 }
 
-void PrintLine(const char* heading, const std::string& text) {
-    std::string line = heading;
-    AppendPrintable(line, text);
-    std::cout << line << '\n';
-}
-
 void PrintSettings(const Client::Setup& setup) {
     TextTable table({"SETTING", "VALUE", "IN THE WAY"});
     for (const Client::SetupSetting& setting : setup.settings) {
@@ -64,18 +56,18 @@ void PrintSettings(const Client::Setup& setup) {
 
 void PrintNetwork(const Status& status) {
     const Client::Network& network = status.network;
-    PrintLine("NETWORK       ", network.state);
+    PrintLine("NETWORK       " + network.state);
     for (const Client::NetworkInterface& interface : network.interfaces) {
-        PrintLine("INTERFACE     ", interface.name + "  " + Join(interface.addresses));
+        PrintLine("INTERFACE     " + interface.name + "  " + Join(interface.addresses));
     }
     if (network.port != 0) {
-        PrintLine("PORT          ", std::to_string(network.port));
+        PrintLine("PORT          " + std::to_string(network.port));
     }
     for (const Client::NetworkLink& link : network.links) {
-        PrintLine("LINK          ", link.peerId + "  " + link.address + "  " + NameOf(link, status.online));
+        PrintLine("LINK          " + link.peerId + "  " + link.address + "  " + NameOf(link, status.online));
     }
     for (const Client::NetworkNote& note : network.notes) {
-        PrintLine("NOTE          ", note.kind + ": " + note.text);
+        PrintLine("NOTE          " + note.kind + ": " + note.text);
     }
 }
 
@@ -85,11 +77,11 @@ void PrintText(const Status& status) {
         names.push_back(peer.name);
     }
     const std::string peers = Join(names);
-    PrintLine("NAME          ", status.name);
-    PrintLine("TYPE          ", status.type);
-    PrintLine("ACCOUNT MODE  ", status.accountMode);
-    PrintLine("PEERS ONLINE  ", peers.empty() ? "none" : peers);
-    PrintLine("SET-UP        ", status.setup.complete ? "complete" : "not complete");
+    PrintLine("NAME          " + status.name);
+    PrintLine("TYPE          " + status.type);
+    PrintLine("ACCOUNT MODE  " + status.accountMode);
+    PrintLine("PEERS ONLINE  " + (peers.empty() ? "none" : peers));
+    PrintLine(std::string("SET-UP        ") + (status.setup.complete ? "complete" : "not complete"));
     PrintNetwork(status);
     std::cout << '\n';
     PrintSettings(status.setup);
@@ -144,17 +136,21 @@ Json::Value ToJson(const Status& status) {
     return root;
 }
 
-}  // namespace
-
-int ShowStatus(const DeviceChoice& choice, bool json) {
-    Client::DeviceClient device(ChooseDevice(choice, false));
+int ShowStatus(Client::Device& device, const JsonOption& options) {
     const Status status = ReadStatus(device);
-    if (json) {
+    if (options.json) {
         PrintJson(ToJson(status));
     } else {
         PrintText(status);
     }
     return 0;
+}
+
+}  // namespace
+
+void AddStatus(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("status", "Show the device, its peers, and whether its set-up is complete");
+    SetAction(*command, line, std::make_shared<JsonOption>(), ShowStatus);
 }
 
 }  // namespace ZYNE::Cli

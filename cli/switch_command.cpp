@@ -1,11 +1,13 @@
+#include <cstdint>
 #include <iostream>
+#include <limits>
+#include <optional>
 
 #include <json/value.h>
 
-#include "cli/crossing_commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
-#include "client/crossing_client.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -37,27 +39,50 @@ Json::Value ToJson(const std::vector<Client::PeerSwitch>& peers) {
     return list;
 }
 
-}  // namespace
+struct Options {
+    bool isOn = false;  // what `on` and `off` make it
+    std::optional<int32_t> user{};
+    bool json = false;
+};
 
-int PutSwitch(const DeviceChoice& choice, bool isOn, std::optional<int32_t> user, bool json) {
-    const int32_t owner = Client::CrossingClient(ChooseDevice(choice, false)).SetSwitch(isOn, user);
-    if (json) {
-        PrintJson(ToJson(owner, isOn));
+int PutSwitch(Client::Device& device, const Options& options) {
+    const int32_t owner = device.Crossing().SetSwitch(options.isOn, options.user);
+    if (options.json) {
+        PrintJson(ToJson(owner, options.isOn));
     }
     return 0;
 }
 
-int ShowSwitches(const DeviceChoice& choice, std::optional<int32_t> user, bool json) {
-    const Client::DeviceEntry device = ChooseDevice(choice, false);
-    const Client::Switches switches = Client::CrossingClient(device).GetSwitch(user);
-    if (json) {
+int ShowSwitches(Client::Device& device, const Options& options) {
+    const Client::Switches switches = device.Crossing().GetSwitch(options.user);
+    if (options.json) {
         Json::Value root = ToJson(switches.user, switches.isOn);
         root["peers"] = ToJson(switches.peers);
         PrintJson(root);
     } else {
-        PrintTable(device.name, switches);
+        PrintTable(device.Entry().name, switches);
     }
     return 0;
+}
+
+void AddWord(CLI::App& parent, CommandLine& line, const char* word, const char* description, bool isOn,
+    int (*action)(Client::Device&, const Options&)) {
+    CLI::App* command = parent.add_subcommand(word, description);
+    auto options = std::make_shared<Options>(Options{isOn});
+    command->add_option("--user", options->user, "The switch of this user; by default of who is in the foreground")
+        ->type_name("N")
+        ->check(CLI::Range(0, std::numeric_limits<int32_t>::max()));
+    SetAction(*command, line, options, action);
+}
+
+}  // namespace
+
+void AddSwitch(CLI::App& app, CommandLine& line) {
+    CLI::App* parent = app.add_subcommand("switch", "The switch for crossing of keyboard and mouse");
+    parent->require_subcommand(1);
+    AddWord(*parent, line, "on", "Switch crossing on", true, PutSwitch);
+    AddWord(*parent, line, "off", "Switch crossing off", false, PutSwitch);
+    AddWord(*parent, line, "status", "Show the switches of the device and of its peers", false, ShowSwitches);
 }
 
 }  // namespace ZYNE::Cli

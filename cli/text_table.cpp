@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <ostream>
+#include <iostream>
 #include <utility>
 
 #include "platform/log/printable_text.h"
@@ -50,6 +50,12 @@ void TextTable::Print(std::ostream& out) const {
         }
         out << '\n';
     }
+}
+
+void PrintLine(const std::string& text) {
+    std::string line;
+    AppendPrintable(line, text);
+    std::cout << line << '\n';
 }
 
 }  // namespace ZYNE::Cli

@@ -1,4 +1,4 @@
-// A table for people: aligned columns, a heading, text of others made harmless.
+// Text for people, in which text of others is made harmless.
 #pragma once
 
 #include <iosfwd>
@@ -7,6 +7,7 @@
 
 namespace ZYNE::Cli {
 
+// Aligned columns under headings.
 class TextTable {
 public:
     explicit TextTable(std::vector<std::string> headings);
@@ -18,5 +19,8 @@ public:
 private:
     std::vector<std::vector<std::string>> rows_;  // the headings first
 };
+
+// To standard output.
+void PrintLine(const std::string& text);
 
 }  // namespace ZYNE::Cli

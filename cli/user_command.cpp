@@ -1,11 +1,12 @@
+#include <cstdint>
 #include <iostream>
+#include <limits>
 
 #include <json/value.h>
 
-#include "cli/crossing_commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
-#include "client/crossing_client.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -31,12 +32,14 @@ Json::Value ToJson(const std::vector<Client::User>& users) {
     return list;
 }
 
-}  // namespace
+struct Options {
+    int32_t user = 0;
+    bool json = false;
+};
 
-int ListUsers(const DeviceChoice& choice, bool json) {
-    Client::CrossingClient device(ChooseDevice(choice, false));
-    const std::vector<Client::User> users = device.ListUsers();
-    if (json) {
+int ListUsers(Client::Device& device, const JsonOption& options) {
+    const std::vector<Client::User> users = device.Crossing().ListUsers();
+    if (options.json) {
         PrintJson(ToJson(users));
     } else {
         PrintTable(users);
@@ -44,13 +47,26 @@ int ListUsers(const DeviceChoice& choice, bool json) {
     return 0;
 }
 
-int SwitchUser(const DeviceChoice& choice, int32_t user, bool json) {
-    Client::CrossingClient device(ChooseDevice(choice, false));
-    device.SwitchUser(user);
-    if (json) {
-        PrintJson(ToJson(device.ListUsers()));
+int SwitchUser(Client::Device& device, const Options& options) {
+    device.Crossing().SwitchUser(options.user);
+    if (options.json) {
+        PrintJson(ToJson(device.Crossing().ListUsers()));
     }
     return 0;
+}
+
+}  // namespace
+
+void AddUser(CLI::App& app, CommandLine& line) {
+    CLI::App* user = app.add_subcommand("user", "Users of the device");
+    user->require_subcommand(1);
+    SetAction(*user->add_subcommand("list", "List them"), line, std::make_shared<JsonOption>(), ListUsers);
+    CLI::App* toForeground = user->add_subcommand("switch", "Bring a user to the foreground");
+    auto options = std::make_shared<Options>();
+    toForeground->add_option("USER", options->user, "The user's number")
+        ->required()
+        ->check(CLI::Range(0, std::numeric_limits<int32_t>::max()));
+    SetAction(*toForeground, line, options, SwitchUser);
 }
 
 }  // namespace ZYNE::Cli

@@ -1,14 +1,14 @@
 #include <iostream>
 #include <string>
-#include <utility>
+#include <variant>
+#include <vector>
 
 #include <json/value.h>
 
-#include "cli/crossing_commands.h"
+#include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/stop_signals.h"
 #include "cli/time_stamp.h"
-#include "client/crossing_client.h"
 #include "client/crossing_watch.h"
 #include "platform/log/printable_text.h"
 
@@ -36,7 +36,7 @@ std::string ActionWord(int32_t action) {
 // Prints each event as it comes.
 class EventPrinter {
 public:
-    EventPrinter(Client::DeviceEntry device, bool json) : device_(std::move(device)), json_(json) {}
+    EventPrinter(Client::Device& device, bool json) : device_(device), json_(json) {}
 
     void operator()(const Client::SwitchEvent& event) const { PrintPeerEvent("switch", event.networkId, event.status); }
     void operator()(const Client::ScreenEvent& event) const { PrintPeerEvent("screen", event.networkId, event.status); }
@@ -102,29 +102,47 @@ private:
     // Empty when the device does not know the peer.
     std::string NameOf(const std::string& networkId) const {
         try {
-            return Client::CrossingClient(device_).FindPeer(networkId).name;
+            return device_.Info().FindPeer(networkId).name;
         } catch (const Client::DeviceError&) {
             return {};
         }
     }
 
-    const Client::DeviceEntry device_;
+    Client::Device& device_;
     const bool json_;
 };
 
-}  // namespace
+struct Options {
+    std::vector<std::string> events;
+    bool json = false;
+};
 
-int WatchCrossing(const DeviceChoice& choice, const std::vector<std::string>& events, bool json) {
+// Until the user interrupts. Throws when the device has ended.
+int WatchCrossing(const DeviceChoice& choice, const Options& options) {
     const StopSignals stop;
-    const Client::DeviceEntry device = ChooseDevice(choice, false);
-    Client::CrossingWatch watch(
-        device, events, [&stop, print = EventPrinter(device, json)](const Client::CrossingEvent& event) {
-            std::visit(print, event);
-            stop.RaiseUnlessWritable(std::cout);
-        });
+    Client::Device device(ChooseDevice(choice));
+    const EventPrinter print(device, options.json);
+    Client::CrossingWatch watch(device, options.events, [&](const Client::CrossingEvent& event) {
+        std::visit(print, event);
+        stop.RaiseUnlessWritable(std::cout);
+    });
     std::cerr << "watching until interrupted\n";
     watch.Follow(stop.Descriptor());
     return 0;
+}
+
+}  // namespace
+
+void AddWatch(CLI::App& app, CommandLine& line) {
+    CLI::App* command = app.add_subcommand("watch", "Print events of crossing as they come, until interrupted");
+    auto options = std::make_shared<Options>();
+    command
+        ->add_option("EVENT", options->events,
+            "keyboard: keys; edge: the pointer arrives at an edge; screen, switch: those of peers change")
+        ->required()
+        ->check(CLI::IsMember({"keyboard", "edge", "screen", "switch"}));
+    command->add_flag("--json", options->json, "Print one JSON object a line");
+    SetAction(*command, line, options, WatchCrossing);
 }
 
 }  // namespace ZYNE::Cli

@@ -2,8 +2,7 @@
 
 #include <array>
 #include <cerrno>
-#include <exception>
-#include <mutex>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -11,7 +10,6 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 
-#include "client/crossing_client.h"
 #include "linux/base/unique_fd.h"
 #include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
@@ -26,8 +24,8 @@ constexpr int32_t REFUSED = -1;
 // The object that the device sends the events to, and the thread that serves it.
 class CrossingWatch::Server {
 public:
-    Server(const std::string& busAddress, std::function<void(const CrossingEvent&)> told)
-        : told_(std::move(told)), ended_(eventfd(0, EFD_CLOEXEC)), bus_(busAddress) {
+    Server(const std::string& busAddress, EventTeller& teller)
+        : teller_(teller), ended_(eventfd(0, EFD_CLOEXEC)), bus_(busAddress) {
         if (!ended_) {
             throw std::system_error(errno, std::generic_category(), "the end of the device cannot be waited for");
         }
@@ -50,50 +48,41 @@ public:
     int EndDescriptor() const { return ended_.Get(); }
 
 private:
+    // The device sends the next event when it has the answer to this one, which keeps their order.
     int32_t Take(uint32_t code, MessageParcel& data) {
-        const std::optional<CrossingEvent> event = ReadCrossingEvent(code, data);
-        if (!event) {
-            return REFUSED;
-        }
-        const std::scoped_lock lock(mutex_);  // held while telling, which makes it one event at a time
-        told_(*event);
-        return 0;
+        std::optional<CrossingEvent> event = ReadCrossingEvent(code, data);
+        return event && teller_.Add(std::move(*event)) ? 0 : REFUSED;
     }
 
-    std::mutex mutex_;
-    const std::function<void(const CrossingEvent&)> told_;  // called under mutex_
+    EventTeller& teller_;
     const Linux::UniqueFd ended_;
     Linux::BusServer bus_;
     std::thread thread_;
 };
 
 CrossingWatch::CrossingWatch(
-    const DeviceEntry& device, std::vector<std::string> events, std::function<void(const CrossingEvent&)> told)
-    : device_(device), events_(std::move(events)) {
-    CrossingClient client(device_);
+    Device& device, std::vector<std::string> events, std::function<void(const CrossingEvent&)> told)
+    : device_(device), events_(std::move(events)), teller_(std::move(told)) {
+    const DeviceEntry& entry = device_.Entry();
     try {
-        server_ = std::make_unique<Server>(device_.busAddress, std::move(told));
+        server_ = std::make_unique<Server>(entry.busAddress, teller_);
     } catch (const std::runtime_error& error) {
-        throw DeviceError("the device \"" + device_.name + "\" cannot be listened to: " + error.what());
+        throw DeviceError("the device \"" + entry.name + "\" cannot be listened to: " + error.what());
     }
     for (const std::string& event : events_) {
-        client.AddListener(event, server_->GetUniqueName());
+        device_.Crossing().AddListener(event, server_->GetUniqueName());
     }
+    teller_.Start();  // not before: `told` may use the device
 }
 
 CrossingWatch::~CrossingWatch() {
-    Unregister();
-}
-
-// What cannot be taken away ends with the connection.
-void CrossingWatch::Unregister() {
+    teller_.Stop();
     try {
-        CrossingClient client(device_);
         for (const std::string& event : events_) {
-            client.RemoveListener(event);
+            device_.Crossing().RemoveListener(event);
         }
     } catch (const DeviceError&) {
-        return;
+        return;  // the registration ends with the connection
     }
 }
 
@@ -103,7 +92,7 @@ void CrossingWatch::Follow(int stop) {
         poll(polled.data(), polled.size(), -1);
     }
     if (polled[0].revents == 0) {
-        throw DeviceError("the device \"" + device_.name + "\" has ended");
+        throw DeviceError("the device \"" + device_.Entry().name + "\" has ended");
     }
 }
 

@@ -1,17 +1,20 @@
 #include "client/device_connection.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <poll.h>
 
 #include "platform/ipc/string_conversion.h"
 
 namespace ZYNE::Client {
 namespace {
 
+constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
+constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
 constexpr size_t MOST_BYTES = 8 << 20;  // of one text
 
-}  // namespace
-
-std::unique_ptr<sdbus::IConnection> ConnectToDevice(const DeviceEntry& device, std::chrono::milliseconds answerTime) {
+std::unique_ptr<sdbus::IConnection> Connect(const DeviceEntry& device, std::chrono::milliseconds answerTime) {
     if (!device.running) {
         throw DeviceError("the device \"" + device.name + "\" is not running");
     }
@@ -27,7 +30,7 @@ std::unique_ptr<sdbus::IConnection> ConnectToDevice(const DeviceEntry& device, s
     }
 }
 
-std::string ExplainBusError(const std::string& device, const sdbus::Error& error) {
+std::string Explain(const std::string& device, const sdbus::Error& error) {
     const std::string& name = error.getName();
     if (name.starts_with("io.collaborationfwk.Error.")) {
         return error.getMessage();
@@ -41,23 +44,49 @@ std::string ExplainBusError(const std::string& device, const sdbus::Error& error
     return "the device \"" + device + "\" cannot be asked: " + error.getMessage();
 }
 
-void ThrowAsDeviceError(const std::string& device, const sdbus::Error& error) {
-    const std::string problem = ExplainBusError(device, error);
+}  // namespace
+
+DeviceProxy::DeviceProxy(sdbus::IConnection& connection) : ProxyInterfaces(connection, BUS_NAME, OBJECT_PATH) {}
+
+DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime)
+    : name_(device.name), connection_(Connect(device, answerTime)), proxy_(*connection_) {}
+
+void DeviceConnection::Follow(int stop) {
+    try {
+        for (;;) {
+            while (connection_->processPendingRequest()) {
+            }
+            const auto bus = connection_->getEventLoopPollData();
+            std::array<pollfd, 2> polled{{{bus.fd, bus.events, 0}, {stop, POLLIN, 0}}};
+            poll(polled.data(), polled.size(), bus.getPollTimeout());
+            if (polled[1].revents != 0) {
+                return;
+            }
+        }
+    } catch (const sdbus::Error&) {
+        throw DeviceError("the device \"" + name_ + "\" has ended");
+    }
+}
+
+void DeviceConnection::CheckText(const std::string& text) {
+    if (text.size() > MOST_BYTES) {
+        throw DeviceError("a text of " + std::to_string(text.size()) + " bytes is too large");
+    }
+    if (text.find('\0') != std::string::npos || Str16ToStr8(Str8ToStr16(text)) != text) {
+        throw DeviceError("texts must be UTF-8, without zero bytes");
+    }
+}
+
+void DeviceConnection::CheckText(const std::vector<std::string>& texts) {
+    std::ranges::for_each(texts, [](const std::string& text) { CheckText(text); });
+}
+
+void DeviceConnection::Throw(const sdbus::Error& error) const {
+    const std::string problem = Explain(name_, error);
     if (error.getName() == "io.collaborationfwk.Error.NotFound") {
         throw NotFound(problem);
     }
     throw DeviceError(problem);
-}
-
-void CheckTexts(std::initializer_list<std::string_view> texts) {
-    for (const std::string_view text : texts) {
-        if (text.size() > MOST_BYTES) {
-            throw DeviceError("a text of " + std::to_string(text.size()) + " bytes is too large");
-        }
-        if (text.find('\0') != std::string_view::npos || Str16ToStr8(Str8ToStr16(text)) != text) {
-            throw DeviceError("texts must be UTF-8, without zero bytes");
-        }
-    }
 }
 
 }  // namespace ZYNE::Client

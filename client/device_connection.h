@@ -1,41 +1,98 @@
-// The way to a device's interface on its bus, for the parts of this library.
+// The way to a device's interfaces on its bus, for the parts of this library. The D-Bus library is met here alone.
 #pragma once
 
 #include <chrono>
-#include <initializer_list>
+#include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
+#include <tuple>
+#include <vector>
 
 #include <sdbus-c++/sdbus-c++.h>
 
-#include "client/device_client.h"
+#include "client/device_api_proxy.h"
+#include "client/device_error.h"
 #include "client/device_registry.h"
 
 namespace ZYNE::Client {
 
-inline constexpr const char* DEVICE_BUS_NAME = "io.collaborationfwk.Device1";
-inline constexpr const char* DEVICE_OBJECT_PATH = "/io/collaborationfwk/Device1";
+// Both interfaces of the device's object. Without an event loop of its own: the calling thread waits for its answer on
+// the socket itself.
+class DeviceProxy
+    : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy, io::collaborationfwk::Crossing1_proxy> {
+public:
+    explicit DeviceProxy(sdbus::IConnection& connection);
 
-// Connects to a device that runs; an answer may take it `answerTime`. Throws DeviceError.
-std::unique_ptr<sdbus::IConnection> ConnectToDevice(const DeviceEntry& device, std::chrono::milliseconds answerTime);
+protected:
+    ~DeviceProxy() = default;
 
-// Why the device named `device` did not answer, as one line for people.
-std::string ExplainBusError(const std::string& device, const sdbus::Error& error);
+    // Signals come to proxies of Listen alone; the bus sends none for others.
+    void onDevicesChanged() override {}
+    void onProfileChanged(const std::string& /*change*/, const std::string& /*deviceName*/,
+        const std::string& /*deviceId*/, const std::string& /*service*/, const std::string& /*key*/,
+        const std::string& /*value*/, const bool& /*whole*/) override {}
+};
 
-[[noreturn]] void ThrowAsDeviceError(const std::string& device, const sdbus::Error& error);
+// One thread at a time.
+class DeviceConnection {
+public:
+    // Connects to a device that runs; an answer may take it `answerTime`. Throws DeviceError.
+    DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime);
+    DeviceConnection(const DeviceConnection&) = delete;
+    DeviceConnection& operator=(const DeviceConnection&) = delete;
 
-// What `question`, which asks the device named `device`, returns. Throws DeviceError.
-template <typename Question>
-auto Ask(const std::string& device, Question question) {
-    try {
-        return question();
-    } catch (const sdbus::Error& error) {
-        ThrowAsDeviceError(device, error);
+    // What the device answers to `method`, one of DeviceProxy. Throws DeviceError, or NotFound.
+    template <typename Interface, typename Answer, typename... Parameters, typename... Arguments>
+    Answer Call(Answer (Interface::*method)(Parameters...), const Arguments&... arguments) {
+        (CheckText(arguments), ...);
+        try {
+            return (proxy_.*method)(arguments...);
+        } catch (const sdbus::Error& error) {
+            Throw(error);
+        }
     }
-}
 
-// The bus cuts off whoever sends anything but UTF-8 without zero bytes, or a message of 16 MiB. Throws DeviceError.
-void CheckTexts(std::initializer_list<std::string_view> texts);
+    // A `Signals`, which is a DeviceProxy that is told of signals in Follow. Throws DeviceError.
+    template <typename Signals, typename Handler>
+    std::unique_ptr<Signals> Listen(Handler handler) {
+        try {
+            auto signals = std::make_unique<Signals>(*connection_, std::move(handler));
+            signals->registerProxy();
+            return signals;
+        } catch (const sdbus::Error& error) {
+            Throw(error);
+        }
+    }
+
+    // Hands out signals until the descriptor `stop` can be read. Throws DeviceError when the device has ended.
+    void Follow(int stop);
+
+private:
+    class Questions final : public DeviceProxy {
+    public:
+        using DeviceProxy::DeviceProxy;
+    };
+
+    // The bus cuts off whoever sends anything but UTF-8 without zero bytes, or a message of 16 MiB.
+    static void CheckText(const std::string& text);
+    static void CheckText(const std::vector<std::string>& texts);
+    static void CheckText(int32_t /*number*/) {}
+
+    [[noreturn]] void Throw(const sdbus::Error& error) const;
+
+    const std::string name_;  // of the device
+    const std::unique_ptr<sdbus::IConnection> connection_;
+    Questions proxy_;
+};
+
+// An answer's structures as values of this library: field by field, in their order.
+template <typename Value, typename... Fields>
+std::vector<Value> AsValues(const std::vector<sdbus::Struct<Fields...>>& structures) {
+    std::vector<Value> values;
+    for (const std::tuple<Fields...>& structure : structures) {
+        values.push_back(std::apply([](const Fields&... fields) { return Value{fields...}; }, structure));
+    }
+    return values;
+}
 
 }  // namespace ZYNE::Client

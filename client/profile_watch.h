@@ -1,11 +1,14 @@
 // Follows what a device tells of changes of profiles, its own and those of its peers.
+//
+//     ProfileWatch watch(device, [](const ProfileChange& change) { ... });
+//     watch.Follow(stop);
 #pragma once
 
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "client/device_client.h"
+#include "client/device.h"
 
 namespace ZYNE::Client {
 
@@ -14,11 +17,12 @@ struct ProfileChange {
     ProfileEntry entry;  // without the service type
 };
 
-// One thread at a time.
+// Over the connection of its device, which outlives it; the thread rule is the device's.
 class ProfileWatch {
 public:
-    // Whatever changes from now on is told to `told`, in Follow. Throws DeviceError.
-    ProfileWatch(const DeviceEntry& device, std::function<void(const ProfileChange&)> told);
+    // Whatever changes from now on waits for Follow, which tells `told`; `told` may use the device and throws nothing.
+    // Throws DeviceError.
+    ProfileWatch(Device& device, std::function<void(const ProfileChange&)> told);
     ProfileWatch(const ProfileWatch&) = delete;
     ProfileWatch& operator=(const ProfileWatch&) = delete;
     ~ProfileWatch();
@@ -27,11 +31,10 @@ public:
     void Follow(int stop);
 
 private:
-    class Proxy;
+    class Signals;
 
-    const std::string name_;
-    std::unique_ptr<sdbus::IConnection> connection_;
-    std::unique_ptr<Proxy> proxy_;
+    DeviceConnection& connection_;
+    const std::unique_ptr<Signals> signals_;
 };
 
 }  // namespace ZYNE::Client

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "client/data_share.h"
-#include "client/device_client.h"
+#include "client/device.h"
 #include "platform/host/picker_result.h"
 #include "platform/log/printable_text.h"
 
@@ -30,7 +30,7 @@ constexpr char PEERS[] = "datashare:///com.varn.collaborationfwk.infocollection"
 std::string NameOf(const ZYNE::Client::DeviceEntry& device, const std::string& udid) {
     std::string id = ZYNE::CollaborationFwk::PickerResult::StringToAnonymous(udid);
     try {
-        const auto peers = ZYNE::Client::DeviceClient(device).ListPeers();
+        const auto peers = ZYNE::Client::Device(device).Info().ListPeers();
         const auto peer = std::ranges::find(peers, id, &ZYNE::Client::Peer::id);
         return peer != peers.end() ? peer->name : id;
     } catch (const ZYNE::Client::DeviceError&) {

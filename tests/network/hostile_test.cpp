@@ -57,10 +57,10 @@ class Prober {
 public:
     explicit Prober(const TestDevice& asker)
         : thread_([this, &asker](const std::stop_token& stop) {
-              Client::DeviceClient client = asker.Api();
+              Client::Device client = asker.Api();
               while (!stop.stop_requested()) {
                   const auto start = Clock::now();
-                  const Client::InfoAnswer answer = client.GetInfo("pc", {"service.hello"});
+                  const Client::InfoAnswer answer = client.Info().Get("pc", {"service.hello"});
                   times_.push_back(std::chrono::floor<milliseconds>(Clock::now() - start));
                   failures_ += answer.code == 0 && answer.records.front().second == "hello from the service" ? 0 : 1;
               }
@@ -387,7 +387,7 @@ TEST_F(Hostile, BytesThatOthersHaveSentAreOfNoUse) {
 TEST_F(Hostile, ADeviceOfTheAccountSpeaksForItselfAlone) {
     ASSERT_EQ(phone->Ctl({"profile", "put", "volume", "8", "--service", "sound", "--type", "audio"}).status, 0);
     const auto known = [&](const std::string& device) {
-        return pc->Api().GetProfile(device, "sound", "audio", "volume");
+        return pc->Api().Profiles().Get(device, "sound", "audio", "volume");
     };
     ASSERT_TRUE(Eventually([&] { return known("phone") == "8"; }));
     Suffer("a profile that is another's", [&] {

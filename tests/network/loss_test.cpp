@@ -80,13 +80,13 @@ protected:
     };
 
     static void Put(const Machine& owner, const std::string& key, const std::string& value) {
-        EXPECT_EQ(owner.device->Api().PutProfile("network", "test", key, value), 0);
+        EXPECT_EQ(owner.device->Api().Profiles().Put("network", "test", key, value), 0);
     }
 
     // From before the put of each until it is known at the peer.
     static Times Measure(const Pair& pair, const std::string& round) {
         auto isKnown = [api = pair.larger->device->Api(), &pair](const std::string& key) mutable {
-            return api.GetProfile(pair.smaller->device->Name(), "network", "test", key).has_value();
+            return api.Profiles().Get(pair.smaller->device->Name(), "network", "test", key).has_value();
         };
         Times times{};
         const auto start = Clock::now();

@@ -22,7 +22,7 @@ std::string Value(const Machine& machine, const std::string& round) {
 }
 
 bool Knows(const Machine& asker, const Machine& owner, const std::string& round) {
-    return asker.device->Api().GetProfile(owner.device->Name(), SERVICE, TYPE, "round") == Value(owner, round);
+    return asker.device->Api().Profiles().Get(owner.device->Name(), SERVICE, TYPE, "round") == Value(owner, round);
 }
 
 bool Answers(const Machine& owner, const Machine& asker) {
@@ -117,7 +117,7 @@ void NetworkLab::SetWays(const Pair& pair, const Way& way) {
 }
 
 void NetworkLab::PutValue(const Machine& machine, const std::string& round) {
-    EXPECT_EQ(machine.device->Api().PutProfile(SERVICE, TYPE, "round", Value(machine, round)), 0);
+    EXPECT_EQ(machine.device->Api().Profiles().Put(SERVICE, TYPE, "round", Value(machine, round)), 0);
 }
 
 void NetworkLab::PutValues(const Pair& pair, const std::string& round) {

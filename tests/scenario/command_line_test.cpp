@@ -66,7 +66,7 @@ TEST_F(CommandLine, FailsWhenItsOutputCannotBeWritten) {
             "exec " COLLABCTL " --device one profile watch >/dev/full 2>" + (directory / "watching").string()},
         directory / "watch");
     ASSERT_TRUE(Eventually([this] { return !ReadAll(directory / "watching").empty(); }));
-    EXPECT_EQ(device.Api().PutProfile("sound", "audio", "volume", "7"), 0);
+    EXPECT_EQ(device.Api().Profiles().Put("sound", "audio", "volume", "7"), 0);
     EXPECT_EQ(watch.Wait(), 1);
 }
 
@@ -91,7 +91,7 @@ TEST_F(CommandLine, FollowsTheLogUntilItIsInterruptedOrTheDeviceEnds) {
 TEST_F(CommandLine, ShowsWhatATerminalWouldObeyEscaped) {
     TestDevice& device = Add("one", {.open = true});
     device.Start();
-    ASSERT_EQ(device.Api().PutProfile("sound", "audio", "volume", "a\u009b\u200b\u202eb"), 0);
+    ASSERT_EQ(device.Api().Profiles().Put("sound", "audio", "volume", "a\u009b\u200b\u202eb"), 0);
     EXPECT_THAT(device.Ctl({"profile", "list"}).out, HasSubstr(R"(a\xc2\x9b\xe2\x80\x8b\xe2\x80\xaeb)"));
     EXPECT_THAT(device.Ctl({"profile", "list", "--json"}).out, HasSubstr(R"(a\u009b\u200b\u202eb)"));
     std::ofstream(directory / "wrong.toml") << "[device]\n\"\\u001b[2J\" = 1\nname = \"a\"\ntype = \"pc\"\n";

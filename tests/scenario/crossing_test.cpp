@@ -1,13 +1,17 @@
 // Crossing of keyboard and mouse: when the companion runs, who hears of what, and what a person sees of it.
+#include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <latch>
 #include <regex>
 #include <sstream>
+#include <thread>
 #include <tuple>
 
-#include "client/crossing_client.h"
 #include "client/crossing_watch.h"
+#include "linux/bus/bus_server.h"
+#include "linux/bus/bus_wire.h"
 #include "platform/host/picker_result.h"
 #include "tests/scenario/scenario.h"
 #include "tests/scenario/x_server.h"
@@ -15,7 +19,6 @@
 namespace ZYNE::Testing {
 namespace {
 
-using Client::CrossingClient;
 using Client::CrossingWatch;
 using Client::DeviceError;
 using ::testing::ContainsRegex;
@@ -49,17 +52,18 @@ protected:
         ASSERT_TRUE(Eventually([this] { return Switch(*phone, "pc") == "0" && Switch(*pc, "phone") == "0"; }));
     }
 
-    static CrossingClient Api(const TestDevice& device) { return CrossingClient(*device.Entry()); }
-
     static std::string Switch(const TestDevice& asker, const std::string& peer) {
-        return asker.Api().GetProfile(peer, "SwitchStatus_Key_Mouse_Edge_Crossing", "", "SwitchStatus").value_or("");
+        return asker.Api()
+            .Profiles()
+            .Get(peer, "SwitchStatus_Key_Mouse_Edge_Crossing", "", "SwitchStatus")
+            .value_or("");
     }
 
     static bool Turn(const TestDevice& device, const char* word) { return device.Ctl({"switch", word}).status == 0; }
 
     // What the phone's explanation of crossing with the PC says of a rule.
     bool Says(const std::string& rule) const {
-        for (const Client::CrossingRule& each : Api(*phone).Explain("pc")) {
+        for (const Client::CrossingRule& each : phone->Api().Crossing().Explain("pc")) {
             if (each.name == rule) {
                 return each.holds;
             }
@@ -117,7 +121,7 @@ TEST_F(Crossing, RunsTheCompanionWhileBothSwitchesAreOnAndForAWhileAfterThePeerH
     EXPECT_FALSE(Says("local switch on"));
 
     // As any process may that writes the user's settings.
-    pc->Api().PutSetting("peer_desk_state", "1", 100);
+    pc->Api().Settings().Put("peer_desk_state", "1", 100);
     EXPECT_TRUE(Sees("client", "switch  pc  on"));
     EXPECT_TRUE(Says("peer switch on"));
     EXPECT_FALSE(Says("service connected"));
@@ -165,7 +169,7 @@ TEST_F(Crossing, OfHealthyDevicesLogsNoErrorAndNoWarningOfTheirOwnAndHidesUdidsA
     EXPECT_TRUE(Sees("pc", "networkId") && Sees("phone", "networkId"));
     EXPECT_TRUE(Prints(*phone, CONNECTED, 1) && Prints(*pc, CONNECTED, 1));
     EXPECT_EQ(phone->Ask("pc", {"nobody.knows"}).code, 0);
-    phone->Api().PutProfile("service", "type", "key", "value");
+    phone->Api().Profiles().Put("service", "type", "key", "value");
     { const auto client = Watch("client", {"keyboard"}); }
     EXPECT_TRUE(Turn(*phone, "off"));
     EXPECT_TRUE(Prints(*phone, LEFT, 1) && Prints(*pc, LEFT, 1));
@@ -189,8 +193,8 @@ TEST_F(Crossing, OfHealthyDevicesLogsNoErrorAndNoWarningOfTheirOwnAndHidesUdidsA
 
 TEST_F(Crossing, ConnectsToAKilledCompanionTwiceMoreAndThenGivesUp) {
     phone->Start();
-    CrossingClient client = Api(*phone);
-    client.BindService(true);  // as a client may, whatever the rules say; counts attempts anew
+    Client::Device client = phone->Api();
+    client.Crossing().BindService(true);  // as a client may, whatever the rules say; counts attempts anew
     for (size_t attempt = 1; attempt <= 3; ++attempt) {
         ASSERT_TRUE(Prints(*phone, CONNECTED, attempt));
         const pid_t companion = Companion();
@@ -201,27 +205,27 @@ TEST_F(Crossing, ConnectsToAKilledCompanionTwiceMoreAndThenGivesUp) {
     EXPECT_TRUE(Logs(*phone, "Retry connect key mouse service more than 3 times, connectCount_3", 1));
     EXPECT_EQ(phone->Ctl({"companion", "restart"}).status, 0);
     EXPECT_TRUE(Prints(*phone, CONNECTED, 4));
-    client.BindService(false);
+    client.Crossing().BindService(false);
     EXPECT_TRUE(Prints(*phone, LEFT, 1));
 }
 
 TEST_F(Crossing, LetsTheCompanionGoWithTheLastProgramThatHasBoundItOrWhenOneSaysSo) {
     phone->Start();
     {
-        auto first = std::make_unique<CrossingClient>(*phone->Entry());
-        CrossingClient last = Api(*phone);
-        first->BindService(true);
+        auto first = std::make_unique<Client::Device>(*phone->Entry());
+        Client::Device last = phone->Api();
+        first->Crossing().BindService(true);
         EXPECT_TRUE(Prints(*phone, CONNECTED, 1));
         first.reset();
         EXPECT_TRUE(Prints(*phone, LEFT, 1));
-        last.BindService(true);
+        last.Crossing().BindService(true);
         EXPECT_TRUE(Prints(*phone, CONNECTED, 2));
-        CrossingClient other = Api(*phone);
-        other.BindService(true);
-        Api(*phone).BindService(false);
+        Client::Device other = phone->Api();
+        other.Crossing().BindService(true);
+        phone->Api().Crossing().BindService(false);
         EXPECT_TRUE(Prints(*phone, LEFT, 2));
-        other.BindService(true);
-        last.BindService(true);
+        other.Crossing().BindService(true);
+        last.Crossing().BindService(true);
         EXPECT_TRUE(Prints(*phone, CONNECTED, 3));
     }
     EXPECT_TRUE(Prints(*phone, LEFT, 3));
@@ -230,28 +234,49 @@ TEST_F(Crossing, LetsTheCompanionGoWithTheLastProgramThatHasBoundItOrWhenOneSays
 TEST_F(Crossing, TellsTheOthersInTimeWhenAListenerDoesNotAnswerAndDropsItUntilItRegistersAnew) {
     constexpr size_t EVENTS = 300;  // more than may wait
     phone->Start();
-    std::latch release(1);
-    std::atomic<size_t> told = 0;
-    const auto take = [&](const Client::CrossingEvent&) {
-        release.wait();
-        ++told;
-    };
-    const auto stuck = std::make_unique<CrossingWatch>(*phone->Entry(), std::vector<std::string>{"keyboard"}, take);
+    Client::Device device = phone->Api();
     const auto other = Watch("other", {"keyboard"});
-    CrossingClient input = Api(*phone);
-    for (size_t i = 0; i < EVENTS; ++i) {
-        input.PressKey(30, i % 2 == 0);
-    }
-    EXPECT_TRUE(Eventually([this] { return Count(Seen("other"), "keyboard  code 30") == EVENTS; }));
+    const auto tellsOther = [&](bool isDown, const char* action) {
+        for (size_t i = 1; i <= EVENTS; ++i) {
+            device.Crossing().PressKey(static_cast<int32_t>(i), isDown);
+        }
+        return Eventually([&] { return Count(Seen("other"), action) == EVENTS; });
+    };
+
+    std::latch release(1);
+    std::atomic<size_t> answered = 0;
+    Linux::BusServer stuck(phone->Entry()->busAddress);
+    stuck.Serve(Linux::BusWire::DEFAULT_PATH, [&](uint32_t, MessageParcel&, MessageParcel&, const IPCContext&) {
+        release.wait();
+        ++answered;
+        return 0;
+    });
+    std::thread serving([&] { stuck.Run(); });
+    device.Crossing().AddListener("keyboard", stuck.GetUniqueName());
+    EXPECT_TRUE(tellsOther(true, "pressed"));
     EXPECT_TRUE(Logs(*phone, "listens and does not answer", 1));
     EXPECT_TRUE(Logs(*phone, "Off the cb", 1));
     release.count_down();
     // The first, and the one that the device waits with.
-    EXPECT_TRUE(Eventually([&] { return told == 2; }));
-    const CrossingWatch anew(*phone->Entry(), {"keyboard"}, take);
-    input.PressKey(30, true);
-    EXPECT_TRUE(Eventually([&] { return told == 3; }));
-    EXPECT_TRUE(Logs(*phone, "listens and does not answer", 1));
+    EXPECT_TRUE(Eventually([&] { return answered == 2; }));
+
+    // A watch answers for its program, which may take its time.
+    std::latch goOn(1);
+    std::vector<int32_t> told;
+    std::atomic<size_t> count = 0;
+    CrossingWatch watch(device, {"keyboard"}, [&](const Client::CrossingEvent& event) {
+        goOn.wait();
+        told.push_back(std::get<Client::KeyEvent>(event).code);
+        count = told.size();
+    });
+    EXPECT_TRUE(tellsOther(false, "released"));
+    goOn.count_down();
+    EXPECT_TRUE(Eventually([&] { return count == EVENTS; }));
+    EXPECT_TRUE(std::ranges::is_sorted(told, std::less_equal()) && told.front() == 1);
+    EXPECT_EQ(phone->CountInLog("listens and does not answer"), 1U);
+    EXPECT_EQ(answered, 2U);
+    stuck.Stop();
+    serving.join();
 }
 
 TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {
@@ -273,19 +298,19 @@ TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {
     EXPECT_TRUE(Prints(*phone, LEFT, 2));
     EXPECT_TRUE(ComesToSay("local switch on", false));
     EXPECT_EQ(phone->Ctl({"user", "switch", "101"}).status, 0);
-    EXPECT_TRUE(Eventually([this] { return phone->Api().GetSetting("peer_desk_state", 101) == "0"; }));
+    EXPECT_TRUE(Eventually([this] { return phone->Api().Settings().Get("peer_desk_state", 101) == "0"; }));
     EXPECT_EQ(phone->CountInOutput(CONNECTED), 2U);
     EXPECT_EQ(phone->Ctl({"user", "switch", "7"}).status, 1);
     EXPECT_EQ(phone->Ctl({"switch", "on", "--user", "7"}).status, 1);
 
     // Nor does a switch that all users shared before switch it on.
-    phone->Api().PutSetting("peer_desk_state", "1", -1);
+    phone->Api().Settings().Put("peer_desk_state", "1", -1);
     phone->Stop();
     const size_t before = phone->CountInLog("UpdateEdgeSwitchState 1");
     phone->Start();
     EXPECT_TRUE(Logs(*phone, "writeUserdataResult: 1, writeDataResult: 1", 1));
     EXPECT_TRUE(Eventually([this] { return Switch(*pc, "phone") == "0"; }));
-    EXPECT_EQ(phone->Api().GetSetting("peer_desk_state", 101), "0");
+    EXPECT_EQ(phone->Api().Settings().Get("peer_desk_state", 101), "0");
     EXPECT_EQ(phone->CountInLog("UpdateEdgeSwitchState 1"), before);
 }
 
@@ -297,7 +322,7 @@ TEST_F(Crossing, AnswersRequestsHostileOnesToo) {
              {action + "}", 1001, ""}, {"{}", 1001, ""}, {"", 1001, ""}, {"[1]", 1001, ""}, {"nonsense", 1001, ""},
              {R"({"action": 1})", 1001, ""}, {R"({"action": "dance"})", 2451, ""}, {std::string(100000, '['), 1001, ""},
              {R"({"action": ")" + std::string(4 << 20, 'x') + "\"}", 2451, ""}}) {
-        const Client::RequestAnswer answer = Api(*phone).SendRequest(request);
+        const Client::RequestAnswer answer = phone->Api().Crossing().SendRequest(request);
         EXPECT_EQ(answer.code, code) << request.substr(0, 80);
         EXPECT_EQ(answer.result, result) << request.substr(0, 80);
     }
@@ -325,12 +350,13 @@ TEST_F(Crossing, RegistersAProcessOnceTenAtMostAndForItselfAlone) {
     phone->Start();
     const auto ignore = [](const Client::CrossingEvent&) {
     };
-    const CrossingWatch watch(*phone->Entry(), {"switch"}, ignore);
-    EXPECT_THROW(CrossingWatch(*phone->Entry(), {"switch"}, ignore), DeviceError);
+    Client::Device device = phone->Api();
+    const CrossingWatch watch(device, {"switch"}, ignore);
+    EXPECT_THROW(CrossingWatch(device, {"switch"}, ignore), DeviceError);
     for (const char* other : {"org.freedesktop.DBus", "io.collaborationfwk.Device1", ":1.0", "", "nonsense"}) {
-        EXPECT_THROW(Api(*phone).AddListener("edge", other), DeviceError) << other;
+        EXPECT_THROW(device.Crossing().AddListener("edge", other), DeviceError) << other;
     }
-    EXPECT_THROW(Api(*phone).AddListener("keySwitch", ":1.0"), DeviceError);
+    EXPECT_THROW(device.Crossing().AddListener("keySwitch", ":1.0"), DeviceError);
     EXPECT_TRUE(Logs(*phone, "AddListener", 1));
 
     std::vector<std::unique_ptr<Process>> others;

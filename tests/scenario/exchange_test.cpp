@@ -144,10 +144,10 @@ TEST_F(Exchange, KeepsNoProgramWaitingForThoseThatAskMuchOrLeaveTheirAnswersUnre
         }
         program.Flush();
     };
-    ASSERT_EQ(phone->Api().PutProfile("service", "type", "key", std::string(256 << 10, 'v')), 0);
+    ASSERT_EQ(phone->Api().Profiles().Put("service", "type", "key", std::string(256 << 10, 'v')), 0);
     Pipeline unread(*phone);
     ask(unread);
-    EXPECT_TRUE(phone->Api().GetProfile("phone", "service", "type", "key"));
+    EXPECT_TRUE(phone->Api().Profiles().Get("phone", "service", "type", "key"));
     // By its end as many of the others' answers have come, too: more than the bus takes in by itself.
     Pipeline other(*phone);
     ask(other);

@@ -20,7 +20,7 @@ constexpr const char* SERVICE = "sound";
 constexpr const char* TYPE = "audio";
 
 int32_t Put(TestDevice& device, const std::string& key, const std::string& value) {
-    return device.Api().PutProfile(SERVICE, TYPE, key, value);
+    return device.Api().Profiles().Put(SERVICE, TYPE, key, value);
 }
 
 class Profiles : public Scenario {
@@ -33,7 +33,7 @@ protected:
     // Until `asker` knows `value`, which may be nothing, of the phone's `key`.
     static bool Comes(TestDevice& asker, const std::string& key, const std::optional<std::string>& value) {
         return Eventually(
-            [&] { return asker.Lists("phone") && asker.Api().GetProfile("phone", SERVICE, TYPE, key) == value; });
+            [&] { return asker.Lists("phone") && asker.Api().Profiles().Get("phone", SERVICE, TYPE, key) == value; });
     }
 
     // A program that goes on printing to the file `output`, once it has begun to watch.
@@ -77,7 +77,7 @@ TEST_F(Profiles, AreCompleteWithTheirLastValuesForADeviceThatComesDuringABurstAn
     const auto put = [this](const std::string& value) {
         auto api = phone->Api();
         for (int i = 0; i < KEYS; ++i) {
-            ASSERT_EQ(api.PutProfile(SERVICE, TYPE, "key" + std::to_string(i), value), 0);
+            ASSERT_EQ(api.Profiles().Put(SERVICE, TYPE, "key" + std::to_string(i), value), 0);
         }
     };
     phone->Start();
@@ -89,7 +89,7 @@ TEST_F(Profiles, AreCompleteWithTheirLastValuesForADeviceThatComesDuringABurstAn
     }
     pc->Stop();
     ASSERT_EQ(Put(*phone, "key0", "newer"), 0);
-    ASSERT_EQ(phone->Api().DeleteProfile(SERVICE, "key1"), 0);
+    ASSERT_EQ(phone->Api().Profiles().Delete(SERVICE, "key1"), 0);
     pc->Start();
     EXPECT_TRUE(Comes(*pc, "key0", "newer"));
     EXPECT_TRUE(Comes(*pc, "key1", std::nullopt));
@@ -99,7 +99,7 @@ TEST_F(Profiles, AreCompleteWithTheirLastValuesForADeviceThatComesDuringABurstAn
     phone->Stop();
     EXPECT_TRUE(Comes(*pc, "key2", std::nullopt));
     phone->Start();
-    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, "", "key2"), "new");
+    EXPECT_EQ(phone->Api().Profiles().Get("phone", SERVICE, "", "key2"), "new");
     EXPECT_TRUE(Comes(*pc, "key2", "new"));
 }
 
@@ -109,7 +109,7 @@ TEST_F(Profiles, KeepEveryValueThatWasAcknowledgedBeforeTheDeviceWasKilled) {
     std::thread putting([&] {
         auto api = phone->Api();
         try {
-            while (api.PutProfile(SERVICE, TYPE, "key" + std::to_string(acknowledged), "value") == 0) {
+            while (api.Profiles().Put(SERVICE, TYPE, "key" + std::to_string(acknowledged), "value") == 0) {
                 ++acknowledged;
             }
         } catch (const Client::DeviceError&) {
@@ -121,7 +121,7 @@ TEST_F(Profiles, KeepEveryValueThatWasAcknowledgedBeforeTheDeviceWasKilled) {
     phone->Start();
     auto api = phone->Api();
     for (int i = 0; i < acknowledged; ++i) {
-        ASSERT_EQ(api.GetProfile("phone", SERVICE, TYPE, "key" + std::to_string(i)), "value") << i;
+        ASSERT_EQ(api.Profiles().Get("phone", SERVICE, TYPE, "key" + std::to_string(i)), "value") << i;
     }
 }
 
@@ -140,7 +140,7 @@ TEST_F(Profiles, CarryAnAppsChangeToTheAppOfThePeerAndItsValueToALaterRun) {
     pc->Start();
     EXPECT_TRUE(Eventually([this] {
         const auto value =
-            phone->Api().GetProfile("pc", "infoCollection", "infoCollection", "infoCollectionCharacterKey");
+            phone->Api().Profiles().Get("pc", "infoCollection", "infoCollection", "infoCollectionCharacterKey");
         return value && value->find("Gone for lunch") != std::string::npos;
     }));
     watch->Signal(SIGTERM);
@@ -212,9 +212,9 @@ TEST_F(Profiles, CannotHoldWhatIsNotTextOrTooLarge) {
     EXPECT_NE(Put(*phone, "k", std::string((4 << 20) + 1, 'x')), 0);
     EXPECT_NE(Put(*phone, std::string(256, 'k'), "v"), 0);
     EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("NOTE +profile: sound/k is not published: it is too large"));
-    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k"), std::nullopt);
+    EXPECT_EQ(phone->Api().Profiles().Get("phone", SERVICE, TYPE, "k"), std::nullopt);
     EXPECT_EQ(Put(*phone, "k", std::string(4 << 20, 'x')), 0);
-    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "k").value_or("").size(), size_t{4} << 20);
+    EXPECT_EQ(phone->Api().Profiles().Get("phone", SERVICE, TYPE, "k").value_or("").size(), size_t{4} << 20);
     EXPECT_THAT(phone->Ctl({"status"}).out, Not(HasSubstr("sound/k is not published")));
 }
 
@@ -252,10 +252,10 @@ TEST_F(Profiles, AreThereOnAFullDiskAndCanBeDeletedThere) {
     disk.Fill();
     phone->Start();
     EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("NOTE +disk: disk full: "));
-    EXPECT_EQ(phone->Api().GetProfile("phone", SERVICE, TYPE, "large").value_or("").size(), 1'000'000U);
+    EXPECT_EQ(phone->Api().Profiles().Get("phone", SERVICE, TYPE, "large").value_or("").size(), 1'000'000U);
     EXPECT_EQ(Put(*phone, "more", std::string(2'000'000, 'x')), 7);
     EXPECT_THAT(phone->Ctl({"status"}).out, ContainsRegex("NOTE +disk: disk full: [^ ]+profiles.db"));
-    EXPECT_EQ(phone->Api().DeleteProfile(SERVICE, "large"), 0);
+    EXPECT_EQ(phone->Api().Profiles().Delete(SERVICE, "large"), 0);
     EXPECT_EQ(
         Put(*phone, "more", std::string(500'000, 'x')), 7);  // in the file there is room, ahead of it there is none
     std::filesystem::remove(disk.path / "filler");

@@ -44,7 +44,7 @@ TEST_F(Status, TellsWhatIsInTheWayOfSetUpUntilNothingIs) {
 TEST_F(Status, TellsHowTheDeviceIsConnectedAndToWhom) {
     Add("pc").Start();
     ASSERT_TRUE(Eventually([this] { return phone->Sees("pc"); }));
-    const std::string id = phone->Api().ListPeers().front().id;
+    const std::string id = phone->Api().Info().ListPeers().front().id;
     const Client::Network network = phone->Api().GetNetwork();
     ASSERT_EQ(network.links.size(), 1u);
     EXPECT_EQ(network.links[0].peerId, id);
@@ -56,9 +56,9 @@ TEST_F(Status, TellsHowTheDeviceIsConnectedAndToWhom) {
 
 TEST_F(Status, KeepsSettingsOfEachUserAndOfAllUsersApartAndOverARestart) {
     auto api = phone->Api();
-    api.PutSetting("colour", "red", Client::DeviceClient::ALL_USERS);
-    api.PutSetting("colour", "green", 100);
-    api.PutSetting("colour", "blue", 100);
+    api.Settings().Put("colour", "red", Client::Settings::ALL_USERS);
+    api.Settings().Put("colour", "green", 100);
+    api.Settings().Put("colour", "blue", 100);
     phone->Stop();
     phone->Start();
     EXPECT_EQ(phone->Ctl({"setting", "get", "colour"}).out, "red\n");

@@ -142,7 +142,7 @@ Outcome TestDevice::Ctl(std::vector<std::string> arguments) const {
 }
 
 Client::InfoAnswer TestDevice::Ask(const std::string& peer, const std::vector<std::string>& names) const {
-    return Api().GetInfo(peer, names);
+    return Api().Info().Get(peer, names);
 }
 
 std::string TestDevice::AskOne(const std::string& peer, const std::string& name) const {
@@ -154,7 +154,7 @@ std::string TestDevice::AskOne(const std::string& peer, const std::string& name)
 }
 
 bool TestDevice::ListsAs(const std::string& peer, bool online) const {
-    const auto peers = Api().ListPeers();
+    const auto peers = Api().Info().ListPeers();
     return std::any_of(peers.begin(), peers.end(),
         [&](const Client::Peer& known) { return known.name == peer && known.online == online; });
 }

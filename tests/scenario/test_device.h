@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "client/device_client.h"
+#include "client/device.h"
 #include "tests/scenario/process.h"
 
 namespace ZYNE::Testing {
@@ -45,7 +45,7 @@ public:
     // collabctl --device NAME arguments...
     Outcome Ctl(std::vector<std::string> arguments) const;
     // A connection to the device's API.
-    Client::DeviceClient Api() const { return Client::DeviceClient(*Entry(), std::chrono::seconds(60)); }
+    Client::Device Api() const { return Client::Device(*Entry(), std::chrono::seconds(60)); }
     // One info request over the device's API.
     Client::InfoAnswer Ask(const std::string& peer, const std::vector<std::string>& names) const;
     // The value of one item. Throws when the peer does not answer.

@@ -19,10 +19,10 @@ TEST_F(Trust, ADeviceOfAnotherAccountOrWithoutOneIsNeitherSeenNorServed) {
     friendOfStranger.Start();
     // By the time that these two have found each other, they would have found the others.
     ASSERT_TRUE(Eventually([&] { return stranger.Sees("friend") && friendOfStranger.Sees("stranger"); }));
-    EXPECT_EQ(phone->Api().PutProfile("sound", "audio", "volume", "7"), 0);
-    EXPECT_EQ(friendOfStranger.Api().PutProfile("sound", "audio", "secret", "8"), 0);
+    EXPECT_EQ(phone->Api().Profiles().Put("sound", "audio", "volume", "7"), 0);
+    EXPECT_EQ(friendOfStranger.Api().Profiles().Put("sound", "audio", "secret", "8"), 0);
     const auto knows = [](const TestDevice& device, const std::string& key) {
-        return std::ranges::count(device.Api().ListProfiles(""), key, &Client::ProfileEntry::key) > 0;
+        return std::ranges::count(device.Api().Profiles().List(""), key, &Client::ProfileEntry::key) > 0;
     };
     EXPECT_TRUE(Eventually([&] { return knows(*pc, "volume") && knows(stranger, "secret"); }));
     EXPECT_FALSE(knows(*pc, "secret") || knows(stranger, "volume") || knows(open, "volume"));

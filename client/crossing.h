@@ -1,15 +1,13 @@
-// What a program asks a device of its own user about crossing of keyboard and mouse, and what it does in place of the
-// person at a device that nobody sits at.
+// Crossing of keyboard and mouse on a device, and what a program does in place of the person at a device that nobody sits
+// at. CrossingWatch tells of its events.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "client/device_client.h"
-#include "client/device_registry.h"
+#include "client/info.h"
 
 namespace ZYNE::Client {
 
@@ -31,11 +29,6 @@ struct User {
     bool isForeground;
 };
 
-struct PeerName {
-    std::string name;
-    std::string id;  // shortened
-};
-
 struct PeerSwitch {
     PeerName peer;
     std::string state;  // on, off, unknown
@@ -47,15 +40,10 @@ struct Switches {
     std::vector<PeerSwitch> peers;  // those that are online, in the order of names
 };
 
-// One thread at a time. Every operation throws DeviceError when the device cannot be reached, does not answer in time
-// or refuses, and when a text is not UTF-8 or too large.
-class CrossingClient {
+// Of a Device, which says more: threads, errors.
+class Crossing {
 public:
-    // Connects to a device that runs.
-    explicit CrossingClient(const DeviceEntry& device);
-    CrossingClient(const CrossingClient&) = delete;
-    CrossingClient& operator=(const CrossingClient&) = delete;
-    ~CrossingClient();
+    explicit Crossing(DeviceConnection& connection) : connection_(connection) {}
 
     // Registers this process for `event`: keyboard, edge, screen or switch. The device then sends what
     // crossing_events.h describes to this process's connection `connection` to the device's bus. CrossingWatch does all
@@ -66,13 +54,10 @@ public:
     // Sends a key-mouse request, a JSON object.
     RequestAnswer SendRequest(const std::string& request);
 
-    // Every rule of crossing with `peer`, which is named as for DeviceClient::GetInfo, in the order in which a decision
-    // asks them.
+    // Every rule of crossing with `peer`, which is named as for Info, in the order in which a decision asks them.
     std::vector<CrossingRule> Explain(const std::string& peer);
     // With `bind` the companion's service runs whatever the rules say.
     void BindService(bool bind);
-    // Of a peer, or of this device.
-    PeerName FindPeer(const std::string& peer);
 
     // The switch for crossing of `user`, or of the user in the foreground. SetSwitch returns whose it is.
     Switches GetSwitch(std::optional<int32_t> user);
@@ -94,11 +79,7 @@ public:
     void SetScreen(int32_t status);
 
 private:
-    class Proxy;
-
-    const std::string name_;
-    std::unique_ptr<sdbus::IConnection> connection_;
-    std::unique_ptr<Proxy> proxy_;
+    DeviceConnection& connection_;
 };
 
 }  // namespace ZYNE::Client
