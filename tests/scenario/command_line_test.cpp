@@ -33,6 +33,7 @@ TEST_F(CommandLine, PrintsPeersAndInfoAsTablesAndAsJson) {
     EXPECT_THAT(phone->Ctl({"devices", "--json"}).out, HasSubstr("\"online\" : true"));
     EXPECT_EQ(phone->Ctl({"info", "get", "pc", "service.hello"}).out,
         "KEY            VALUE\nservice.hello  hello from the service\n");
+    EXPECT_EQ(RunCommand({ASK_PEER, "phone", "pc", "service.hello"}).out, "hello from the service\n");
     EXPECT_THAT(phone->Ctl({"info", "get", "pc", "service.hello", "--json"}).out, HasSubstr("\"code\" : 0"));
     EXPECT_THAT(phone->Ctl({"log", "--lines", "1000"}).out, HasSubstr("infoRes result receive success"));
 }
