@@ -46,7 +46,7 @@ std::string Explain(const std::string& device, const sdbus::Error& error) {
 
 }  // namespace
 
-DeviceProxy::DeviceProxy(sdbus::IConnection& connection) : ProxyInterfaces(connection, BUS_NAME, OBJECT_PATH) {}
+DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BUS_NAME, OBJECT_PATH) {}
 
 DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime)
     : name_(device.name), connection_(Connect(device, answerTime)), proxy_(*connection_) {}

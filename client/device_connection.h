@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <sdbus-c++/sdbus-c++.h>
@@ -21,11 +22,15 @@ namespace ZYNE::Client {
 class DeviceProxy
     : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy, io::collaborationfwk::Crossing1_proxy> {
 public:
-    explicit DeviceProxy(sdbus::IConnection& connection);
+    using Bus = sdbus::IConnection;
 
-protected:
-    ~DeviceProxy() = default;
+    explicit DeviceProxy(Bus& bus);
 
+    DeviceProxy(const DeviceProxy&) = delete;
+    DeviceProxy& operator=(const DeviceProxy&) = delete;
+    virtual ~DeviceProxy() = default;
+
+private:
     // Signals come to proxies of Listen alone; the bus sends none for others.
     void onDevicesChanged() override {}
     void onProfileChanged(const std::string& /*change*/, const std::string& /*deviceName*/,
@@ -68,11 +73,6 @@ public:
     void Follow(int stop);
 
 private:
-    class Questions final : public DeviceProxy {
-    public:
-        using DeviceProxy::DeviceProxy;
-    };
-
     // The bus cuts off whoever sends anything but UTF-8 without zero bytes, or a message of 16 MiB.
     static void CheckText(const std::string& text);
     static void CheckText(const std::vector<std::string>& texts);
@@ -82,7 +82,7 @@ private:
 
     const std::string name_;  // of the device
     const std::unique_ptr<sdbus::IConnection> connection_;
-    Questions proxy_;
+    DeviceProxy proxy_;
 };
 
 // An answer's structures as values of this library: field by field, in their order.

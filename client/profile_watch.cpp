@@ -8,8 +8,7 @@ namespace ZYNE::Client {
 
 class ProfileWatch::Signals final : public DeviceProxy {
 public:
-    Signals(sdbus::IConnection& connection, std::function<void(const ProfileChange&)> told)
-        : DeviceProxy(connection), told_(std::move(told)) {}
+    Signals(Bus& bus, std::function<void(const ProfileChange&)> told) : DeviceProxy(bus), told_(std::move(told)) {}
 
 private:
     void onProfileChanged(const std::string& change, const std::string& deviceName, const std::string& deviceId,

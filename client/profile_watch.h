@@ -20,7 +20,7 @@ struct ProfileChange {
 // Over the connection of its device, which outlives it; the thread rule is the device's.
 class ProfileWatch {
 public:
-    // Whatever changes from now on waits for Follow, which tells `told`; `told` may use the device and throws nothing.
+    // Whatever changes from now on waits for Follow, which tells `told`. That may use the device, and throws nothing.
     // Throws DeviceError.
     ProfileWatch(Device& device, std::function<void(const ProfileChange&)> told);
     ProfileWatch(const ProfileWatch&) = delete;

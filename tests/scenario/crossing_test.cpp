@@ -6,6 +6,7 @@
 #include <latch>
 #include <regex>
 #include <sstream>
+#include <stop_token>
 #include <thread>
 #include <tuple>
 
@@ -251,7 +252,10 @@ TEST_F(Crossing, TellsTheOthersInTimeWhenAListenerDoesNotAnswerAndDropsItUntilIt
         ++answered;
         return 0;
     });
-    std::thread serving([&] { stuck.Run(); });
+    const std::jthread serving([&](const std::stop_token& stop) {
+        const std::stop_callback end(stop, [&] { stuck.Stop(); });
+        stuck.Run();
+    });
     device.Crossing().AddListener("keyboard", stuck.GetUniqueName());
     EXPECT_TRUE(tellsOther(true, "pressed"));
     EXPECT_TRUE(Logs(*phone, "listens and does not answer", 1));
@@ -275,8 +279,6 @@ TEST_F(Crossing, TellsTheOthersInTimeWhenAListenerDoesNotAnswerAndDropsItUntilIt
     EXPECT_TRUE(std::ranges::is_sorted(told, std::less_equal()) && told.front() == 1);
     EXPECT_EQ(phone->CountInLog("listens and does not answer"), 1U);
     EXPECT_EQ(answered, 2U);
-    stuck.Stop();
-    serving.join();
 }
 
 TEST_F(Crossing, FollowsTheUserInTheForegroundAndIsOffForAPrivateOneAtFirst) {
