@@ -89,6 +89,7 @@ private:
 template <typename Value, typename... Fields>
 std::vector<Value> AsValues(const std::vector<sdbus::Struct<Fields...>>& structures) {
     std::vector<Value> values;
+    values.reserve(structures.size());
     for (const std::tuple<Fields...>& structure : structures) {
         values.push_back(std::apply([](const Fields&... fields) { return Value{fields...}; }, structure));
     }
