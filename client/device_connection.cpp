@@ -46,7 +46,7 @@ std::string Explain(const std::string& device, const sdbus::Error& error) {
 
 }  // namespace
 
-DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BUS_NAME, OBJECT_PATH) {}
+DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BusName(BUS_NAME), sdbus::ObjectPath(OBJECT_PATH)) {}
 
 DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime)
     : name_(device.name), connection_(Connect(device, answerTime)), proxy_(*connection_) {}
@@ -54,7 +54,7 @@ DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milli
 void DeviceConnection::Follow(int stop) {
     try {
         for (;;) {
-            while (connection_->processPendingRequest()) {
+            while (ProcessPending(*connection_)) {
             }
             const auto bus = connection_->getEventLoopPollData();
             std::array<pollfd, 2> polled{{{bus.fd, bus.events, 0}, {stop, POLLIN, 0}}};

@@ -1,4 +1,4 @@
-// The way to a device's interfaces on its bus, for the parts of this library. The D-Bus library is met here alone.
+// The way to a device's interfaces on its bus, for the parts of this library.
 #pragma once
 
 #include <chrono>
@@ -11,6 +11,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "client/bus_library.h"
 #include "client/device_api_proxy.h"
 #include "client/device_error.h"
 #include "client/device_registry.h"

@@ -6,6 +6,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "client/bus_library.h"
 #include "client/device_api_adaptor.h"
 #include "host/api_error.h"
 #include "host/bus_text.h"
@@ -55,7 +56,7 @@ class CrossingApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collabora
 public:
     Adaptor(sdbus::IConnection& connection, const std::string& objectPath,
         std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls)
-        : AdaptorInterfaces(connection, objectPath), peers_(std::move(peers)), calls_(calls),
+        : AdaptorInterfaces(connection, sdbus::ObjectPath(objectPath)), peers_(std::move(peers)), calls_(calls),
           listeners_(std::make_shared<CrossingListeners>()), binders_(std::make_shared<CrossingBinders>()) {
         registerAdaptor();
     }
@@ -136,7 +137,7 @@ private:
     }
 
     // The connection of the program that asks, while its request is taken.
-    std::string Caller() const { return getObject().getCurrentlyProcessedMessage()->getSender(); }
+    std::string Caller() const { return Client::CallingConnection(getObject()); }
 
     void AnswerWhenDone(sdbus::Result<>&& result, std::function<void()> operation) {
         calls_.Answer(std::move(result), {Caller(), 0}, [operation = std::move(operation)] {

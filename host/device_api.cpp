@@ -8,6 +8,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "client/bus_library.h"
 #include "client/device_api_adaptor.h"
 #include "host/api_error.h"
 #include "host/bus_text.h"
@@ -45,7 +46,8 @@ std::string SettingText(const std::string& key, int32_t user) {
 class DeviceApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborationfwk::Device1_adaptor> {
 public:
     Adaptor(sdbus::IConnection& connection, const Options& options, ProgramCalls& calls)
-        : AdaptorInterfaces(connection, OBJECT_PATH), options_(options), calls_(calls), profiles_(options.peers) {
+        : AdaptorInterfaces(connection, sdbus::ObjectPath(OBJECT_PATH)), options_(options), calls_(calls),
+          profiles_(options.peers) {
         registerAdaptor();
     }
     Adaptor(const Adaptor&) = delete;
@@ -151,7 +153,7 @@ private:
 
     // The program that asks, while its call with those arguments is taken.
     ProgramCalls::Caller Caller(const auto&... arguments) const {
-        return {getObject().getCurrentlyProcessedMessage()->getSender(), (arguments.size() + ... + 0)};
+        return {Client::CallingConnection(getObject()), (arguments.size() + ... + 0)};
     }
 
     std::string Name() override { return options_.deviceName; }
@@ -169,7 +171,7 @@ DeviceApi::DeviceApi(Options options)
         connection_ = sdbus::createSessionBusConnectionWithAddress(options_.busAddress);
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
         crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH, options_.peers, *calls_);
-        connection_->requestName(BUS_NAME);
+        connection_->requestName(Client::BusName(BUS_NAME));
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());
     }
@@ -190,11 +192,11 @@ void DeviceApi::Serve() {
 }
 
 void DeviceApi::ServeOnce() {
-    if (connection_->processPendingRequest()) {
+    if (Client::ProcessPending(*connection_)) {
         return;
     }
     const sdbus::IConnection::PollData data = connection_->getEventLoopPollData();
-    poller_.Wait({data.fd, data.events, data.timeout_usec});
+    poller_.Wait({data.fd, data.events, Client::PollDeadline(data)});
 }
 
 void DeviceApi::Stop() {

@@ -1,5 +1,6 @@
 #include "host/program_calls.h"
 
+#include "client/bus_library.h"
 #include "host/bus_text.h"
 #include "linux/base/log_domains.h"
 #include "platform/host/asyn_thread_pool.h"
@@ -16,7 +17,7 @@ constexpr int32_t INFO_COLLECTION = 2;
 }  // namespace
 
 sdbus::Error BusError(const ApiError& error) {
-    return {"io.collaborationfwk.Error." + error.Name(), BusText(error.what())};
+    return {Client::BusErrorName("io.collaborationfwk.Error." + error.Name()), BusText(error.what())};
 }
 
 void SendAnswer(const std::function<void()>& send) {

@@ -9,25 +9,42 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "client/bus_library.h"
+#include "samples/screen_saver/screen_saver_adaptor.h"
+
 namespace {
 
 constexpr char NAME[] = "org.freedesktop.ScreenSaver";
 constexpr char PATH[] = "/org/freedesktop/ScreenSaver";
 
-void Serve() {
-    const auto connection = sdbus::createSessionBusConnection(NAME);
-    const auto object = sdbus::createObject(*connection, PATH);
-    uint32_t lastCookie = 0;
-    object->registerMethod("Inhibit").onInterface(NAME).implementedAs(
-        [&lastCookie](const std::string& application, const std::string& reason) {
-            std::cout << "the screen stays on for " << application << ": " << reason << std::endl;
-            return ++lastCookie;
-        });
-    object->registerMethod("UnInhibit").onInterface(NAME).implementedAs([](const uint32_t& cookie) {
+class ScreenSaver final : public sdbus::AdaptorInterfaces<org::freedesktop::ScreenSaver_adaptor> {
+public:
+    explicit ScreenSaver(sdbus::IConnection& connection) : AdaptorInterfaces(connection, sdbus::ObjectPath(PATH)) {
+        registerAdaptor();
+    }
+    ScreenSaver(const ScreenSaver&) = delete;
+    ScreenSaver& operator=(const ScreenSaver&) = delete;
+    ~ScreenSaver() { unregisterAdaptor(); }
+
+private:
+    uint32_t Inhibit(const std::string& application, const std::string& reason) override {
+        std::cout << "the screen stays on for " << application << ": " << reason << std::endl;
+        return ++lastCookie_;
+    }
+
+    void UnInhibit(const uint32_t& cookie) override {
         std::cout << "request " << cookie << " to keep the screen on is taken back" << std::endl;
-    });
-    object->registerMethod("GetActive").onInterface(NAME).implementedAs([] { return false; });
-    object->finishRegistration();
+    }
+
+    bool GetActive() override { return false; }
+
+    uint32_t lastCookie_ = 0;
+};
+
+void Serve() {
+    const auto connection = sdbus::createSessionBusConnection();
+    const ScreenSaver screenSaver(*connection);
+    connection->requestName(ZYNE::Client::BusName(NAME));
     std::cout << "watching the screen" << std::endl;
     connection->enterEventLoop();
 }

@@ -1,0 +1,49 @@
+// The bus library is of version 1 on Debian 12 and of version 2 on Debian 13. What the two call differently has one name
+// here; whatever else is used of it is the same in both.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include <sdbus-c++/sdbus-c++.h>
+
+namespace ZYNE::Client {
+
+// Plain texts in version 1, types of their own in version 2.
+using BusName = decltype(std::declval<const sdbus::IConnection&>().getUniqueName());
+using BusErrorName = std::remove_cvref_t<decltype(std::declval<const sdbus::Error&>().getName())>;
+
+// Handles one thing that waits at `connection`; false when there was none.
+bool ProcessPending(auto& connection) {
+    if constexpr (requires { connection.processPendingEvent(); }) {
+        return connection.processPendingEvent();
+    } else {
+        return connection.processPendingRequest();
+    }
+}
+
+// When a loop that polls for `interest`, a connection's poll data, must see to the connection even so: microseconds of
+// the monotonic clock, UINT64_MAX for never.
+uint64_t PollDeadline(const auto& interest) {
+    if constexpr (requires { interest.timeout_usec; }) {
+        return interest.timeout_usec;
+    } else {
+        const std::chrono::microseconds deadline = interest.timeout;
+        return deadline == std::chrono::microseconds::max() ? UINT64_MAX : static_cast<uint64_t>(deadline.count());
+    }
+}
+
+// The connection that made the call which `object` is handling on this thread.
+std::string CallingConnection(const auto& object) {
+    const auto message = object.getCurrentlyProcessedMessage();
+    if constexpr (std::is_pointer_v<decltype(message)>) {
+        return message->getSender();
+    } else {
+        return message.getSender();
+    }
+}
+
+}  // namespace ZYNE::Client
