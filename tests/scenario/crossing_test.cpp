@@ -375,10 +375,14 @@ TEST_F(Crossing, RegistersAProcessOnceTenAtMostAndForItselfAlone) {
 TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {
     const XServer display(directory, "800x600");
     Add("tablet", {.config = "[input]\ndisplay = \"" + display.Display() + "\"\n"}).Start();
-    const auto client = Watch("edges", {"edge"}, "tablet");
+    const auto client = Watch("edges", {"edge", "keyboard"}, "tablet");
     size_t arrivals = 0;
+    size_t keys = 0;
+    // With a key behind each motion, as motions that come close together are one.
     const auto move = [&](int dx, int dy) {
-        display.Do({"mousemove_relative", "--", std::to_string(dx), std::to_string(dy)});
+        display.Do({"mousemove_relative", "--", std::to_string(dx), std::to_string(dy), "key", "a"});
+        ++keys;
+        EXPECT_TRUE(Eventually([&] { return Count(Seen("edges"), "released") == keys; }));
     };
     const auto arrives = [&] {
         ++arrivals;
