@@ -220,6 +220,7 @@ void Daemon::StartDesktop() {
 
 void Daemon::StartApi() {
     DeviceApi::Options options;
+    options.loop = Linux::DeviceBus::GetInstance().GetLoop();
     options.busAddress = Linux::DeviceBus::GetInstance().GetAddress();
     options.deviceName = config_.fabric.deviceName;
     options.deviceType = DeviceTypeName(config_.fabric.deviceType);

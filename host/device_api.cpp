@@ -166,7 +166,7 @@ private:
 };
 
 DeviceApi::DeviceApi(Options options)
-    : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>([this] { poller_.Wake(); })) {
+    : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>([this] { Wake(); })) {
     try {
         connection_ = sdbus::createSessionBusConnectionWithAddress(options_.busAddress);
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
@@ -175,37 +175,44 @@ DeviceApi::DeviceApi(Options options)
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());
     }
-    server_ = std::thread([this] { Serve(); });
+    options_.loop->Run([this] {
+        pump_ = std::make_unique<Linux::BusPump>(*options_.loop,
+            Linux::BusPump::Connection{[this] { return Process(); },
+                [this] {
+                    return GetInterest();
+                }});
+    });
 }
 
-void DeviceApi::Serve() {
+int DeviceApi::Process() {
     try {
-        while (!stopping_) {
-            ServeOnce();
-        }
+        return Client::ProcessPending(*connection_) ? 1 : 0;
     } catch (const std::exception& error) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus was lost: %{public}s", error.what());
-    }
-    if (!stopping_) {
         options_.onLost();
+        return -1;
     }
 }
 
-void DeviceApi::ServeOnce() {
-    if (Client::ProcessPending(*connection_)) {
-        return;
-    }
+Linux::BusInterest DeviceApi::GetInterest() const {
     const sdbus::IConnection::PollData data = connection_->getEventLoopPollData();
-    poller_.Wait({data.fd, data.events, Client::PollDeadline(data)});
+    return {data.fd, data.events, Client::PollDeadline(data)};
+}
+
+// Another thread has sent something, which may have found no room.
+void DeviceApi::Wake() {
+    options_.loop->Post([this] {
+        if (pump_) {
+            pump_->Work();
+        }
+    });
 }
 
 void DeviceApi::Stop() {
-    stopping_ = true;
-    if (server_.joinable()) {
-        poller_.Wake();
-        server_.join();
+    if (!stopping_.exchange(true)) {
+        options_.loop->Run([this] { pump_.reset(); });
+        calls_->Close();
     }
-    calls_->Close();
 }
 
 DeviceApi::~DeviceApi() {
@@ -215,7 +222,7 @@ DeviceApi::~DeviceApi() {
 void DeviceApi::TellDevicesChanged() {
     try {
         adaptor_->emitDevicesChanged();
-        poller_.Wake();
+        Wake();
     } catch (const sdbus::Error& error) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "DevicesChanged was not sent: %{public}s", error.what());
     }
@@ -224,7 +231,7 @@ void DeviceApi::TellDevicesChanged() {
 void DeviceApi::TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile) {
     try {
         adaptor_->TellProfileChanged(change, profile);
-        poller_.Wake();
+        Wake();
     } catch (const std::exception& error) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "ProfileChanged was not sent: %{public}s", error.what());
     }

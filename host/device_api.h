@@ -6,11 +6,11 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/known_peer.h"
-#include "linux/bus/bus_poller.h"
+#include "linux/base/event_loop.h"
+#include "linux/bus/bus_pump.h"
 #include "linux/network/network_status.h"
 #include "platform/device_profile/characteristic_profile.h"
 
@@ -31,6 +31,7 @@ class ProgramCalls;
 class DeviceApi {
 public:
     struct Options {
+        Linux::EventLoop* loop;  // reads the connection; outlives the use of it, until Stop
         std::string busAddress;
         std::string deviceName;
         std::string deviceType;
@@ -39,7 +40,7 @@ public:
         std::function<Linux::NetworkStatus()> network;  // any thread
         // Any thread. Whether a list of revoked devices is news; throws std::runtime_error when it is refused.
         std::function<bool(const std::string& document)> takeRevocations;
-        std::function<void()> onLost;  // the bus is gone; on a thread of this object
+        std::function<void()> onLost;  // the bus is gone; on the loop's thread
     };
 
     // Serves from now on. Throws std::runtime_error when the bus cannot be reached.
@@ -62,17 +63,17 @@ public:
 private:
     class Adaptor;
 
-    void Serve();
-    void ServeOnce();
+    int Process();
+    Linux::BusInterest GetInterest() const;
+    void Wake();
 
     const Options options_;
-    Linux::BusPoller poller_;  // woken when another thread has sent something, which may have found no room
     const std::unique_ptr<ProgramCalls> calls_;
     std::unique_ptr<sdbus::IConnection> connection_;
     std::unique_ptr<Adaptor> adaptor_;
     std::unique_ptr<CrossingApi> crossing_;
     std::atomic<bool> stopping_{false};
-    std::thread server_;
+    std::unique_ptr<Linux::BusPump> pump_;  // the loop's thread alone
 };
 
 }  // namespace ZYNE::Host

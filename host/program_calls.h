@@ -30,9 +30,9 @@ void SendAnswer(const std::function<void()>& send);
 class ProgramCalls {
 public:
     // At once run: for one peer as many as it takes of one device, for all of them a quarter of the pool, and of the
-    // device's own an eighth, so that one program cannot have them all.
+    // device's own an eighth. Those of one program that are not for peers run one after another, in its order.
     static constexpr Linux::CallQueue::Limits FOR_PEERS{128, 16, 4096, size_t{64} << 20U};
-    static constexpr Linux::CallQueue::Limits OF_DEVICE{64, 16, 4096, size_t{64} << 20U};
+    static constexpr Linux::CallQueue::Limits OF_DEVICE{64, 1, 4096, size_t{64} << 20U};
     // How long one for a peer may wait for its turn: its five seconds come then, and the program waits for ten.
     static constexpr std::chrono::seconds PATIENCE{4};
 

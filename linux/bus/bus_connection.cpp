@@ -1,29 +1,15 @@
 #include "linux/bus/bus_connection.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
-#include <poll.h>
-
 #include "linux/base/guarded_call.h"
 
 namespace ZYNE::Linux {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr int MOST_AT_ONCE = 32;  // messages taken before others on the loop get their turn
-
-// Until the time that sd-bus tells as microseconds of the steady clock.
-std::chrono::milliseconds TimeUntil(uint64_t due) {
-    const auto now = std::chrono::ceil<std::chrono::microseconds>(EventLoop::Clock::now().time_since_epoch());
-    return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(std::chrono::microseconds(due) - now));
-}
 
 int OnSignal(sd_bus_message* message, void* handler, sd_bus_error* /*error*/) {
     GuardedCall("a signal's handler", [&] { (*static_cast<BusConnection::Handler*>(handler))(message); });
@@ -60,55 +46,37 @@ void BusSlot::End() {
 
 std::shared_ptr<BusConnection> BusConnection::Make(EventLoop& loop, BusHandle bus) {
     const std::shared_ptr<BusConnection> made(new BusConnection(loop, std::move(bus)));
+    const auto begin = [&] {
+        made->pump_ = std::make_unique<BusPump>(loop,
+            BusPump::Connection{[self = made.get()] { return self->Process(); },
+                [self = made.get()] {
+                    return self->GetInterest();
+                }});
+    };
     if (loop.IsLoopThread()) {
-        made->Begin();
+        begin();
     } else {
-        loop.Run([&] { made->Begin(); });
+        loop.Run(begin);
     }
     return made;
 }
 
-void BusConnection::Begin() {
-    const std::weak_ptr<BusConnection> weak = weak_from_this();
-    arrival_ = loop_.Watch(sd_bus_get_fd(bus_.get()), POLLIN, [weak](uint32_t) {
-        if (const std::shared_ptr<BusConnection> self = weak.lock()) {
-            self->Work();
-        }
-    });
-    Work();  // what has come before
-}
-
-void BusConnection::Work() {
-    int result = 1;
-    for (int i = 0; i < MOST_AT_ONCE && result > 0; ++i) {
-        const std::scoped_lock lock(mutex_);
-        result = bus_ ? sd_bus_process(bus_.get(), nullptr) : -ENOTCONN;
-    }
-    if (result >= 0) {
-        Await();
-        return;
-    }
-    arrival_ = {};
-    timer_ = {};
+int BusConnection::Process() {
     const std::scoped_lock lock(mutex_);
-    bus_.reset();
+    const int result = bus_ ? sd_bus_process(bus_.get(), nullptr) : -ENOTCONN;
+    if (result < 0) {
+        bus_.reset();
+    }
+    return result;
 }
 
-void BusConnection::Await() {
-    uint64_t due = UINT64_MAX;
-    {
-        const std::scoped_lock lock(mutex_);
-        arrival_.SetEvents(static_cast<uint32_t>(std::max(0, sd_bus_get_events(bus_.get()))));
-        sd_bus_get_timeout(bus_.get(), &due);
-    }
-    timer_ = {};
-    if (due != UINT64_MAX) {
-        timer_ = loop_.After(TimeUntil(due), [weak = weak_from_this()] {
-            if (const std::shared_ptr<BusConnection> self = weak.lock()) {
-                self->Work();
-            }
-        });
-    }
+BusInterest BusConnection::GetInterest() {
+    const std::scoped_lock lock(mutex_);
+    BusInterest interest;
+    interest.fd = sd_bus_get_fd(bus_.get());
+    interest.events = sd_bus_get_events(bus_.get());
+    sd_bus_get_timeout(bus_.get(), &interest.deadline);
+    return interest;
 }
 
 int BusConnection::Use(const std::function<int(sd_bus*)>& use) {
@@ -127,8 +95,8 @@ int BusConnection::Use(const std::function<int(sd_bus*)>& use) {
     }
     if (hasMore) {
         loop_.Post([weak = weak_from_this()] {
-            if (const std::shared_ptr<BusConnection> self = weak.lock(); self && self->arrival_) {
-                self->Work();
+            if (const std::shared_ptr<BusConnection> self = weak.lock(); self && self->pump_) {
+                self->pump_->Work();
             }
         });
     }
@@ -194,8 +162,7 @@ void BusConnection::Close() {
         return;
     }
     const auto leave = [this] {
-        arrival_ = {};
-        timer_ = {};
+        pump_.reset();
     };
     if (loop_.IsLoopThread()) {
         leave();

@@ -14,6 +14,7 @@
 
 #include "linux/base/event_loop.h"
 #include "linux/bus/bus_handles.h"
+#include "linux/bus/bus_pump.h"
 
 namespace ZYNE::Linux {
 
@@ -80,18 +81,15 @@ private:
     friend class BusSlot;
 
     BusConnection(EventLoop& loop, BusHandle bus) : loop_(loop), bus_(std::move(bus)) {}
-    void Begin();
-    void Work();
-    void Await();
+    int Process();
+    BusInterest GetInterest();
 
     EventLoop& loop_;
     std::atomic<bool> isClosed_ = false;
     std::mutex mutex_;  // held for each call into sd-bus
     BusHandle bus_;     // guarded by mutex_, and so are its messages; null once closed or gone
 
-    // The loop's thread alone.
-    EventLoop::Source arrival_;
-    EventLoop::Source timer_;
+    std::unique_ptr<BusPump> pump_;  // the loop's thread alone
 };
 
 }  // namespace ZYNE::Linux

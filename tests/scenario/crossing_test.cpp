@@ -14,6 +14,7 @@
 #include "linux/bus/bus_server.h"
 #include "linux/bus/bus_wire.h"
 #include "platform/host/picker_result.h"
+#include "tests/scenario/pipeline.h"
 #include "tests/scenario/scenario.h"
 #include "tests/scenario/x_server.h"
 
@@ -24,6 +25,7 @@ using Client::CrossingWatch;
 using Client::DeviceError;
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 constexpr const char* USERS = R"([[user]]
 id = 100
@@ -370,6 +372,27 @@ TEST_F(Crossing, RegistersAProcessOnceTenAtMostAndForItselfAlone) {
     others.pop_back();
     EXPECT_TRUE(Logs(*phone, "Off the cb", 2));
     others.push_back(Watch("late", {"switch"}));
+}
+
+TEST_F(Crossing, CarriesOutWhatOneConnectionAsksInItsOrder) {
+    phone->Start();
+    std::vector<std::string> errors;
+    const auto note = [&](sd_bus_message* answer) {
+        if (const sd_bus_error* error = sd_bus_message_get_error(answer)) {
+            errors.emplace_back(error->message);
+        }
+    };
+    constexpr const char* CROSSING = "io.collaborationfwk.Crossing1";
+    Pipeline inPairs(*phone, note);
+    for (int i = 0; i < 500; ++i) {
+        inPairs.SendTo(CROSSING, "AddListener", "ss", "switch", inPairs.Name().c_str());
+        inPairs.SendTo(CROSSING, "RemoveListener", "s", "switch");
+    }
+    inPairs.Await();
+    Pipeline other(*phone, note);  // refused while the process is registered over the first
+    other.SendTo(CROSSING, "AddListener", "ss", "switch", other.Name().c_str());
+    other.Await();
+    EXPECT_THAT(errors, IsEmpty());
 }
 
 TEST_F(Crossing, TellsOfEachEdgeOnceOnADisplayOfAnySize) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 #include <systemd/sd-bus.h>
@@ -24,12 +25,21 @@ public:
 
     template <typename... Arguments>
     void Send(const char* method, const char* types, const Arguments&... arguments) {
+        SendTo("io.collaborationfwk.Device1", method, types, arguments...);
+    }
+    template <typename... Arguments>
+    void SendTo(const char* interface, const char* method, const char* types, const Arguments&... arguments) {
         ++sent_;
-        Must(
-            sd_bus_call_method_async(bus_.get(), nullptr, "io.collaborationfwk.Device1", "/io/collaborationfwk/Device1",
-                "io.collaborationfwk.Device1", method, &OnAnswer, this, types, arguments...));
+        Must(sd_bus_call_method_async(bus_.get(), nullptr, "io.collaborationfwk.Device1",
+            "/io/collaborationfwk/Device1", interface, method, &OnAnswer, this, types, arguments...));
     }
     void Flush() { Must(sd_bus_flush(bus_.get())); }
+
+    std::string Name() const {
+        const char* name = nullptr;
+        Must(sd_bus_get_unique_name(bus_.get(), &name));
+        return name;
+    }
 
     size_t InFlight() const { return sent_ - came_; }
     // Waits until there is something to do, and does it.
