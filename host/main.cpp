@@ -15,6 +15,7 @@
 #include "host/daemon.h"
 #include "linux/device/process_guard.h"
 #include "linux/network/fabric.h"
+#include "linux/services/device_bus.h"
 #include "linux/services/orphans.h"
 #include "platform/log/printable_text.h"
 
@@ -61,7 +62,8 @@ int RunDevice(const ZYNE::Host::Config& config) {
     AllowManyDescriptors();
     ZYNE::Linux::Orphans::Adopt();
     const ZYNE::Linux::ProcessGuard guard({.lastRound = [] {
-        return ZYNE::Linux::Fabric::GetInstance().LastRound();
+        return std::min(
+            ZYNE::Linux::Fabric::GetInstance().LastRound(), ZYNE::Linux::DeviceBus::GetInstance().LastRound());
     }});
     std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
     ZYNE::Host::Daemon daemon(config);

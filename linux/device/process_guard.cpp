@@ -46,7 +46,7 @@ bool WaitForSignal(std::chrono::milliseconds limit) {
     std::signal(SIGALRM, [](int) { std::abort(); });
     alarm(LAST_WORDS_SECONDS);
     LogPrint(
-        LogType::CORE, LogLevel::ERROR, LOG, "the loop of the network has not come round: the process ends itself");
+        LogType::CORE, LogLevel::ERROR, LOG, "a loop of the device has not come round: the process ends itself");
     std::terminate();
 }
 

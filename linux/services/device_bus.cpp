@@ -171,6 +171,11 @@ EventLoop* DeviceBus::GetLoop() const {
     return running_ ? &running_->loop : nullptr;
 }
 
+EventLoop::Clock::time_point DeviceBus::LastRound() const {
+    const std::scoped_lock lock(mutex_);
+    return running_ ? running_->loop.LastRound() : EventLoop::Clock::now();
+}
+
 std::shared_ptr<BusClient> DeviceBus::GetClient() const {
     const std::scoped_lock lock(mutex_);
     return client_;

@@ -43,6 +43,9 @@ public:
     // The loop that reads the device's buses. Null when the bus is not up.
     EventLoop* GetLoop() const;
 
+    // When that loop came round last; now when the bus is not up.
+    EventLoop::Clock::time_point LastRound() const;
+
 private:
     struct Running;
 
