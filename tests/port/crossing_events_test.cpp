@@ -41,9 +41,8 @@ TEST(CrossingEvents, AreReadToTheLastByteAndRefusedWithOneByteLessOrMore) {
         ASSERT_TRUE(Read(code, bytes)) << code;
         EXPECT_EQ(Read(code, bytes)->index(), code - 1);
         EXPECT_FALSE(Read(code, Write(u"ZYNE.CollaborationFwk.IOther", events[code - 1]))) << code;
-        for (Bytes cut = bytes; !cut.empty();) {
-            cut.pop_back();
-            EXPECT_FALSE(Read(code, cut)) << code << " of " << cut.size() << " bytes";
+        for (size_t size = 0; size < bytes.size(); ++size) {
+            EXPECT_FALSE(Read(code, Bytes(bytes.data(), bytes.data() + size))) << code << " of " << size << " bytes";
         }
         bytes.push_back(0);
         EXPECT_FALSE(Read(code, bytes)) << code;
