@@ -345,6 +345,8 @@ TEST_F(Hostile, BytesThatOthersHaveSentAreOfNoUse) {
             PlayedDevice honest(Enroll());
             honest.Dial(relay.Port());
             ASSERT_TRUE(Eventually([&] { return honest.HasLink(pc->Udid()); }));
+            const std::string told = Linux::Anonymous(honest.identity.udid) + ", is online";
+            ASSERT_TRUE(Eventually([&] { return pc->CountInLog(told) == 1; }));
             EXPECT_TRUE(honest.Sends(pc->Udid(), Stream::CONTROL, RequestOf(1, NamesOf(1, "service.hello"))));
             EXPECT_TRUE(Eventually([&] { return relay.Captured().size() >= 5; }));
             captured = relay.Captured();
