@@ -1,21 +1,20 @@
 #include "client/device_registry.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <sys/stat.h>
+#include <functional>
 #include <system_error>
 #include <unistd.h>
+
+#include "linux/base/own_directory.h"
 
 namespace ZYNE::Client {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t OWN_DIRECTORY = 0700;
 constexpr const char* LOCK_FILE = "device.lock";
 constexpr const char* STATE_LINK = "state";
 constexpr const char* RUNTIME_LINK = "run";
@@ -27,20 +26,12 @@ fs::path Registry() {
                                                  : fs::path("/tmp/collaborationfwk-" + std::to_string(geteuid()));
 }
 
-// In /tmp anybody may have been there first.
-void CheckOwnDirectory(const fs::path& directory) {
-    struct stat status {};
-    if (lstat(directory.c_str(), &status) != 0) {
-        throw RegistryError(directory.string() + ": " + std::strerror(errno));
-    }
-    if (!S_ISDIR(status.st_mode)) {
-        throw RegistryError(directory.string() + " is not a directory");
-    }
-    if (status.st_uid != geteuid()) {
-        throw RegistryError(directory.string() + " belongs to another user");
-    }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-        throw RegistryError(directory.string() + " is open to other users: its mode must be 0700");
+// What `use` throws is told as the registry's.
+void AsRegistryError(const std::function<void()>& use) {
+    try {
+        use();
+    } catch (const std::runtime_error& error) {
+        throw RegistryError(error.what());
     }
 }
 
@@ -52,15 +43,16 @@ std::optional<fs::path> FindDevicesDirectory() {
         if (fs::symlink_status(directory, ignored).type() == fs::file_type::not_found) {
             return std::nullopt;
         }
-        CheckOwnDirectory(directory);
+        AsRegistryError([&] { Linux::CheckOwnDirectory(directory); });
     }
     return registry / "devices";
 }
 
 fs::path DevicesDirectory() {
     const fs::path registry = Registry();
-    EnsureOwnDirectory(registry);
-    EnsureOwnDirectory(registry / "devices");
+    for (const fs::path& directory : {registry, registry / "devices"}) {
+        AsRegistryError([&] { Linux::EnsureOwnDirectory(directory); });
+    }
     return registry / "devices";
 }
 
@@ -83,7 +75,7 @@ DeviceEntry ReadEntry(const fs::path& runtimeDirectory) {
     entry.runtimeDirectory = runtimeDirectory;
     entry.stateDirectory = fs::read_symlink(runtimeDirectory / STATE_LINK, ignored);
     entry.busAddress = ReadAddress(runtimeDirectory / ADDRESS_FILE);
-    entry.running = FileLock::IsHeldBySomebody(runtimeDirectory / LOCK_FILE);
+    entry.running = Linux::FileLock::IsHeldBySomebody(runtimeDirectory / LOCK_FILE);
     return entry;
 }
 
@@ -92,22 +84,15 @@ void ReplaceLink(const fs::path& link, const fs::path& target) {
     fs::create_symlink(target, link);
 }
 
-FileLock TakeLock(const fs::path& directory, const std::string& what) {
-    FileLock lock(directory / LOCK_FILE);
+Linux::FileLock TakeLock(const fs::path& directory, const std::string& what) {
+    Linux::FileLock lock(directory / LOCK_FILE);
     if (!lock.IsHeld()) {
-        throw RegistryError(what + " (process " + FileLock::Holder(directory / LOCK_FILE) + ")");
+        throw RegistryError(what + " (process " + Linux::FileLock::Holder(directory / LOCK_FILE) + ")");
     }
     return lock;
 }
 
 }  // namespace
-
-void EnsureOwnDirectory(const fs::path& directory) {
-    if (mkdir(directory.c_str(), OWN_DIRECTORY) != 0 && errno != EEXIST) {
-        throw RegistryError(directory.string() + ": cannot be created: " + std::strerror(errno));
-    }
-    CheckOwnDirectory(directory);
-}
 
 std::vector<DeviceEntry> ListDevices() {
     std::vector<DeviceEntry> devices;
@@ -140,17 +125,15 @@ std::optional<DeviceEntry> FindDeviceByDirectory(const fs::path& directory) {
 
 DeviceRegistration::DeviceRegistration(const std::string& name, const fs::path& stateDirectory)
     : entry_{name, DevicesDirectory() / name, stateDirectory, "", true} {
-    try {
+    AsRegistryError([&] {
         stateLock_.emplace(
             TakeLock(stateDirectory, "a device with the state directory " + stateDirectory.string() + " runs already"));
-        EnsureOwnDirectory(entry_.runtimeDirectory);
+        Linux::EnsureOwnDirectory(entry_.runtimeDirectory);
         runtimeLock_.emplace(TakeLock(entry_.runtimeDirectory, "a device named \"" + name + "\" runs already"));
         fs::remove(entry_.runtimeDirectory / ADDRESS_FILE);  // of a device that was killed
         ReplaceLink(entry_.runtimeDirectory / STATE_LINK, stateDirectory);
         ReplaceLink(stateDirectory / RUNTIME_LINK, entry_.runtimeDirectory);
-    } catch (const std::system_error& error) {
-        throw RegistryError(error.what());
-    }
+    });
 }
 
 void DeviceRegistration::Announce(const std::string& busAddress) {

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "client/file_lock.h"
+#include "linux/base/file_lock.h"
 
 namespace ZYNE::Client {
 
@@ -43,10 +43,6 @@ std::optional<DeviceEntry> FindDevice(const std::string& name);
 // The device that has, or last had, the state directory `directory`.
 std::optional<DeviceEntry> FindDeviceByDirectory(const std::filesystem::path& directory);
 
-// Makes sure that `directory` is there, a directory, of this user and closed to others (0700). Only its last part is
-// created. Throws RegistryError.
-void EnsureOwnDirectory(const std::filesystem::path& directory);
-
 // A running device's place in the registry: made by the device, removed with this object.
 class DeviceRegistration {
 public:
@@ -63,8 +59,8 @@ public:
 
 private:
     DeviceEntry entry_;
-    std::optional<FileLock> stateLock_;
-    std::optional<FileLock> runtimeLock_;
+    std::optional<Linux::FileLock> stateLock_;
+    std::optional<Linux::FileLock> runtimeLock_;
 };
 
 }  // namespace ZYNE::Client

@@ -18,6 +18,7 @@
 #include "linux/base/device_notes.h"
 #include "linux/base/log_domains.h"
 #include "linux/base/log_share_scope.h"
+#include "linux/base/own_directory.h"
 #include "linux/base/steady_time.h"
 #include "linux/base/thread_pool.h"
 #include "linux/datashare/data_share_service.h"
@@ -142,7 +143,7 @@ Daemon::~Daemon() {
 }
 
 void Daemon::Start() {
-    Client::EnsureOwnDirectory(config_.stateDirectory);
+    Linux::EnsureOwnDirectory(config_.stateDirectory);
     parts_->registration.emplace(config_.fabric.deviceName, config_.stateDirectory);
     StartLog();
     Linux::SystemRoot::Set(config_.systemRoot);

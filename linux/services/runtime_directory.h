@@ -4,18 +4,18 @@
 #include <filesystem>
 #include <string>
 
-#include "linux/base/unique_fd.h"
+#include "linux/base/file_lock.h"
 
 namespace ZYNE::Linux {
 
 class RuntimeDirectory {
 public:
-    // Makes the directory, with mode 0700, and locks it. Throws std::runtime_error with one line when another daemon
-    // has it, or when it is not ours to use.
+    // Makes the directory, with mode 0700, and locks it. Waits a moment for the bus of a predecessor to end. Throws
+    // std::runtime_error with one line when another daemon has the directory, or when it is not ours to use.
     explicit RuntimeDirectory(const std::filesystem::path& path);
     RuntimeDirectory(const RuntimeDirectory&) = delete;
     RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;
-    // Removes the locks, and the directory if it was made here and is empty.
+    // Removes the lock, and the directory if it was made here and is empty.
     ~RuntimeDirectory();
 
     // Writes a file into it, below which directories are made. Throws std::runtime_error.
@@ -23,14 +23,13 @@ public:
 
     const std::filesystem::path& GetPath() const { return path_; }
 
-    // A second lock, which the bus daemon inherits: it is free when the last one's process has ended.
-    int GetBusLock() const { return busLock_.Get(); }
+    // The lock, for the bus daemon to inherit: it is free when both processes have ended.
+    int GetBusLock() const { return lock_.Descriptor(); }
 
 private:
     std::filesystem::path path_;
     bool made_;
-    UniqueFd lock_;
-    UniqueFd busLock_;
+    FileLock lock_;
 };
 
 }  // namespace ZYNE::Linux
