@@ -6,7 +6,6 @@
 
 #include "host/api_error.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/bus/caller_identity.h"
 #include "linux/services/device_bus.h"
 #include "platform/host/global_variables.h"
 #include "plugin/key_mouse/key_mouse_event_listener.h"
@@ -49,7 +48,7 @@ std::shared_ptr<BusClient> Bus() {
 // As the bus proves it.
 int32_t ProcessOf(BusClient& bus, const std::string& connection) {
     IPCContext context;
-    if (!Linux::CallerIdentity(bus.GetCaller()).Find(connection, context) || context.callingPid <= 0) {
+    if (!bus.GetIdentity().Find(connection, context) || context.callingPid <= 0) {
         throw ApiError("Failed", "the bus does not know who \"" + connection + "\" is");
     }
     return context.callingPid;
@@ -129,12 +128,13 @@ void CrossingListeners::Remove(const std::string& caller, const std::string& eve
 }
 
 void CrossingListeners::Forget(const Key& key, const sptr<IRemoteObject>& remote) {
+    Registration registration;  // let go of without the lock: with it may end the remote
     const std::scoped_lock lock(mutex_);
     const auto found = registrations_.find(key);
     if (found == registrations_.end() || found->second.remote != remote) {
         return;
     }
-    const Registration registration = found->second;
+    registration = std::move(found->second);
     registrations_.erase(found);
     registration.remote->RemoveDeathRecipient(registration.recipient);
     KeyMouseServiceManager::GetInstance().RemoveKeyMouseEventListener(key.first, key.second);

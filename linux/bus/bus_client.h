@@ -10,6 +10,7 @@
 
 #include "linux/base/process_handle.h"
 #include "linux/bus/bus_caller.h"
+#include "linux/bus/caller_identity.h"
 #include "linux/bus/name_watcher.h"
 #include "linux/bus/remote_object.h"
 
@@ -45,6 +46,7 @@ public:
 
     NameWatcher& GetNames() { return names_; }
     BusCaller& GetCaller() { return *caller_; }
+    CallerIdentity& GetIdentity() { return identity_; }
     // For signals and for what this process serves.
     const std::shared_ptr<BusConnection>& GetConnection() const { return connection_; }
 
@@ -59,6 +61,7 @@ private:
 
     const Post post_;
     const std::shared_ptr<BusCaller> caller_;
+    CallerIdentity identity_{*caller_};
     std::mutex mutex_;
     std::map<Key, wptr<RemoteObject>> remotes_;  // guarded by mutex_
     const std::shared_ptr<BusConnection> connection_;

@@ -134,7 +134,7 @@ void BusServer::PassTurn(bool toAnswer) {
     }
     try {
         std::thread([this] { ServeRequests(); }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         EndThread();
     }
 }

@@ -96,6 +96,7 @@ void XInputSource::AwaitAttempt(std::chrono::milliseconds limit) {
 }
 
 void XInputSource::Run() {
+    pthread_setname_np(pthread_self(), "collabd-input");
     IgnoreBrokenPipe();
     while (IsRunning()) {
         if (!IsWanted()) {

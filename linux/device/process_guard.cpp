@@ -45,8 +45,7 @@ bool WaitForSignal(std::chrono::milliseconds limit) {
 [[noreturn]] void EndHanging() {
     std::signal(SIGALRM, [](int) { std::abort(); });
     alarm(LAST_WORDS_SECONDS);
-    LogPrint(
-        LogType::CORE, LogLevel::ERROR, LOG, "a loop of the device has not come round: the process ends itself");
+    LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "a loop of the device has not come round: the process ends itself");
     std::terminate();
 }
 

@@ -5,7 +5,6 @@
 
 #include "linux/base/log_domains.h"
 #include "linux/base/mailbox.h"
-#include "linux/bus/caller_identity.h"
 #include "linux/services/event_subscribers.h"
 #include "platform/event/common_event_manager.h"
 
@@ -46,7 +45,6 @@ struct CommonEvents::Running {
 
     explicit Running(std::shared_ptr<BusClient> busClient)
         : client(std::move(busClient)), ownName(client->GetConnection()->GetUniqueName()),
-          publishers(client->GetCaller()),
           received(Mailbox<Received>::Make(ThreadPool::Get(),
               [this](const Received& each) { subscribers.Tell(each.event, FindPublisher(each.from)); },
               {MOST_WAITING})),
@@ -77,13 +75,12 @@ struct CommonEvents::Running {
     // The bus cannot say who was behind a connection that has left.
     int32_t FindPublisher(const std::string& connection) {
         IPCContext publisher;
-        return publishers.Find(connection, publisher) ? publisher.callingUid : UNKNOWN_PUBLISHER;
+        return client->GetIdentity().Find(connection, publisher) ? publisher.callingUid : UNKNOWN_PUBLISHER;
     }
 
     EventSubscribers subscribers;
     const std::shared_ptr<BusClient> client;
     const std::string ownName;
-    CallerIdentity publishers;
     const std::shared_ptr<Mailbox<Received>> received;
     BusSlot published;  // the last to be built: its handler uses the others
 };

@@ -367,6 +367,7 @@ TEST_F(JoinedDeviceProfile, ChangesNothingAndTellsNobodyOfWhatTheStoreDoesNotKee
     for (const char* key : {"song", "new", "last"}) {
         Subscribe(SELF, key);
     }
+    told.Until("+song=a");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Put("song", "b"), PROFILE_STORE_FAILED);
     EXPECT_EQ(Put("new", "x"), PROFILE_STORE_FAILED);
