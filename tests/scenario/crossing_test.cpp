@@ -384,14 +384,19 @@ TEST_F(Crossing, CarriesOutWhatOneConnectionAsksInItsOrder) {
     };
     constexpr const char* CROSSING = "io.collaborationfwk.Crossing1";
     Pipeline inPairs(*phone, note);
-    for (int i = 0; i < 500; ++i) {
-        inPairs.SendTo(CROSSING, "AddListener", "ss", "switch", inPairs.Name().c_str());
-        inPairs.SendTo(CROSSING, "RemoveListener", "s", "switch");
-    }
-    inPairs.Await();
     Pipeline other(*phone, note);  // refused while the process is registered over the first
-    other.SendTo(CROSSING, "AddListener", "ss", "switch", other.Name().c_str());
-    other.Await();
+    const auto pair = [&](Pipeline& program) {
+        program.SendTo(CROSSING, "AddListener", "ss", "switch", program.Name().c_str());
+        program.SendTo(CROSSING, "RemoveListener", "s", "switch");
+    };
+    for (int round = 0; round < 50; ++round) {
+        for (int i = 0; i < 10; ++i) {
+            pair(inPairs);
+        }
+        inPairs.Await();
+        pair(other);
+        other.Await();
+    }
     EXPECT_THAT(errors, IsEmpty());
 }
 
