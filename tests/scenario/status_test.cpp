@@ -1,4 +1,8 @@
 // Settings, and what a device tells of its set-up.
+#include <filesystem>
+#include <fstream>
+#include <map>
+
 #include "tests/scenario/scenario.h"
 
 namespace ZYNE::Testing {
@@ -66,6 +70,20 @@ TEST_F(Status, KeepsSettingsOfEachUserAndOfAllUsersApartAndOverARestart) {
     const Outcome missing = phone->Ctl({"setting", "get", "shape", "--user", "100"});
     EXPECT_EQ(missing.status, 1);
     EXPECT_THAT(missing.err, HasSubstr("shape"));
+}
+
+TEST_F(Status, NeedsOneThreadForEachOfItsJobsAndNamesThem) {
+    std::map<std::string, int> threads;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(phone->Pid()) + "/task")) {
+        std::ifstream comm(thread.path() / "comm");
+        std::string name;
+        std::getline(comm, name);
+        EXPECT_TRUE(!comm || name.starts_with("collabd")) << name;  // one of the pool may have ended
+        ++threads[name];
+    }
+    for (const char* name : {"collabd", "collabd-bus", "collabd-guard", "collabd-log", "collabd-net"}) {
+        EXPECT_EQ(threads[name], 1) << name;
+    }
 }
 
 }  // namespace
