@@ -45,7 +45,7 @@ void BusSlot::End() {
 }
 
 std::shared_ptr<BusConnection> BusConnection::Make(EventLoop& loop, BusHandle bus) {
-    const std::shared_ptr<BusConnection> made(new BusConnection(loop, std::move(bus)));
+    std::shared_ptr<BusConnection> made(new BusConnection(loop, std::move(bus)));
     const auto begin = [&] {
         made->pump_ = std::make_unique<BusPump>(loop,
             BusPump::Connection{[self = made.get()] { return self->Process(); },
