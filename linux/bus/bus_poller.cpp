@@ -40,21 +40,6 @@ void BusPoller::Wait(const BusInterest& interest) {
     }
 }
 
-bool BusPoller::Process(sd_bus* bus) {
-    const int result = sd_bus_process(bus, nullptr);
-    if (result != 0) {
-        return result > 0;
-    }
-    BusInterest interest;
-    interest.fd = sd_bus_get_fd(bus);
-    interest.events = sd_bus_get_events(bus);
-    if (interest.fd < 0 || interest.events < 0 || sd_bus_get_timeout(bus, &interest.deadline) < 0) {
-        return false;
-    }
-    Wait(interest);
-    return true;
-}
-
 void BusPoller::Wake() {
     eventfd_write(wake_.Get(), 1);
 }

@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-#include <systemd/sd-bus.h>
-
 #include "linux/base/unique_fd.h"
 
 namespace ZYNE::Linux {
@@ -22,10 +20,6 @@ public:
 
     // Returns when `interest` is met, or at once when Wake was called since the last return.
     void Wait(const BusInterest& interest);
-
-    // Handles one message of a connection that the calling thread has to itself, or waits for one. False when the bus is
-    // gone.
-    bool Process(sd_bus* bus);
 
     // Any thread.
     void Wake();

@@ -1,5 +1,6 @@
 #include "linux/bus/name_watcher.h"
 
+#include <cerrno>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -70,11 +71,14 @@ NameWatcher::NameWatcher(const std::shared_ptr<BusConnection>& connection, Callb
     Check(result, "cannot watch the names on the bus");
 }
 
+// Throws nothing: the watch that has begun is not lost sight of.
 int NameWatcher::ReadPresentState(sd_bus* bus) {
-    for (const std::string& name : ListNames(bus)) {
-        Change(name, IsUnique(name) ? name : AskOwner(bus, name));
-    }
-    return 0;
+    const bool isRead = GuardedCall("reading the names on the bus", [&] {
+        for (const std::string& name : ListNames(bus)) {
+            Change(name, IsUnique(name) ? name : AskOwner(bus, name));
+        }
+    });
+    return isRead ? 0 : -EIO;
 }
 
 void NameWatcher::Stop() {

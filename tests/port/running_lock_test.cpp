@@ -46,7 +46,12 @@ public:
         sd_bus_add_object(bus_.get(), nullptr, path, &Desktop::OnCall, this);
         sd_bus_request_name(bus_.get(), name, 0);
         thread_ = std::thread([this] {
-            while (!ended_ && poller_.Process(bus_.get())) {
+            int result = 0;
+            while (!ended_ && result >= 0) {
+                result = sd_bus_process(bus_.get(), nullptr);
+                if (result == 0) {
+                    poller_.Wait({sd_bus_get_fd(bus_.get()), sd_bus_get_events(bus_.get())});
+                }
             }
         });
     }
