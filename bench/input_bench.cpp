@@ -97,10 +97,12 @@ Figures MeasurePort(const std::string& display, Seconds duration) {
         std::atomic<int64_t> calls{0};
     };
     const auto counts = std::make_shared<Counts>();  // a call may be under way at the end
-    InputService::Get().Start({display, false});
+    Linux::ThreadPool pool;
+    InputService input(pool);
+    input.Start({display, false});
     const auto start = Clock::now();
     const Seconds before = Used();
-    const int32_t id = InputService::Get().AddMonitor([counts](std::shared_ptr<PointerEvent> event) {
+    const int32_t id = input.AddMonitor([counts](std::shared_ptr<PointerEvent> event) {
         PointerItem item;
         event->GetPointerItem(event->GetPointerId(), item);
         counts->motions += item.GetRawDy();
@@ -114,7 +116,7 @@ Figures MeasurePort(const std::string& display, Seconds duration) {
     figures.share = (Used() - before) / Seconds(Clock::now() - start);
     figures.motions = counts->motions;
     figures.calls = counts->calls;
-    InputService::Get().Stop();
+    input.Stop();
     return figures;
 }
 

@@ -17,8 +17,7 @@
 #include "bench/link_floor.h"
 #include "linux/account/account.h"
 #include "linux/account/credentials.h"
-#include "linux/network/fabric.h"
-#include "linux/profile/profile_service.h"
+#include "linux/linux_device.h"
 #include "tests/scenario/process.h"
 #include "tests/support/profile_listener.h"
 
@@ -27,7 +26,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-using Linux::Fabric;
 using Linux::ProfileService;
 
 constexpr size_t SIZES[] = {200, 4096, 65536};
@@ -36,48 +34,45 @@ constexpr char SERVICE[] = "bench";
 constexpr char QUESTION[] = "question";
 constexpr char ANSWER[] = "answer";
 
-void Put(const char* key, const std::string& value) {
+void Put(Linux::LinuxDevice& device, const char* key, const std::string& value) {
     CharacteristicProfile profile;
     profile.SetDeviceId(ProfileService::LOCAL_DEVICE);
     profile.SetServiceName(SERVICE);
     profile.SetCharacteristicKey(key);
     profile.SetCharacteristicValue(value);
-    if (ProfileService::Get().PutCharacteristicProfile(profile) != 0) {
+    if (device.profiles.PutCharacteristicProfile(profile) != 0) {
         throw std::runtime_error("a put fails");
     }
 }
 
-// What one side runs with: a device with its profile.
-class Device {
-public:
+// What one side runs with: a device with its profile on the network.
+struct Device : Linux::LinuxDevice {
     explicit Device(const fs::path& directory) {
-        ProfileService::Get().Open(directory / "profiles.db", Linux::LoadCredentials(directory).udid);
+        profiles.Open(directory / "profiles.db", Linux::LoadCredentials(directory).udid);
         Linux::FabricOptions options;
         options.deviceName = "bench";
         options.credentials = directory;
         options.stateDirectory = directory;
         options.port = 0;
-        Fabric::GetInstance().Start(options);
-    }
-    ~Device() {
-        Fabric::GetInstance().Stop();
-        ProfileService::Get().Close();
+        network.Start(options);
     }
 };
 
 // Answers every question of the other device with its value, and every bare message with itself.
 void Echo(const fs::path& directory, const std::string& peerUdid, uint16_t floorPort) {
-    const Device device(directory);
-    ProfileService::Get().SubscribeDeviceProfile(Testing::SubscriptionOf(peerUdid, SERVICE, QUESTION,
-        [](ProfileChangeType, const CharacteristicProfile& asked) { Put(ANSWER, asked.GetCharacteristicValue()); }));
+    Device device(directory);
+    device.profiles.SubscribeDeviceProfile(Testing::SubscriptionOf(
+        peerUdid, SERVICE, QUESTION, [&device](ProfileChangeType, const CharacteristicProfile& asked) {
+            Put(device, ANSWER, asked.GetCharacteristicValue());
+        }));
     LinkEnd(directory, floorPort).Echo();
 }
 
 // Puts values and takes the answers, each question put by the listener that got the answer before.
 class Asker {
 public:
-    explicit Asker(const std::string& peerUdid) {
-        ProfileService::Get().SubscribeDeviceProfile(Testing::SubscriptionOf(peerUdid, SERVICE, ANSWER,
+    Asker(Linux::LinuxDevice& device, const std::string& peerUdid) : device_(device) {
+        device.profiles.SubscribeDeviceProfile(Testing::SubscriptionOf(peerUdid, SERVICE, ANSWER,
             [this](ProfileChangeType, const CharacteristicProfile& answer) { OnAnswer(answer); }));
     }
 
@@ -111,9 +106,10 @@ private:
         asked_ = std::to_string(++number_);
         asked_.resize(size_, 'x');
         start_ = Clock::now();
-        Put(QUESTION, asked_);
+        Put(device_, QUESTION, asked_);
     }
 
+    Linux::LinuxDevice& device_;
     std::mutex mutex_;
     std::condition_variable done_;
     size_t size_ = 0;  // from here on: guarded by mutex_
@@ -161,8 +157,8 @@ void Run(const std::string& self, const fs::path& directory, int roundTrips) {
     const LinkPort port;
     const Testing::Process echo(
         {self, "--echo", directory / "far", nearUdid, std::to_string(port.Number())}, directory / "echo.txt");
-    const Device device(directory / "near");
-    Asker asker(farUdid);
+    Device device(directory / "near");
+    Asker asker(device, farUdid);
     LinkEnd link(directory / "near", port);
     std::printf(
         "%8s%12s %8s %8s%12s %8s %8s\n", "bytes", "profile p50", "TLS p50", "ratio", "profile p99", "TLS p99", "ratio");

@@ -16,8 +16,6 @@
 #include "host/program_calls.h"
 #include "host/switch_api.h"
 #include "host/user_api.h"
-#include "linux/desktop/screen_state.h"
-#include "linux/desktop/scripted_input.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE::Host {
@@ -43,21 +41,22 @@ std::vector<Rule> ExplainCrossing(const KnownPeer& peer) {
     return rules;
 }
 
-void SetScreenStatus(int32_t status) {
+void SetScreenStatus(Linux::ScreenState& screen, int32_t status) {
     if (status != Linux::SCREEN_UNKNOWN && Linux::ToScreenStatus(status) == Linux::SCREEN_UNKNOWN) {
         throw ApiError("Failed", "a screen has no status " + std::to_string(status));
     }
-    Linux::ScreenState::Get().Set(static_cast<ScreenStatus>(status));
+    screen.Set(static_cast<ScreenStatus>(status));
 }
 
 }  // namespace
 
 class CrossingApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborationfwk::Crossing1_adaptor> {
 public:
-    Adaptor(sdbus::IConnection& connection, const std::string& objectPath,
-        std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls)
-        : AdaptorInterfaces(connection, sdbus::ObjectPath(objectPath)), peers_(std::move(peers)), calls_(calls),
-          listeners_(std::make_shared<CrossingListeners>()), binders_(std::make_shared<CrossingBinders>()) {
+    Adaptor(sdbus::IConnection& connection, const std::string& objectPath, Options options)
+        : AdaptorInterfaces(connection, sdbus::ObjectPath(objectPath)), options_(std::move(options)),
+          device_(options_.device), calls_(options_.calls),
+          listeners_(std::make_shared<CrossingListeners>(device_.bus)),
+          binders_(std::make_shared<CrossingBinders>(device_.bus)) {
         registerAdaptor();
     }
     Adaptor(const Adaptor&) = delete;
@@ -85,7 +84,7 @@ private:
 
     void Explain(sdbus::Result<std::vector<Rule>>&& result, std::string peer) override {
         calls_.Answer(std::move(result), {Caller(), peer.size()},
-            [this, peer] { return std::tuple(ExplainCrossing(ChoosePeer(peers_(), peer))); });
+            [this, peer] { return std::tuple(ExplainCrossing(ChoosePeer(options_.peers(), peer))); });
     }
 
     void BindService(sdbus::Result<>&& result, bool bind) override {
@@ -94,25 +93,27 @@ private:
 
     void FindPeer(sdbus::Result<std::string, std::string>&& result, std::string peer) override {
         calls_.Answer(std::move(result), {Caller(), peer.size()}, [this, peer] {
-            const KnownPeer found = ChooseDevice(peers_(), ThisDevice(), peer);
+            const KnownPeer found = ChooseDevice(options_.peers(), ThisDevice(), peer);
             return std::tuple(BusText(found.name), ShortId(found.udid));
         });
     }
 
     void GetSwitch(sdbus::Result<int32_t, bool, std::vector<PeerSwitch>>&& result, int32_t user) override {
-        calls_.Answer(std::move(result), {Caller(), 0}, [this, user] { return Host::GetSwitch(user, peers_()); });
+        calls_.Answer(std::move(result), {Caller(), 0},
+            [this, user] { return Host::GetSwitch(device_.users, user, options_.peers()); });
     }
 
     void SetSwitch(sdbus::Result<int32_t>&& result, bool on, int32_t user) override {
-        calls_.Answer(std::move(result), {Caller(), 0}, [on, user] { return std::tuple(Host::SetSwitch(on, user)); });
+        calls_.Answer(std::move(result), {Caller(), 0},
+            [this, on, user] { return std::tuple(Host::SetSwitch(device_.users, on, user)); });
     }
 
     void ListUsers(sdbus::Result<std::vector<User>>&& result) override {
-        calls_.Answer(std::move(result), {Caller(), 0}, [] { return std::tuple(Host::ListUsers()); });
+        calls_.Answer(std::move(result), {Caller(), 0}, [this] { return std::tuple(Host::ListUsers(device_.users)); });
     }
 
     void SwitchUser(sdbus::Result<>&& result, int32_t user) override {
-        AnswerWhenDone(std::move(result), [user] { Host::SwitchUser(user); });
+        AnswerWhenDone(std::move(result), [this, user] { device_.users.Switch(user); });
     }
 
     void MovePointer(sdbus::Result<>&& result, int32_t dx, int32_t dy) override {
@@ -133,7 +134,7 @@ private:
     }
 
     void SetScreen(sdbus::Result<>&& result, int32_t status) override {
-        AnswerWhenDone(std::move(result), [status] { SetScreenStatus(status); });
+        AnswerWhenDone(std::move(result), [this, status] { SetScreenStatus(device_.screen, status); });
     }
 
     // The connection of the program that asks, while its request is taken.
@@ -147,22 +148,22 @@ private:
     }
 
     void Feed(sdbus::Result<>&& result, const std::function<bool(ScriptedInput&)>& event) {
-        AnswerWhenDone(std::move(result), [event] {
-            if (!event(ScriptedInput::Get())) {
+        AnswerWhenDone(std::move(result), [this, event] {
+            if (!event(device_.scriptedInput)) {
                 throw ApiError("NotScripted", "the device reads the pointer and the keys of a real display");
             }
         });
     }
 
-    const std::function<std::vector<KnownPeer>()> peers_;
+    const Options options_;
+    Linux::LinuxDevice& device_;
     ProgramCalls& calls_;
     const std::shared_ptr<CrossingListeners> listeners_;
     const std::shared_ptr<CrossingBinders> binders_;
 };
 
-CrossingApi::CrossingApi(sdbus::IConnection& connection, const std::string& objectPath,
-    std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls)
-    : adaptor_(std::make_unique<Adaptor>(connection, objectPath, std::move(peers), calls)) {}
+CrossingApi::CrossingApi(sdbus::IConnection& connection, const std::string& objectPath, Options options)
+    : adaptor_(std::make_unique<Adaptor>(connection, objectPath, std::move(options))) {}
 
 CrossingApi::~CrossingApi() = default;
 

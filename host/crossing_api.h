@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/known_peer.h"
+#include "linux/linux_device.h"
 
 namespace sdbus {
 class IConnection;
@@ -19,10 +20,14 @@ class ProgramCalls;
 
 class CrossingApi {
 public:
-    // Serves on the object `objectPath` of `connection`, which must outlive it, as must `calls`. `peers` comes on any
-    // thread.
-    CrossingApi(sdbus::IConnection& connection, const std::string& objectPath,
-        std::function<std::vector<KnownPeer>()> peers, ProgramCalls& calls);
+    struct Options {
+        Linux::LinuxDevice& device;
+        std::function<std::vector<KnownPeer>()> peers;  // any thread
+        ProgramCalls& calls;
+    };
+
+    // Serves on the object `objectPath` of `connection`, which must outlive it, as must the device and the calls.
+    CrossingApi(sdbus::IConnection& connection, const std::string& objectPath, Options options);
     CrossingApi(const CrossingApi&) = delete;
     CrossingApi& operator=(const CrossingApi&) = delete;
     // Requests that were taken must have ended.

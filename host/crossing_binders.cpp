@@ -2,7 +2,6 @@
 
 #include "host/api_error.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/services/device_bus.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 
 namespace ZYNE::Host {
@@ -42,7 +41,7 @@ void CrossingBinders::Add(const std::string& caller) {
     if (binders_.contains(caller)) {
         return;
     }
-    const auto bus = Linux::DeviceBus::GetInstance().GetClient();
+    const auto bus = bus_.GetClient();
     const sptr<IRemoteObject> remote =
         bus == nullptr ? nullptr : sptr<IRemoteObject>(bus->GetRemote(caller, Linux::BusWire::DEFAULT_PATH));
     const sptr<IRemoteObject::DeathRecipient> recipient = MakeSptr<Recipient>(weak_from_this(), caller);

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "linux/services/device_bus.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Host {
@@ -14,6 +15,8 @@ namespace ZYNE::Host {
 // Any thread; made by std::make_shared. Blocks while the library decides. Throws ApiError.
 class CrossingBinders : public std::enable_shared_from_this<CrossingBinders> {
 public:
+    explicit CrossingBinders(Linux::DeviceBus& bus) : bus_(bus) {}
+
     // For the connection `caller`, as BindService in device_api.xml.
     void Bind(const std::string& caller, bool bind);
 
@@ -24,6 +27,7 @@ private:
     void Add(const std::string& caller);  // under mutex_
     void Forget(const std::string& caller);
 
+    Linux::DeviceBus& bus_;
     std::mutex mutex_;                       // held while the library is told, so that both know the same
     std::map<std::string, Binder> binders_;  // guarded by mutex_; by connection
 };

@@ -6,7 +6,6 @@
 
 #include "host/api_error.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/services/device_bus.h"
 #include "platform/host/global_variables.h"
 #include "plugin/key_mouse/key_mouse_event_listener.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
@@ -37,12 +36,12 @@ std::string TypeOf(const std::string& event) {
     return found->type;
 }
 
-std::shared_ptr<BusClient> Bus() {
-    auto bus = Linux::DeviceBus::GetInstance().GetClient();
-    if (bus == nullptr) {
+std::shared_ptr<BusClient> ClientOf(const Linux::DeviceBus& bus) {
+    auto client = bus.GetClient();
+    if (client == nullptr) {
         throw ApiError("Failed", "the device is ending");
     }
-    return bus;
+    return client;
 }
 
 // As the bus proves it.
@@ -84,7 +83,7 @@ private:
 
 void CrossingListeners::Add(const std::string& caller, const std::string& event, const std::string& connection) {
     const std::string type = TypeOf(event);
-    const auto bus = Bus();
+    const auto bus = ClientOf(bus_);
     const Key key(type, ProcessOf(*bus, caller));
     const sptr<IRemoteObject> remote = RemoteOf(*bus, key.second, connection);
     const sptr<IRemoteObject::DeathRecipient> recipient = MakeSptr<Recipient>(weak_from_this(), key);
@@ -116,7 +115,7 @@ bool CrossingListeners::IsFull(const std::string& type) const {
 }
 
 void CrossingListeners::Remove(const std::string& caller, const std::string& event) {
-    const Key key(TypeOf(event), ProcessOf(*Bus(), caller));
+    const Key key(TypeOf(event), ProcessOf(*ClientOf(bus_), caller));
     sptr<IRemoteObject> remote;
     {
         const std::scoped_lock lock(mutex_);

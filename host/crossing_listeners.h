@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "linux/services/device_bus.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Host {
@@ -15,6 +16,8 @@ namespace ZYNE::Host {
 // Any thread; made by std::make_shared. Blocks while the bus is asked who is who. Throws ApiError.
 class CrossingListeners : public std::enable_shared_from_this<CrossingListeners> {
 public:
+    explicit CrossingListeners(Linux::DeviceBus& bus) : bus_(bus) {}
+
     // Registers the process behind the connection `caller` for `event`, as AddListener in device_api.xml.
     void Add(const std::string& caller, const std::string& event, const std::string& connection);
     // Takes its registration away, if there is one.
@@ -33,6 +36,7 @@ private:
     // Does nothing when `remote` is not what is registered.
     void Forget(const Key& key, const sptr<IRemoteObject>& remote);
 
+    Linux::DeviceBus& bus_;
     // Held while the library is told, so that both know the same: it never calls back meanwhile.
     std::mutex mutex_;
     std::map<Key, Registration> registrations_;  // guarded by mutex_

@@ -1,14 +1,18 @@
 // One device: everything that collabd runs, in the order in which it starts and stops.
 #pragma once
 
-#include <memory>
+#include <atomic>
+#include <optional>
 #include <string>
 
+#include "client/device_registry.h"
 #include "host/config.h"
+#include "host/device_api.h"
+#include "linux/linux_device.h"
 
 namespace ZYNE::Host {
 
-// Used by the main thread: the bus ends with the thread that starts it. One in a process, started once.
+// Used by the main thread: the bus ends with the thread that starts it. One in a process at a time, started once.
 class Daemon {
 public:
     explicit Daemon(Config config);
@@ -25,23 +29,24 @@ public:
     // device had lost its bus.
     bool Stop();
 
-private:
-    struct Parts;
+    // See LinuxDevice. Any thread.
+    Linux::EventLoop::Clock::time_point LastRound() const { return device_.LastRound(); }
 
-    void StartLog();
-    void StartBus();
-    void StartStores();
-    void StartDesktop();
+private:
+    void OpenLog();
+    void OpenDevice();
     void StartApi();
     void StartLibrary();
-    void StartFabric();
+    void JoinNetwork();
     void StartCrossing();
-    static void StopDesktop();
     void OnBusLost();
 
     const Config config_;
     std::string udid_;
-    std::unique_ptr<Parts> parts_;
+    std::atomic<bool> busLost_{false};
+    std::optional<Client::DeviceRegistration> registration_;
+    Linux::LinuxDevice device_;
+    std::optional<DeviceApi> api_;
 };
 
 }  // namespace ZYNE::Host

@@ -47,7 +47,7 @@ class DeviceApi::Adaptor final : public sdbus::AdaptorInterfaces<io::collaborati
 public:
     Adaptor(sdbus::IConnection& connection, const Options& options, ProgramCalls& calls)
         : AdaptorInterfaces(connection, sdbus::ObjectPath(OBJECT_PATH)), options_(options), calls_(calls),
-          profiles_(options.peers) {
+          profiles_(options.device.profiles, options.peers) {
         registerAdaptor();
     }
     Adaptor(const Adaptor&) = delete;
@@ -147,8 +147,9 @@ private:
 
     void TakeRevocations(sdbus::Result<bool>&& result, std::string document) override {
         ProgramCalls::Caller caller = Caller(document);
-        calls_.Answer(std::move(result), std::move(caller),
-            [this, document = std::move(document)] { return std::tuple(options_.takeRevocations(document)); });
+        calls_.Answer(std::move(result), std::move(caller), [this, document = std::move(document)] {
+            return std::tuple(options_.device.network.TakeRevocations(document));
+        });
     }
 
     // The program that asks, while its call with those arguments is taken.
@@ -166,17 +167,19 @@ private:
 };
 
 DeviceApi::DeviceApi(Options options)
-    : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>([this] { Wake(); })) {
+    : options_(std::move(options)), calls_(std::make_unique<ProgramCalls>(options_.device.pool, [this] { Wake(); })) {
     try {
-        connection_ = sdbus::createSessionBusConnectionWithAddress(options_.busAddress);
+        connection_ = sdbus::createSessionBusConnectionWithAddress(options_.device.bus.GetAddress());
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
-        crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH, options_.peers, *calls_);
+        crossing_ = std::make_unique<CrossingApi>(
+            *connection_, OBJECT_PATH, CrossingApi::Options{options_.device, options_.peers, *calls_});
         connection_->requestName(Client::BusName(BUS_NAME));
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());
     }
-    options_.loop->Run([this] {
-        pump_ = std::make_unique<Linux::BusPump>(*options_.loop,
+    Linux::EventLoop& loop = *options_.device.bus.GetLoop();
+    loop.Run([&] {
+        pump_ = std::make_unique<Linux::BusPump>(loop,
             Linux::BusPump::Connection{[this] { return Process(); },
                 [this] {
                     return GetInterest();
@@ -201,7 +204,7 @@ Linux::BusInterest DeviceApi::GetInterest() const {
 
 // Another thread has sent something, which may have found no room.
 void DeviceApi::Wake() {
-    options_.loop->Post([this] {
+    options_.device.bus.GetLoop()->Post([this] {
         if (pump_) {
             pump_->Work();
         }
@@ -210,7 +213,7 @@ void DeviceApi::Wake() {
 
 void DeviceApi::Stop() {
     if (!stopping_.exchange(true)) {
-        options_.loop->Run([this] { pump_.reset(); });
+        options_.device.bus.GetLoop()->Run([this] { pump_.reset(); });
         calls_->Close();
     }
 }

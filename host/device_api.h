@@ -9,17 +9,13 @@
 #include <vector>
 
 #include "host/known_peer.h"
-#include "linux/base/event_loop.h"
 #include "linux/bus/bus_pump.h"
+#include "linux/linux_device.h"
 #include "linux/network/network_status.h"
 #include "platform/device_profile/characteristic_profile.h"
 
 namespace sdbus {
 class IConnection;
-}
-
-namespace ZYNE::Linux {
-enum class ProfileChange : int32_t;
 }
 
 namespace ZYNE::Host {
@@ -31,16 +27,13 @@ class ProgramCalls;
 class DeviceApi {
 public:
     struct Options {
-        Linux::EventLoop* loop;  // reads the connection; outlives the use of it, until Stop
-        std::string busAddress;
+        Linux::LinuxDevice& device;  // its bus is up and stays so until Stop; its loop reads the connection
         std::string deviceName;
         std::string deviceType;
         std::string accountMode;
         std::function<std::vector<KnownPeer>()> peers;  // any thread
         std::function<Linux::NetworkStatus()> network;  // any thread
-        // Any thread. Whether a list of revoked devices is news; throws std::runtime_error when it is refused.
-        std::function<bool(const std::string& document)> takeRevocations;
-        std::function<void()> onLost;  // the bus is gone; on the loop's thread
+        std::function<void()> onLost;                   // the bus is gone; on the loop's thread
     };
 
     // Serves from now on. Throws std::runtime_error when the bus cannot be reached.

@@ -14,8 +14,6 @@
 #include "host/config_check.h"
 #include "host/daemon.h"
 #include "linux/device/process_guard.h"
-#include "linux/network/fabric.h"
-#include "linux/services/device_bus.h"
 #include "linux/services/orphans.h"
 #include "platform/log/printable_text.h"
 
@@ -61,12 +59,11 @@ void AllowManyDescriptors() {
 int RunDevice(const ZYNE::Host::Config& config) {
     AllowManyDescriptors();
     ZYNE::Linux::Orphans::Adopt();
-    const ZYNE::Linux::ProcessGuard guard({.lastRound = [] {
-        return std::min(
-            ZYNE::Linux::Fabric::GetInstance().LastRound(), ZYNE::Linux::DeviceBus::GetInstance().LastRound());
-    }});
     std::signal(SIGPIPE, SIG_IGN);  // standard error may be a pipe whose reader has gone
     ZYNE::Host::Daemon daemon(config);
+    const ZYNE::Linux::ProcessGuard guard({.lastRound = [&daemon] {
+        return daemon.LastRound();
+    }});
     daemon.Start();
     guard.WaitForStop();
     return daemon.Stop() ? 0 : FAILED;

@@ -71,7 +71,8 @@ size_t Bytes(const std::vector<ProfileApi::Entry>& entries) {
 
 }  // namespace
 
-ProfileApi::ProfileApi(std::function<std::vector<KnownPeer>()> peers) : peers_(std::move(peers)) {}
+ProfileApi::ProfileApi(ProfileService& profiles, std::function<std::vector<KnownPeer>()> peers)
+    : profiles_(profiles), peers_(std::move(peers)) {}
 
 std::string ProfileApi::Get(const std::string& device, const std::string& service, const std::string& serviceType,
     const std::string& key) const {
@@ -93,7 +94,7 @@ int32_t ProfileApi::Put(const std::string& service, const std::string& serviceTy
 }
 
 int32_t ProfileApi::Delete(const std::string& service, const std::string& key) const {
-    return ProfileService::Get().Delete(service, key);
+    return profiles_.Delete(service, key);
 }
 
 std::vector<ProfileApi::Entry> ProfileApi::List(const std::string& device) const {
@@ -106,7 +107,7 @@ std::vector<ProfileApi::Entry> ProfileApi::List(const std::string& device) const
     }
     std::vector<Entry> entries;
     for (const KnownPeer& each : meant) {
-        for (const ProfileService::KnownProfile& known : ProfileService::Get().List(each.udid)) {
+        for (const ProfileService::KnownProfile& known : profiles_.List(each.udid)) {
             entries.push_back(Host::Describe(peers, self, known.profile, MOST_LISTED_BYTES));
             entries.back().serviceType = BusText(known.serviceType);
         }

@@ -31,8 +31,8 @@ public:
         Entry entry;
     };
 
-    // `peers` comes on any thread.
-    explicit ProfileApi(std::function<std::vector<KnownPeer>()> peers);
+    // `profiles` outlives this; `peers` comes on any thread.
+    ProfileApi(Linux::ProfileService& profiles, std::function<std::vector<KnownPeer>()> peers);
 
     std::string Get(const std::string& device, const std::string& service, const std::string& serviceType,
         const std::string& key) const;
@@ -45,6 +45,7 @@ public:
     Change Describe(Linux::ProfileChange change, const CharacteristicProfile& profile) const;
 
 private:
+    Linux::ProfileService& profiles_;
     const std::function<std::vector<KnownPeer>()> peers_;
 };
 

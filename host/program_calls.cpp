@@ -3,7 +3,6 @@
 #include "client/bus_library.h"
 #include "host/bus_text.h"
 #include "linux/base/log_domains.h"
-#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Host {
@@ -45,9 +44,8 @@ void ProgramCalls::Take(CallQueue& queue, CallQueue::Call call) {
 }
 
 void ProgramCalls::Start(CallQueue& queue) {
-    auto* const pool = CollaborationFwk::AsynThreadPool::GetInstance();
     while (const std::optional<CallQueue::Call> call = queue.Next()) {
-        if (!pool->AddAsynTask([this, &queue, call = *call] { Work(queue, call); }, INFO_COLLECTION)) {
+        if (!pool_.AddAsynTask([this, &queue, call = *call] { Work(queue, call); }, INFO_COLLECTION)) {
             call->refuse();
             queue.Leave(call->target);
         }

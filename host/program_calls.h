@@ -16,6 +16,7 @@
 
 #include "host/api_error.h"
 #include "linux/base/call_queue.h"
+#include "linux/base/thread_pool.h"
 
 namespace ZYNE::Host {
 
@@ -42,7 +43,8 @@ public:
     };
 
     // `answered` is told when a pool thread has sent an answer, which may not have found room to leave at once.
-    explicit ProgramCalls(std::function<void()> answered) : answered_(std::move(answered)) {}
+    ProgramCalls(Linux::ThreadPool& pool, std::function<void()> answered)
+        : pool_(pool), answered_(std::move(answered)) {}
     ProgramCalls(const ProgramCalls&) = delete;
     ProgramCalls& operator=(const ProgramCalls&) = delete;
 
@@ -108,6 +110,7 @@ private:
     void Start(Linux::CallQueue& queue);
     void Work(Linux::CallQueue& queue, Linux::CallQueue::Call call);
 
+    Linux::ThreadPool& pool_;
     const std::function<void()> answered_;
     Linux::CallQueue peers_{FOR_PEERS};  // targets are peers
     Linux::CallQueue own_{OF_DEVICE};    // targets are clients

@@ -7,7 +7,6 @@
 #include "host/bus_text.h"
 #include "host/peer_choice.h"
 #include "host/setting_api.h"
-#include "linux/device/users.h"
 #include "platform/host/device_profile_client.h"
 #include "plugin/key_mouse/key_mouse_rules.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
@@ -22,8 +21,7 @@ namespace ProfileNames = CollaborationFwk::ProfileNames;
 
 constexpr int32_t FOREGROUND = -1;
 
-int32_t ChooseUser(int32_t wanted) {
-    Linux::Users& users = Linux::Users::GetInstance();
+int32_t ChooseUser(const Linux::Users& users, int32_t wanted) {
     int32_t user = wanted;
     if (wanted == FOREGROUND && users.GetForeground(user) != 0) {
         throw ApiError("Failed", "no user is in the foreground");
@@ -45,8 +43,9 @@ PeerSwitch Look(const KnownPeer& peer) {
 
 }  // namespace
 
-std::tuple<int32_t, bool, std::vector<PeerSwitch>> GetSwitch(int32_t user, std::vector<KnownPeer> peers) {
-    const int32_t owner = ChooseUser(user);
+std::tuple<int32_t, bool, std::vector<PeerSwitch>> GetSwitch(
+    const Linux::Users& users, int32_t user, std::vector<KnownPeer> peers) {
+    const int32_t owner = ChooseUser(users, user);
     const std::string value =
         ReadSetting(KeyMouseServiceManager::KEY_MOUSE_SWITCH_STATUS_KEY, owner).value_or(std::string());
     SortByName(peers);
@@ -59,8 +58,8 @@ std::tuple<int32_t, bool, std::vector<PeerSwitch>> GetSwitch(int32_t user, std::
     return {owner, KeyMouseRules::IsSwitchOn(value), std::move(switches)};
 }
 
-int32_t SetSwitch(bool isOn, int32_t user) {
-    const int32_t owner = ChooseUser(user);
+int32_t SetSwitch(const Linux::Users& users, bool isOn, int32_t user) {
+    const int32_t owner = ChooseUser(users, user);
     WriteSetting(KeyMouseServiceManager::KEY_MOUSE_SWITCH_STATUS_KEY,
         isOn ? KeyMouseRules::SWITCH_ON : KeyMouseServiceManager::KEY_MOUSE_SWITCH_OFF, owner);
     return owner;

@@ -9,13 +9,15 @@
 #include <sdbus-c++/Types.h>
 
 #include "host/known_peer.h"
+#include "linux/device/users.h"
 
 namespace ZYNE::Host {
 
 using PeerSwitch = sdbus::Struct<std::string, std::string, std::string>;  // name, id, state
 
 // As in device_api.xml. Throw ApiError.
-std::tuple<int32_t, bool, std::vector<PeerSwitch>> GetSwitch(int32_t user, std::vector<KnownPeer> peers);
-int32_t SetSwitch(bool isOn, int32_t user);
+std::tuple<int32_t, bool, std::vector<PeerSwitch>> GetSwitch(
+    const Linux::Users& users, int32_t user, std::vector<KnownPeer> peers);
+int32_t SetSwitch(const Linux::Users& users, bool isOn, int32_t user);
 
 }  // namespace ZYNE::Host

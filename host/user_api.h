@@ -7,13 +7,13 @@
 
 #include <sdbus-c++/Types.h>
 
+#include "linux/device/users.h"
+
 namespace ZYNE::Host {
 
 using User = sdbus::Struct<int32_t, std::string, bool, bool>;  // number, name, is private, is in the foreground
 
 // As in device_api.xml.
-std::vector<User> ListUsers();
-// Throws std::runtime_error with one line.
-void SwitchUser(int32_t user);
+std::vector<User> ListUsers(const Linux::Users& users);
 
 }  // namespace ZYNE::Host

@@ -30,6 +30,7 @@ linux/network/presence linux/network/presence linux/network/link linux/desktop l
 linux/network/control linux/network/control linux/network/presence linux/network/link linux/device linux/base platform
 linux/network/profile linux/network/profile linux/network/presence linux/network/link linux/profile linux/base platform
 linux/network linux platform
+linux linux platform
 client client linux/apps/extension_name linux/base linux/bus linux/datashare platform
 cli cli client linux/account linux/base linux/bus platform
 samples samples client linux/base linux/bus platform

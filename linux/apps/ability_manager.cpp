@@ -1,21 +1,8 @@
 #include "linux/apps/ability_manager.h"
 
 #include <optional>
+#include <utility>
 #include <vector>
-
-#include "linux/apps/bundle_manager.h"
-
-namespace ZYNE {
-
-AbilityManagerClient* AbilityManagerClient::GetInstance() {
-    return &Linux::AbilityManager::GetInstance();
-}
-
-ExtensionManagerClient& ExtensionManagerClient::GetInstance() {
-    return Linux::AbilityManager::GetInstance();
-}
-
-}  // namespace ZYNE
 
 namespace ZYNE::Linux {
 namespace {
@@ -33,10 +20,8 @@ bool IsAskedForFacts(const ElementName& element) {
 
 }  // namespace
 
-AbilityManager& AbilityManager::GetInstance() {
-    static auto& manager = *new AbilityManager();
-    return manager;
-}
+AbilityManager::AbilityManager(ThreadPool& pool, DeviceBus& bus, sptr<BundleManager> bundles)
+    : pool_(pool), bus_(bus), bundles_(std::move(bundles)) {}
 
 void AbilityManager::SetAnswerTime(std::chrono::milliseconds time) {
     const std::scoped_lock lock(mutex_);
@@ -45,7 +30,7 @@ void AbilityManager::SetAnswerTime(std::chrono::milliseconds time) {
 
 int32_t AbilityManager::ConnectAbility(const Want& want, const sptr<IAbilityConnection>& connection, int32_t userId) {
     const ElementName& element = want.GetElement();
-    const std::shared_ptr<const BundleCatalogue> catalogue = BundleManager::GetInstance()->GetCatalogue();
+    const std::shared_ptr<const BundleCatalogue> catalogue = bundles_->GetCatalogue();
     const Bundle* bundle = catalogue->Find(element.GetBundleName());
     const BundleExtension* extension = catalogue->FindExtension(element.GetBundleName(), element.GetAbilityName());
     if (!connection) {
@@ -93,7 +78,7 @@ std::shared_ptr<Extension> AbilityManager::FindOrMake(const ElementName& element
     std::shared_ptr<Extension>& extension = extensions_[Key(element.GetBundleName(), element.GetAbilityName())];
     if (!extension) {
         extension = std::make_shared<Extension>(
-            element, busName, IsAskedForFacts(element) ? std::optional(answerTime_) : std::nullopt);
+            pool_, bus_, element, busName, IsAskedForFacts(element) ? std::optional(answerTime_) : std::nullopt);
     }
     return extension;
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "linux/apps/bundle_manager.h"
 #include "linux/apps/extension.h"
 #include "platform/ability/ability_manager_client.h"
 #include "platform/ability/extension_manager_client.h"
@@ -29,8 +30,7 @@ public:
         NOT_CONNECTED = 6,
     };
 
-    // The process's manager; never destroyed.
-    static AbilityManager& GetInstance();
+    AbilityManager(ThreadPool& pool, DeviceBus& bus, sptr<BundleManager> bundles);
 
     // How long extensions get to answer a request for a fact, from now on: those that were connected to before keep
     // theirs. The companion's extension, which is asked for none, has no such limit.
@@ -46,6 +46,9 @@ private:
 
     std::shared_ptr<Extension> FindOrMake(const ElementName& element, const std::string& busName);
 
+    ThreadPool& pool_;
+    DeviceBus& bus_;
+    const sptr<BundleManager> bundles_;
     std::mutex mutex_;
     std::chrono::milliseconds answerTime_ = DEFAULT_ANSWER_TIME;  // guarded by mutex_
     std::map<Key, std::shared_ptr<Extension>> extensions_;        // guarded by mutex_; those ever connected to

@@ -3,25 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/host/host_ability_manager.h"
-
-namespace ZYNE::CollaborationFwk {
-namespace {
-
-class LinuxHostAbilityManager final : public HostAbilityManager {
-public:
-    sptr<IBundleMgr> GetBundleManagerProxy() override { return Linux::BundleManager::GetInstance(); }
-};
-
-}  // namespace
-
-HostAbilityManager& HostAbilityManager::GetInstance() {
-    static auto& manager = *new LinuxHostAbilityManager();
-    return manager;
-}
-
-}  // namespace ZYNE::CollaborationFwk
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -49,11 +30,6 @@ void Append(const Bundle& bundle, const std::vector<Ability>& abilities, const W
 }
 
 }  // namespace
-
-sptr<BundleManager> BundleManager::GetInstance() {
-    static auto& instance = *new sptr<BundleManager>(new BundleManager());
-    return instance;
-}
 
 void BundleManager::LoadDirectory(const std::filesystem::path& directory) {
     auto catalogue = std::make_shared<const BundleCatalogue>(directory);

@@ -20,9 +20,6 @@ public:
     // What the queries answer besides 0.
     enum QueryResult : int32_t { NOT_INSTALLED = 1 };
 
-    // The process's manager; never null.
-    static sptr<BundleManager> GetInstance();
-
     // Before the bus is started. Throws std::runtime_error with one line when the directory cannot be read.
     void LoadDirectory(const std::filesystem::path& directory);
 
@@ -41,8 +38,6 @@ public:
         const std::string& bundleName, int32_t flags, int32_t userId, ApplicationInfo& info) override;
 
 private:
-    BundleManager() = default;
-
     mutable std::mutex mutex_;
     std::shared_ptr<const BundleCatalogue> catalogue_ = std::make_shared<BundleCatalogue>();  // guarded by mutex_
 };

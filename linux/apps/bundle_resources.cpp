@@ -1,21 +1,19 @@
-// The resource files of installed apps.
+#include "linux/apps/bundle_resources.h"
+
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <string_view>
 
-#include "linux/apps/bundle_manager.h"
 #include "linux/base/json_file.h"
 #include "linux/base/log_domains.h"
-#include "platform/bundle/bundle_mgr_client.h"
 #include "platform/log/log_print.h"
 
-namespace ZYNE {
+namespace ZYNE::Linux {
 namespace {
 
-constexpr LogDomain LOG = Linux::LogDomains::APPS;
+constexpr LogDomain LOG = LogDomains::APPS;
 constexpr std::string_view PROFILE_MARK = "$profile:";
 constexpr size_t LARGEST_PROFILE = 4u << 20;  // bytes
 
@@ -34,36 +32,25 @@ std::filesystem::path FindProfile(const std::filesystem::path& folder, const std
     return file;
 }
 
-template <typename Info>
-bool AppendProfiles(const Info& info, const std::string& metadataName, std::vector<std::string>& profiles) {
-    const std::shared_ptr<const Linux::BundleCatalogue> catalogue = Linux::BundleManager::GetInstance()->GetCatalogue();
-    const Linux::Bundle* bundle = catalogue->Find(info.bundleName);
+}  // namespace
+
+bool AppendProfiles(const BundleCatalogue& catalogue, const std::string& bundleName,
+    const std::vector<Metadata>& metadata, const std::string& metadataName, std::vector<std::string>& profiles) {
+    const Bundle* bundle = catalogue.Find(bundleName);
     bool read = false;
-    for (const Metadata& metadata : info.metadata) {
-        if (bundle == nullptr || metadata.name != metadataName || metadata.resource.empty()) {
+    for (const Metadata& each : metadata) {
+        if (bundle == nullptr || each.name != metadataName || each.resource.empty()) {
             continue;
         }
         try {
-            profiles.push_back(Linux::ReadTextFile(FindProfile(bundle->folder, metadata.resource), LARGEST_PROFILE));
+            profiles.push_back(ReadTextFile(FindProfile(bundle->folder, each.resource), LARGEST_PROFILE));
             read = true;
         } catch (const std::exception& error) {
-            LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "profile of %{public}s: %{public}s", info.bundleName,
-                error.what());
+            LogPrint(
+                LogType::CORE, LogLevel::ERROR, LOG, "profile of %{public}s: %{public}s", bundleName, error.what());
         }
     }
     return read;
 }
 
-}  // namespace
-
-bool BundleMgrClient::GetResConfigFile(
-    const AbilityInfo& info, const std::string& metadataName, std::vector<std::string>& profiles) const {
-    return AppendProfiles(info, metadataName, profiles);
-}
-
-bool BundleMgrClient::GetResConfigFile(
-    const ExtensionAbilityInfo& info, const std::string& metadataName, std::vector<std::string>& profiles) const {
-    return AppendProfiles(info, metadataName, profiles);
-}
-
-}  // namespace ZYNE
+}  // namespace ZYNE::Linux

@@ -7,10 +7,7 @@
 
 #include "linux/apps/extension_remote.h"
 #include "linux/base/log_domains.h"
-#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/services/device_bus.h"
-#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -25,10 +22,6 @@ constexpr int START_LIMIT = 3;  // a start that takes longer has a stand-in
 constexpr int PAUSE = 10;       // before a start that failed is tried again
 
 constexpr int32_t POOL_PARAM = 0;
-
-bool PostToPool(std::function<void()> task) {
-    return CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(std::move(task), POOL_PARAM);
-}
 
 }  // namespace
 
@@ -46,9 +39,10 @@ private:
     const std::weak_ptr<Extension> extension_;
 };
 
-Extension::Extension(ElementName element, std::string busName, std::optional<std::chrono::milliseconds> answerTime)
-    : element_(std::move(element)), busName_(std::move(busName)), answerTime_(answerTime),
-      tasks_(MakeSerialTasks(ThreadPool::Get())) {}
+Extension::Extension(ThreadPool& pool, DeviceBus& bus, ElementName element, std::string busName,
+    std::optional<std::chrono::milliseconds> answerTime)
+    : pool_(pool), bus_(bus), element_(std::move(element)), busName_(std::move(busName)), answerTime_(answerTime),
+      tasks_(MakeSerialTasks(pool)) {}
 
 bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
     sptr<AbsentExtension> absent;
@@ -64,7 +58,8 @@ bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
         return false;
     }
     if (absent && !absent->IsDead()) {
-        PostToPool([self = shared_from_this(), connection, absent] { self->TellStandIn(connection, absent); });
+        pool_.AddAsynTask(
+            [self = shared_from_this(), connection, absent] { self->TellStandIn(connection, absent); }, POOL_PARAM);
     }
     return true;
 }
@@ -129,7 +124,7 @@ void Extension::DoDie(const wptr<IRemoteObject>& died) {
 
 // Whoever connects again because a request found the process dead may be here before its death is reported.
 bool Extension::IsRunning() const {
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     return client && !remote_->IsDead() && client->IsOnBus(remote_->GetUniqueName());
 }
 
@@ -143,7 +138,7 @@ bool Extension::Start() {
 }
 
 bool Extension::StartProcess() {
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     std::string error = "the bus is not up";
     const std::string owner = client ? client->StartService(busName_, error) : std::string();
     if (!owner.empty()) {
@@ -172,11 +167,11 @@ sptr<IRemoteObject> Extension::MakeObject(const sptr<RemoteObject>& remote) {
             extension->tasks_->Post(PostedTask([extension, alive] { extension->KillHung(alive); }));
         }
     };
-    return ExtensionRemote::Make(&PostToPool, remote, *answerTime_, std::move(hung));
+    return ExtensionRemote::Make(pool_.Poster(), remote, *answerTime_, std::move(hung));
 }
 
 void Extension::KillHung(const sptr<RemoteObject>& remote) const {
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     if (!client || remote->IsDead()) {
         return;
     }
@@ -203,7 +198,7 @@ bool Extension::BeginStart() {
         isStarting_ = true;
         start = ++starts_;
     }
-    ThreadPool::Get().AddLaterTask(START_LIMIT * *answerTime_, [weak = weak_from_this(), start] {
+    pool_.AddLaterTask(START_LIMIT * *answerTime_, [weak = weak_from_this(), start] {
         if (const std::shared_ptr<Extension> extension = weak.lock()) {
             extension->StandIn(start);
         }
@@ -221,11 +216,11 @@ void Extension::EndStart(bool isStarted) {
         const std::scoped_lock lock(mutex_);
         isStarting_ = false;
         if (!isStarted && (!absent_ || absent_->IsDead())) {
-            absent_ = sptr<AbsentExtension>(new AbsentExtension(&PostToPool));
+            absent_ = sptr<AbsentExtension>(new AbsentExtension(pool_.Poster()));
         }
         absent = absent_;
     }
-    if (absent && (isStarted || !ThreadPool::Get().AddLaterTask(PAUSE * *answerTime_, [absent] { absent->Die(); }))) {
+    if (absent && (isStarted || !pool_.AddLaterTask(PAUSE * *answerTime_, [absent] { absent->Die(); }))) {
         absent->Die();
     }
 }
@@ -239,7 +234,7 @@ void Extension::StandIn(uint64_t start) {
         if (!isStarting_ || starts_ != start) {
             return;
         }
-        absent = absent_ = sptr<AbsentExtension>(new AbsentExtension(&PostToPool));
+        absent = absent_ = sptr<AbsentExtension>(new AbsentExtension(pool_.Poster()));
         waiting = waiting_;
     }
     LogPrint(LogType::CORE, LogLevel::WARN, LOG,
@@ -270,7 +265,7 @@ sptr<AbsentExtension> Extension::GetStandIn() {
 void Extension::End() {
     const sptr<RemoteObject> remote = std::exchange(remote_, nullptr);
     object_ = nullptr;
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     remote->RemoveDeathRecipient(deathWatch_);
     if (!client || remote->IsDead()) {
         return;

@@ -14,6 +14,7 @@
 #include "linux/apps/absent_extension.h"
 #include "linux/base/mailbox.h"
 #include "linux/bus/remote_object.h"
+#include "linux/services/device_bus.h"
 #include "platform/ability/ability_connection.h"
 
 namespace ZYNE::Linux {
@@ -32,7 +33,8 @@ public:
 
     // `answerTime`: the limit of a request for a fact. None for an extension that is asked for none: its requests wait
     // as long as they say, and it has no stand-in.
-    Extension(ElementName element, std::string busName, std::optional<std::chrono::milliseconds> answerTime);
+    Extension(ThreadPool& pool, DeviceBus& bus, ElementName element, std::string busName,
+        std::optional<std::chrono::milliseconds> answerTime);
 
     // Starts the process if it does not run and adds `connection`, which is told the outcome. False when that could not
     // be begun.
@@ -70,6 +72,8 @@ private:
     void KillHung(const sptr<RemoteObject>& remote) const;
     void LoseEveryone();
 
+    ThreadPool& pool_;
+    DeviceBus& bus_;
     const ElementName element_;
     const std::string busName_;
     const std::optional<std::chrono::milliseconds> answerTime_;

@@ -8,7 +8,6 @@
 #include <ctime>
 #include <system_error>
 
-#include "linux/base/device_notes.h"
 #include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
@@ -137,12 +136,12 @@ SQLite::Database Database::Open() {
             isAside = kind == Kind::DAMAGED;
         }
         if (isAside) {
-            PutAside(options_.file);
+            PutAside(options_.file, options_.notes);
         }
     }
 }
 
-void Database::PutAside(const fs::path& file) {
+void Database::PutAside(const fs::path& file, DeviceNotes& notes) {
     const std::string suffix = ".damaged-" + Now();
     fs::path aside = Beside(file, suffix);
     for (int i = 2; fs::exists(aside); ++i) {
@@ -155,14 +154,14 @@ void Database::PutAside(const fs::path& file) {
     const std::string line =
         file.string() + " is damaged, is put aside as " + aside.filename().string() + " and begun anew";
     LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "%{public}s", line);
-    DeviceNotes::Get().Set("damaged", file.string(), line);
+    notes.Set("damaged", file.string(), line);
 }
 
 void Database::Fail(const SQLite::Exception& error) {
     const Kind kind = KindOf(error, options_.file);
     const std::string what = kind == Kind::DISK_FULL ? "disk full" : error.what();
     if (kind != Kind::OTHER) {
-        DeviceNotes::Get().Set(
+        options_.notes.Set(
             kind == Kind::DAMAGED ? "damaged" : "disk", options_.file.string(), what + ": " + options_.file.string());
     }
     throw DatabaseError(kind, options_.file.string() + ": " + what);
@@ -193,9 +192,9 @@ void Database::Settle() {
 void Database::LookAtDisk() {
     const bool isFull = !reserve_.Fill() || FreeBytes(options_.file.parent_path()) < ALMOST_NOTHING;
     if (isFull) {
-        DeviceNotes::Get().Set("disk", options_.file.string(), "disk full: " + options_.file.string());
+        options_.notes.Set("disk", options_.file.string(), "disk full: " + options_.file.string());
     } else {
-        DeviceNotes::Get().Clear("disk", options_.file.string());
+        options_.notes.Clear("disk", options_.file.string());
     }
     if (isFull != isFull_) {
         LogPrint(LogType::CORE, isFull ? LogLevel::ERROR : LogLevel::INFO, LOG, "%{public}s: %{public}s",

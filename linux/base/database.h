@@ -11,6 +11,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include "linux/base/device_notes.h"
 #include "linux/base/disk_reserve.h"
 
 namespace ZYNE::Linux {
@@ -24,6 +25,7 @@ struct DatabaseOptions {
     std::filesystem::path file;
     Durability durability;
     const char* schema;        // SQL that may be run again and again; it is run once on the connection
+    DeviceNotes& notes;        // told of a file that is damaged and of a disk that is full
     bool isExclusive = false;  // this connection's alone while it is open, which spares each commit the locks
     bool isChecked = false;    // looked through for damage when it is opened
 };
@@ -95,8 +97,8 @@ public:
     };
     const Remains& GetRemains() const { return remains_; }
 
-    // Puts the file aside, which no connection of this process has open. Throws std::exception.
-    static void PutAside(const std::filesystem::path& file);
+    // Puts the file aside, which no connection of this process has open, and notes it. Throws std::exception.
+    static void PutAside(const std::filesystem::path& file, DeviceNotes& notes);
 
 private:
     SQLite::Database Open();

@@ -10,7 +10,7 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. The process's one; a leaf in the order of locks.
+// Any thread. A leaf in the order of locks.
 class DeviceNotes {
 public:
     struct Note {
@@ -21,11 +21,6 @@ public:
 
     // More are not kept: the oldest goes.
     static constexpr size_t MOST = 32;
-
-    static DeviceNotes& Get() {
-        static auto& notes = *new DeviceNotes();
-        return notes;
-    }
 
     // Takes the place of the earlier one of that kind about that.
     void Set(const std::string& kind, const std::string& about, const std::string& text) {

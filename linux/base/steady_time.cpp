@@ -2,14 +2,6 @@
 
 #include <algorithm>
 
-namespace ZYNE {
-
-TimeSource& TimeSource::GetInstance() {
-    return Linux::SteadyTime::Get();
-}
-
-}  // namespace ZYNE
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -28,11 +20,6 @@ SteadyTime::TimePoint After(SteadyTime::TimePoint start, SteadyTime::Clock::dura
 }
 
 }  // namespace
-
-SteadyTime& SteadyTime::Get() {
-    static auto& time = *new SteadyTime();
-    return time;
-}
 
 SteadyTime::TimePoint SteadyTime::Now() {
     const Clock::rep runOutAt = runOutAt_.load();

@@ -10,9 +10,6 @@ namespace ZYNE::Linux {
 // Any thread.
 class SteadyTime final : public TimeSource {
 public:
-    // The process's clock; never destroyed.
-    static SteadyTime& Get();
-
     TimePoint Now() override;
     void SleepFor(Clock::duration duration) override;
     void SleepUntil(TimePoint deadline) override;

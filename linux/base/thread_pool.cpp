@@ -8,14 +8,6 @@
 #include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
-namespace ZYNE::CollaborationFwk {
-
-AsynThreadPool* AsynThreadPool::GetInstance() {
-    return &Linux::ThreadPool::Get();
-}
-
-}  // namespace ZYNE::CollaborationFwk
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -24,11 +16,6 @@ constexpr int32_t POOL_PARAM = 0;
 constexpr std::chrono::seconds RETRY_TIME{1};  // for a task that found no thread
 
 }  // namespace
-
-ThreadPool& ThreadPool::Get() {
-    static auto& pool = *new ThreadPool();
-    return pool;
-}
 
 ThreadPool::ThreadPool(size_t mostThreads, std::chrono::milliseconds idleTime)
     : mostThreads_(mostThreads), idleTime_(idleTime) {}
@@ -62,6 +49,12 @@ bool ThreadPool::AddLaterTask(std::chrono::milliseconds delay, std::function<voi
 
 bool ThreadPool::AddTaskSoon(const std::function<void()>& task) {
     return AddAsynTask(task, POOL_PARAM) || AddLaterTask(RETRY_TIME, task);
+}
+
+std::function<bool(std::function<void()> task)> ThreadPool::Poster() {
+    return [this](std::function<void()> task) {
+        return AddAsynTask(std::move(task), POOL_PARAM);
+    };
 }
 
 bool ThreadPool::Give(PostedTask task) {

@@ -28,9 +28,6 @@ public:
     static constexpr size_t MOST_THREADS = 512;
     static constexpr std::chrono::seconds IDLE_TIME{10};
 
-    // The process's pool; never destroyed.
-    static ThreadPool& Get();
-
     explicit ThreadPool(size_t mostThreads = MOST_THREADS, std::chrono::milliseconds idleTime = IDLE_TIME);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
@@ -47,6 +44,9 @@ public:
 
     // Has `task` run as soon as there is a thread for it. False once stopped.
     bool AddTaskSoon(const std::function<void()>& task);
+
+    // What has tasks run by this pool as AddAsynTask does, for those who need no more of it. It must outlive the use.
+    std::function<bool(std::function<void()> task)> Poster();
 
     // Refuses new tasks from now on and waits until those accepted have ended, for `limit` at most. Whether they have.
     // Not to be called by a task.

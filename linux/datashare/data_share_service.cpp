@@ -6,10 +6,8 @@
 
 #include "linux/base/log_domains.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/datashare/device_shares.h"
 #include "linux/datashare/share_place.h"
 #include "linux/datashare/share_table.h"
-#include "linux/services/device_bus.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -66,31 +64,30 @@ struct DataShareService::Running {
     BusSlot object;
 };
 
-DataShareService::DataShareService() = default;
+DataShareService::DataShareService(DeviceBus& bus, OpenShares& shares, DeviceNotes& notes)
+    : bus_(bus), shares_(shares), notes_(notes) {}
 
 DataShareService::~DataShareService() = default;
 
-sptr<DataShareService> DataShareService::GetInstance() {
-    static auto& instance = *new sptr<DataShareService>(new DataShareService());
-    return instance;
+ShareHost::Connect DataShareService::ConnectTo(DeviceBus& bus) {
+    return [&bus](const SharePlace& /*place*/) {
+        const std::shared_ptr<BusClient> client = bus.GetClient();
+        if (!client || !client->GetConnection()->IsUp()) {
+            throw std::runtime_error("the device's bus is not up");
+        }
+        return client->GetConnection();
+    };
 }
 
 void DataShareService::Start(const std::filesystem::path& databaseFile, const std::vector<std::string>& shares) {
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     if (!client) {
         throw std::runtime_error("data share needs the device's bus, which is not up");
     }
     const std::filesystem::path file = std::filesystem::absolute(databaseFile);
-    ShareTable(file, true).SetProviders(shares);
+    ShareTable(file, notes_, true).SetProviders(shares);
     auto running = std::make_shared<Running>(
-        SharePlace{file.native(), LastingAddress(DeviceBus::GetInstance().GetAddress())}, client->GetConnection());
-    DeviceShares::SetConnect([](const SharePlace& /*place*/) {
-        const std::shared_ptr<BusClient> present = DeviceBus::GetInstance().GetClient();
-        if (!present || !present->GetConnection()->IsUp()) {
-            throw std::runtime_error("the device's bus is not up");
-        }
-        return present->GetConnection();
-    });
+        SharePlace{file.native(), LastingAddress(bus_.GetAddress())}, client->GetConnection());
     const std::scoped_lock lock(mutex_);
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "data share is up, apps declare %{public}zu shares", shares.size());
@@ -103,7 +100,7 @@ void DataShareService::Stop() {
         running.swap(running_);
     }
     if (running) {
-        DeviceShares::Close(running->place);
+        shares_.Close(running->place);
     }
 }
 

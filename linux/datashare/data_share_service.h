@@ -1,12 +1,12 @@
 // The device's side of data share: what the daemon starts so that its own process and those of apps can use the shared
 // data of the device.
 //
-//     auto& service = *DataShareService::GetInstance();
-//     SystemAbilities::GetInstance()->AddLocalAbility(DataShareService::SYSTEM_ABILITY_ID, service.AsObject());
-//     DeviceBus::GetInstance().Start(options);
-//     service.Start(stateDirectory / "datashare.db", bundles.GetCatalogue()->GetDataShares());
+//     const auto service = MakeSptr<DataShareService>(bus, shares, notes);
+//     abilities->AddLocalAbility(DataShareService::SYSTEM_ABILITY_ID, service->AsObject());
+//     bus.Start(options);
+//     service->Start(stateDirectory / "datashare.db", bundles->GetCatalogue()->GetDataShares());
 //     ...
-//     service.Stop();
+//     service->Stop();
 //
 // The rows lie in one SQLite file that every process of the device opens by itself. The service only says where it is,
 // as the remote object behind system ability 70635 and, for processes of apps, under ShareToken::BUS_NAME.
@@ -18,7 +18,10 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/device_notes.h"
 #include "linux/bus/local_object.h"
+#include "linux/datashare/open_shares.h"
+#include "linux/services/device_bus.h"
 
 namespace ZYNE::Linux {
 
@@ -27,8 +30,13 @@ class DataShareService final : public LocalObject {
 public:
     static constexpr int32_t SYSTEM_ABILITY_ID = 70635;
 
-    // The process's service; never null.
-    static sptr<DataShareService> GetInstance();
+    // All of it outlives the use of the service.
+    DataShareService(DeviceBus& bus, OpenShares& shares, DeviceNotes& notes);
+    DataShareService(const DataShareService&) = delete;
+    DataShareService& operator=(const DataShareService&) = delete;
+
+    // How this process comes to a connection to the device's own bus.
+    static ShareHost::Connect ConnectTo(DeviceBus& bus);
 
     // When the device's bus is up. Makes `databaseFile` if need be and notes in it who provides data: `shares`, as the
     // manifests of apps declare them. Throws std::runtime_error with one line, and has then started nothing.
@@ -47,9 +55,11 @@ public:
 private:
     struct Running;
 
-    DataShareService();
     ~DataShareService() override;
 
+    DeviceBus& bus_;
+    OpenShares& shares_;
+    DeviceNotes& notes_;
     std::mutex mutex_;
     std::shared_ptr<Running> running_;  // guarded by mutex_
 };

@@ -24,88 +24,25 @@ constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 constexpr auto FIRST_PAUSE = 100ms;
 constexpr auto LONGEST_PAUSE = 2000ms;
 
-// A program's own, which has one loop for all that it opens.
-std::shared_ptr<BusConnection> ConnectByItself(const SharePlace& place) {
-    static auto& loop = *new EventLoop("share-bus");
-    return BusConnection::Make(loop, OpenBus(place.busAddress));
-}
-
-// Every one that this process has opened. They stay when they are closed, so that the last reference is never let
-// go of on a thread that it would have to wait for; a process uses one device, rarely more.
-struct Opened {
-    std::mutex mutex;
-    std::vector<std::pair<SharePlace, std::shared_ptr<DeviceShares>>> shares;  // guarded by mutex
-    std::mutex connectMutex;                                                   // a leaf
-    DeviceShares::Connect connect{ConnectByItself};                            // guarded by connectMutex
-};
-
-Opened& TheOpened() {
-    static auto& opened = *new Opened();
-    return opened;
-}
-
-std::shared_ptr<BusConnection> ConnectTo(const SharePlace& place) {
-    DeviceShares::Connect connect;
-    {
-        Opened& opened = TheOpened();
-        const std::scoped_lock lock(opened.connectMutex);
-        connect = opened.connect;
-    }
-    return connect(place);
-}
-
 }  // namespace
 
 struct DeviceShares::Connection {
-    Connection(const SharePlace& place, const NoticeBus::Callbacks& callbacks)
-        : table(place.databaseFile), providers(table.GetProviders()), notices(ConnectTo(place), callbacks) {}
+    Connection(const SharePlace& place, const ShareHost& host, const NoticeBus::Callbacks& callbacks)
+        : table(place.databaseFile, host.notes), providers(table.GetProviders()),
+          notices(host.connect(place), callbacks) {}
 
     ShareTable table;
     const ShareProviders providers;
     NoticeBus notices;  // the last to be built: its handlers call
 };
 
-void DeviceShares::SetConnect(Connect connect) {
-    Opened& opened = TheOpened();
-    const std::scoped_lock lock(opened.connectMutex);
-    opened.connect = std::move(connect);
-}
-
-std::shared_ptr<DeviceShares> DeviceShares::Open(const SharePlace& place) {
-    Opened& opened = TheOpened();
-    const std::scoped_lock lock(opened.mutex);
-    for (const auto& [other, shares] : opened.shares) {
-        if (other == place && shares->GetConnection()) {
-            return shares;
-        }
-    }
-    auto made = std::make_shared<DeviceShares>(place);
-    std::unique_lock making(made->mutex_);
-    if (!made->Return(making)) {
+DeviceShares::DeviceShares(const SharePlace& place, const ShareHost& host)
+    : place_(place), host_(host), observers_(host.pool) {
+    std::unique_lock making(mutex_);
+    if (!Return(making)) {
         throw std::runtime_error("the device's bus or its database cannot be reached");
     }
-    making.unlock();
-    opened.shares.emplace_back(place, made);
-    return made;
 }
-
-void DeviceShares::Close(const SharePlace& place) {
-    std::vector<std::shared_ptr<DeviceShares>> closing;
-    {
-        Opened& opened = TheOpened();
-        const std::scoped_lock lock(opened.mutex);
-        for (const auto& [other, shares] : opened.shares) {
-            if (other == place) {
-                closing.push_back(shares);
-            }
-        }
-    }
-    for (const std::shared_ptr<DeviceShares>& shares : closing) {
-        shares->Shut();
-    }
-}
-
-DeviceShares::DeviceShares(const SharePlace& place) : place_(place) {}
 
 DeviceShares::~DeviceShares() {
     Shut();
@@ -198,7 +135,7 @@ bool DeviceShares::Return(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
     std::shared_ptr<Connection> made;
     try {
-        made = std::make_shared<Connection>(place_, callbacks);
+        made = std::make_shared<Connection>(place_, host_, callbacks);
         if (!made->notices.IsUp() || (isWatched && !made->notices.Listen())) {
             made.reset();
         }

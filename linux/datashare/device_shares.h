@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "linux/base/device_notes.h"
+#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_connection.h"
 #include "linux/datashare/notice.h"
 #include "linux/datashare/share_name.h"
@@ -20,26 +22,34 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Until Close. While the device's bus is gone every operation answers SHARE_NOT_UP; when it is back, as after
+// What a process brings along to use shared data; it outlives the use.
+struct ShareHost {
+    // How the process comes to a connection to the bus of a place; throws std::exception with one line.
+    using Connect = std::function<std::shared_ptr<BusConnection>(const SharePlace& place)>;
+
+    ThreadPool& pool;    // observers run on it
+    DeviceNotes& notes;  // told of a database that is damaged and of a disk that is full
+    Connect connect;
+};
+
+// Any thread. Until Shut. While the device's bus is gone every operation answers SHARE_NOT_UP; when it is back, as after
 // a restart of the device, the observers hear again, and each is called once for what it may have missed.
 // No lock is held while an observer is called.
 class DeviceShares {
 public:
-    // The process's one for `place`. Throws std::exception with one line when the database or the bus cannot be reached.
-    static std::shared_ptr<DeviceShares> Open(const SharePlace& place);
-
-    // Ends the use of `place` in this process. Not in a handler of a connection.
-    static void Close(const SharePlace& place);
-
-    // How this process comes to a connection to the bus of `place`, the device's in the daemon; throws std::exception
-    // with one line. Before the first Open.
-    using Connect = std::function<std::shared_ptr<BusConnection>(const SharePlace& place)>;
-    static void SetConnect(Connect connect);
-
-    explicit DeviceShares(const SharePlace& place);
+    // Throws std::exception with one line when the database or the bus cannot be reached.
+    DeviceShares(const SharePlace& place, const ShareHost& host);
     DeviceShares(const DeviceShares&) = delete;
     DeviceShares& operator=(const DeviceShares&) = delete;
+    // Shuts.
     ~DeviceShares();
+
+    // From now on every operation is refused, and no observer is called anew. Not in a handler of a connection.
+    void Shut();
+
+    // Whether the device is up.
+    bool IsUp() { return GetConnection() != nullptr; }
+    const SharePlace& GetPlace() const { return place_; }
 
     // The beginning under which `path` is served; empty when nobody provides it.
     std::string FindProvider(const std::string& path);
@@ -63,7 +73,6 @@ private:
 
     std::shared_ptr<Connection> GetConnection();
     bool Listens();
-    void Shut();
     void OnLost(uint64_t number);
     void StartReturning();  // under mutex_
     void RunReturning();
@@ -71,6 +80,7 @@ private:
     static void Tell(Connection& connection, const std::string& share, const ShareChange& change);
 
     const SharePlace place_;
+    const ShareHost host_;
     ShareObservers observers_;
 
     std::mutex mutex_;

@@ -38,8 +38,8 @@ public:
 };
 
 // Throws std::exception with one line.
-std::shared_ptr<DataShareHelper> MakeHelper(
-    const sptr<IRemoteObject>& token, const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
+std::shared_ptr<DataShareHelper> MakeHelper(OpenShares& opened, const sptr<IRemoteObject>& token,
+    const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
     if (!token) {
         throw std::runtime_error("there is no token");
     }
@@ -47,7 +47,7 @@ std::shared_ptr<DataShareHelper> MakeHelper(
     if (!place) {
         throw std::runtime_error("the token does not answer");
     }
-    std::shared_ptr<DeviceShares> shares = DeviceShares::Open(*place);
+    std::shared_ptr<DeviceShares> shares = opened.Open(*place);
     for (const std::string& candidate : {uri, extUri}) {
         const std::optional<ShareName> name = ParseShareName(candidate);
         std::string beginning = name ? shares->FindProvider(name->path) : std::string();
@@ -162,20 +162,16 @@ bool LinuxDataShareHelper::Release() {
     return true;
 }
 
-}  // namespace ZYNE::Linux
-
-namespace ZYNE {
-
-std::shared_ptr<DataShareHelper> DataShareHelper::Creator(
-    const sptr<IRemoteObject>& token, const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
+std::shared_ptr<DataShareHelper> MakeDataShareHelper(OpenShares& shares, const sptr<IRemoteObject>& token,
+    const std::string& uri, const std::string& extUri, int waitTimeSeconds) {
     try {
-        return Linux::MakeHelper(token, uri, extUri, waitTimeSeconds);
-    } catch (const Linux::NotProvided& error) {
-        Linux::LogNoHelper(LogLevel::INFO, uri, error);
+        return MakeHelper(shares, token, uri, extUri, waitTimeSeconds);
+    } catch (const NotProvided& error) {
+        LogNoHelper(LogLevel::INFO, uri, error);
     } catch (const std::exception& error) {
-        Linux::LogNoHelper(LogLevel::ERROR, uri, error);
+        LogNoHelper(LogLevel::ERROR, uri, error);
     }
     return nullptr;
 }
 
-}  // namespace ZYNE
+}  // namespace ZYNE::Linux

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "linux/datashare/device_shares.h"
+#include "linux/datashare/open_shares.h"
 #include "platform/datashare/data_share_helper.h"
 
 namespace ZYNE::Linux {
@@ -47,5 +47,9 @@ private:
     const std::string beginning_;
     std::atomic<bool> released_ = false;
 };
+
+// As DataShareHelper::Creator says; `shares` outlives the call.
+std::shared_ptr<DataShareHelper> MakeDataShareHelper(OpenShares& shares, const sptr<IRemoteObject>& token,
+    const std::string& uri, const std::string& extUri, int waitTimeSeconds);
 
 }  // namespace ZYNE::Linux

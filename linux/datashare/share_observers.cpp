@@ -44,11 +44,12 @@ std::vector<std::shared_ptr<Entry>> Pick(
 }  // namespace
 
 struct ShareObservers::NoticeEntry {
+    ThreadPool& pool;
     const void* const owner;
     const ShareName name;
     const bool descendants;
     const std::shared_ptr<DataShareObserver> observer;
-    const std::shared_ptr<Mailbox<NoticePtr>> mailbox = Mailbox<NoticePtr>::Make(ThreadPool::Get(),
+    const std::shared_ptr<Mailbox<NoticePtr>> mailbox = Mailbox<NoticePtr>::Make(pool,
         [told = observer](const NoticePtr& notice) { told->OnChange(notice->GetInfo()); },
         {ShareLimits::WAITING_NOTICES, [](const NoticePtr& notice) {
              return notice->GetSize();
@@ -71,11 +72,12 @@ struct ShareObservers::NoticeEntry {
 struct ShareObservers::RowEntry {
     struct Call {};
 
+    ThreadPool& pool;
     const ShareName name;
     const sptr<IDataAbilityObserver> observer;
     // A call that has not begun tells of all changes until then.
-    const std::shared_ptr<Mailbox<Call>> mailbox = Mailbox<Call>::Make(ThreadPool::Get(),
-        [told = observer](Call) { told->OnChange(); }, {.join = [](const std::deque<Call>& waiting, Call) {
+    const std::shared_ptr<Mailbox<Call>> mailbox = Mailbox<Call>::Make(
+        pool, [told = observer](Call) { told->OnChange(); }, {.join = [](const std::deque<Call>& waiting, Call) {
             return !waiting.empty();
         }});
 
@@ -85,13 +87,13 @@ struct ShareObservers::RowEntry {
     }
 };
 
-ShareObservers::ShareObservers() = default;
+ShareObservers::ShareObservers(ThreadPool& pool) : pool_(pool) {}
 
 ShareObservers::~ShareObservers() = default;
 
 void ShareObservers::AddForNotices(
     const void* owner, const ShareName& name, bool descendants, std::shared_ptr<DataShareObserver> observer) {
-    auto entry = std::shared_ptr<NoticeEntry>(new NoticeEntry{owner, name, descendants, std::move(observer)});
+    auto entry = std::shared_ptr<NoticeEntry>(new NoticeEntry{pool_, owner, name, descendants, std::move(observer)});
     const std::scoped_lock lock(mutex_);
     forNotices_.push_back(std::move(entry));
 }
@@ -103,7 +105,7 @@ void ShareObservers::RemoveForNotices(const void* owner) {
 }
 
 void ShareObservers::AddForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer) {
-    auto entry = std::shared_ptr<RowEntry>(new RowEntry{name, observer});
+    auto entry = std::shared_ptr<RowEntry>(new RowEntry{pool_, name, observer});
     const std::scoped_lock lock(mutex_);
     const bool known = std::any_of(forRows_.begin(), forRows_.end(),
         [&](const std::shared_ptr<RowEntry>& other) { return other->name == name && other->observer == observer; });

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <vector>
 
+#include "linux/base/thread_pool.h"
 #include "linux/datashare/notice.h"
 #include "linux/datashare/share_name.h"
 #include "platform/datashare/data_ability_observer.h"
@@ -18,7 +19,7 @@ namespace ZYNE::Linux {
 // Any thread. No operation calls an observer or waits for one.
 class ShareObservers {
 public:
-    ShareObservers();
+    explicit ShareObservers(ThreadPool& pool);
     ShareObservers(const ShareObservers&) = delete;
     ShareObservers& operator=(const ShareObservers&) = delete;
     ~ShareObservers();
@@ -50,6 +51,7 @@ private:
     struct NoticeEntry;
     struct RowEntry;
 
+    ThreadPool& pool_;
     std::mutex mutex_;
     std::vector<std::shared_ptr<NoticeEntry>> forNotices_;  // guarded by mutex_
     std::vector<std::shared_ptr<RowEntry>> forRows_;        // guarded by mutex_

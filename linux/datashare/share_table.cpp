@@ -107,14 +107,14 @@ void NoteKey(const ShareTable::Row& row, ShareChange& change) {
     }
 }
 
-std::unique_ptr<Database> Open(const std::filesystem::path& file, bool isChecked) {
-    return std::make_unique<Database>(DatabaseOptions{file, Durability::MACHINE, SCHEMA, false, isChecked});
+std::unique_ptr<Database> Open(const std::filesystem::path& file, DeviceNotes& notes, bool isChecked) {
+    return std::make_unique<Database>(DatabaseOptions{file, Durability::MACHINE, SCHEMA, notes, false, isChecked});
 }
 
 }  // namespace
 
-ShareTable::ShareTable(std::filesystem::path file, bool isChecked)
-    : file_(std::move(file)), database_(Open(file_, isChecked)) {}
+ShareTable::ShareTable(std::filesystem::path file, DeviceNotes& notes, bool isChecked)
+    : file_(std::move(file)), notes_(notes), database_(Open(file_, notes, isChecked)) {}
 
 // Runs an operation on the database: what it returns, or the code of its failure.
 template <typename Operation>
@@ -142,7 +142,7 @@ void ShareTable::MakeAnew() {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "%{public}s was deleted or replaced, and is opened anew",
             file_.string());
     }
-    database_ = Open(file_, false);
+    database_ = Open(file_, notes_, false);
     database_->Run([this] { WriteProviders(); });
 }
 

@@ -35,7 +35,7 @@ public:
 
     // Opens the file, or makes it; `isChecked`: after it was looked through for damage. Throws std::runtime_error with one
     // line.
-    explicit ShareTable(std::filesystem::path file, bool isChecked = false);
+    ShareTable(std::filesystem::path file, DeviceNotes& notes, bool isChecked = false);
 
     // The beginnings of URIs that apps serve. Both throw std::exception.
     void SetProviders(const std::vector<std::string>& beginnings);
@@ -69,6 +69,7 @@ private:
     SQLite::Database& Connection() { return database_->Get(); }  // under mutex_
 
     const std::filesystem::path file_;
+    DeviceNotes& notes_;
     std::mutex mutex_;
     std::vector<std::string> providers_;  // guarded by mutex_; as they were read or set last
     std::unique_ptr<Database> database_;  // guarded by mutex_; null after a failure to make it anew

@@ -2,18 +2,6 @@
 
 #include <utility>
 
-namespace ZYNE {
-
-InputManager* InputManager::GetInstance() {
-    return &Linux::InputService::Get();
-}
-
-DisplayManager& DisplayManager::GetInstance() {
-    return Linux::InputService::Get();
-}
-
-}  // namespace ZYNE
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -23,11 +11,6 @@ constexpr int32_t NOT_ADDED = -1;
 constexpr auto SERVER_LIMIT = 1s;
 
 }  // namespace
-
-InputService& InputService::Get() {
-    static auto& service = *new InputService();
-    return service;
-}
 
 void InputService::Start(const InputOptions& options) {
     const std::scoped_lock lock(mutex_);

@@ -1,6 +1,6 @@
 // Keyboard, pointer and displays of the desktop that this device's user sits at.
 //
-//     InputService& input = InputService::Get();
+//     InputService input(pool);
 //     input.Start({.display = ":0"});     // before the library's first call
 //     ...
 //     input.Stop();                       // before the pool is drained
@@ -33,8 +33,10 @@ struct InputOptions {
 // what is behind that is told as one motion.
 class InputService final : public InputManager, public DisplayManager {
 public:
-    // The process's service; never destroyed.
-    static InputService& Get();
+    explicit InputService(ThreadPool& pool) : monitors_(pool) {}
+    InputService(const InputService&) = delete;
+    InputService& operator=(const InputService&) = delete;
+    ~InputService() { Stop(); }
 
     // Monitors can be added from now on. Throws std::exception when there is no thread or file descriptor left; a
     // server that is not there is no failure. Start and Stop are for one thread; it can be started again.
@@ -63,8 +65,6 @@ public:
     bool DeliverScripted(const std::vector<InputEvent>& events);
 
 private:
-    InputService() = default;
-
     template <typename Monitor>
     int32_t Add(Monitor monitor);
 
@@ -72,7 +72,7 @@ private:
     std::mutex mutex_;
     bool isStarted_ = false;  // guarded by mutex_
     DisplayTable displays_;
-    InputMonitors monitors_{ThreadPool::Get()};
+    InputMonitors monitors_;
     XInputSource server_{displays_, monitors_};
 };
 

@@ -3,14 +3,6 @@
 #include "linux/base/log_domains.h"
 #include "platform/log/log_print.h"
 
-namespace ZYNE {
-
-InteractionManager* InteractionManager::GetInstance() {
-    return &Linux::LinuxInteractionManager::Get();
-}
-
-}  // namespace ZYNE
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -25,11 +17,6 @@ InteractionCode Check(uint32_t direction, double coefficient) {
 }
 
 }  // namespace
-
-LinuxInteractionManager& LinuxInteractionManager::Get() {
-    static auto& manager = *new LinuxInteractionManager();
-    return manager;
-}
 
 int32_t LinuxInteractionManager::SetDamplingCoefficient(uint32_t direction, double coefficient) {
     const InteractionCode code = Check(direction, coefficient);

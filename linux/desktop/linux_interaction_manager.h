@@ -23,9 +23,6 @@ class LinuxInteractionManager final : public InteractionManager {
 public:
     static constexpr size_t DIRECTIONS = 4;
 
-    // The process's one; never destroyed.
-    static LinuxInteractionManager& Get();
-
     // `direction` is a CrossingDirection. `coefficient` is the share of its way that the pointer loses: 0 leaves it as
     // fast as it is, 1 stops it.
     int32_t SetDamplingCoefficient(uint32_t direction, double coefficient) override;

@@ -5,16 +5,7 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
-
-namespace ZYNE {
-
-PowerMgrClient& PowerMgrClient::GetInstance() {
-    return Linux::PowerManager::Get();
-}
-
-}  // namespace ZYNE
 
 namespace ZYNE::Linux {
 namespace {
@@ -43,13 +34,8 @@ private:
     const std::string name_;
 };
 
-PowerManager& PowerManager::Get() {
-    static auto& manager = *new std::shared_ptr<PowerManager>(
-        std::make_shared<PowerManager>(PowerBuses::OfUser(), TimeSource::GetInstance()));
-    return *manager;
-}
-
-PowerManager::PowerManager(PowerBuses buses, TimeSource& time) : time_(time), inhibitor_(std::move(buses)) {}
+PowerManager::PowerManager(ThreadPool& pool, TimeSource& time, PowerBuses buses)
+    : pool_(pool), time_(time), inhibitor_(std::move(buses)) {}
 
 PowerManager::~PowerManager() = default;
 
@@ -93,8 +79,7 @@ bool PowerManager::Inhibit(Locked& locked, const std::string& name) {
 
 bool PowerManager::StartWatch() {
     if (!watching_) {
-        watching_ = CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(
-            [self = shared_from_this()] { self->Watch(); }, POOL_PARAM);
+        watching_ = pool_.AddAsynTask([self = shared_from_this()] { self->Watch(); }, POOL_PARAM);
     }
     return watching_;
 }

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 
+#include "linux/base/thread_pool.h"
 #include "linux/desktop/screen_inhibitor.h"
 #include "platform/power/power_mgr_client.h"
 #include "platform/time/time_source.h"
@@ -28,10 +29,8 @@ enum PowerCode : int32_t {
 // A screen saver that ends takes the lock with it; locking again then finds the next one.
 class PowerManager final : public PowerMgrClient, public std::enable_shared_from_this<PowerManager> {
 public:
-    // The process's one, on the buses of its user; never destroyed.
-    static PowerManager& Get();
-
-    PowerManager(PowerBuses buses, TimeSource& time);
+    // Both are used until Stop.
+    PowerManager(ThreadPool& pool, TimeSource& time, PowerBuses buses);
     PowerManager(const PowerManager&) = delete;
     PowerManager& operator=(const PowerManager&) = delete;
     ~PowerManager();
@@ -60,6 +59,7 @@ private:
 
     void Watch();
 
+    ThreadPool& pool_;
     TimeSource& time_;
     std::mutex mutex_;  // held while the desktop is asked, or a release could overtake the request that follows it
     std::condition_variable changed_;  // a deadline is new, or something was unlocked

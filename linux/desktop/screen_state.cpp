@@ -27,11 +27,6 @@ ScreenStatus ReadStatus(sd_bus_message* message) {
 
 }  // namespace
 
-ScreenState& ScreenState::Get() {
-    static auto& state = *new ScreenState();
-    return state;
-}
-
 void ScreenState::Start(EventLoop& loop, Handler handler) {
     const std::scoped_lock starting(mutex_);
     if (loop_) {
@@ -40,14 +35,14 @@ void ScreenState::Start(EventLoop& loop, Handler handler) {
     loop_ = &loop;
     loop.Run([&] {
         ownLoop_ = &loop;
-        handler_ = Mailbox<ScreenStatus>::Make(ThreadPool::Get(),
-            [told = std::move(handler)](ScreenStatus status) { told(status); },
-            {.join = [](std::deque<ScreenStatus>& waiting, ScreenStatus next) {
-                if (!waiting.empty()) {
-                    waiting.back() = next;
-                }
-                return !waiting.empty();
-            }});
+        handler_ =
+            Mailbox<ScreenStatus>::Make(pool_, [told = std::move(handler)](ScreenStatus status) { told(status); },
+                {.join = [](std::deque<ScreenStatus>& waiting, ScreenStatus next) {
+                    if (!waiting.empty()) {
+                        waiting.back() = next;
+                    }
+                    return !waiting.empty();
+                }});
         told_ = SCREEN_UNKNOWN;
         Connect();
         Tell();

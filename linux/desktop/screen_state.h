@@ -1,6 +1,7 @@
 // Finds out what state this device's screen is in: from the desktop where there is one, else from whoever sets it.
 //
-//     ScreenState::Get().Start(loop, [](ScreenStatus status) { Fabric::GetInstance().SetScreenStatus(status); });
+//     ScreenState screen(pool);
+//     screen.Start(loop, [&](ScreenStatus status) { fabric.SetScreenStatus(status); });
 //
 // The desktop is the one on the session bus that the environment names: its screen saver (org.freedesktop.ScreenSaver)
 // tells whether it covers the screen, which counts as off. The desktop may start, end and start again meanwhile.
@@ -29,10 +30,8 @@ public:
     // How soon a session bus that is not there, or has gone, is looked for again.
     static constexpr std::chrono::seconds RETRY_TIME{10};
 
-    // The process's screen; never destroyed.
-    static ScreenState& Get();
-
-    explicit ScreenState(std::chrono::milliseconds retryTime = RETRY_TIME) : retryTime_(retryTime) {}
+    explicit ScreenState(ThreadPool& pool, std::chrono::milliseconds retryTime = RETRY_TIME)
+        : pool_(pool), retryTime_(retryTime) {}
     ScreenState(const ScreenState&) = delete;
     ScreenState& operator=(const ScreenState&) = delete;
     ~ScreenState() { Stop(); }
@@ -60,6 +59,7 @@ private:
     static int OnOwnerChanged(sd_bus_message* message, void* self, sd_bus_error* error);
     static int OnAnswer(sd_bus_message* message, void* self, sd_bus_error* error);
 
+    ThreadPool& pool_;
     const std::chrono::milliseconds retryTime_;
     std::atomic<ScreenStatus> set_ = SCREEN_UNKNOWN;
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "linux/desktop/input_service.h"
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -26,17 +24,12 @@ int32_t Step(int32_t from, int32_t distance) {
 
 }  // namespace
 
-ScriptedInput& ScriptedInput::Get() {
-    static auto& input = *new ScriptedInput();
-    return input;
-}
-
 bool ScriptedInput::Configure(const std::vector<DisplayArea>& displays) {
     if (!std::ranges::all_of(displays, IsValid)) {
         return false;
     }
     const std::scoped_lock lock(mutex_);
-    InputService::Get().SetScriptedDisplays(displays);
+    service_.SetScriptedDisplays(displays);
     return true;
 }
 
@@ -80,11 +73,10 @@ bool ScriptedInput::TellSwitch(RawInput::Kind kind, int32_t code, bool isPressed
 }
 
 bool ScriptedInput::Tell(const RawInput& input, DesktopPoint to) {
-    auto& service = InputService::Get();
-    const DesktopPoint point = service.Displays().Confine(point_, to);
+    const DesktopPoint point = service_.Displays().Confine(point_, to);
     EventAssembler assembler = assembler_;  // what is not delivered has not happened
     assembler.Add(input);
-    if (!service.DeliverScripted(assembler.Finish(point, service.Displays().Locate(point)))) {
+    if (!service_.DeliverScripted(assembler.Finish(point, service_.Displays().Locate(point)))) {
         return false;
     }
     point_ = point;

@@ -1,6 +1,6 @@
 // Keys, pointer and displays that a program makes up: for machines without a display server.
 //
-//     ScriptedInput& input = ScriptedInput::Get();
+//     ScriptedInput input(service);
 //     input.Configure({{"left", 0, 0, 1920, 1080}});
 //     input.MoveTo(1919, 500);     // monitors see the pointer arrive at the right edge
 //     input.Press(1);
@@ -12,6 +12,7 @@
 
 #include "linux/desktop/display_table.h"
 #include "linux/desktop/event_assembler.h"
+#include "linux/desktop/input_service.h"
 
 namespace ZYNE::Linux {
 
@@ -22,7 +23,7 @@ public:
     // The device id of scripted events.
     static constexpr int32_t DEVICE_ID = 0;
 
-    static ScriptedInput& Get();  // never destroyed
+    explicit ScriptedInput(InputService& service) : service_(service) {}
 
     // The displays from now on; without a call there are none. Held back while an X server has displays, for the time
     // when it is gone. False, and nothing changed, when a size is not positive or a place or size is beyond 32767.
@@ -43,6 +44,7 @@ private:
     bool Tell(const RawInput& input, DesktopPoint to);  // under mutex_
     bool TellSwitch(RawInput::Kind kind, int32_t code, bool isPressed);
 
+    InputService& service_;
     std::mutex mutex_;          // held while the events are queued, which keeps their order
     DesktopPoint point_;        // guarded by mutex_
     EventAssembler assembler_;  // guarded by mutex_

@@ -5,14 +5,6 @@
 #include <cstdint>
 #include <utility>
 
-namespace ZYNE::CollaborationFwk {
-
-ListenerManager* ListenerManager::GetInstance() {
-    return &Linux::ListenerRegistry::Get();
-}
-
-}  // namespace ZYNE::CollaborationFwk
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -21,11 +13,6 @@ constexpr int32_t OK = 0;
 constexpr int32_t NOT_AN_ID = 6;
 
 }  // namespace
-
-ListenerRegistry& ListenerRegistry::Get() {
-    static auto& registry = *new ListenerRegistry();
-    return registry;
-}
 
 void ListenerRegistry::RegisterEventListener(int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) {
     if (listener) {

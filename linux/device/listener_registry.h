@@ -19,9 +19,6 @@ public:
     // The event type of the control channel.
     static constexpr int CONTROL_CHANNEL = 3;
 
-    // The process's registry; never destroyed.
-    static ListenerRegistry& Get();
-
     // A null listener is ignored.
     void RegisterEventListener(int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) override;
     CollaborationId FetchCollaborationId(const std::string& id) override;

@@ -1,22 +1,9 @@
 #include "linux/device/plugin_registry.h"
 
-namespace ZYNE::CollaborationFwk {
-
-PluginLoader& PluginLoader::GetLoader() {
-    return Linux::PluginRegistry::Get();
-}
-
-}  // namespace ZYNE::CollaborationFwk
-
 namespace ZYNE::Linux {
 
 using CollaborationFwk::AbilityPlugin;
 using CollaborationFwk::PluginType;
-
-PluginRegistry& PluginRegistry::Get() {
-    static auto& registry = *new PluginRegistry();
-    return registry;
-}
 
 bool PluginRegistry::RegisterInstance(PluginType type, AbilityPlugin* instance) {
     const std::scoped_lock lock(mutex_);

@@ -11,9 +11,6 @@ namespace ZYNE::Linux {
 // Any thread, also while libraries are loaded.
 class PluginRegistry final : public CollaborationFwk::PluginLoader {
 public:
-    // The process's registry; never destroyed.
-    static PluginRegistry& Get();
-
     bool RegisterInstance(CollaborationFwk::PluginType type, CollaborationFwk::AbilityPlugin* instance) override;
 
     // Null when there is none.

@@ -64,6 +64,7 @@ struct ProcessGuard::Stop {
     std::mutex mutex;
     std::condition_variable called;
     bool isCalled = false;  // guarded by mutex
+    bool isOver = false;    // guarded by mutex, which is held while the round is asked for
 };
 
 ProcessGuard::ProcessGuard(Options options) : stop_(std::make_shared<Stop>()) {
@@ -72,11 +73,21 @@ ProcessGuard::ProcessGuard(Options options) : stop_(std::make_shared<Stop>()) {
     std::thread([options = std::move(options), stop = stop_] { Work(options, *stop); }).detach();
 }
 
+ProcessGuard::~ProcessGuard() {
+    const std::scoped_lock lock(stop_->mutex);
+    stop_->isOver = true;
+}
+
+bool ProcessGuard::HasHung(const Options& options, Stop& stop, HangWatch& watch) {
+    const std::scoped_lock lock(stop.mutex);
+    return !stop.isOver && watch.Look(options.lastRound());
+}
+
 void ProcessGuard::Work(const Options& options, Stop& stop) {
     pthread_setname_np(pthread_self(), "collabd-guard");
     HangWatch watch(options.step, options.patience);
     while (!WaitForSignal(options.step)) {
-        if (watch.Look(options.lastRound())) {
+        if (HasHung(options, stop, watch)) {
             EndHanging();
         }
     }

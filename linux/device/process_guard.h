@@ -7,6 +7,8 @@
 
 namespace ZYNE::Linux {
 
+class HangWatch;
+
 // The main thread's, one in a process, made before any other thread: it blocks SIGTERM, SIGINT and SIGHUP for all of
 // them, and takes them on a thread of its own, which depends on nobody.
 class ProcessGuard {
@@ -25,13 +27,15 @@ public:
     explicit ProcessGuard(Options options);
     ProcessGuard(const ProcessGuard&) = delete;
     ProcessGuard& operator=(const ProcessGuard&) = delete;
-    ~ProcessGuard() = default;  // its thread stays until the process ends
+    // Its thread stays until the process ends, but asks for no round any more.
+    ~ProcessGuard();
 
     // Returns when one of the signals has come, which may have been long ago.
     void WaitForStop() const;
 
 private:
     struct Stop;
+    static bool HasHung(const Options& options, Stop& stop, HangWatch& watch);
     static void Work(const Options& options, Stop& stop);
 
     const std::shared_ptr<Stop> stop_;

@@ -1,6 +1,7 @@
 // The directory that stands for the read-only system partition on this machine.
 #pragma once
 
+#include <mutex>
 #include <string>
 
 namespace ZYNE::Linux {
@@ -8,11 +9,16 @@ namespace ZYNE::Linux {
 // Any thread.
 class SystemRoot {
 public:
-    SystemRoot() = delete;
-
     // System files lie under `directory` from now on. Until then, and when it is empty, they lie where their own paths
     // say.
-    static void Set(std::string directory);
+    void Set(std::string directory);
+
+    // As SystemPartition::Locate says. Empty, with a line in the log, for what is no regular file.
+    std::string Locate(const std::string& path) const;
+
+private:
+    mutable std::mutex mutex_;
+    std::string directory_;  // guarded by mutex_
 };
 
 }  // namespace ZYNE::Linux

@@ -10,18 +10,6 @@
 #include "linux/base/mailbox.h"
 #include "platform/log/log_print.h"
 
-namespace ZYNE {
-
-int32_t OsAccountManager::GetForegroundOsAccountLocalId(int32_t& localId) {
-    return Linux::Users::GetInstance().GetForeground(localId);
-}
-
-int32_t OsAccountManager::GetOsAccountType(int32_t localId, OsAccountType& type) {
-    return Linux::Users::GetInstance().GetType(localId, type);
-}
-
-}  // namespace ZYNE
-
 namespace ZYNE::Linux {
 namespace {
 
@@ -64,28 +52,28 @@ struct Users::Running {
         int32_t now;
     };
 
+    ThreadPool& pool;
     const Options options;
     int32_t foreground;  // guarded by mutex_ of Users
     const std::shared_ptr<Mailbox<Switched>> mailbox =
-        Mailbox<Switched>::Make(ThreadPool::Get(), [told = options.switched](const Switched& users) {
+        Mailbox<Switched>::Make(pool, [told = options.switched](const Switched& users) {
             if (told) {
                 told(users.before, users.now);
             }
         });
 };
 
-Users::~Users() = default;
+Users::Users(ThreadPool& pool) : pool_(pool) {}
 
-Users& Users::GetInstance() {
-    static auto& users = *new Users();
-    return users;
+Users::~Users() {
+    Stop();
 }
 
 void Users::Start(Options options) {
     const int32_t foreground = ReadForeground(options);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "%{public}zu users, user %{public}d is in the foreground",
         options.users.size(), foreground);
-    std::shared_ptr<Running> running(new Running{std::move(options), foreground});
+    std::shared_ptr<Running> running(new Running{pool_, std::move(options), foreground});
     const std::scoped_lock lock(mutex_);
     running_ = std::move(running);
 }

@@ -4,8 +4,9 @@
 //     options.users = {{100, "Anna", OsAccountType::NORMAL}, {101, "Guest", OsAccountType::PRIVATE}};
 //     options.file = stateDirectory / "foreground_user";
 //     options.switched = [](int32_t before, int32_t now) { ... };
-//     Users::GetInstance().Start(std::move(options));
-//     Users::GetInstance().Switch(101);
+//     Users users(pool);
+//     users.Start(std::move(options));
+//     users.Switch(101);
 //
 // They are the device's own, not those of the machine: all of them belong to the one person who runs the device.
 #pragma once
@@ -18,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/thread_pool.h"
 #include "platform/account/os_account_manager.h"
 
 namespace ZYNE::Linux {
@@ -47,8 +49,10 @@ public:
         std::function<void(int32_t before, int32_t now)> switched;
     };
 
-    // The process's one; never destroyed.
-    static Users& GetInstance();
+    explicit Users(ThreadPool& pool);
+    Users(const Users&) = delete;
+    Users& operator=(const Users&) = delete;
+    ~Users();
 
     // The user who was in the foreground when the device stopped is so again, if there still is such a user.
     void Start(Options options);
@@ -72,9 +76,7 @@ public:
 private:
     struct Running;
 
-    Users() = default;
-    ~Users();
-
+    ThreadPool& pool_;
     mutable std::mutex mutex_;          // held while a switch is kept, which keeps the order
     std::shared_ptr<Running> running_;  // guarded by mutex_; null while it is not up
 };

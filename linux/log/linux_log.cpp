@@ -6,20 +6,11 @@
 #include <unistd.h>
 #include <utility>
 
-#include "linux/base/device_notes.h"
 #include "linux/base/log_domains.h"
 #include "linux/base/write_all.h"
 #include "linux/log/log_journal.h"
 #include "platform/log/log_print.h"
 #include "platform/log/printable_text.h"
-
-namespace ZYNE {
-
-LogService& LogService::GetInstance() {
-    return Linux::LinuxLog::Get();
-}
-
-}  // namespace ZYNE
 
 namespace ZYNE::Linux {
 namespace {
@@ -93,10 +84,11 @@ void LinuxLog::PrintUnopened(const LogEntry& entry, std::string_view text) {
     pending_.Add(kept, text, MOST_UNOPENED_BYTES);
 }
 
-void LinuxLog::Open(const LogOptions& options) {
+void LinuxLog::Open(const LogOptions& options, DeviceNotes& notes) {
     {
         const std::scoped_lock lock(writeMutex_);
         file_.Open(options.file);
+        notes_ = &notes;
         device_ = options.device;
         target_ = options.target;
         if (target_ == LogTarget::AUTOMATIC) {
@@ -105,7 +97,9 @@ void LinuxLog::Open(const LogOptions& options) {
     }
     minLevel = options.level;
     showPrivate = options.showPrivate;
-    terminateBefore = std::set_terminate(FlushAndTerminate);
+    if (terminateBefore == nullptr) {
+        terminateBefore = std::set_terminate(FlushAndTerminate);
+    }
     {
         const std::scoped_lock lock(mutex_);
         opened_ = true;
@@ -204,13 +198,15 @@ void LinuxLog::WriteToFile(const std::string& lines, size_t count) {
         formatter_.Append(report, {std::chrono::system_clock::now(), LogLevel::WARN, LOG, text.size(), false}, text);
     }
     if (file_.Write(report + lines)) {
-        if (std::exchange(lost_, 0) > 0) {
-            DeviceNotes::Get().Clear("log", "");
+        if (std::exchange(lost_, 0) > 0 && notes_ != nullptr) {
+            notes_->Clear("log", "");
         }
         return;
     }
     lost_ += count;
-    DeviceNotes::Get().Set("log", "", std::to_string(lost_) + " lines of the log were lost: no room on the disk");
+    if (notes_ != nullptr) {
+        notes_->Set("log", "", std::to_string(lost_) + " lines of the log were lost: no room on the disk");
+    }
 }
 
 void LinuxLog::Flush() {
@@ -231,6 +227,8 @@ void LinuxLog::Close() {
         ReportOverdrawn(std::chrono::steady_clock::time_point::max());
     }
     WritePending();
+    const std::scoped_lock lock(writeMutex_);
+    notes_ = nullptr;
 }
 
 // The thread that terminates may hold a lock of the log: what cannot be had soon is given up.

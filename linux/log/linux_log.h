@@ -15,6 +15,7 @@
 #include <string_view>
 #include <thread>
 
+#include "linux/base/device_notes.h"
 #include "linux/log/log_batch.h"
 #include "linux/log/log_file.h"
 #include "linux/log/log_line.h"
@@ -34,7 +35,7 @@ struct LogOptions {
     bool showPrivate = false;
 };
 
-// Any thread. Until it is opened, lines of warning level and above go to standard error, and as many as fit a buffer
+// The process's one, for devices that it runs one after the other. Any thread. Until it is opened, lines of warning level and above go to standard error, and as many as fit a buffer
 // are kept for the file. A process that never opens it, such as a command, has its warnings on standard error.
 class LinuxLog final : public LogService {
 public:
@@ -43,15 +44,15 @@ public:
 
     void Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept override;
 
-    // Begins to write, once. Lines are on their way within ten milliseconds, errors too: the library logs some for what
+    // Begins to write. `notes` are told of lines that were lost, until Close. Lines are on their way within ten milliseconds, errors too: the library logs some for what
     // is no fault. None is lost when the process ends by std::terminate. Throws std::system_error when the file cannot
     // be opened.
-    void Open(const LogOptions& options);
+    void Open(const LogOptions& options, DeviceNotes& notes);
 
     // Returns when everything printed so far is written.
     void Flush();
 
-    // Flushes and ends the writer thread. Later lines are written by the thread that prints them.
+    // Flushes and ends the writer thread. Later lines are written by the thread that prints them. It can be opened anew.
     void Close();
 
 private:
@@ -86,9 +87,10 @@ private:
     LogBatch batch_;                        // guarded by writeMutex_; being written
     LogLineFormatter formatter_;            // guarded by writeMutex_
     LogFile file_;                          // guarded by writeMutex_
+    DeviceNotes* notes_ = nullptr;          // guarded by writeMutex_; null while closed
     size_t lost_ = 0;                       // guarded by writeMutex_; lines, since the log last said so
-    LogTarget target_ = LogTarget::STDERR;  // written before the writer thread starts
-    std::string device_;                    // likewise
+    LogTarget target_ = LogTarget::STDERR;  // guarded by writeMutex_
+    std::string device_;                    // guarded by writeMutex_
 };
 
 }  // namespace ZYNE::Linux

@@ -11,8 +11,9 @@
 namespace ZYNE::Linux {
 
 // At most one waits of a device that ended nothing.
-DeviceEvents::DeviceEvents(ThreadPool& pool, const PeerTable& peers, PeerShares& shares, Handler handler)
-    : peers_(peers), shares_(shares), handler_(std::move(handler)),
+DeviceEvents::DeviceEvents(
+    ThreadPool& pool, const ListenerRegistry& listeners, const PeerTable& peers, PeerShares& shares, Handler handler)
+    : listeners_(listeners), peers_(peers), shares_(shares), handler_(std::move(handler)),
       events_(Mailbox<Event>::Make(pool, [this](const Event& event) { Take(event); },
           {.join = [](const std::deque<Event>& waiting, const Event& next) {
               return next.ended.empty() && std::ranges::find(waiting, next.udid, &Event::udid) != waiting.end();
@@ -24,7 +25,7 @@ void DeviceEvents::Add(const std::string& udid, std::vector<std::string> ended) 
 
 void DeviceEvents::Take(const Event& event) {
     const LogShareScope scope(shares_.LogOf(event.udid));
-    TellChannelShutDown(event.ended);
+    TellChannelShutDown(listeners_, event.ended);
     TellState(event.udid);
 }
 

@@ -8,20 +8,22 @@
 #include <vector>
 
 #include "linux/base/mailbox.h"
+#include "linux/device/listener_registry.h"
 #include "linux/network/presence/peer_shares.h"
 #include "linux/network/presence/peer_table.h"
 #include "platform/device_manager/dm_device_state.h"
 
 namespace ZYNE::Linux {
 
-// Any thread. Calls out on threads of the pool, of one device at a time, with no lock held. What is told is the difference between what
-// was told last and what is: a device that flickers while a callback runs does not fill a queue.
+// Any thread. Calls out on threads of the pool, of one device at a time, with no lock held. What is told is the
+// difference between what was told last and what is: a device that flickers while a callback runs does not fill a queue.
 class DeviceEvents {
 public:
     using Handler = std::function<void(int state, const DmDeviceInfo& device)>;
 
     // What it calls is done in the name of the device, see LogShareScope.
-    DeviceEvents(ThreadPool& pool, const PeerTable& peers, PeerShares& shares, Handler handler);
+    DeviceEvents(ThreadPool& pool, const ListenerRegistry& listeners, const PeerTable& peers, PeerShares& shares,
+        Handler handler);
     DeviceEvents(const DeviceEvents&) = delete;
     DeviceEvents& operator=(const DeviceEvents&) = delete;
     ~DeviceEvents() { Stop(); }
@@ -42,6 +44,7 @@ private:
     void TellState(const std::string& udid);
     void Call(DmDeviceState state, const Announcement& device) const;
 
+    const ListenerRegistry& listeners_;
     const PeerTable& peers_;
     PeerShares& shares_;
     const Handler handler_;

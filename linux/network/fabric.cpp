@@ -8,11 +8,6 @@
 
 namespace ZYNE::Linux {
 
-Fabric& Fabric::GetInstance() {
-    static auto& fabric = *new Fabric();
-    return fabric;
-}
-
 void Fabric::SetDeviceStateHandler(DeviceStateHandler handler) {
     const std::scoped_lock lock(mutex_);
     std::swap(handler_, handler);
@@ -36,7 +31,7 @@ void Fabric::Start(const FabricOptions& options) {
         const std::scoped_lock lock(mutex_);
         handler = handler_;
     }
-    const auto node = std::make_shared<FabricNode>(options, std::move(handler));
+    const auto node = std::make_shared<FabricNode>(host_, options, std::move(handler));
     FabricPrint(LogLevel::INFO, "on the network as %{public}s, udid %{public}s, network id %{public}s",
         options.deviceName, Anonymous(node->Self().udid), Anonymous(node->Self().networkId));
     // Callbacks and requests, which come from here on, find the network running.
@@ -68,6 +63,14 @@ void Fabric::Stop() {
 std::optional<DmDeviceInfo> Fabric::LocalDevice() const {
     const auto node = Node();
     return node ? std::optional(ToDeviceInfo(node->Self())) : std::nullopt;
+}
+
+std::string Fabric::UdidOf(const std::string& networkId) const {
+    const auto node = Node();
+    if (!node) {
+        return "";
+    }
+    return networkId == node->Self().networkId ? node->Self().udid : node->Peers().UdidOf(networkId);
 }
 
 std::vector<Fabric::PeerStatus> Fabric::ListPeers() const {

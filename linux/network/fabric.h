@@ -10,9 +10,11 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "linux/desktop/screen_status.h"
+#include "linux/network/fabric_host.h"
 #include "linux/network/fabric_options.h"
 #include "linux/network/network_status.h"
 #include "platform/device_manager/dm_device_info.h"
@@ -35,8 +37,10 @@ public:
         ScreenStatus screenStatus;  // likewise
     };
 
-    // The process's fabric; never destroyed.
-    static Fabric& GetInstance();
+    explicit Fabric(const FabricHost& host) : host_(host) {}
+    Fabric(const Fabric&) = delete;
+    Fabric& operator=(const Fabric&) = delete;
+    ~Fabric() { Stop(); }
 
     // Takes effect with the next start.
     void SetDeviceStateHandler(DeviceStateHandler handler);
@@ -57,6 +61,10 @@ public:
     // This device; nothing while it is not started.
     std::optional<DmDeviceInfo> LocalDevice() const;
 
+    // The udid of the device that has, or has had since the start, the network id; this device's as well. Empty when
+    // nobody had it.
+    std::string UdidOf(const std::string& networkId) const;
+
     // All devices of the account that announced themselves since the start, those that have gone included.
     std::vector<PeerStatus> ListPeers() const;
 
@@ -75,11 +83,10 @@ public:
     std::shared_ptr<FabricNode> Node() const;
 
 private:
-    Fabric() = default;
-
     // The node that was there before.
     std::shared_ptr<FabricNode> SetNode(std::shared_ptr<FabricNode> node);
 
+    const FabricHost host_;
     std::mutex startMutex_;  // one start or stop at a time; taken before the others
     // Held while the status is announced: the last one that was set is the one that is announced last. Taken before
     // mutex_.

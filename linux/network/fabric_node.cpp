@@ -10,8 +10,6 @@
 #include "linux/base/guarded_call.h"
 #include "linux/network/link/run_id.h"
 #include "linux/network/presence/fabric_log.h"
-#include "linux/network/presence/screen_callbacks.h"
-#include "platform/host/asyn_thread_pool.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -62,9 +60,8 @@ FabricNode::Doors::Doors(FabricNode& node, const FabricOptions& options)
               node.links_.Accept(std::move(connection), from);
           }),
       dialer(*node.loop_, node.links_, node.links_.Identity(), options.peers,
-          [loop = node.loop_](const PeerAddress& peer, std::function<void(std::vector<Endpoint>)> done) {
-              Resolve(loop, peer, std::move(done));
-          }),
+          [&pool = node.host_.pool, loop = node.loop_](const PeerAddress& peer,
+              std::function<void(std::vector<Endpoint>)> done) { Resolve(pool, loop, peer, std::move(done)); }),
       wake(*node.loop_, [&node] { node.OnWake(); }),
       interfaces(*node.loop_, options.interfaces,
           [&node](const std::vector<NetworkInterface>& found) { node.Follow(found); }) {
@@ -80,21 +77,24 @@ FabricNode::Doors::Doors(FabricNode& node, const FabricOptions& options)
     });
 }
 
-FabricNode::FabricNode(const FabricOptions& options, DeviceEvents::Handler handler)
-    : FabricNode(options, FabricIdentity(options), std::move(handler)) {}
+FabricNode::FabricNode(const FabricHost& host, const FabricOptions& options, DeviceEvents::Handler handler)
+    : FabricNode(host, options, FabricIdentity(options), std::move(handler)) {}
 
-FabricNode::FabricNode(const FabricOptions& options, FabricIdentity identity, DeviceEvents::Handler handler)
-    : options_(options), self_{identity.link.udid, identity.link.networkId, options.deviceName, options.deviceType,
-                             OS_TYPE},
+FabricNode::FabricNode(
+    const FabricHost& host, const FabricOptions& options, FabricIdentity identity, DeviceEvents::Handler handler)
+    : host_(host), options_(options), self_{identity.link.udid, identity.link.networkId, options.deviceName,
+                                          options.deviceType, OS_TYPE},
       loop_(std::make_shared<EventLoop>("collabd-net")), revocations_(OpenRevocations(options, identity)),
-      control_(std::make_shared<ControlChannel>(peers_, shares_, ExcessHandler())),
-      profiles_(self_.udid, identity.link.run, ProfileService::Get(),
+      control_(std::make_shared<ControlChannel>(
+          ControlChannel::Host{host.pool, host.plugins, host.listeners}, peers_, shares_, ExcessHandler())),
+      profiles_(self_.udid, identity.link.run, host.profiles,
           {ExcessHandler(),
               [this](const std::string& udid) {
                   loop_->Post([this, udid] { links_.EndLink(udid, LinkRefusal::OTHER, "it takes nothing"); });
               }}),
-      events_(ThreadPool::Get(), *peers_, *shares_, std::move(handler)), facts_{options.deviceName, options.deviceType,
-                                                                             OS_TYPE, SCREEN_UNKNOWN},
+      events_(host.pool, host.listeners, *peers_, *shares_, std::move(handler)), facts_{options.deviceName,
+                                                                                     options.deviceType, OS_TYPE,
+                                                                                     SCREEN_UNKNOWN},
       links_(*loop_, std::move(identity.link), *this) {}
 
 void FabricNode::Begin() {
@@ -174,7 +174,7 @@ void FabricNode::OnUp(const LinkPtr& link, const DeviceFacts& facts) {
     profiles_.OnLinkUp(link);
     events_.Add(link->Udid(), {});
     if (screen != SCREEN_UNKNOWN) {
-        ScreenCallbacks::Get().Tell(ToScreenInfo(peer->device, screen));
+        host_.screens.Tell(ToScreenInfo(peer->device, screen));
     }
     if (shares_->OnNewLink(link->Udid())) {
         LeaveAlone(link->Udid());
@@ -191,7 +191,7 @@ void FabricNode::OnFacts(const LinkPtr& link, const DeviceFacts& facts) {
         events_.Add(link->Udid(), {});
     }
     if (screen != known->screenStatus) {
-        ScreenCallbacks::Get().Tell(ToScreenInfo(peer->device, screen));
+        host_.screens.Tell(ToScreenInfo(peer->device, screen));
     }
 }
 
@@ -275,7 +275,7 @@ void FabricNode::OnRevocations(const std::string& document) {
             loop->Post([this, why = std::string(error.what())] { notes_.Add("refused", "of a device: " + why); });
         }
     };
-    CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(take, NETWORK_TASK);
+    host_.pool.AddAsynTask(take, NETWORK_TASK);
 }
 
 bool FabricNode::TakeRevocations(const std::string& document) {
@@ -310,7 +310,7 @@ void FabricNode::LeaveAlone(const std::string& udid) {
     links_.EndLink(udid, LinkRefusal::OVERLOAD, "it takes more than its share");
 }
 
-void FabricNode::Resolve(const std::shared_ptr<EventLoop>& loop, const PeerAddress& peer,
+void FabricNode::Resolve(ThreadPool& pool, const std::shared_ptr<EventLoop>& loop, const PeerAddress& peer,
     std::function<void(std::vector<Endpoint> addresses)> done) {
     if (const auto address = Endpoint::FromText(peer.host, peer.port)) {
         done({*address});
@@ -319,7 +319,7 @@ void FabricNode::Resolve(const std::shared_ptr<EventLoop>& loop, const PeerAddre
     const auto lookUp = [loop, peer, done] {
         loop->Post([done, addresses = AddressesOf(peer)] { done(addresses); });
     };
-    if (!CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(lookUp, NETWORK_TASK)) {
+    if (!pool.AddAsynTask(lookUp, NETWORK_TASK)) {
         loop->Post([done] { done({}); });
     }
 }

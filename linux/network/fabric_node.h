@@ -18,6 +18,7 @@
 #include "linux/network/discovery/interface_watch.h"
 #include "linux/network/discovery/listeners.h"
 #include "linux/network/discovery/wake_watch.h"
+#include "linux/network/fabric_host.h"
 #include "linux/network/fabric_identity.h"
 #include "linux/network/fabric_options.h"
 #include "linux/network/network_notes.h"
@@ -32,7 +33,7 @@ namespace ZYNE::Linux {
 class FabricNode final : private LinksUser {
 public:
     // Throws std::runtime_error with one line.
-    FabricNode(const FabricOptions& options, DeviceEvents::Handler handler);
+    FabricNode(const FabricHost& host, const FabricOptions& options, DeviceEvents::Handler handler);
     FabricNode(const FabricNode&) = delete;
     FabricNode& operator=(const FabricNode&) = delete;
     ~FabricNode() { Stop(); }
@@ -70,7 +71,8 @@ private:
         EventLoop::Source housekeeping;
     };
 
-    FabricNode(const FabricOptions& options, FabricIdentity identity, DeviceEvents::Handler handler);
+    FabricNode(
+        const FabricHost& host, const FabricOptions& options, FabricIdentity identity, DeviceEvents::Handler handler);
 
     // LinksUser
     void OnUp(const LinkPtr& link, const DeviceFacts& facts) override;
@@ -93,9 +95,10 @@ private:
     void LeaveAlone(const std::string& udid);
     void OnRevocationsChanged();
     Announcement Announced(const LinkPtr& link, const DeviceFacts& facts) const;
-    static void Resolve(const std::shared_ptr<EventLoop>& loop, const PeerAddress& peer,
+    static void Resolve(ThreadPool& pool, const std::shared_ptr<EventLoop>& loop, const PeerAddress& peer,
         std::function<void(std::vector<Endpoint> addresses)> done);
 
+    const FabricHost host_;
     const FabricOptions options_;
     const std::optional<std::time_t> validUntil_;  // the end of this device's certificate, in account mode
     const Announcement self_;

@@ -5,16 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "linux/base/device_notes.h"
 #include "linux/profile/profile_log.h"
-
-namespace ZYNE::CollaborationFwk {
-
-DeviceProfileClient& DeviceProfileClient::GetInstance() {
-    return Linux::ProfileService::Get();
-}
-
-}  // namespace ZYNE::CollaborationFwk
 
 namespace ZYNE::Linux {
 namespace {
@@ -38,19 +29,14 @@ ProfileName CharacteristicName(const std::string& service, const std::string& ke
 
 }  // namespace
 
-ProfileService& ProfileService::Get() {
-    static auto& service = *new ProfileService();
-    return service;
-}
-
-ProfileService::ProfileService() : subscriptions_(ThreadPool::Get()) {}
+ProfileService::ProfileService(ThreadPool& pool, DeviceNotes& notes) : notes_(notes), subscriptions_(pool) {}
 
 ProfileService::~ProfileService() {
     Close();
 }
 
 void ProfileService::Open(const std::filesystem::path& file, const std::string& udid) {
-    auto store = std::make_unique<ProfileStore>(file, [this] {
+    auto store = std::make_unique<ProfileStore>(file, notes_, [this] {
         const std::scoped_lock lock(mutex_);
         return table_.Of(udid_);
     });
@@ -165,7 +151,7 @@ void ProfileService::NoteRefusal(const ProfileRecord& record, ProfileCode code) 
         : code == PROFILE_TOO_LARGE            ? "it is too large, or the profile is with it"
                                                : "its name has a zero byte";
     ProfilePrint(LogLevel::WARN, "%{public}s is not published: %{public}s", name, why);
-    DeviceNotes::Get().Set("profile", name, name + " is not published: " + why);
+    notes_.Set("profile", name, name + " is not published: " + why);
 }
 
 // Whoever learns of the change can rely on it: it is stored first.
@@ -186,7 +172,7 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
         subscriptions_.Add(
             isDeleted ? table_.Delete(record->profile.GetDeviceId(), name) : table_.Put(record, THIS_DEVICE));
     }
-    DeviceNotes::Get().Clear("profile", NameForPeople(*record));
+    notes_.Clear("profile", NameForPeople(*record));
     if (network_ != nullptr) {
         network_->Publish(record, isDeleted);
     }

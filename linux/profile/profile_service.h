@@ -1,10 +1,10 @@
 // The distributed device profile: what this device publishes, kept over restarts, and what its peers publish.
 //
-//     ProfileService& profiles = ProfileService::Get();
+//     ProfileService profiles(pool, notes);
 //     profiles.Open(stateDirectory / "profiles.db", udid);      // before the library's first call
-//     Fabric::GetInstance().Start(options);                     // joins the network by itself
+//     fabric.Start(options);                                    // joins the network by itself
 //     ...
-//     Fabric::GetInstance().Stop();
+//     fabric.Stop();
 //     profiles.Close();                                         // before the library is unloaded
 //
 // What is put before the network is joined is published when it is. A put that is answered with 0 outlasts the
@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/device_notes.h"
+#include "linux/base/thread_pool.h"
 #include "linux/profile/profile_code.h"
 #include "linux/profile/profile_network.h"
 #include "linux/profile/profile_store.h"
@@ -47,10 +49,7 @@ public:
     // A characteristic of any device, this one included. One that is deleted is given as it was last.
     using Watcher = ProfileSubscriptions::Watcher;
 
-    // The process's profiles; never destroyed.
-    static ProfileService& Get();
-
-    ProfileService();
+    ProfileService(ThreadPool& pool, DeviceNotes& notes);
     ProfileService(const ProfileService&) = delete;
     ProfileService& operator=(const ProfileService&) = delete;
     // Closes.
@@ -107,8 +106,10 @@ private:
 
     std::string UdidOf(const std::string& deviceId) const;  // under mutex_
     int32_t Put(ProfileKind kind, CharacteristicProfile profile);
-    static void NoteRefusal(const ProfileRecord& record, ProfileCode code);
+    void NoteRefusal(const ProfileRecord& record, ProfileCode code);
     int32_t Commit(const RecordPtr& record, bool isDeleted);  // under publishMutex_
+
+    DeviceNotes& notes_;
 
     // One change of this device's profiles at a time, so that the store, the table and the network get all of them in
     // one order: held while the store commits and while the network takes the change. Taken before mutex_.

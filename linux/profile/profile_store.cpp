@@ -32,15 +32,16 @@ void RunOnce(SQLite::Statement& statement) {
 
 }  // namespace
 
-ProfileStore::Opened::Opened(const std::filesystem::path& file)
-    : database({file, Durability::PROCESS, SCHEMA, true, true}),
+ProfileStore::Opened::Opened(const std::filesystem::path& file, DeviceNotes& notes)
+    : database({file, Durability::PROCESS, SCHEMA, notes, true, true}),
       put(database.Get(),
           "INSERT INTO profiles (kind, service, key, user, value) VALUES (?, ?, ?, ?, ?) "
           "ON CONFLICT DO UPDATE SET user = excluded.user, value = excluded.value"),
       remove(database.Get(), "DELETE FROM profiles WHERE kind = ? AND service = ? AND key = ?") {}
 
-ProfileStore::ProfileStore(const std::filesystem::path& file, std::function<std::vector<RecordPtr>()> known)
-    : file_(file), known_(std::move(known)), opened_(std::make_unique<Opened>(file)) {}
+ProfileStore::ProfileStore(
+    const std::filesystem::path& file, DeviceNotes& notes, std::function<std::vector<RecordPtr>()> known)
+    : file_(file), notes_(notes), known_(std::move(known)), opened_(std::make_unique<Opened>(file, notes)) {}
 
 std::vector<RecordPtr> ProfileStore::Load(const std::string& udid) {
     std::vector<RecordPtr> records;
@@ -113,9 +114,9 @@ void ProfileStore::MakeAnew(bool isDamaged) {
         }
     }
     if (isDamaged) {
-        Database::PutAside(file_);
+        Database::PutAside(file_, notes_);
     }
-    auto opened = std::make_unique<Opened>(file_);
+    auto opened = std::make_unique<Opened>(file_, notes_);
     opened->database.Run([&] {
         SQLite::Transaction transaction(opened->database.Get());
         opened->database.Get().exec("DELETE FROM profiles");

@@ -23,7 +23,7 @@ class ProfileStore {
 public:
     // The file has the profiles of one device, and is this process's alone while it is open. It is made when it is not
     // there. `known` gives all that is to be in it.
-    ProfileStore(const std::filesystem::path& file, std::function<std::vector<RecordPtr>()> known);
+    ProfileStore(const std::filesystem::path& file, DeviceNotes& notes, std::function<std::vector<RecordPtr>()> known);
 
     // Everything kept, as profiles of the device `udid`.
     std::vector<RecordPtr> Load(const std::string& udid);
@@ -34,7 +34,7 @@ public:
 
 private:
     struct Opened {
-        explicit Opened(const std::filesystem::path& file);
+        Opened(const std::filesystem::path& file, DeviceNotes& notes);
 
         Database database;
         SQLite::Statement put;
@@ -47,6 +47,7 @@ private:
     static void PutRecord(Opened& opened, const ProfileRecord& record);
 
     const std::filesystem::path file_;
+    DeviceNotes& notes_;
     const std::function<std::vector<RecordPtr>()> known_;
     std::unique_ptr<Opened> opened_;  // null after a failure to make it anew
 };

@@ -6,15 +6,7 @@
 #include "linux/base/log_domains.h"
 #include "linux/base/mailbox.h"
 #include "linux/services/event_subscribers.h"
-#include "platform/event/common_event_manager.h"
-
-namespace ZYNE {
-
-bool CommonEventManager::SubscribeCommonEvent(const std::shared_ptr<CommonEventSubscriber>& subscriber) {
-    return Linux::CommonEvents::GetInstance().Subscribe(subscriber);
-}
-
-}  // namespace ZYNE
+#include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
 namespace {
@@ -43,9 +35,9 @@ struct CommonEvents::Running {
         std::string from;  // its connection
     };
 
-    explicit Running(std::shared_ptr<BusClient> busClient)
-        : client(std::move(busClient)), ownName(client->GetConnection()->GetUniqueName()),
-          received(Mailbox<Received>::Make(ThreadPool::Get(),
+    Running(ThreadPool& pool, std::shared_ptr<BusClient> busClient)
+        : subscribers(pool), client(std::move(busClient)), ownName(client->GetConnection()->GetUniqueName()),
+          received(Mailbox<Received>::Make(pool,
               [this](const Received& each) { subscribers.Tell(each.event, FindPublisher(each.from)); },
               {MOST_WAITING})),
           published(client->GetConnection()->Listen(
@@ -85,15 +77,14 @@ struct CommonEvents::Running {
     BusSlot published;  // the last to be built: its handler uses the others
 };
 
-CommonEvents::~CommonEvents() = default;
+CommonEvents::CommonEvents(ThreadPool& pool) : pool_(pool) {}
 
-CommonEvents& CommonEvents::GetInstance() {
-    static auto& events = *new CommonEvents();
-    return events;
+CommonEvents::~CommonEvents() {
+    Stop();
 }
 
 void CommonEvents::Start(const std::shared_ptr<BusClient>& client) {
-    auto running = std::make_shared<Running>(client);
+    auto running = std::make_shared<Running>(pool_, client);
     const std::scoped_lock lock(mutex_);
     if (running_) {
         throw std::runtime_error("common events are up already");

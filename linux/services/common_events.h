@@ -1,7 +1,7 @@
 // The common events of a device: notices that any process publishes for everyone.
 //
-//     auto& events = CommonEvents::GetInstance();
-//     events.Start(DeviceBus::GetInstance().GetClient());
+//     CommonEvents events(pool);
+//     events.Start(bus.GetClient());
 //     ...                                                    // subscribers come through CommonEventManager
 //     events.Publish("usual.event.DATA_SHARE_READY", 3012);
 //     ...
@@ -23,6 +23,7 @@
 #include <mutex>
 #include <string>
 
+#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_client.h"
 #include "platform/event/common_event_subscriber.h"
 
@@ -33,8 +34,10 @@ class CommonEvents {
 public:
     static constexpr size_t LONGEST_NAME = 255;  // bytes of an event's name
 
-    // The process's one; never destroyed.
-    static CommonEvents& GetInstance();
+    explicit CommonEvents(ThreadPool& pool);
+    CommonEvents(const CommonEvents&) = delete;
+    CommonEvents& operator=(const CommonEvents&) = delete;
+    ~CommonEvents();
 
     // When the device's bus is up. Throws std::runtime_error with one line, and has then started nothing.
     void Start(const std::shared_ptr<BusClient>& client);
@@ -55,10 +58,9 @@ public:
 private:
     struct Running;
 
-    CommonEvents() = default;
-    ~CommonEvents();
     std::shared_ptr<Running> GetRunning();
 
+    ThreadPool& pool_;
     std::mutex mutex_;
     std::shared_ptr<Running> running_;  // guarded by mutex_
 };

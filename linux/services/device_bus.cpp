@@ -14,7 +14,6 @@
 #include "linux/services/orphans.h"
 #include "linux/services/runtime_directory.h"
 #include "linux/services/socket_watch.h"
-#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -25,12 +24,7 @@ constexpr LogDomain LOG = LogDomains::BUS;
 constexpr char CONFIG_FILE[] = "bus.conf";
 constexpr char SERVICE_DIRECTORY[] = "services";
 constexpr size_t LONGEST_SOCKET = 107;  // bytes, the system's limit for a socket's path
-constexpr int32_t POOL_PARAM = 0;
 constexpr std::chrono::milliseconds SERVICE_END_TIME{2000};
-
-bool PostToPool(std::function<void()> task) {
-    return CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(std::move(task), POOL_PARAM);
-}
 
 void CheckSocket(const std::filesystem::path& socket) {
     if (socket.native().size() > LONGEST_SOCKET) {
@@ -103,13 +97,11 @@ struct DeviceBus::Running {
     std::unique_ptr<SocketWatch> watch;
 };
 
-DeviceBus& DeviceBus::GetInstance() {
-    // Never destroyed: objects of the library that is loaded ask for it until the process ends.
-    static auto& bus = *new DeviceBus();
-    return bus;
-}
+DeviceBus::DeviceBus(ThreadPool& pool) : pool_(pool) {}
 
-DeviceBus::~DeviceBus() = default;
+DeviceBus::~DeviceBus() {
+    Stop();
+}
 
 void DeviceBus::Start(const BusOptions& options) {
     const std::scoped_lock lock(mutex_);
@@ -127,8 +119,8 @@ void DeviceBus::Start(const BusOptions& options) {
             lost();
         }
     });
-    client_ =
-        std::make_shared<BusClient>(running->loop, running->daemon->GetAddress(), &PostToPool, [lost = options.lost] {
+    client_ = std::make_shared<BusClient>(
+        running->loop, running->daemon->GetAddress(), pool_.Poster(), [lost = options.lost] {
             LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "the bus has ended");
             if (lost) {
                 lost();

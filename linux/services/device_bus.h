@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_client.h"
 #include "linux/services/bus_service.h"
 
@@ -24,7 +25,11 @@ struct BusOptions {
 // Any thread, except where said.
 class DeviceBus {
 public:
-    static DeviceBus& GetInstance();
+    explicit DeviceBus(ThreadPool& pool);
+    DeviceBus(const DeviceBus&) = delete;
+    DeviceBus& operator=(const DeviceBus&) = delete;
+    // Stops.
+    ~DeviceBus();
 
     // On the process's main thread: the bus daemon ends with the thread that started it, so that none is left when the
     // process is killed. Throws std::runtime_error with one line, and has then changed nothing.
@@ -49,9 +54,7 @@ public:
 private:
     struct Running;
 
-    DeviceBus() = default;
-    ~DeviceBus();
-
+    ThreadPool& pool_;
     mutable std::mutex mutex_;
     std::shared_ptr<BusClient> client_;  // guarded by mutex_
     std::unique_ptr<Running> running_;   // guarded by mutex_

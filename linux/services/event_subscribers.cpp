@@ -38,9 +38,9 @@ struct EventSubscribers::Entry {
         ~Finishing() { delivery.FinishOne(); }
     };
 
-    explicit Entry(std::shared_ptr<CommonEventSubscriber> told)
+    Entry(ThreadPool& pool, std::shared_ptr<CommonEventSubscriber> told)
         : subscriber(std::move(told)),
-          mailbox(Mailbox<Event>::Make(ThreadPool::Get(),
+          mailbox(Mailbox<Event>::Make(pool,
               [subscriber = subscriber](const Event& event) {
                   const Finishing finishing{*event.delivery};
                   subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event.name)));
@@ -51,12 +51,12 @@ struct EventSubscribers::Entry {
     const std::shared_ptr<Mailbox<Event>> mailbox;
 };
 
-EventSubscribers::EventSubscribers() = default;
+EventSubscribers::EventSubscribers(ThreadPool& pool) : pool_(pool) {}
 
 EventSubscribers::~EventSubscribers() = default;
 
 void EventSubscribers::Add(std::shared_ptr<CommonEventSubscriber> subscriber) {
-    auto entry = std::make_shared<Entry>(std::move(subscriber));
+    auto entry = std::make_shared<Entry>(pool_, std::move(subscriber));
     const std::scoped_lock lock(mutex_);
     entries_.push_back(std::move(entry));
 }

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/thread_pool.h"
 #include "platform/event/common_event_subscriber.h"
 
 namespace ZYNE::Linux {
@@ -22,7 +23,7 @@ public:
     // What one subscriber has not been told yet; events beyond that are lost to it.
     static constexpr size_t MOST_WAITING = 1000;
 
-    EventSubscribers();
+    explicit EventSubscribers(ThreadPool& pool);
     EventSubscribers(const EventSubscribers&) = delete;
     EventSubscribers& operator=(const EventSubscribers&) = delete;
     ~EventSubscribers();
@@ -45,6 +46,7 @@ private:
     struct Entry;
     class Delivery;
 
+    ThreadPool& pool_;
     std::mutex mutex_;
     std::vector<std::shared_ptr<Entry>> entries_;  // guarded by mutex_
 };

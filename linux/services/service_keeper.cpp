@@ -3,9 +3,7 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/base/thread_pool.h"
 #include "linux/bus/bus_wire.h"
-#include "linux/services/device_bus.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -68,7 +66,7 @@ void ServiceKeeper::TakeDeath(const std::string& name, const sptr<IRemoteObject>
             keeper->StartAgain(name);
         }
     };
-    if (!ThreadPool::Get().AddLaterTask(pause, std::move(startAgain))) {
+    if (!pool_.AddLaterTask(pause, std::move(startAgain))) {
         return;  // the device stops
     }
     if (pauses.HasBecomeSteady()) {
@@ -83,7 +81,7 @@ void ServiceKeeper::TakeDeath(const std::string& name, const sptr<IRemoteObject>
 }
 
 void ServiceKeeper::StartAgain(const std::string& name) {
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     if (!client || IsAlive(name)) {
         return;
     }

@@ -7,7 +7,9 @@
 #include <mutex>
 #include <string>
 
+#include "linux/base/thread_pool.h"
 #include "linux/bus/remote_object.h"
+#include "linux/services/device_bus.h"
 #include "linux/services/restart_pauses.h"
 
 namespace ZYNE::Linux {
@@ -15,6 +17,8 @@ namespace ZYNE::Linux {
 // Any thread. What has been kept stays so until the bus ends.
 class ServiceKeeper : public std::enable_shared_from_this<ServiceKeeper> {
 public:
+    ServiceKeeper(ThreadPool& pool, DeviceBus& bus) : pool_(pool), bus_(bus) {}
+
     // The service `name` was started; `remote` is an object of its process.
     void Keep(const std::string& name, const sptr<RemoteObject>& remote);
 
@@ -32,6 +36,8 @@ private:
     void StartAgain(const std::string& name);
     bool IsAlive(const std::string& name);
 
+    ThreadPool& pool_;
+    DeviceBus& bus_;
     std::mutex mutex_;
     std::map<std::string, Kept> services_;  // guarded by mutex_; by bus name
 };

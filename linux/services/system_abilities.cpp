@@ -4,29 +4,7 @@
 #include <utility>
 
 #include "linux/base/log_domains.h"
-#include "linux/services/device_bus.h"
-#include "platform/host/asyn_thread_pool.h"
 #include "platform/log/log_print.h"
-#include "platform/system_ability/system_ability_manager_client.h"
-
-namespace ZYNE {
-namespace {
-
-class ManagerClient final : public SystemAbilityManagerClient {
-public:
-    sptr<ISystemAbilityManager> GetSystemAbilityManager() override {
-        return Linux::DeviceBus::GetInstance().GetClient() != nullptr ? Linux::SystemAbilities::GetInstance() : nullptr;
-    }
-};
-
-}  // namespace
-
-SystemAbilityManagerClient& SystemAbilityManagerClient::GetInstance() {
-    static auto& client = *new ManagerClient();
-    return client;
-}
-
-}  // namespace ZYNE
 
 namespace ZYNE::Linux {
 namespace {
@@ -36,10 +14,8 @@ constexpr int32_t POOL_PARAM = 0;
 
 }  // namespace
 
-sptr<SystemAbilities> SystemAbilities::GetInstance() {
-    static auto& instance = *new sptr<SystemAbilities>(new SystemAbilities());
-    return instance;
-}
+SystemAbilities::SystemAbilities(ThreadPool& pool, DeviceBus& bus)
+    : pool_(pool), bus_(bus), keeper_(std::make_shared<ServiceKeeper>(pool, bus)) {}
 
 void SystemAbilities::LoadTable(const std::filesystem::path& file) {
     SystemAbilityTable table = ReadSystemAbilityTable(file);
@@ -75,7 +51,7 @@ SystemAbilities::Ability SystemAbilities::Find(int32_t systemAbilityId) const {
 
 sptr<IRemoteObject> SystemAbilities::CheckSystemAbility(int32_t systemAbilityId) {
     const Ability ability = Find(systemAbilityId);
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     if (ability.local || !ability.known || !client) {
         return ability.local;
     }
@@ -90,7 +66,7 @@ sptr<IRemoteObject> SystemAbilities::GetSystemAbility(int32_t systemAbilityId) {
 }
 
 sptr<IRemoteObject> SystemAbilities::Start(int32_t systemAbilityId, const SystemAbilityEntry& entry) {
-    const std::shared_ptr<BusClient> client = DeviceBus::GetInstance().GetClient();
+    const std::shared_ptr<BusClient> client = bus_.GetClient();
     const std::string& name = entry.service.name;
     std::string error = "the bus is not up";
     const std::string owner = client ? client->StartService(name, error) : std::string();
@@ -111,10 +87,8 @@ int32_t SystemAbilities::LoadSystemAbility(int32_t systemAbilityId, const sptr<I
     if (!Find(systemAbilityId).known) {
         return UNKNOWN_ABILITY;
     }
-    const bool posted = CollaborationFwk::AsynThreadPool::GetInstance()->AddAsynTask(
-        [self = sptr<SystemAbilities>(this), systemAbilityId, callback] {
-            self->LoadAndTell(systemAbilityId, callback);
-        },
+    const bool posted = pool_.AddAsynTask([self = sptr<SystemAbilities>(this), systemAbilityId,
+                                              callback] { self->LoadAndTell(systemAbilityId, callback); },
         POOL_PARAM);
     return posted ? 0 : NO_THREAD;
 }

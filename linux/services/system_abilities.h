@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/thread_pool.h"
 #include "linux/services/bus_service.h"
+#include "linux/services/device_bus.h"
 #include "linux/services/service_keeper.h"
 #include "linux/services/system_ability_table.h"
 #include "platform/system_ability/system_ability_manager.h"
@@ -22,8 +24,8 @@ public:
     // What this manager's LoadSystemAbility answers besides 0.
     enum LoadResult : int32_t { UNKNOWN_ABILITY = 1, NO_CALLBACK = 2, NO_THREAD = 3 };
 
-    // The process's manager; never null.
-    static sptr<SystemAbilities> GetInstance();
+    // Both outlive the use of it.
+    SystemAbilities(ThreadPool& pool, DeviceBus& bus);
 
     // Before the bus is started. Throws std::runtime_error with one line.
     void LoadTable(const std::filesystem::path& file);
@@ -50,7 +52,9 @@ private:
     sptr<IRemoteObject> Start(int32_t systemAbilityId, const SystemAbilityEntry& entry);
     void LoadAndTell(int32_t systemAbilityId, const sptr<ISystemAbilityLoadCallback>& callback);
 
-    const std::shared_ptr<ServiceKeeper> keeper_ = std::make_shared<ServiceKeeper>();
+    ThreadPool& pool_;
+    DeviceBus& bus_;
+    const std::shared_ptr<ServiceKeeper> keeper_;
     mutable std::mutex mutex_;
     SystemAbilityTable table_;                      // guarded by mutex_
     std::map<int32_t, sptr<IRemoteObject>> local_;  // guarded by mutex_

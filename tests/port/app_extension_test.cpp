@@ -65,26 +65,24 @@ void Thaw(const std::string& pid) {
     EXPECT_EQ(kill(std::stoi(pid), SIGCONT), 0);
 }
 
-class AppExtension : public PortTest {
+class AppExtension : public DeviceTest {
 protected:
     AppExtension() {
         Install("test.app", R"("name": "Provider", "exec": [")" TEST_PROVIDER R"(", "app"])");
         Install("slow.app",
             R"("name": "Never", "exec": ["/bin/sh", "-c", "until [ -e ')" + Gate().native() +
                 R"(' ]; do sleep 0.1; done; exit 1"])");
-        AbilityManager::GetInstance().SetAnswerTime(ANSWER_TIME);
-        BundleManager::GetInstance()->LoadDirectory(directory / "apps");
-        DeviceBus::GetInstance().Start(
-            {directory / "run", BundleManager::GetInstance()->GetCatalogue()->GetServices(), {}});
+        device.apps.SetAnswerTime(ANSWER_TIME);
+        device.bundles->LoadDirectory(directory / "apps");
+        device.bus.Start({directory / "run", device.bundles->GetCatalogue()->GetServices(), {}});
     }
-    ~AppExtension() override { DeviceBus::GetInstance().Stop(); }
 
     fs::path Gate() const { return directory / "gate"; }
-    static int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider",
+    int32_t Connect(const sptr<Connection>& connection, const std::string& extension = "Provider",
         const std::string& bundle = "test.app") {
         Want want;
         want.SetElementName(bundle, extension);
-        return AbilityManager::GetInstance().ConnectAbility(want, connection, CURRENT_USER);
+        return device.apps.ConnectAbility(want, connection, CURRENT_USER);
     }
     static int32_t Send(
         const sptr<IRemoteObject>& remote, const std::string& name, MessageParcel& reply, int waitSeconds = 8) {
@@ -128,11 +126,11 @@ TEST_F(AppExtension, RunsUntilItsLastConnectionHasGoneAndIsStartedAnewForTheNext
     const auto death = MakeSptr<Death>();
     EXPECT_TRUE(second->AwaitRemote()->AddDeathRecipient(death));
 
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(first), 0);
+    EXPECT_EQ(device.apps.DisconnectAbility(first), 0);
     EXPECT_TRUE(first->AwaitDisconnect());
     EXPECT_EQ(Ask(second->AwaitRemote(), "app.pid"), pid);
 
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(second), 0);
+    EXPECT_EQ(device.apps.DisconnectAbility(second), 0);
     EXPECT_TRUE(second->AwaitDisconnect());
     EXPECT_TRUE(Eventually([&] { return death->hasCome.load(); }));
     EXPECT_FALSE(second->AwaitRemote()->AddDeathRecipient(death));
@@ -161,9 +159,9 @@ TEST_F(AppExtension, ThatIsKilledIsReportedAsGoneAndCanBeConnectedToAgainAtOnce)
     EXPECT_EQ(Ask(killed, "app.pid"), "");
     EXPECT_NE(Ask(next, "app.pid"), pid);
     connection->onDisconnect = nullptr;
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
+    EXPECT_EQ(device.apps.DisconnectAbility(connection), 0);
     EXPECT_TRUE(connection->AwaitDisconnect(2));
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), AbilityManager::NOT_CONNECTED);
+    EXPECT_EQ(device.apps.DisconnectAbility(connection), AbilityManager::NOT_CONNECTED);
 }
 
 TEST_F(AppExtension, ThatHangsIsAskedSeldomAndKilledAndThatIsSlowOnceIsNot) {
@@ -187,7 +185,7 @@ TEST_F(AppExtension, ThatHangsIsAskedSeldomAndKilledAndThatIsSlowOnceIsNot) {
     const std::string next = Await(connection->AwaitRemote(2), "app.pid");
     EXPECT_NE(next, "");
     EXPECT_NE(next, pid);
-    EXPECT_EQ(AbilityManager::GetInstance().DisconnectAbility(connection), 0);
+    EXPECT_EQ(device.apps.DisconnectAbility(connection), 0);
     EXPECT_TRUE(connection->AwaitDisconnect(2));
 }
 
@@ -227,7 +225,7 @@ TEST_F(AppExtension, ThatListensAndIsFrozenKeepsNobodyWaitingTwiceAndIsDroppedUn
         return true;
     };
     EventLoop loop("test");
-    BusClient client(loop, DeviceBus::GetInstance().GetAddress(), post, [] {});
+    BusClient client(loop, device.bus.GetAddress(), post, [] {});
     std::string error;
     const std::string process = client.StartService(PROVIDER_NAME, error);
     const auto listen = [&] {

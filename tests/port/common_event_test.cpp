@@ -48,8 +48,8 @@ std::shared_ptr<Recorder> NewRecorder(
 class CommonEvent : public BusTest {
 protected:
     CommonEvent() {
-        address = DeviceBus::GetInstance().GetAddress();
-        events.Start(DeviceBus::GetInstance().GetClient());
+        address = device.bus.GetAddress();
+        events.Start(device.bus.GetClient());
         stranger = BusConnection::Make(loop, OpenBus(address));
     }
     ~CommonEvent() override { events.Stop(); }
@@ -68,7 +68,7 @@ protected:
         EXPECT_TRUE(stranger->Send(PATH, INTERFACE, PUBLISHED, write, error)) << error;
     }
 
-    CommonEvents& events = CommonEvents::GetInstance();
+    CommonEvents& events = device.events;
     std::string address;
     EventLoop loop{"test"};
     std::shared_ptr<BusConnection> stranger;
@@ -154,7 +154,7 @@ TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
     std::latch gate(1);
     std::weak_ptr<Recorder> recorder = Subscribe({"ready"});
     recorder.lock()->gate = &gate;
-    EXPECT_THROW(events.Start(DeviceBus::GetInstance().GetClient()), std::runtime_error);
+    EXPECT_THROW(events.Start(device.bus.GetClient()), std::runtime_error);
     EXPECT_FALSE(events.Subscribe(nullptr));
     std::atomic<int> told = 0;
     auto held = std::make_shared<int>();
@@ -169,7 +169,7 @@ TEST_F(CommonEvent, NeedsAStartAndIsOverWithTheStop) {
     EXPECT_EQ(told, 1);  // the other came too late
     EXPECT_FALSE(CommonEventManager::SubscribeCommonEvent(NewRecorder({"ready"})));
     EXPECT_FALSE(events.Publish("ready", SYSTEM_SERVICE));
-    events.Start(DeviceBus::GetInstance().GetClient());
+    events.Start(device.bus.GetClient());
     const auto late = Subscribe({"ready"});
     events.Publish("ready", SYSTEM_SERVICE);
     EXPECT_TRUE(late->events.Reaches(1));

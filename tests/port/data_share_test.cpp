@@ -99,13 +99,11 @@ public:
 class SharedData : public BusTest {
 protected:
     SharedData() {
-        SystemAbilities::GetInstance()->AddLocalAbility(
-            DataShareService::SYSTEM_ABILITY_ID, DataShareService::GetInstance()->AsObject());
-        DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK});
-        setenv("DBUS_STARTER_ADDRESS", DeviceBus::GetInstance().GetAddress().c_str(), 1);
+        device.abilities->AddLocalAbility(DataShareService::SYSTEM_ABILITY_ID, device.dataShare->AsObject());
+        device.dataShare->Start(directory / "datashare.db", {DESK});
+        setenv("DBUS_STARTER_ADDRESS", device.bus.GetAddress().c_str(), 1);
         helper = Helper(DESK);
     }
-    ~SharedData() override { DataShareService::GetInstance()->Stop(); }
 
     static std::shared_ptr<DataShareHelper> Helper(const std::string& uri) {
         return DataShareUtils::GetDataShareHelper(uri, DataShareService::SYSTEM_ABILITY_ID);
@@ -272,7 +270,7 @@ TEST_F(SharedData, ServesWhatAppsDeclareWithAllBelowAndTheSettingsAlone) {
         EXPECT_EQ(Helper(other), nullptr) << other;
     }
     EXPECT_EQ(Insert({{"KEYWORD", "a"}}, SETTINGS), SHARE_NOT_PROVIDED);
-    const auto token = DataShareService::GetInstance()->AsObject();
+    const auto token = device.dataShare->AsObject();
     EXPECT_NE(DataShareHelper::Creator(token, "datashare:///org.nobody", NOTES, 2), nullptr);
     EXPECT_EQ(DataShareHelper::Creator(nullptr, NOTES, "", 2), nullptr);
 }
@@ -414,7 +412,8 @@ TEST(ShareObservers, ThatAreTooFarBehindLoseWhatIsMoreThanMayWaitAndHearTheRest)
     const auto blocked = std::make_shared<BlockingListener>();
     const auto free = std::make_shared<BlockingListener>();
     free->gate.count_down();
-    ShareObservers observers;
+    ThreadPool pool;
+    ShareObservers observers(pool);
     observers.AddForNotices(&observers, *ParseShareName(NOTES), false, blocked);
     observers.AddForNotices(&observers, *ParseShareName(NOTES), false, free);
     const auto tell = [&](size_t size) {
@@ -443,7 +442,7 @@ TEST(ShareObservers, ThatAreTooFarBehindLoseWhatIsMoreThanMayWaitAndHearTheRest)
 
 TEST_F(SharedData, PassesOverWhatIsNoNotice) {
     const auto listener = Listen(NOTES);
-    const BusHandle stranger = OpenBus(DeviceBus::GetInstance().GetAddress());
+    const BusHandle stranger = OpenBus(device.bus.GetAddress());
     const auto send = [&](const char* member, const char* types, auto... arguments) {
         EXPECT_GE(sd_bus_emit_signal(
                       stranger.get(), "/com/zyne/DataShare", "com.zyne.DataShare", member, types, arguments...),
@@ -468,7 +467,7 @@ TEST_F(SharedData, PassesOverWhatIsNoNotice) {
 TEST_F(SharedData, FailsCleanlyOnceItIsStoppedAndFindsItsRowsWhenItIsStartedAgain) {
     auto listener = Listen(NOTES);
     Insert({{"KEYWORD", "a"}});
-    DataShareService::GetInstance()->Stop();
+    device.dataShare->Stop();
     EXPECT_EQ(listener.use_count(), 1);
     EXPECT_EQ(Insert({{"KEYWORD", "b"}}), SHARE_NOT_UP);
     EXPECT_EQ(Update({}, {{"VALUE", "b"}}), SHARE_NOT_UP);
@@ -477,14 +476,14 @@ TEST_F(SharedData, FailsCleanlyOnceItIsStoppedAndFindsItsRowsWhenItIsStartedAgai
     Announce(NOTES, "nobody hears it");
     EXPECT_EQ(Helper(NOTES), nullptr);
 
-    DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK});
+    device.dataShare->Start(directory / "datashare.db", {DESK});
     helper = Helper(NOTES);
     ASSERT_NE(helper, nullptr);
     listener = Listen(NOTES);
     EXPECT_EQ(Query(NOTES, {}, {}, 1), (Table{{"a"}}));
-    DeviceBus::GetInstance().Stop();
+    device.bus.Stop();
     EXPECT_EQ(Insert({{"KEYWORD", "b"}}), SHARE_NOT_UP);
-    EXPECT_THROW(DataShareService::GetInstance()->Start(directory / "datashare.db", {DESK}), std::runtime_error);
+    EXPECT_THROW(device.dataShare->Start(directory / "datashare.db", {DESK}), std::runtime_error);
 }
 
 TEST_F(SharedData, ComesBackWithTheBusAndCallsEachObserverOnceForWhatItMayHaveMissed) {
@@ -494,7 +493,7 @@ TEST_F(SharedData, ComesBackWithTheBusAndCallsEachObserverOnceForWhatItMayHaveMi
     EXPECT_EQ(helper->RegisterObserver(Uri(NOTES), rows), 0);
     EXPECT_EQ(helper->RegisterObserver(Uri(DESK), endedRows), 0);
     for (int i = 1; i <= 2; ++i) {
-        DeviceBus::GetInstance().Stop();
+        device.bus.Stop();
         EXPECT_EQ(Insert({{"KEYWORD", "a"}}), SHARE_NOT_UP);
         EXPECT_EQ(helper->UnregisterObserver(Uri(DESK), endedRows), i == 1 ? SHARE_OK : SHARE_NOT_UP);
         StartBus();

@@ -69,7 +69,7 @@ public:
     std::vector<std::string> published;
 };
 
-class DeviceProfileTest : public PortTest {
+class DeviceProfileTest : public DeviceTest {
 protected:
     DeviceProfileTest() { profiles.Open(directory / "profiles.db", SELF); }
     ~DeviceProfileTest() override {
@@ -77,29 +77,29 @@ protected:
         profiles.Close();
     }
 
-    int32_t Put(const std::string& key, const std::string& value, const std::string& device = "LOCAL") {
-        return profiles.PutCharacteristicProfile(Profile(device, key, value));
+    int32_t Put(const std::string& key, const std::string& value, const std::string& owner = "LOCAL") {
+        return profiles.PutCharacteristicProfile(Profile(owner, key, value));
     }
-    std::string Get(const std::string& device, const std::string& key) {
+    std::string Get(const std::string& owner, const std::string& key) {
         CharacteristicProfile profile;
-        return profiles.GetCharacteristicProfile(device, "music", key, profile) == PROFILE_OK
+        return profiles.GetCharacteristicProfile(owner, "music", key, profile) == PROFILE_OK
             ? profile.GetCharacteristicValue()
             : "none";
     }
-    void Subscribe(const std::string& device, const std::string& key) {
-        EXPECT_EQ(profiles.SubscribeDeviceProfile(SubscriptionOf(device, "music", key, Telling(told))), PROFILE_OK);
+    void Subscribe(const std::string& owner, const std::string& key) {
+        EXPECT_EQ(profiles.SubscribeDeviceProfile(SubscriptionOf(owner, "music", key, Telling(told))), PROFILE_OK);
     }
     // With a listener that is blocked in its first call until `release`.
-    SubscribeInfo Blocking(const std::string& device, const std::string& key) {
+    SubscribeInfo Blocking(const std::string& owner, const std::string& key) {
         return SubscriptionOf(
-            device, "music", key, [this](ProfileChangeType change, const CharacteristicProfile& profile) {
+            owner, "music", key, [this](ProfileChangeType change, const CharacteristicProfile& profile) {
                 blocked.release();
                 release.wait();
                 slow.Add(Describe(change, profile));
             });
     }
 
-    ProfileService profiles;
+    ProfileService& profiles = device.profiles;
     Told<std::string> told;
     Told<std::string> slow;  // after `release`
     std::counting_semaphore<> blocked{0};

@@ -101,10 +101,8 @@ private:
     Sum sum_;  // guarded by mutex_
 };
 
-class Input : public PortTest {
+class Input : public DeviceTest {
 protected:
-    ~Input() override { InputService::Get().Stop(); }
-
     // Monitors hold what they use: a call may be under way when the test ends.
     int32_t WatchKeys(const std::shared_ptr<Watcher>& watcher) {
         return manager.AddMonitor([watcher](std::shared_ptr<KeyEvent> event) { watcher->TakeKey(*event); });
@@ -125,7 +123,7 @@ protected:
 
 class InputOfServer : public Input {
 protected:
-    InputOfServer() { InputService::Get().Start({server.Display(), false}); }
+    InputOfServer() { device.input.Start({server.Display(), false}); }
 
     // The pointer is in its middle.
     // Of a number that no other test's server takes while this one is down.
@@ -136,13 +134,13 @@ protected:
 class InputOfScript : public Input {
 protected:
     InputOfScript() {
-        InputService::Get().Start({"", true});
+        device.input.Start({"", true});
         script.Configure({{"left", 0, 0, 100, 50}, {"right", 100, 0, 60, 50, true}});
         script.MoveTo(50, 25);
     }
     ~InputOfScript() override { script.Configure({}); }
 
-    ScriptedInput& script = ScriptedInput::Get();
+    ScriptedInput& script = device.scriptedInput;
 };
 
 TEST_F(InputOfServer, LosesNothingOfABurst) {
@@ -281,7 +279,7 @@ TEST_F(InputOfServer, GivesADisplayAnotherIdForAnotherSizeAndTheSameForTheSame) 
 TEST_F(InputOfServer, OutlivesTheServerAndFindsTheNextOne) {
     const auto watcher = WatchAll();
     const std::string display = server.Display();
-    auto& script = ScriptedInput::Get();
+    auto& script = device.scriptedInput;
     script.Configure({{"scripted", 0, 0, 100, 50}});
     EXPECT_FALSE(script.Move(1, 1));
     server.Server().Signal(SIGKILL);
@@ -307,7 +305,7 @@ TEST_F(InputOfServer, StopsWhenTheServerDoesNotAnswer) {
     }
     hand.Settle();
     server.Server().Signal(SIGSTOP);  // most likely between the port's next question and its answer
-    InputService::Get().Stop();
+    device.input.Stop();
     EXPECT_LT(WatchKeys(std::make_shared<Watcher>()), 0);
     EXPECT_EQ(displays.GetDefaultDisplay(), nullptr);
     server.Server().Signal(SIGCONT);
@@ -324,13 +322,13 @@ TEST_F(Input, StopsWhenTheServerIsSilentFromTheStart) {
         address.sin_port = htons(static_cast<uint16_t>(6000 + ++number));
     } while (bind(silent.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0);
     ASSERT_EQ(listen(silent.Get(), 5), 0);
-    InputService::Get().Start({"127.0.0.1:" + std::to_string(number), false});
+    device.input.Start({"127.0.0.1:" + std::to_string(number), false});
     WatchKeys(std::make_shared<Watcher>());
     pollfd caller{silent.Get(), POLLIN, 0};
     EXPECT_EQ(poll(&caller, 1, 30000), 1);
     WatchKeys(std::make_shared<Watcher>());
-    EXPECT_FALSE(InputService::Get().Displays().HasServer());
-    InputService::Get().Stop();  // comes back though the server says nothing yet
+    EXPECT_FALSE(device.input.Displays().HasServer());
+    device.input.Stop();  // comes back though the server says nothing yet
 }
 
 TEST_F(InputOfServer, KeepsTheServerOnlyWhileSomebodyWatches) {
@@ -339,9 +337,9 @@ TEST_F(InputOfServer, KeepsTheServerOnlyWhileSomebodyWatches) {
     EXPECT_NE(keys, pointer);
     manager.RemoveMonitor(keys);
     manager.RemoveMonitor(keys);
-    EXPECT_TRUE(InputService::Get().Displays().HasServer());
+    EXPECT_TRUE(device.input.Displays().HasServer());
     manager.RemoveMonitor(pointer);
-    EXPECT_TRUE(Eventually([&] { return !InputService::Get().Displays().HasServer(); }));
+    EXPECT_TRUE(Eventually([&] { return !device.input.Displays().HasServer(); }));
     EXPECT_NE(displays.GetDefaultDisplay(), nullptr);
 }
 

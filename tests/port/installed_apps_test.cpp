@@ -11,7 +11,7 @@ using ::testing::ThrowsMessage;
 constexpr char ACTION[] = "an.action";
 constexpr int32_t OTHER_USER = 101;
 
-class InstalledApps : public PortTest {
+class InstalledApps : public DeviceTest {
 protected:
     void Write(const fs::path& file, const std::string& text) const { PortTest::Write(directory / file, text); }
     void Install(const std::string& name, const std::string& more = "", const std::string& resource = "$profile:info") {
@@ -21,13 +21,11 @@ protected:
                 ACTION + R"("], "metadata": [{"name": "config", "resource": ")" + resource + "\"}]}]}");
     }
     std::vector<ExtensionAbilityInfo> Query(int32_t userId = DEVICE_USER) const {
-        BundleManager::GetInstance()->LoadDirectory(directory);
+        device.bundles->LoadDirectory(directory);
         std::vector<ExtensionAbilityInfo> infos;
         Want want;
         want.SetAction(ACTION);
-        EXPECT_EQ(BundleManager::GetInstance()->QueryExtensionAbilityInfosV9(
-                      want, IBundleMgr::GET_WITH_METADATA, userId, infos),
-            0);
+        EXPECT_EQ(device.bundles->QueryExtensionAbilityInfosV9(want, IBundleMgr::GET_WITH_METADATA, userId, infos), 0);
         return infos;
     }
     void ExpectRefused(const std::string& app, const std::string& reason) const {
@@ -50,9 +48,9 @@ TEST_F(InstalledApps, AreFoundByActionInTheOrderOfNamesForTheirUserWhileEnabled)
     EXPECT_THAT(QueriedBundles(), ElementsAre("a.app", "c.app"));
     EXPECT_THAT(QueriedBundles(OTHER_USER), ElementsAre("d.other"));
     ApplicationInfo info;
-    EXPECT_EQ(BundleManager::GetInstance()->GetApplicationInfo("b.disabled", 0, DEVICE_USER, info), 0);
+    EXPECT_EQ(device.bundles->GetApplicationInfo("b.disabled", 0, DEVICE_USER, info), 0);
     EXPECT_FALSE(info.enabled);
-    EXPECT_NE(BundleManager::GetInstance()->GetApplicationInfo("no.such", 0, DEVICE_USER, info), 0);
+    EXPECT_NE(device.bundles->GetApplicationInfo("no.such", 0, DEVICE_USER, info), 0);
 }
 
 TEST_F(InstalledApps, DoNotSufferFromMalformedOnes) {

@@ -21,10 +21,11 @@ protected:
     // Prints 500 lines for a peer and one for the device, and ends the process.
     [[noreturn]] void PrintAndEnd() const {
         constexpr LogDomain DOMAIN{1, "Test"};
+        DeviceNotes notes;
         LogOptions options;
         options.file = directory / "device.log";
         options.target = LogTarget::NONE;
-        LinuxLog::Get().Open(options);
+        LinuxLog::Get().Open(options, notes);
         {
             const LogShareScope scope(std::make_shared<LogShare>("desk"));
             for (int i = 0; i < 500; ++i) {
@@ -80,7 +81,8 @@ TEST_F(Log, GivesAPeerNewLinesWhenItsMinuteIsOverAndReportsEachSuppressionOnce) 
     options.file = disk / "device.log";
     options.target = LogTarget::NONE;
     LinuxLog& log = LinuxLog::Get();
-    log.Open(options);
+    DeviceNotes notes;
+    log.Open(options, notes);
     const auto print = [&](const std::string& text, int times) {
         for (int i = 0; i < times; ++i) {
             LogPrint(LogType::CORE, LogLevel::INFO, DOMAIN, "%{public}s", text);
@@ -96,9 +98,9 @@ TEST_F(Log, GivesAPeerNewLinesWhenItsMinuteIsOverAndReportsEachSuppressionOnce) 
     while (std::ofstream(disk / "filler", std::ios::app) << std::string(4096, 'f') << std::flush) {
     }
     print(std::string(900, 'x'), 10);
-    const auto isNoted = [] {
-        const std::vector<DeviceNotes::Note> notes = DeviceNotes::Get().All();
-        return std::any_of(notes.begin(), notes.end(), [](const auto& note) { return note.kind == "log"; });
+    const auto isNoted = [&] {
+        const std::vector<DeviceNotes::Note> all = notes.All();
+        return std::any_of(all.begin(), all.end(), [](const auto& note) { return note.kind == "log"; });
     };
     const bool wasNoted = isNoted();
     fs::remove(disk / "filler");

@@ -200,7 +200,7 @@ TEST_F(Meeting, ListenersTakeBothFamiliesOnTheirInterfacesAloneAndGiveWayWhenThe
 // The device's bus stands for the system's.
 class WakeUp : public BusTest {
 protected:
-    WakeUp() { setenv("DBUS_SYSTEM_BUS_ADDRESS", DeviceBus::GetInstance().GetAddress().c_str(), 1); }
+    WakeUp() { setenv("DBUS_SYSTEM_BUS_ADDRESS", device.bus.GetAddress().c_str(), 1); }
     ~WakeUp() override { unsetenv("DBUS_SYSTEM_BUS_ADDRESS"); }
 };
 
@@ -228,7 +228,7 @@ TEST_F(WakeUp, IsHeardFromLogindOnceAndTheEndOfTheBusIsBorne) {
         }
         return sd_bus_flush(raw) >= 0 && signals > 0 && wakes > 0;
     }));
-    DeviceBus::GetInstance().Stop();
+    device.bus.Stop();
     EXPECT_TRUE(loop.Run([&] {
         signalWatch.reset();
         wakeWatch.reset();

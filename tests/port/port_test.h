@@ -1,4 +1,5 @@
-// What tests of the Linux side share: a directory that goes with the test, a bus in it, and a record of what was told.
+// What tests of the Linux side share: a device and a directory that go with the test, a bus in it, and a record of what
+// was told.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -12,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "linux/services/device_bus.h"
+#include "linux/linux_device.h"
 #include "tests/scenario/process.h"
 
 namespace ZYNE::Linux {
@@ -40,13 +41,19 @@ protected:
     fs::path directory;
 };
 
+// Has a device too, of which nothing runs.
+class DeviceTest : public PortTest {
+protected:
+    ~DeviceTest() override { device.Stop(); }
+
+    LinuxDevice device;
+};
+
 // Has a bus without apps too.
-class BusTest : public PortTest {
+class BusTest : public DeviceTest {
 protected:
     BusTest() { StartBus(); }
-    ~BusTest() override { DeviceBus::GetInstance().Stop(); }
-
-    void StartBus() const { DeviceBus::GetInstance().Start({directory / "run", {}, {}}); }
+    void StartBus() { device.bus.Start({directory / "run", {}, {}}); }
 };
 
 // What was told, in order. Any thread.

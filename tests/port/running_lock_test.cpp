@@ -116,7 +116,7 @@ class RunningLocks : public BusTest {
 protected:
     RunningLocks() {
         address = BusAddress(directory / "run");  // whichever bus is there, unlike with the present one's guid
-        manager = std::make_shared<PowerManager>(PowerBuses{address, address}, time);
+        manager = std::make_shared<PowerManager>(device.pool, time, PowerBuses{address, address});
         lock = manager->CreateRunningLock("runningLock", RunningLockType::SCREEN);
     }
     ~RunningLocks() override {
@@ -204,7 +204,7 @@ TEST_F(RunningLocks, AreTakenAnewFromTheNextScreenSaverAndRefusedByOneThatHangs)
 }
 
 TEST_F(RunningLocks, SayOnceThatThereIsNoBusAndGoOnWhenItComesBack) {
-    DeviceBus::GetInstance().Stop();
+    device.bus.Stop();
     testing::internal::CaptureStderr();
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(lock->Lock(MINUTE), POWER_NO_INHIBITOR);
@@ -221,7 +221,6 @@ TEST_F(RunningLocks, SayOnceThatThereIsNoBusAndGoOnWhenItComesBack) {
 }
 
 TEST(Interaction, KeepsADampingForEachSideThatIsANumberFromZeroToOne) {
-    EXPECT_EQ(InteractionManager::GetInstance(), &LinuxInteractionManager::Get());
     LinuxInteractionManager manager;
     EXPECT_EQ(manager.GetDamplingCoefficient(3), std::nullopt);
     EXPECT_EQ(manager.SetDamplingCoefficient(3, 0.25), INTERACTION_OK);

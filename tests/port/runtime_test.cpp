@@ -18,7 +18,6 @@
 #include "linux/device/system_root.h"
 #include "linux/log/log_share.h"
 #include "linux/services/restart_pauses.h"
-#include "platform/host/system_partition.h"
 #include "tests/port/port_test.h"
 
 namespace ZYNE::Linux {
@@ -255,19 +254,16 @@ TEST(TimeThatRunsOut, WakesSleepersAndWaitersAndLiesBehindEveryDeadline) {
 
 // A FIFO would be waited for.
 TEST_F(PortTest, TakesForSystemFilesRegularOnesOrThoseNotThereYet) {
-    const auto locate = [](const char* path) {
-        return CollaborationFwk::SystemPartition::Locate(path);
-    };
-    SystemRoot::Set(directory);
+    SystemRoot root;
+    root.Set(directory);
     Write(directory / "file", "text");
     fs::create_symlink("file", directory / "link");
     EXPECT_EQ(mkfifo((directory / "fifo").c_str(), S_IRUSR | S_IWUSR), 0);
     for (const char* path : {"/file", "/link", "/missing"}) {
-        EXPECT_EQ(locate(path), directory.string() + path);
+        EXPECT_EQ(root.Locate(path), directory.string() + path);
     }
-    EXPECT_EQ(locate("/fifo"), "");
-    EXPECT_EQ(locate("/"), "");
-    SystemRoot::Set("");
+    EXPECT_EQ(root.Locate("/fifo"), "");
+    EXPECT_EQ(root.Locate("/"), "");
 }
 
 TEST(LaterTasks, RunWhenTheyAreDueAndNotAfterTheStop) {

@@ -48,7 +48,7 @@ private:
     BusHandle bus_;
 };
 
-TEST_F(PortTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
+TEST_F(DeviceTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
     const std::string address = BusAddress(directory / "run");
     setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
     Told<int> told;
@@ -63,11 +63,11 @@ TEST_F(PortTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
             return told.All() == expected;
         });
     };
-    ScreenState screen(std::chrono::milliseconds(20));
+    ScreenState screen(device.pool, std::chrono::milliseconds(20));
     EventLoop loop("test");
     screen.Start(loop, [&](ScreenStatus status) { told.Add(status); });
 
-    DeviceBus::GetInstance().Start({directory / "run", {}, {}});
+    device.bus.Start({directory / "run", {}, {}});
     saver.emplace(address, "/ScreenSaver", false);
     EXPECT_TRUE(tells(SCREEN_ON));
     saver->SetActive(true);
@@ -81,7 +81,7 @@ TEST_F(PortTest, FollowsADesktopThatComesAndGoesUnlessItIsSetByHand) {
     saver.emplace(address, "/org/freedesktop/ScreenSaver", false);
     EXPECT_TRUE(tells(SCREEN_ON));
     saver.reset();
-    DeviceBus::GetInstance().Stop();
+    device.bus.Stop();
     EXPECT_TRUE(tells(SCREEN_UNKNOWN));
     screen.Stop();
     screen.Set(SCREEN_OFF);
@@ -99,10 +99,10 @@ struct ScreenCallback final : DeviceScreenStatusCallback {
     const std::function<void(const DmDeviceInfo&)> handler;
 };
 
-class PeerScreen : public PortTest {
+class PeerScreen : public DeviceTest {
 protected:
     PeerScreen() {
-        Fabric& fabric = Fabric::GetInstance();
+        Fabric& fabric = device.network;
         fabric.SetDeviceStateHandler([this](int state, const DmDeviceInfo&) { states.Add(state); });
         fabric.SetScreenStatus(SCREEN_ON);
         FabricOptions options;
@@ -118,15 +118,15 @@ protected:
     ~PeerScreen() override {
         manager.UnRegisterDeviceScreenStatusCallback(PACKAGE);
         peer.reset();
-        Fabric::GetInstance().Stop();
+        device.Stop();
     }
 
     // The first time, the peer comes online.
     void Announce(const std::string& name, int32_t screenStatus) {
         peer->SetFacts({name, 0, OS_TYPE, screenStatus});
         if (!peer->HasLink(SELF)) {
-            EXPECT_TRUE(Eventually([] { return Fabric::GetInstance().Status().port != 0; }));
-            peer->Dial(Fabric::GetInstance().Status().port);
+            EXPECT_TRUE(Eventually([this] { return device.network.Status().port != 0; }));
+            peer->Dial(device.network.Status().port);
             EXPECT_TRUE(Eventually([this] { return peer->HasLink(SELF); }));
         }
     }
@@ -159,15 +159,15 @@ protected:
 
 TEST_F(PeerScreen, IsKnownToBothWhileTheyAreOnlineAndItsChangesAreToldAndAreNoDeviceState) {
     Told<std::string> told;
-    Register([&](const DmDeviceInfo& device) { told.Add(device.deviceName + device.extraData); });
+    Register([&](const DmDeviceInfo& desk) { told.Add(desk.deviceName + desk.extraData); });
     EXPECT_EQ(Status(), 100 + FABRIC_PEER_OFFLINE);
     Announce("desk", SCREEN_UNKNOWN);
     EXPECT_TRUE(Becomes(100 + FABRIC_NOT_KNOWN));
     EXPECT_TRUE(states.Reaches(1));
     EXPECT_TRUE(IsTold(SCREEN_ON)) << "as it was set before the start";
-    Fabric::GetInstance().SetScreenStatus(SCREEN_LOCKED);
+    device.network.SetScreenStatus(SCREEN_LOCKED);
     EXPECT_TRUE(IsTold(SCREEN_LOCKED));
-    Fabric::GetInstance().SetScreenStatus(4);
+    device.network.SetScreenStatus(4);
     EXPECT_TRUE(IsTold(SCREEN_UNKNOWN));
     Announce("desk", SCREEN_OFF);
     EXPECT_TRUE(told.Reaches(1));
@@ -194,8 +194,8 @@ TEST_F(PeerScreen, IsReadOnWhileACallbackBlocksWhichIsToldTheLastChangeAfterward
     std::latch release(1);
     Told<std::string> told;
     bool isFirst = true;
-    Register([&](const DmDeviceInfo& device) {
-        told.Add(device.extraData.substr(device.extraData.size() - 2));
+    Register([&](const DmDeviceInfo& desk) {
+        told.Add(desk.extraData.substr(desk.extraData.size() - 2));
         if (std::exchange(isFirst, false)) {
             blocked.count_down();
             release.wait();

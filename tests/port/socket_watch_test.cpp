@@ -10,7 +10,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-TEST_F(PortTest, TakesABusForLostOnceItsSocketOrDirectoryHasVanishedOrIsAnothersAndNotBefore) {
+TEST_F(DeviceTest, TakesABusForLostOnceItsSocketOrDirectoryHasVanishedOrIsAnothersAndNotBefore) {
     const fs::path run = directory / "run";
     const fs::path socket = BusSocket(run);
     const std::function<void()> losses[] = {[&] { fs::remove(socket); }, [&] { fs::remove_all(run); },
@@ -20,17 +20,17 @@ TEST_F(PortTest, TakesABusForLostOnceItsSocketOrDirectoryHasVanishedOrIsAnothers
         }};
     for (const auto& lose : losses) {
         std::atomic<int> lost = 0;
-        DeviceBus::GetInstance().Start({run, {}, [&] {
-                                            ++lost;
-                                        }});
+        device.bus.Start({run, {}, [&] {
+                              ++lost;
+                          }});
         std::atomic<int> seen = 0;
         {
             const SocketWatch unharmed(
-                *DeviceBus::GetInstance().GetLoop(), socket, [&] { ++seen; }, std::chrono::milliseconds(1));
+                *device.bus.GetLoop(), socket, [&] { ++seen; }, std::chrono::milliseconds(1));
         }
         lose();
         EXPECT_TRUE(Eventually([&] { return lost == 1; }));
-        DeviceBus::GetInstance().Stop();
+        device.bus.Stop();
         EXPECT_EQ(lost, 1);
         EXPECT_EQ(seen, 0);
     }

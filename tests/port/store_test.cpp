@@ -20,18 +20,7 @@ using ::testing::IsEmpty;
 const std::string SELF(64, 'a');
 constexpr char NOTES[] = "datashare:///org.example.desk/notes";
 
-// The notes of a kind that are about something below a directory.
-std::vector<std::string> NotesOf(const std::string& kind, const fs::path& directory) {
-    std::vector<std::string> texts;
-    for (const DeviceNotes::Note& note : DeviceNotes::Get().All()) {
-        if (note.kind == kind && note.about.starts_with(directory.string())) {
-            texts.push_back(note.text);
-        }
-    }
-    return texts;
-}
-
-class Store : public PortTest {
+class Store : public DeviceTest {
 protected:
     ~Store() override {
         if (isMounted) {
@@ -51,6 +40,15 @@ protected:
             kept.emplace(known.profile.GetCharacteristicKey(), known.profile.GetCharacteristicValue());
         }
         return kept;
+    }
+    std::vector<std::string> NotesOf(const std::string& kind) const {
+        std::vector<std::string> texts;
+        for (const DeviceNotes::Note& note : device.notes.All()) {
+            if (note.kind == kind) {
+                texts.push_back(note.text);
+            }
+        }
+        return texts;
     }
     std::vector<fs::path> PutAside() const {
         std::vector<fs::path> found;
@@ -84,11 +82,12 @@ protected:
     const fs::path disk = directory / "disk";
     fs::path file = directory / "profiles.db";
     bool isMounted = false;
-    ProfileService profiles;
+    ProfileService& profiles = device.profiles;
+    DeviceNotes& notes = device.notes;
 };
 
 TEST_F(Store, NamesTheFileWhateverIsWrongWithIt) {
-    const DatabaseOptions options{directory / "a.db", Durability::MACHINE, "CREATE TABLE IF NOT EXISTS t (x)"};
+    const DatabaseOptions options{directory / "a.db", Durability::MACHINE, "CREATE TABLE IF NOT EXISTS t (x)", notes};
     Database first(options);
     Database second(options);
     const auto complaint = [&](const std::function<void()>& operation) -> std::string {
@@ -104,7 +103,7 @@ TEST_F(Store, NamesTheFileWhateverIsWrongWithIt) {
     first.Get().exec("BEGIN IMMEDIATE");
     EXPECT_EQ(complaint([&] { second.Get().exec("INSERT INTO t VALUES (1)"); }), name + "database is locked");
     EXPECT_EQ(complaint([&] { second.Get().exec("INSERT INTO none VALUES (1)"); }), name + "no such table: none");
-    EXPECT_THROW(Database({directory / "none/a.db", Durability::MACHINE, ""}), DatabaseError);
+    EXPECT_THROW(Database({directory / "none/a.db", Durability::MACHINE, "", notes}), DatabaseError);
 }
 
 TEST_F(Store, PutsADamagedDatabaseAsideAndBeginsANewOne) {
@@ -114,12 +113,12 @@ TEST_F(Store, PutsADamagedDatabaseAsideAndBeginsANewOne) {
     Damage(file);
     EXPECT_THAT(Kept(), IsEmpty());
     ASSERT_EQ(PutAside().size(), 1u);
-    EXPECT_THAT(NotesOf("damaged", directory), ElementsAre(HasSubstr(PutAside()[0].filename().string())));
+    EXPECT_THAT(NotesOf("damaged"), ElementsAre(HasSubstr(PutAside()[0].filename().string())));
     ASSERT_EQ(Put("song", "new"), 0);
     EXPECT_EQ(Kept(), (std::map<std::string, std::string>{{"song", "new"}}));
 
     Write(directory / "datashare.db", std::string(5000, 'x'));
-    ShareTable shares(directory / "datashare.db", true);
+    ShareTable shares(directory / "datashare.db", notes, true);
     EXPECT_EQ(shares.Insert(NOTES, {{"KEYWORD", "a"}}).result, 1);
     EXPECT_EQ(PutAside().size(), 2u);
     EXPECT_EQ(fs::file_size(directory / "datashare.db") % 4096, 0u);
@@ -153,18 +152,18 @@ TEST_F(Store, IsMadeAnewBeforeAPutIsAcknowledgedWhenItWasDeletedOrReplaced) {
 
 TEST_F(Store, OfSharesIsMadeAnewForEveryProcessThatHasItOpen) {
     const fs::path database = directory / "datashare.db";
-    ShareTable first(database, true);
+    ShareTable first(database, notes, true);
     first.SetProviders({"datashare:///org.example.desk"});
-    ShareTable second(database);
+    ShareTable second(database, notes);
     EXPECT_THAT(second.GetProviders(), ElementsAre("datashare:///org.example.desk"));
     EXPECT_EQ(first.Insert(NOTES, {{"KEYWORD", "a"}}).result, 1);
     fs::remove(database);
     EXPECT_EQ(first.Insert(NOTES, {{"KEYWORD", "b"}}).result, 1);
     EXPECT_EQ(second.Insert(NOTES, {{"KEYWORD", "c"}}).result, 1);
     std::vector<ShareTable::Row> rows;
-    EXPECT_EQ(ShareTable(database, true).Query(NOTES, {}, {}, rows), 0);
+    EXPECT_EQ(ShareTable(database, notes, true).Query(NOTES, {}, {}, rows), 0);
     EXPECT_THAT(rows, ElementsAre(ShareTable::Row{{"KEYWORD", "b"}}, ShareTable::Row{{"KEYWORD", "c"}}));
-    EXPECT_THAT(ShareTable(database).GetProviders(), ElementsAre("datashare:///org.example.desk"));
+    EXPECT_THAT(ShareTable(database, notes).GetProviders(), ElementsAre("datashare:///org.example.desk"));
     EXPECT_THAT(PutAside(), IsEmpty());
 }
 
@@ -187,20 +186,20 @@ TEST_F(Store, OpensOnAFullDiskWhereDeletingWorksAndKeepsItsReserveAgainWhenThere
     for (const char* key : {"a", "b", "c"}) {
         ASSERT_EQ(Put(key, std::string(400'000, 'x')), 0);
     }
-    { ShareTable(disk / "datashare.db", true).SetProviders({"datashare:///org.example.desk"}); }
+    { ShareTable(disk / "datashare.db", notes, true).SetProviders({"datashare:///org.example.desk"}); }
     profiles.Close();
-    EXPECT_THAT(NotesOf("disk", disk), IsEmpty());
+    EXPECT_THAT(NotesOf("disk"), IsEmpty());
     FillDisk();
 
     EXPECT_EQ(Kept().size(), 4u);
-    EXPECT_THAT(NotesOf("disk", disk), ElementsAre("disk full: " + file.string()));
+    EXPECT_THAT(NotesOf("disk"), ElementsAre("disk full: " + file.string()));
     EXPECT_EQ(Put("d", std::string(800'000, 'x')), PROFILE_STORE_FAILED);
     ASSERT_TRUE(fs::exists(file.string() + ".reserve"));  // it is not for what makes no room
     EXPECT_EQ(profiles.Delete("music", "a"), 0);
     FillDisk();
     EXPECT_EQ(profiles.Delete("music", "b"), 0);
     EXPECT_EQ(Kept().size(), 2u);
-    ShareTable shares(disk / "datashare.db", true);
+    ShareTable shares(disk / "datashare.db", notes, true);
     shares.SetProviders({"datashare:///org.example.desk"});
     EXPECT_EQ(shares.Insert(NOTES, {{"KEYWORD", std::string(1000, 'k')}, {"V", std::string(1'000'000, 'v')}}).result,
         SHARE_STORE_FAILED);
@@ -209,7 +208,7 @@ TEST_F(Store, OpensOnAFullDiskWhereDeletingWorksAndKeepsItsReserveAgainWhenThere
     EXPECT_EQ(Put("d", "1"), 0);
     EXPECT_EQ(shares.Insert(NOTES, {{"KEYWORD", "a"}}).result, 1);
     EXPECT_TRUE(fs::exists(file.string() + ".reserve"));
-    EXPECT_THAT(NotesOf("disk", disk), IsEmpty());
+    EXPECT_THAT(NotesOf("disk"), IsEmpty());
 }
 
 }  // namespace

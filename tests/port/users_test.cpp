@@ -10,7 +10,7 @@ namespace {
 using ::testing::Pair;
 using ::testing::ThrowsMessage;
 
-class DeviceUsers : public PortTest {
+class DeviceUsers : public DeviceTest {
 protected:
     DeviceUsers() {
         file = directory / "foreground_user";
@@ -36,7 +36,7 @@ protected:
         EXPECT_THAT([&] { users.Switch(id); }, ThrowsMessage<std::runtime_error>(HasSubstr(reason)));
     }
 
-    Users& users = Users::GetInstance();
+    Users& users = device.users;
     fs::path file;
     std::shared_ptr<int> token = std::make_shared<int>();  // held by whoever may be told of a switch yet
     Told<std::pair<int32_t, int32_t>> switches;

@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "linux/base/guarded_call.h"
-#include "linux/device/listener_registry.h"
 #include "linux/network/presence/fabric_log.h"
 
 namespace ZYNE::Linux {
 
-bool DeliverAnswer(SessionTable& sessions, const std::string& networkId, ControlMessage answer) {
+bool DeliverAnswer(
+    const ListenerRegistry& listeners, SessionTable& sessions, const std::string& networkId, ControlMessage answer) {
     const auto session = sessions.TakeOpened(answer.session, networkId);
     if (!session) {
         FabricPrint(LogLevel::WARN, "an answer of device %{public}s is dropped: it was not asked for, or came before",
@@ -18,16 +18,16 @@ bool DeliverAnswer(SessionTable& sessions, const std::string& networkId, Control
     }
     const auto length = static_cast<uint32_t>(answer.payload.size());
     const auto protocol = std::make_shared<CollaborationFwk::CollaborationFwkProtocol>(std::move(answer.payload));
-    for (const auto& listener : ListenerRegistry::Get().Of(static_cast<int>(answer.type))) {
+    for (const auto& listener : listeners.Of(static_cast<int>(answer.type))) {
         GuardedCall(
             "delivering an answer", [&] { listener->OnDataReceived(session->collaborationId, protocol, length); });
     }
     return true;
 }
 
-void TellChannelShutDown(const std::vector<std::string>& collaborationIds) {
+void TellChannelShutDown(const ListenerRegistry& listeners, const std::vector<std::string>& collaborationIds) {
     for (const std::string& id : collaborationIds) {
-        for (const auto& listener : ListenerRegistry::Get().Of(ListenerRegistry::CONTROL_CHANNEL)) {
+        for (const auto& listener : listeners.Of(ListenerRegistry::CONTROL_CHANNEL)) {
             GuardedCall("telling of a channel's end", [&] { listener->OnCtrlChannelShutDown(id); });
         }
     }

@@ -21,10 +21,10 @@ size_t BytesOf(const ControlMessage& message) {
 
 }  // namespace
 
-ControlChannel::ControlChannel(std::shared_ptr<const PeerTable> peers, std::shared_ptr<PeerShares> shares,
-    std::function<void(const std::string& udid)> onExcess)
-    : peers_(std::move(peers)), shares_(std::move(shares)), onExcess_(std::move(onExcess)),
-      largeOnes_(Mailbox<Large>::Make(ThreadPool::Get(),
+ControlChannel::ControlChannel(const Host& host, std::shared_ptr<const PeerTable> peers,
+    std::shared_ptr<PeerShares> shares, std::function<void(const std::string& udid)> onExcess)
+    : host_(host), peers_(std::move(peers)), shares_(std::move(shares)), onExcess_(std::move(onExcess)),
+      largeOnes_(Mailbox<Large>::Make(host.pool,
           [](Large& large) {
               const LogShareScope scope(large.channel->shares_->LogOf(large.link->Udid()));
               large.channel->Handle(large.link, std::move(large.message));
@@ -109,7 +109,7 @@ void ControlChannel::Handle(const LinkPtr& link, ControlMessage message) {
         TakeRequest(link, std::move(message));
         break;
     case ControlKind::ANSWER:
-        if (!DeliverAnswer(sessions_, link->NetworkId(), std::move(message))) {
+        if (!DeliverAnswer(host_.listeners, sessions_, link->NetworkId(), std::move(message))) {
             onExcess_(link->Udid());
         }
         break;
@@ -146,7 +146,7 @@ void ControlChannel::TakeRequest(const LinkPtr& link, ControlMessage request) {
 // As many as end at once are followed by the next.
 void ControlChannel::Serve(const std::string& networkId, ControlMessage request) {
     std::optional<ControlMessage> next(std::move(request));
-    while (next && !DispatchRequest(sessions_, networkId, *next)) {
+    while (next && !DispatchRequest(host_.plugins, sessions_, networkId, *next)) {
         next = gate_.Leave(networkId);
     }
 }

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "linux/base/mailbox.h"
+#include "linux/device/listener_registry.h"
+#include "linux/device/plugin_registry.h"
 #include "linux/network/control/control_message.h"
 #include "linux/network/control/request_gate.h"
 #include "linux/network/control/session_table.h"
@@ -24,8 +26,15 @@ namespace ZYNE::Linux {
 // other, so that what parsing them takes is taken once.
 class ControlChannel : public std::enable_shared_from_this<ControlChannel> {
 public:
+    // What the channel hands messages to, and the pool on which it does so; all of it outlives the channel.
+    struct Host {
+        ThreadPool& pool;
+        const PluginRegistry& plugins;
+        const ListenerRegistry& listeners;
+    };
+
     // `onExcess` gets the udid of a peer for each message by which it is over its share.
-    ControlChannel(std::shared_ptr<const PeerTable> peers, std::shared_ptr<PeerShares> shares,
+    ControlChannel(const Host& host, std::shared_ptr<const PeerTable> peers, std::shared_ptr<PeerShares> shares,
         std::function<void(const std::string& udid)> onExcess);
 
     // Opens a session with the device `networkId` and sends a request on it. `session` is its number when that succeeds.
@@ -55,6 +64,7 @@ private:
     void Serve(const std::string& networkId, ControlMessage request);
     void ServeNext(const std::string& networkId);
 
+    const Host host_;
     const std::shared_ptr<const PeerTable> peers_;
     const std::shared_ptr<PeerShares> shares_;
     const std::function<void(const std::string& udid)> onExcess_;

@@ -1,7 +1,6 @@
 #include "linux/network/control/request_dispatch.h"
 
 #include "linux/base/guarded_call.h"
-#include "linux/device/plugin_registry.h"
 #include "linux/network/presence/fabric_log.h"
 
 namespace ZYNE::Linux {
@@ -32,9 +31,9 @@ bool Run(Command& command, int32_t session, const std::string& networkId) {
     return isStarted;
 }
 
-SessionTable::Commands MakeCommands(const std::string& text) {
+SessionTable::Commands MakeCommands(const PluginRegistry& plugins, const std::string& text) {
     SessionTable::Commands commands;
-    CollaborationFwk::AbilityPlugin* const plugin = PluginRegistry::Get().Find(PluginType::INFO_COLLECTION);
+    CollaborationFwk::AbilityPlugin* const plugin = plugins.Find(PluginType::INFO_COLLECTION);
     if (plugin == nullptr) {
         FabricPrint(LogLevel::WARN, "a request is dropped: no plug-in takes it");
         return commands;
@@ -46,8 +45,9 @@ SessionTable::Commands MakeCommands(const std::string& text) {
 
 }  // namespace
 
-bool DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request) {
-    const auto commands = MakeCommands(request.service.commandProp);
+bool DispatchRequest(const PluginRegistry& plugins, SessionTable& sessions, const std::string& networkId,
+    const ControlMessage& request) {
+    const auto commands = MakeCommands(plugins, request.service.commandProp);
     if (commands.empty()) {
         return false;
     }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "linux/device/plugin_registry.h"
 #include "linux/network/control/control_message.h"
 #include "linux/network/control/session_table.h"
 
@@ -11,6 +12,7 @@ namespace ZYNE::Linux {
 
 // Makes commands of a request of the device `networkId` and runs them, on a session on which their answer finds its way
 // back. False when that is over already: nothing of it was started. Any thread.
-bool DispatchRequest(SessionTable& sessions, const std::string& networkId, const ControlMessage& request);
+bool DispatchRequest(
+    const PluginRegistry& plugins, SessionTable& sessions, const std::string& networkId, const ControlMessage& request);
 
 }  // namespace ZYNE::Linux

@@ -19,18 +19,13 @@ bool Replace(std::deque<DmDeviceInfo>& waiting, DmDeviceInfo& next) {
 
 }  // namespace
 
-ScreenCallbacks& ScreenCallbacks::Get() {
-    static auto& callbacks = *new ScreenCallbacks();
-    return callbacks;
-}
-
 FabricCode ScreenCallbacks::Put(
     const std::string& pkgName, const std::shared_ptr<DeviceScreenStatusCallback>& callback) {
     if (!callback) {
         return FABRIC_INVALID_ARGUMENT;
     }
-    std::shared_ptr<Changes> changes = Changes::Make(ThreadPool::Get(),
-        [callback](const DmDeviceInfo& device) { callback->OnDeviceScreenStatus(device); }, {.join = &Replace});
+    std::shared_ptr<Changes> changes = Changes::Make(
+        pool_, [callback](const DmDeviceInfo& device) { callback->OnDeviceScreenStatus(device); }, {.join = &Replace});
     const std::scoped_lock lock(mutex_);
     std::swap(callbacks_[pkgName], changes);
     if (changes) {

@@ -16,8 +16,7 @@ namespace ZYNE::Linux {
 // the other, with no lock held; one that blocks holds up no other.
 class ScreenCallbacks {
 public:
-    // The process's callbacks; never destroyed.
-    static ScreenCallbacks& Get();
+    explicit ScreenCallbacks(ThreadPool& pool) : pool_(pool) {}
 
     // One a package: a second one takes the place of the first.
     FabricCode Put(const std::string& pkgName, const std::shared_ptr<DeviceScreenStatusCallback>& callback);
@@ -30,6 +29,7 @@ public:
 private:
     using Changes = Mailbox<DmDeviceInfo>;
 
+    ThreadPool& pool_;
     std::mutex mutex_;
     std::map<std::string, std::shared_ptr<Changes>> callbacks_;  // guarded by mutex_; by package
 };

@@ -1,0 +1,31 @@
+// The shared data that this process has open, of one device or of several.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "linux/datashare/device_shares.h"
+
+namespace ZYNE::Linux {
+
+// Any thread.
+class OpenShares {
+public:
+    explicit OpenShares(ShareHost host) : host_(std::move(host)) {}
+
+    // The one for `place`. Throws std::exception with one line when the database or the bus cannot be reached.
+    std::shared_ptr<DeviceShares> Open(const SharePlace& place);
+
+    // Ends the use of `place`. Not in a handler of a connection.
+    void Close(const SharePlace& place);
+
+private:
+    const ShareHost host_;
+    std::mutex mutex_;  // held while one is opened
+    // They stay when they are closed, so that the last reference is never let go of on a thread that it would have to
+    // wait for; a process uses one device, rarely more. Guarded by mutex_.
+    std::vector<std::shared_ptr<DeviceShares>> shares_;
+};
+
+}  // namespace ZYNE::Linux

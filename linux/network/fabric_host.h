@@ -1,0 +1,21 @@
+// What the network works with on its device.
+#pragma once
+
+#include "linux/base/thread_pool.h"
+#include "linux/device/listener_registry.h"
+#include "linux/device/plugin_registry.h"
+#include "linux/network/presence/screen_callbacks.h"
+#include "linux/profile/profile_service.h"
+
+namespace ZYNE::Linux {
+
+// All of it outlives the network.
+struct FabricHost {
+    ThreadPool& pool;
+    ProfileService& profiles;
+    ScreenCallbacks& screens;
+    PluginRegistry& plugins;
+    ListenerRegistry& listeners;
+};
+
+}  // namespace ZYNE::Linux
