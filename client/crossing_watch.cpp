@@ -24,8 +24,8 @@ constexpr int32_t REFUSED = -1;
 // The object that the device sends the events to, and the thread that serves it.
 class CrossingWatch::Server {
 public:
-    Server(const std::string& busAddress, EventTeller& teller)
-        : teller_(teller), ended_(eventfd(0, EFD_CLOEXEC)), bus_(busAddress) {
+    Server(const std::string& busAddress, Linux::Mailbox<CrossingEvent>& mailbox)
+        : mailbox_(mailbox), ended_(eventfd(0, EFD_CLOEXEC)), bus_(busAddress) {
         if (!ended_) {
             throw std::system_error(errno, std::generic_category(), "the end of the device cannot be waited for");
         }
@@ -51,10 +51,10 @@ private:
     // The device sends the next event when it has the answer to this one, which keeps their order.
     int32_t Take(uint32_t code, MessageParcel& data) {
         std::optional<CrossingEvent> event = ReadCrossingEvent(code, data);
-        return event && teller_.Add(std::move(*event)) ? 0 : REFUSED;
+        return event && mailbox_.Post(std::move(*event)) ? 0 : REFUSED;
     }
 
-    EventTeller& teller_;
+    Linux::Mailbox<CrossingEvent>& mailbox_;
     const Linux::UniqueFd ended_;
     Linux::BusServer bus_;
     std::thread thread_;
@@ -62,21 +62,26 @@ private:
 
 CrossingWatch::CrossingWatch(
     Device& device, std::vector<std::string> events, std::function<void(const CrossingEvent&)> told)
-    : device_(device), events_(std::move(events)), teller_(std::move(told)) {
+    : device_(device), events_(std::move(events)), mailbox_(Linux::Mailbox<CrossingEvent>::Make(pool_,
+                                                       [this, told = std::move(told)](const CrossingEvent& event) {
+                                                           { const std::scoped_lock registered(registering_); }
+                                                           told(event);
+                                                       },
+                                                       {MOST_WAITING})) {
+    const std::scoped_lock registering(registering_);  // `told` may use the device
     const DeviceEntry& entry = device_.Entry();
     try {
-        server_ = std::make_unique<Server>(entry.busAddress, teller_);
+        server_ = std::make_unique<Server>(entry.busAddress, *mailbox_);
     } catch (const std::runtime_error& error) {
         throw DeviceError("the device \"" + entry.name + "\" cannot be listened to: " + error.what());
     }
     for (const std::string& event : events_) {
         device_.Crossing().AddListener(event, server_->GetUniqueName());
     }
-    teller_.Start();  // not before: `told` may use the device
 }
 
 CrossingWatch::~CrossingWatch() {
-    teller_.Stop();
+    mailbox_->CloseAndWait();
     try {
         for (const std::string& event : events_) {
             device_.Crossing().RemoveListener(event);

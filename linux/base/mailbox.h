@@ -37,7 +37,14 @@ public:
 
     // An exception of `receive` is logged.
     static std::shared_ptr<Mailbox> Make(ThreadPool& pool, std::function<void(Event&)> receive, Rules rules = {}) {
-        return std::shared_ptr<Mailbox>(new Mailbox(pool, std::move(receive), std::move(rules)));
+        return Make([&pool](const std::function<void()>& task) { return pool.AddTaskSoon(task); }, std::move(receive),
+            std::move(rules));
+    }
+
+    // On the threads that `post` finds; it calls nothing back, and gives false when it does not take the task.
+    using Poster = std::function<bool(std::function<void()> task)>;
+    static std::shared_ptr<Mailbox> Make(Poster post, std::function<void(Event&)> receive, Rules rules = {}) {
+        return std::shared_ptr<Mailbox>(new Mailbox(std::move(post), std::move(receive), std::move(rules)));
     }
 
     // Never calls the receiver inline. While the pool has no thread for it the event waits. False, and the event is lost,
@@ -78,14 +85,14 @@ public:
     }
 
 private:
-    Mailbox(ThreadPool& pool, std::function<void(Event&)> receive, Rules rules)
-        : pool_(pool), receive_(std::move(receive)), rules_(std::move(rules)) {}
+    Mailbox(Poster post, std::function<void(Event&)> receive, Rules rules)
+        : post_(std::move(post)), receive_(std::move(receive)), rules_(std::move(rules)) {}
 
     size_t Weigh(const Event& event) const { return rules_.weigh ? rules_.weigh(event) : 1; }
     size_t Weight() const { return rules_.weigh ? weight_ : waiting_.size(); }
 
     bool Schedule() {
-        return pool_.AddTaskSoon([self = this->shared_from_this()] { self->Run(); });
+        return post_([self = this->shared_from_this()] { self->Run(); });
     }
 
     void Run() {
@@ -104,10 +111,10 @@ private:
         handled_.notify_all();
     }
 
-    ThreadPool& pool_;
+    const Poster post_;
     const std::function<void(Event&)> receive_;
     const Rules rules_;
-    std::mutex mutex_;  // held while the pool is asked, which does not call back
+    std::mutex mutex_;  // held while `post_` is asked
     std::condition_variable handled_;
     std::deque<Event> waiting_;  // guarded by mutex_
     size_t weight_ = 0;          // guarded by mutex_; of `waiting_`

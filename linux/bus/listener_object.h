@@ -1,22 +1,21 @@
 // An object of another process that is told of events, none of which may hold up those who hear of it after.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 
+#include "linux/base/mailbox.h"
 #include "linux/bus/remote_object.h"
 
 namespace ZYNE::Linux {
 
-// Any thread. BusClient makes these. A request waits for its answer, as one to any object does, but not for long. From the
-// first that is not answered in time all wait here, in their order, and hold up nobody; the result is then that of
+// Any thread. BusClient makes these. A request waits for its answer, as one to any object does, but not for long. From
+// the first that is not answered in time all wait here, in their order, and hold up nobody; the result is then that of
 // queueing. A process that still does not answer, or lets too many gather, counts as dead.
 class ListenerObject final : public RemoteObject {
 public:
@@ -32,23 +31,18 @@ public:
 
 private:
     struct Request {
+        sptr<ListenerObject> listener;  // this one, which lives as long
         uint32_t code;
         MessageParcel data;
         std::chrono::milliseconds wait;
     };
 
-    int32_t Queue(Request request);
-    void SendQueued();
-    std::optional<Request> TakeNext();
-    bool IsSlow() const;
+    void SendQueued(Request& request);
     void Drop();
 
     const std::function<void()> dropped_;
-
-    mutable std::mutex queueMutex_;  // held while `post` is asked, which does not call back
-    bool isSlow_ = false;            // guarded by queueMutex_; stays so
-    bool isSending_ = false;         // guarded by queueMutex_; SendQueued is posted or runs
-    std::deque<Request> queued_;     // guarded by queueMutex_; of one that is slow
+    const std::shared_ptr<Mailbox<Request>> queue_;  // of one that is slow
+    std::atomic<bool> isSlow_ = false;               // stays so
 };
 
 }  // namespace ZYNE::Linux

@@ -1,5 +1,6 @@
 #include "linux/bus/mortal_object.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace ZYNE::Linux {
@@ -11,15 +12,18 @@ bool MortalObject::AddDeathRecipient(const sptr<DeathRecipient>& recipient) {
     if (dead_ || !recipient) {
         return false;
     }
-    recipients_.Add(recipient);
+    recipients_.push_back(recipient);
     return true;
 }
 
 bool MortalObject::RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) {
-    sptr<DeathRecipient> removed;  // let go of behind the lock: it may be the last reference
     const std::scoped_lock lock(mutex_);
-    removed = recipients_.Remove(recipient);
-    return static_cast<bool>(removed);
+    const auto found = std::ranges::find(recipients_, recipient);
+    if (found == recipients_.end()) {
+        return false;
+    }
+    recipients_.erase(found);  // not the last reference: the caller has one
+    return true;
 }
 
 bool MortalObject::IsDead() const {
@@ -33,7 +37,7 @@ bool MortalObject::Die() {
         if (std::exchange(dead_, true)) {
             return false;
         }
-        if (recipients_.Empty()) {
+        if (recipients_.empty()) {
             return true;
         }
     }
@@ -50,7 +54,12 @@ void MortalObject::TellRecipients() {
 
 sptr<IRemoteObject::DeathRecipient> MortalObject::TakeRecipient() {
     const std::scoped_lock lock(mutex_);
-    return recipients_.TakeFirst();
+    if (recipients_.empty()) {
+        return nullptr;
+    }
+    sptr<DeathRecipient> first = std::move(recipients_.front());
+    recipients_.pop_front();
+    return first;
 }
 
 }  // namespace ZYNE::Linux

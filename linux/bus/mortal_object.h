@@ -1,10 +1,10 @@
 // What objects have in common whose process can die: who is to be told, and that it has happened.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <mutex>
 
-#include "linux/bus/death_recipients.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
@@ -34,8 +34,8 @@ private:
     sptr<DeathRecipient> TakeRecipient();
 
     mutable std::mutex mutex_;
-    DeathRecipients recipients_;  // guarded by mutex_; those not told yet
-    bool dead_ = false;           // guarded by mutex_
+    std::deque<sptr<DeathRecipient>> recipients_;  // guarded by mutex_; those not told yet, in their order
+    bool dead_ = false;                            // guarded by mutex_
 };
 
 }  // namespace ZYNE::Linux
