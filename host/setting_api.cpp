@@ -4,23 +4,20 @@
 
 #include "host/api_error.h"
 #include "linux/datashare/share_limits.h"
+#include "platform/datashare/settings_data.h"
 #include "platform/host/data_share_utils.h"
-#include "platform/host/global_variables.h"
+#include "platform/system_ability/system_ability_ids.h"
 
 namespace ZYNE::Host {
 namespace {
 
 using CollaborationFwk::DataShareUtils;
 
-constexpr int32_t DATA_SHARE_ABILITY = 70635;
-constexpr const char* KEY_COLUMN = "KEYWORD";
-constexpr const char* VALUE_COLUMN = "VALUE";
-
 // A helper that is released after use.
 class Table {
 public:
     explicit Table(const std::string& uri)
-        : uri_(uri), helper_(DataShareUtils::GetDataShareHelper(uri, DATA_SHARE_ABILITY)) {
+        : uri_(uri), helper_(DataShareUtils::GetDataShareHelper(uri, SystemAbilityIds::DEVICE_PROFILE)) {
         if (helper_ == nullptr) {
             throw ApiError("Failed", "the settings cannot be reached: the device is starting or ending");
         }
@@ -31,7 +28,7 @@ public:
 
     // Both: the number of rows.
     int32_t Update(const std::string& key, const DataShareValuesBucket& row) {
-        return Checked(helper_->Update(uri_, DataSharePredicates().EqualTo(KEY_COLUMN, key), row));
+        return Checked(helper_->Update(uri_, DataSharePredicates().EqualTo(SettingsData::KEY_COLUMN, key), row));
     }
     int32_t Insert(const DataShareValuesBucket& row) { return Checked(helper_->Insert(uri_, row)); }
 
@@ -49,13 +46,12 @@ private:
 
 std::string TableUri(int32_t user) {
     if (user == ALL_USERS) {
-        return CollaborationFwk::GloableVariables::SETTING_URI_PROXY;
+        return SettingsData::SHARED_TABLE;
     }
     if (user < 0) {
         throw ApiError("Failed", "there is no user " + std::to_string(user));
     }
-    return "datashare:///com.zyne.settingsdata/entry/settingsdata/USER_SETTINGSDATA_SECURE_" + std::to_string(user) +
-        "?Proxy=true";
+    return SettingsData::USER_TABLE + std::to_string(user) + SettingsData::PROXY_QUERY;
 }
 
 }  // namespace
@@ -75,9 +71,9 @@ std::optional<std::string> ReadSetting(const std::string& key, int32_t user) {
 void WriteSetting(const std::string& key, const std::string& value, int32_t user) {
     Table table(TableUri(user));
     DataShareValuesBucket row;
-    row.Put(VALUE_COLUMN, value);
+    row.Put(SettingsData::VALUE_COLUMN, value);
     if (table.Update(key, row) == 0) {
-        row.Put(KEY_COLUMN, key);
+        row.Put(SettingsData::KEY_COLUMN, key);
         table.Insert(row);
     }
 }

@@ -9,13 +9,14 @@
 #include "linux/apps/bundle_catalogue.h"
 #include "linux/bus/local_object.h"
 #include "platform/bundle/bundle_mgr.h"
+#include "platform/system_ability/system_ability_ids.h"
 
 namespace ZYNE::Linux {
 
 // Any thread.
 class BundleManager final : public LocalObject, public IBundleMgr {
 public:
-    static constexpr int32_t SYSTEM_ABILITY_ID = 401;
+    static constexpr int32_t SYSTEM_ABILITY_ID = SystemAbilityIds::BUNDLE_MANAGER;
 
     // What the queries answer besides 0.
     enum QueryResult : int32_t { NOT_INSTALLED = 1 };

@@ -9,7 +9,7 @@
 //     service->Stop();
 //
 // The rows lie in one SQLite file that every process of the device opens by itself. The service only says where it is,
-// as the remote object behind system ability 70635 and, for processes of apps, under ShareToken::BUS_NAME.
+// as the remote object behind SYSTEM_ABILITY_ID and, for processes of apps, under ShareToken::BUS_NAME.
 #pragma once
 
 #include <filesystem>
@@ -22,13 +22,14 @@
 #include "linux/bus/local_object.h"
 #include "linux/datashare/open_shares.h"
 #include "linux/services/device_bus.h"
+#include "platform/system_ability/system_ability_ids.h"
 
 namespace ZYNE::Linux {
 
 // Any thread, except where said.
 class DataShareService final : public LocalObject {
 public:
-    static constexpr int32_t SYSTEM_ABILITY_ID = 70635;
+    static constexpr int32_t SYSTEM_ABILITY_ID = SystemAbilityIds::DEVICE_PROFILE;
 
     // All of it outlives the use of the service.
     DataShareService(DeviceBus& bus, OpenShares& shares, DeviceNotes& notes);

@@ -1,26 +1,25 @@
 #include "platform/host/data_share_utils.h"
 
 #include "linux/datashare/share_limits.h"
+#include "platform/datashare/settings_data.h"
+#include "platform/system_ability/system_ability_ids.h"
 #include "platform/system_ability/system_ability_manager_client.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
 
-constexpr int32_t DATA_SHARE_ABILITY = 70635;
 constexpr int WAIT_TIME_SECONDS = 2;
-constexpr char KEY_COLUMN[] = "KEYWORD";
-constexpr char VALUE_COLUMN[] = "VALUE";
 
 }  // namespace
 
 int32_t DataShareUtils::QueryStringValue(const std::string& uri, const std::string& key, std::string& value) {
-    const std::shared_ptr<DataShareHelper> helper = GetDataShareHelper(uri, DATA_SHARE_ABILITY);
+    const std::shared_ptr<DataShareHelper> helper = GetDataShareHelper(uri, SystemAbilityIds::DEVICE_PROFILE);
     if (!helper) {
         return Linux::SHARE_NOT_UP;
     }
     DataSharePredicates predicates;
-    predicates.EqualTo(KEY_COLUMN, key);
-    const std::shared_ptr<DataShareResultSet> found = helper->Query(Uri(uri), predicates, {VALUE_COLUMN});
+    predicates.EqualTo(SettingsData::KEY_COLUMN, key);
+    const std::shared_ptr<DataShareResultSet> found = helper->Query(Uri(uri), predicates, {SettingsData::VALUE_COLUMN});
     if (!found) {
         return Linux::SHARE_STORE_FAILED;
     }

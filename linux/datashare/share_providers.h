@@ -6,13 +6,15 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/datashare/settings_data.h"
+
 namespace ZYNE::Linux {
 
 // Never changes once it is built. Any thread.
 class ShareProviders {
 public:
     // The system settings, with every table below.
-    static constexpr std::string_view SETTINGS = "datashare:///com.zyne.settingsdata";
+    static constexpr std::string_view SETTINGS = SettingsData::PROVIDER;
 
     explicit ShareProviders(std::vector<std::string> declared);
 

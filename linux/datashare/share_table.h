@@ -15,6 +15,7 @@
 
 #include "linux/base/database.h"
 #include "platform/datashare/data_share_predicates.h"
+#include "platform/datashare/settings_data.h"
 
 namespace ZYNE::Linux {
 
@@ -31,7 +32,7 @@ public:
     using Row = std::map<std::string, std::string>;  // text by column
     using Conditions = std::vector<DataSharePredicates::Condition>;
 
-    static constexpr char KEY_COLUMN[] = "KEYWORD";
+    static constexpr const char* KEY_COLUMN = SettingsData::KEY_COLUMN;
 
     // Opens the file, or makes it; `isChecked`: after it was looked through for damage. Throws std::runtime_error with one
     // line.

@@ -4,6 +4,8 @@
 // which units are initialised.
 #pragma once
 
+#include "platform/datashare/settings_data.h"
+
 namespace ZYNE::CollaborationFwk::GloableVariables {
 
 // Kinds of key-mouse events that a client registers for.
@@ -30,8 +32,7 @@ inline constexpr char PARAM_EVENT[] = "event";
 inline constexpr char PARAM_RESULT[] = "result";
 
 // The settings table that all users share.
-inline constexpr char SETTING_URI_PROXY[] =
-    "datashare:///com.zyne.settingsdata/entry/settingsdata/SETTINGSDATA?Proxy=true";
+inline constexpr const char* SETTING_URI_PROXY = SettingsData::SHARED_TABLE;
 
 // The companion app that carries out crossing.
 inline constexpr char PEER_DESK_BUNDLE_NAME[] = "com.talvex.peerdesk";

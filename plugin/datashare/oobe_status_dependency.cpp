@@ -1,18 +1,17 @@
 #include "plugin/datashare/oobe_status_dependency.h"
 
+#include "platform/datashare/settings_data.h"
 #include "platform/host/global_variables.h"
+#include "platform/system_ability/system_ability_ids.h"
 #include "platform/system_ability/system_ability_manager_client.h"
 #include "plugin/datashare/setup_conditions.h"
 #include "plugin/utils/log.h"
-#include "plugin/utils/system_ability_ids.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
 
 constexpr LogDomain LOG = LogDomains::DEVICE_DETECT;
 
-constexpr char KEY_COLUMN[] = "KEYWORD";
-constexpr char VALUE_COLUMN[] = "VALUE";
 constexpr char NO[] = "0";
 constexpr char YES[] = "1";
 constexpr char NO_SECOND_URI[] = "";
@@ -57,8 +56,9 @@ std::string OobeStatusDependency::GetOobeStatusByUri(const std::string& key, con
         return {};
     }
     DataSharePredicates predicates;
-    predicates.EqualTo(KEY_COLUMN, key);
-    const std::shared_ptr<DataShareResultSet> resultSet = dataShareHelper_->Query(Uri(uri), predicates, {VALUE_COLUMN});
+    predicates.EqualTo(SettingsData::KEY_COLUMN, key);
+    const std::shared_ptr<DataShareResultSet> resultSet =
+        dataShareHelper_->Query(Uri(uri), predicates, {SettingsData::VALUE_COLUMN});
     const std::unique_ptr<DataShareResultSet, CloseResultSet> closeAtTheEnd(resultSet.get());
     int numRows = 0;
     if (!resultSet || resultSet->GetRowCount(numRows) != 0 || numRows == 0) {

@@ -6,12 +6,12 @@
 #include "platform/host/device_profile_client.h"
 #include "platform/host/global_variables.h"
 #include "platform/host/picker_result.h"
+#include "platform/system_ability/system_ability_ids.h"
 #include "plugin/device_profile/profile_names.h"
 #include "plugin/device_profile/subscribe_dp_change_listener.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 #include "plugin/utils/log.h"
 #include "plugin/utils/result_codes.h"
-#include "plugin/utils/system_ability_ids.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {

@@ -1,9 +1,9 @@
 // The scan of installed apps.
 #include "plugin/info_collection/app_info_collection.h"
 
+#include "platform/system_ability/system_ability_ids.h"
 #include "platform/system_ability/system_ability_manager_client.h"
 #include "plugin/utils/log.h"
-#include "plugin/utils/system_ability_ids.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {

@@ -1,10 +1,10 @@
 // What apps offer, on its way to peers.
 #include "platform/host/picker_result.h"
+#include "platform/system_ability/system_ability_ids.h"
 #include "plugin/datashare/datashare_manager.h"
 #include "plugin/device_profile/device_profile_manager.h"
 #include "plugin/info_collection/app_info_collection.h"
 #include "plugin/utils/log.h"
-#include "plugin/utils/system_ability_ids.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {

@@ -65,7 +65,7 @@ void KeyMouseServiceManager::OnEventUserSwitched() {
     if (OsAccountManager::GetOsAccountType(newUserId, type) == 0 && type == OsAccountType::PRIVATE) {
         CFWK_LOGI(LOG, "OsAccountType is PRIVATE");
         const bool isWritten =
-            UpdateSwitchStateToSettings(SETTINGS_SECURE_URI + std::to_string(newUserId) + "?Proxy=true",
+            UpdateSwitchStateToSettings(SETTINGS_SECURE_URI + std::to_string(newUserId) + SettingsData::PROXY_QUERY,
                 KEY_MOUSE_SWITCH_STATUS_KEY, KEY_MOUSE_SWITCH_OFF);
         CFWK_LOGI(LOG, "UpdateEdgeSwitchState: deviceId: %{public}s, ServiceName: %{public}s, result: %{public}d",
             PickerResult::StringToAnonymous(GetLocalDeviceUdid()), KEY_MOUSE_EDGE_SERVICE_ID, isWritten);

@@ -25,6 +25,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/datashare/settings_data.h"
 #include "platform/device_manager/dm_device_info.h"
 #include "platform/device_profile/characteristic_profile.h"
 #include "platform/display/display.h"
@@ -55,15 +56,13 @@ public:
     static constexpr char KEY_MOUSE_SWITCH_STATUS_KEY[] = "peer_desk_state";
     static constexpr char KEY_MOUSE_EDGE_SWITCH_STATUS_KEY[] = "peer_desk_edge_state";
     static constexpr char KEY_MOUSE_SWITCH_OFF[] = "0";
-    static constexpr char SETTINGS_DATA_FIELD_KEY[] = "KEYWORD";
-    static constexpr char SETTINGS_DATA_FIELD_VAL[] = "VALUE";
+    static constexpr const char* SETTINGS_DATA_FIELD_KEY = SettingsData::KEY_COLUMN;
+    static constexpr const char* SETTINGS_DATA_FIELD_VAL = SettingsData::VALUE_COLUMN;
     static constexpr char SWITCH_DATA_MIGRATION_INVALID[] = "invalid";
     // The table of one user; the user's id follows.
-    static constexpr char SETTINGS_SECURE_URI[] =
-        "datashare:///com.zyne.settingsdata/entry/settingsdata/USER_SETTINGSDATA_SECURE_";
+    static constexpr const char* SETTINGS_SECURE_URI = SettingsData::USER_TABLE;
     // The table of all users, where older systems kept the switches.
-    static constexpr char SETTINGS_DATA_URI[] =
-        "datashare:///com.zyne.settingsdata/entry/settingsdata/SETTINGSDATA?Proxy=true";
+    static constexpr const char* SETTINGS_DATA_URI = SettingsData::SHARED_TABLE;
     static constexpr char16_t KEY_MOUSE_SERVICE_DESCRIPTOR[] = u"com.talvex.peerdesk.KeyMouseManager";
     // The names of a switch's change. Nothing is published or subscribed under them here.
     static constexpr char KEY_MOUSE_SWITCH_ON_EVENT[] = "keymouse.event.switchon";

@@ -3,20 +3,18 @@
 #include "platform/datashare/data_share_helper.h"
 #include "platform/host/data_share_utils.h"
 #include "platform/host/global_variables.h"
+#include "platform/system_ability/system_ability_ids.h"
 #include "plugin/key_mouse/key_mouse_rules.h"
 #include "plugin/key_mouse/key_mouse_service_manager.h"
 #include "plugin/utils/log.h"
-#include "plugin/utils/system_ability_ids.h"
 
 namespace ZYNE::CollaborationFwk {
 namespace {
 
 constexpr LogDomain LOG = LogDomains::COLLECTION;
 
-constexpr char PROXY_QUERY[] = "?Proxy=true";
-
 std::string GetUserSettingsUri(int32_t userId) {
-    return KeyMouseServiceManager::SETTINGS_SECURE_URI + std::to_string(userId) + PROXY_QUERY;
+    return KeyMouseServiceManager::SETTINGS_SECURE_URI + std::to_string(userId) + SettingsData::PROXY_QUERY;
 }
 
 Uri GetUserSwitchUri(int32_t userId) {
@@ -50,7 +48,7 @@ bool KeyMouseServiceManager::UpdateSwitchStateToSettings(
     }
     // Appended also where the base has a user and a query already: the provider looks at the table's name and at the
     // predicates alone.
-    const Uri uri(baseUri + std::to_string(GetLocalAccountId()) + PROXY_QUERY + "&&key=" + key);
+    const Uri uri(baseUri + std::to_string(GetLocalAccountId()) + SettingsData::PROXY_QUERY + "&&key=" + key);
     DataSharePredicates predicates;
     predicates.EqualTo(SETTINGS_DATA_FIELD_KEY, key);
     DataShareValuesBucket values;

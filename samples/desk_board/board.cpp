@@ -3,13 +3,15 @@
 #include <json/value.h>
 #include <json/writer.h>
 
+#include "platform/datashare/settings_data.h"
+
 namespace Sample {
 namespace {
 
 using ZYNE::DataShareObserver;
+using ZYNE::SettingsData::KEY_COLUMN;
+using ZYNE::SettingsData::VALUE_COLUMN;
 
-constexpr char KEY_COLUMN[] = "KEYWORD";
-constexpr char VALUE_COLUMN[] = "VALUE";
 constexpr char NOTE[] = "note";  // the row's key
 
 }  // namespace
