@@ -6,6 +6,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "linux/bus/bus_names.h"
+
 namespace ZYNE::Linux {
 namespace {
 
@@ -88,6 +90,15 @@ bool IsConnected(sd_bus* bus) {
         result = sd_bus_process(bus, nullptr);
     }
     return result == 0 && sd_bus_is_open(bus) > 0;
+}
+
+std::string AskOwner(sd_bus* bus, const char* name) {
+    sd_bus_message* raw = nullptr;
+    const char* owner = nullptr;
+    const int result = sd_bus_call_method(
+        bus, MessageBus::NAME, MessageBus::PATH, MessageBus::NAME, "GetNameOwner", nullptr, &raw, "s", name);
+    const MessageHandle reply(raw);
+    return result >= 0 && sd_bus_message_read(raw, "s", &owner) > 0 ? owner : std::string();
 }
 
 }  // namespace ZYNE::Linux

@@ -23,4 +23,7 @@ BusHandle OpenBus(const std::string& address, std::chrono::milliseconds limit = 
 // reading shows its end.
 bool IsConnected(sd_bus* bus);
 
+// The connection that owns `name`, asked of the bus; empty when nobody does, or the bus is gone. Nothing is started.
+std::string AskOwner(sd_bus* bus, const char* name);
+
 }  // namespace ZYNE::Linux

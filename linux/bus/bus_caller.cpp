@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "linux/bus/bus_address.h"
+#include "linux/bus/bus_names.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
@@ -79,7 +80,7 @@ void DropUnasked(sd_bus* bus) {
 }  // namespace
 
 BusMethod BusDaemonMethod(const std::string& name) {
-    return {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", name};
+    return {MessageBus::NAME, MessageBus::PATH, MessageBus::NAME, name};
 }
 
 BusCaller::BusCaller(std::string address) : address_(std::move(address)) {}

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <string_view>
 
+#include "linux/bus/bus_names.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
@@ -77,7 +78,7 @@ bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
 bool CallerIdentity::IsDevice(const std::string& uniqueName) {
     IPCContext bus;
     IPCContext caller;
-    return Find("org.freedesktop.DBus", bus) && Find(uniqueName, caller) && caller.callingPid > 0 &&
+    return Find(MessageBus::NAME, bus) && Find(uniqueName, caller) && caller.callingPid > 0 &&
         caller.callingPid == ParentOf(bus.callingPid);
 }
 

@@ -7,12 +7,11 @@
 #include <vector>
 
 #include "linux/base/guarded_call.h"
+#include "linux/bus/bus_address.h"
+#include "linux/bus/bus_names.h"
 
 namespace ZYNE::Linux {
 namespace {
-
-constexpr char BUS[] = "org.freedesktop.DBus";
-constexpr char BUS_PATH[] = "/org/freedesktop/DBus";
 
 bool IsUnique(const std::string& name) {
     return name.starts_with(':');
@@ -26,7 +25,8 @@ void Check(int result, const char* what) {
 
 std::vector<std::string> ListNames(sd_bus* bus) {
     sd_bus_message* raw = nullptr;
-    int result = sd_bus_call_method(bus, BUS, BUS_PATH, BUS, "ListNames", nullptr, &raw, nullptr);
+    int result = sd_bus_call_method(
+        bus, MessageBus::NAME, MessageBus::PATH, MessageBus::NAME, "ListNames", nullptr, &raw, nullptr);
     const MessageHandle reply(raw);
     if (result >= 0) {
         result = sd_bus_message_enter_container(raw, SD_BUS_TYPE_ARRAY, "s");
@@ -40,15 +40,6 @@ std::vector<std::string> ListNames(sd_bus* bus) {
     return names;
 }
 
-// Empty when the owner has just left.
-std::string AskOwner(sd_bus* bus, const std::string& name) {
-    sd_bus_message* raw = nullptr;
-    const char* owner = nullptr;
-    const int result = sd_bus_call_method(bus, BUS, BUS_PATH, BUS, "GetNameOwner", nullptr, &raw, "s", name.c_str());
-    const MessageHandle reply(raw);
-    return result >= 0 && sd_bus_message_read(raw, "s", &owner) > 0 ? owner : std::string();
-}
-
 }  // namespace
 
 // Changes are asked for first. Those that come while the state is read are handled after it, and end in what is true
@@ -58,7 +49,7 @@ NameWatcher::NameWatcher(const std::shared_ptr<BusConnection>& connection, Callb
     sd_bus_slot* slot = nullptr;
     const int result = connection->Use([&](sd_bus* bus) {
         const int matched = sd_bus_match_signal(
-            bus, &slot, BUS, BUS_PATH, BUS, "NameOwnerChanged",
+            bus, &slot, MessageBus::NAME, MessageBus::PATH, MessageBus::NAME, "NameOwnerChanged",
             [](sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
                 GuardedCall(
                     "the watch of names", [&] { static_cast<NameWatcher*>(self)->OnNameOwnerChanged(message); });
@@ -75,7 +66,7 @@ NameWatcher::NameWatcher(const std::shared_ptr<BusConnection>& connection, Callb
 int NameWatcher::ReadPresentState(sd_bus* bus) {
     const bool isRead = GuardedCall("reading the names on the bus", [&] {
         for (const std::string& name : ListNames(bus)) {
-            Change(name, IsUnique(name) ? name : AskOwner(bus, name));
+            Change(name, IsUnique(name) ? name : AskOwner(bus, name.c_str()));
         }
     });
     return isRead ? 0 : -EIO;

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -12,17 +11,11 @@
 #include <utility>
 
 #include "linux/bus/bus_address.h"
+#include "linux/bus/bus_names.h"
+#include "linux/desktop/screen_saver.h"
 
 namespace ZYNE::Linux {
 namespace {
-
-constexpr char BUS[] = "org.freedesktop.DBus";
-constexpr char BUS_PATH[] = "/org/freedesktop/DBus";
-constexpr char SCREEN_SAVER[] = "org.freedesktop.ScreenSaver";
-constexpr std::array<const char*, 2> SCREEN_SAVER_PATHS{"/org/freedesktop/ScreenSaver", "/ScreenSaver"};
-constexpr char LOGIN_MANAGER[] = "org.freedesktop.login1";
-constexpr char LOGIN_MANAGER_PATH[] = "/org/freedesktop/login1";
-constexpr char LOGIN_MANAGER_INTERFACE[] = "org.freedesktop.login1.Manager";
 
 // To connect, and for each call. A desktop that is awake takes a few milliseconds.
 constexpr std::chrono::seconds ANSWER_TIME{1};
@@ -84,16 +77,6 @@ bool ScreenInhibitor::Connect(std::string& error) {
     }
 }
 
-// The connection that owns the name; empty when nobody does. None is started: a desktop that runs has its own.
-std::string ScreenInhibitor::GetScreenSaver() {
-    sd_bus_message* raw = nullptr;
-    const char* owner = nullptr;
-    const int result =
-        sd_bus_call_method(session_.get(), BUS, BUS_PATH, BUS, "GetNameOwner", nullptr, &raw, "s", SCREEN_SAVER);
-    const MessageHandle reply(raw);
-    return result >= 0 && sd_bus_message_read(raw, "s", &owner) > 0 ? owner : std::string();
-}
-
 std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskScreenSaver(
     const std::string& reason, std::string& error) {
     if (!Connect(error)) {
@@ -101,16 +84,16 @@ std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskScreenSaver(
     }
     auto inhibition = std::make_unique<Inhibition>();
     inhibition->connection = connection_;
-    inhibition->owner = GetScreenSaver();
+    inhibition->owner = AskOwner(session_.get(), ScreenSaver::NAME);
     if (inhibition->owner.empty()) {
         error = "there is no screen saver on the session bus";
         return nullptr;
     }
-    for (const char* path : SCREEN_SAVER_PATHS) {
+    for (const char* path : ScreenSaver::PATHS) {
         BusError refusal;
         sd_bus_message* raw = nullptr;
-        const int result = sd_bus_call_method(session_.get(), inhibition->owner.c_str(), path, SCREEN_SAVER, "Inhibit",
-            refusal.Get(), &raw, "ss", program_invocation_short_name, reason.c_str());
+        const int result = sd_bus_call_method(session_.get(), inhibition->owner.c_str(), path, ScreenSaver::NAME,
+            "Inhibit", refusal.Get(), &raw, "ss", program_invocation_short_name, reason.c_str());
         const MessageHandle reply(raw);
         if (result >= 0 && sd_bus_message_read(raw, "u", &inhibition->cookie) > 0) {
             inhibition->path = path;
@@ -132,8 +115,9 @@ std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskLoginManager(
         const BusHandle bus = OpenForCalls(buses_.system);
         BusError refusal;
         sd_bus_message* raw = nullptr;
-        const int result = sd_bus_call_method(bus.get(), LOGIN_MANAGER, LOGIN_MANAGER_PATH, LOGIN_MANAGER_INTERFACE,
-            "Inhibit", refusal.Get(), &raw, "ssss", "idle", program_invocation_short_name, reason.c_str(), "block");
+        const int result =
+            sd_bus_call_method(bus.get(), LoginManager::NAME, LoginManager::PATH, LoginManager::INTERFACE, "Inhibit",
+                refusal.Get(), &raw, "ssss", "idle", program_invocation_short_name, reason.c_str(), "block");
         const MessageHandle reply(raw);
         int fd = -1;  // the message's own
         if (result >= 0 && sd_bus_message_read(raw, "h", &fd) > 0) {
@@ -154,7 +138,7 @@ bool ScreenInhibitor::IsHeld(const Inhibition& inhibition) {
         return poll(&file, 1, 0) == 0;  // an error: the other end is closed
     }
     return session_ && inhibition.connection == connection_ && IsConnected(session_.get()) &&
-        GetScreenSaver() == inhibition.owner;
+        AskOwner(session_.get(), ScreenSaver::NAME) == inhibition.owner;
 }
 
 void ScreenInhibitor::Release(std::unique_ptr<Inhibition> inhibition) {
@@ -162,7 +146,7 @@ void ScreenInhibitor::Release(std::unique_ptr<Inhibition> inhibition) {
         return;
     }
     const int result = sd_bus_call_method(session_.get(), inhibition->owner.c_str(), inhibition->path.c_str(),
-        SCREEN_SAVER, "UnInhibit", nullptr, nullptr, "u", inhibition->cookie);
+        ScreenSaver::NAME, "UnInhibit", nullptr, nullptr, "u", inhibition->cookie);
     if (IsUnsettled(result)) {
         session_.reset();  // the screen saver forgets the request with it
     }

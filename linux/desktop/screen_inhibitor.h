@@ -50,7 +50,6 @@ public:
 
 private:
     bool Connect(std::string& error);
-    std::string GetScreenSaver();
     std::unique_ptr<Inhibition> AskScreenSaver(const std::string& reason, std::string& error);
     std::unique_ptr<Inhibition> AskLoginManager(const std::string& reason, std::string& error) const;
 

@@ -1,9 +1,12 @@
 #include "linux/desktop/screen_state.h"
 
 #include <deque>
+#include <string>
 #include <utility>
 
 #include "linux/base/log_domains.h"
+#include "linux/bus/bus_names.h"
+#include "linux/desktop/screen_saver.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -11,11 +14,12 @@ namespace {
 
 constexpr LogDomain LOG = LogDomains::SCREEN;
 
-constexpr char SAVER[] = "org.freedesktop.ScreenSaver";  // its name on the bus, and its interface
-constexpr char SAVER_PATH[] = "/org/freedesktop/ScreenSaver";
-constexpr char OLD_SAVER_PATH[] = "/ScreenSaver";  // where some desktops have it alone
-constexpr char OWNER_CHANGES[] = "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
-                                 "member='NameOwnerChanged',arg0='org.freedesktop.ScreenSaver'";
+// What the bus tells when a screen saver comes or goes.
+std::string OwnerChanges() {
+    const std::string bus = MessageBus::NAME;
+    return "type='signal',sender='" + bus + "',interface='" + bus + "',member='NameOwnerChanged',arg0='" +
+        ScreenSaver::NAME + "'";
+}
 
 ScreenStatus ReadStatus(sd_bus_message* message) {
     int isActive = 0;
@@ -103,10 +107,11 @@ void ScreenState::Retry() {
 
 // The changes are asked for before the state: none is missed in between.
 int ScreenState::Follow(sd_bus* bus) {
-    int result = sd_bus_match_signal_async(
-        bus, nullptr, SAVER, nullptr, SAVER, "ActiveChanged", &ScreenState::OnActiveChanged, nullptr, this);
+    int result = sd_bus_match_signal_async(bus, nullptr, ScreenSaver::NAME, nullptr, ScreenSaver::NAME, "ActiveChanged",
+        &ScreenState::OnActiveChanged, nullptr, this);
     if (result >= 0) {
-        result = sd_bus_add_match_async(bus, nullptr, OWNER_CHANGES, &ScreenState::OnOwnerChanged, nullptr, this);
+        result =
+            sd_bus_add_match_async(bus, nullptr, OwnerChanges().c_str(), &ScreenState::OnOwnerChanged, nullptr, this);
     }
     if (result >= 0) {
         result = sd_bus_match_signal_async(bus, nullptr, nullptr, BusConnection::LOCAL_PATH,
@@ -118,9 +123,11 @@ int ScreenState::Follow(sd_bus* bus) {
 // Answers at one of its places. It is not started for this.
 int ScreenState::Ask(sd_bus* bus) {
     int result = 0;
-    for (const char* path : {SAVER_PATH, OLD_SAVER_PATH}) {
+    for (const char* path : ScreenSaver::PATHS) {
         sd_bus_message* raw = nullptr;
-        result = result >= 0 ? sd_bus_message_new_method_call(bus, &raw, SAVER, path, SAVER, "GetActive") : result;
+        result = result >= 0
+            ? sd_bus_message_new_method_call(bus, &raw, ScreenSaver::NAME, path, ScreenSaver::NAME, "GetActive")
+            : result;
         const MessageHandle question(raw);
         result = result >= 0 ? sd_bus_message_set_auto_start(raw, 0) : result;
         result = result >= 0 ? sd_bus_call_async(bus, nullptr, raw, &ScreenState::OnAnswer, this, 0) : result;

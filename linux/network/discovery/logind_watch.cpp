@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "linux/bus/bus_names.h"
+
 namespace ZYNE::Linux {
 namespace {
 
@@ -22,9 +24,8 @@ void LogindWatch::Connect() {
     }
     bus_ = BusConnection::Make(loop_, BusHandle(raw));
     const int result = bus_->Use([this](sd_bus* bus) {
-        const int followed =
-            sd_bus_match_signal_async(bus, nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
-                "org.freedesktop.login1.Manager", "PrepareForSleep", &LogindWatch::OnPrepareForSleep, nullptr, this);
+        const int followed = sd_bus_match_signal_async(bus, nullptr, LoginManager::NAME, LoginManager::PATH,
+            LoginManager::INTERFACE, "PrepareForSleep", &LogindWatch::OnPrepareForSleep, nullptr, this);
         return followed < 0
             ? followed
             : sd_bus_match_signal_async(bus, nullptr, nullptr, BusConnection::LOCAL_PATH,
