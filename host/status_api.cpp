@@ -1,34 +1,35 @@
 #include "host/status_api.h"
 
-#include <optional>
 #include <utility>
 
+#include "host/api_error.h"
 #include "host/bus_text.h"
 #include "host/peer_choice.h"
-#include "host/setting_api.h"
+#include "linux/datashare/share_limits.h"
 #include "plugin/datashare/oobe_status_dependency.h"
-#include "plugin/datashare/setup_conditions.h"
 
 namespace ZYNE::Host {
 namespace {
 
-using CollaborationFwk::SetupCondition;
+using CollaborationFwk::OobeStatusDependency;
+using CollaborationFwk::SetupFinding;
 
 constexpr size_t MOST_TOLD_BYTES = 256;  // of a value, which has one character where somebody means it
 
-Setup::Setting Look(const SetupCondition& condition) {
-    const std::optional<std::string> found = ReadSetting(condition.setting, ALL_USERS);
-    const std::string value = found.value_or("");
+Setup::Setting Describe(const SetupFinding& finding) {
+    if (finding.code != 0 && finding.code != Linux::SHARE_NO_SUCH_ROW) {
+        throw ApiError("Failed", "the setting cannot be read: result " + std::to_string(finding.code));
+    }
     return {
-        condition.setting, found.has_value(), BusTextOfAtMost(value, MOST_TOLD_BYTES).text, !condition.Holds(value)};
+        finding.setting, finding.code == 0, BusTextOfAtMost(finding.value, MOST_TOLD_BYTES).text, finding.isInTheWay};
 }
 
 }  // namespace
 
 Setup ReadSetup() {
-    Setup setup{CollaborationFwk::OobeStatusDependency::GetInstance().IsOobeReady(), {}};
-    for (const SetupCondition& condition : CollaborationFwk::SETUP_CONDITIONS) {
-        setup.settings.push_back(Look(condition));
+    Setup setup{OobeStatusDependency::GetInstance().IsOobeReady(), {}};
+    for (const SetupFinding& finding : OobeStatusDependency::ExplainSetup()) {
+        setup.settings.push_back(Describe(finding));
     }
     return setup;
 }

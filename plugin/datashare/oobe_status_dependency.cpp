@@ -1,6 +1,7 @@
 #include "plugin/datashare/oobe_status_dependency.h"
 
 #include "platform/datashare/settings_data.h"
+#include "platform/host/data_share_utils.h"
 #include "platform/host/global_variables.h"
 #include "platform/system_ability/system_ability_ids.h"
 #include "platform/system_ability/system_ability_manager_client.h"
@@ -40,6 +41,20 @@ bool OobeStatusDependency::IsOobeReady() {
         oobeStatus_ = isReady ? YES : NO;
     }
     return oobeStatus_ == YES;
+}
+
+std::vector<SetupFinding> OobeStatusDependency::ExplainSetup() {
+    std::vector<SetupFinding> findings;
+    for (const SetupCondition& condition : SETUP_CONDITIONS) {
+        std::string value;
+        const int32_t code =
+            DataShareUtils::QueryStringValue(GloableVariables::SETTING_URI_PROXY, condition.setting, value);
+        if (code != 0) {
+            value.clear();
+        }
+        findings.push_back({condition.setting, code, value, !condition.Holds(value)});
+    }
+    return findings;
 }
 
 std::string OobeStatusDependency::GetOobeStatus(const std::string& key) {

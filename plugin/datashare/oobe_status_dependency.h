@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/datashare/data_share_helper.h"
 #include "plugin/export.h"
@@ -12,6 +13,14 @@
 namespace ZYNE::CollaborationFwk {
 
 class LibraryRenewer;
+
+// What one setting says about the set-up.
+struct SetupFinding {
+    const char* setting;
+    int32_t code;       // 0 it was read; otherwise that of DataShareUtils::QueryStringValue
+    std::string value;  // empty when it was not read
+    bool isInTheWay;    // the device is not set up as long as this stays so
+};
 
 // Any thread.
 class OobeStatusDependency {
@@ -21,6 +30,10 @@ public:
     // Reads the settings until the device is set up, and remembers that. Blocks while the settings provider starts and
     // answers; false also while it cannot be had.
     CFWK_EXPORT bool IsOobeReady();
+
+    // What each setting that the decision asks for says now, in the order in which it asks. Blocks likewise, and
+    // changes nothing that is remembered.
+    CFWK_EXPORT static std::vector<SetupFinding> ExplainSetup();
 
 private:
     friend class LibraryRenewer;  // tests start each case with a fresh library

@@ -179,6 +179,16 @@ protected:
         }
     }
     bool IsReady() { return OobeStatusDependency::GetInstance().IsOobeReady(); }
+    // What is told of each key: its value, "-" where it was not read, and "!" when it is in the way.
+    std::vector<std::string> Explain() {
+        std::vector<std::string> told;
+        for (const SetupFinding& finding : OobeStatusDependency::ExplainSetup()) {
+            EXPECT_EQ(finding.setting, KEYS.at(told.size()));
+            EXPECT_TRUE(finding.code == 0 || finding.value.empty());
+            told.push_back((finding.code == 0 ? finding.value : "-") + (finding.isInTheWay ? "!" : ""));
+        }
+        return told;
+    }
 };
 
 TEST_F(SetupCompletion, IsReadOnceItIsCompleteAndThenRemembered) {
@@ -223,6 +233,20 @@ TEST_F(SetupCompletion, NeedsTwoOnesAndNoZeroAndIsAskedForAgainUntilThen) {
     Set({"1", "1", "no"});
     EXPECT_TRUE(IsReady());
     EXPECT_EQ(device.journal.CountCallsOf("Creator"), 0U);
+}
+
+TEST_F(SetupCompletion, IsExplainedByWhatEachKeySaysNow) {
+    Set({"1", "true", "0"});
+    EXPECT_THAT(Explain(), ElementsAre("1", "true!", "0!"));
+    Set({"0", "1", "1"});
+    EXPECT_THAT(Explain(), ElementsAre("0!", "1", "1"));
+    Set({"-", "", "-"});
+    EXPECT_THAT(Explain(), ElementsAre("-!", "!", "-"));
+    Set({"1", "1", "0"});
+    for (const std::string& key : KEYS) {
+        device.dataShare.codes["QueryStringValue(" + SETTINGS + ", " + key + ")"] = 1;
+    }
+    EXPECT_THAT(Explain(), ElementsAre("-!", "-!", "-"));
 }
 
 TEST_F(SetupCompletion, ClosesEachResultSetOnceWhateverFails) {
