@@ -12,8 +12,8 @@
 
 namespace ZYNE::Linux {
 
-// Any thread; runs nothing itself. Targets take turns, and of one target the clients that call it do, so one that calls
-// much delays itself alone. After each Enter and each Leave, Next has one call more at the most.
+// Any thread; runs nothing itself. Targets take turns, and so do the clients of one target: a client that calls a lot
+// delays only itself. Each Enter and each Leave gives Next at most one more call.
 class CallQueue {
 public:
     struct Limits {
@@ -32,14 +32,14 @@ public:
 
     explicit CallQueue(const Limits& limits) : limits_(limits) {}
 
-    // False when too much waits already and the call would have to as well, and when closed; it is then left as it is.
+    // False when the call would have to wait and too much waits already, or when closed; the call is then untouched.
     bool Enter(Call& call);
 
     // The call whose turn it is; it is under way until Leave with its target.
     std::optional<Call> Next();
     void Leave(const std::string& target);
 
-    // Takes no further call. Those that wait.
+    // Takes no further call, and returns those that wait.
     std::vector<Call> Close();
 
 private:

@@ -65,7 +65,7 @@ SQLite::Database Connect(const DatabaseOptions& options) {
     return database;
 }
 
-// Some of its files SQLite cannot make on a full disk, and says no more than that.
+// On a full disk SQLite cannot make some of its files, and reports only that.
 Kind KindOf(const SQLite::Exception& error, const fs::path& file) {
     switch (error.getErrorCode() & PRIMARY_CODE) {
     case SQLITE_CORRUPT:
@@ -81,7 +81,7 @@ Kind KindOf(const SQLite::Exception& error, const fs::path& file) {
     }
 }
 
-// Of the files, which have no ':' in their names.
+// The time for file names, so without ':'.
 std::string Now() {
     const std::time_t now = std::time(nullptr);
     std::tm parts{};
@@ -148,7 +148,7 @@ void Database::PutAside(const fs::path& file, DeviceNotes& notes) {
         aside = Beside(file, suffix + '-' + std::to_string(i));
     }
     fs::rename(file, aside);
-    std::error_code ignored;  // they need not be there
+    std::error_code ignored;  // they may be missing
     fs::rename(Beside(file, "-wal"), Beside(aside, "-wal"), ignored);
     fs::remove(Beside(file, "-shm"), ignored);
     const std::string line =
@@ -181,7 +181,7 @@ void Database::Settle() {
         return !reserve_.Fill() || FreeBytes(options_.file.parent_path()) < ALMOST_NOTHING;
     };
     if (!error && ahead > 0 && (ahead > MOST_AHEAD_BYTES || isTight())) {
-        // It is cut the next time when somebody reads: nobody is waited for.
+        // While somebody reads it is left for the next time: nobody is waited for.
         connection_.setBusyTimeout(0);
         connection_.tryExec("PRAGMA wal_checkpoint(TRUNCATE)");
         connection_.setBusyTimeout(BUSY_TIME_MS);

@@ -17,8 +17,8 @@
 namespace ZYNE::Linux {
 
 enum class Durability {
-    PROCESS,  // what is committed outlasts the process, however it ends; a machine that crashes may lose the last of it
-    MACHINE,  // and a crash of the machine; a commit waits for the disk
+    PROCESS,  // a commit outlasts the process, however it ends; if the machine crashes, the last ones may be lost
+    MACHINE,  // a commit outlasts a crash of the machine as well, and waits for the disk
 };
 
 struct DatabaseOptions {
@@ -26,8 +26,8 @@ struct DatabaseOptions {
     Durability durability;
     const char* schema;        // SQL that may be run again and again; it is run once on the connection
     DeviceNotes& notes;        // told of a file that is damaged and of a disk that is full
-    bool isExclusive = false;  // this connection's alone while it is open, which spares each commit the locks
-    bool isChecked = false;    // looked through for damage when it is opened
+    bool isExclusive = false;  // no other process may open it meanwhile, which saves locking at each commit
+    bool isChecked = false;    // checked for damage when it is opened
 };
 
 // One line that names the file.
@@ -42,17 +42,17 @@ private:
     Kind kind_;
 };
 
-// A connection. It and its statements are for one thread at a time. Several processes may have the file open; whoever
-// writes waits up to two seconds for the others.
+// A connection. It and its statements are for one thread at a time. Several processes may have the file open; a writer
+// waits up to two seconds for the others.
 //
-// Beside the file, `file.reserve` keeps room for the day when the disk is full.
+// `file.reserve`, beside the file, keeps some room for when the disk is full.
 class Database {
 public:
-    // No larger is the write-ahead file after Settle, but for what a reader in another process holds.
+    // The most that the write-ahead file has after Settle, unless a reader in another process holds more of it.
     static constexpr size_t MOST_AHEAD_BYTES = size_t{4} << 20U;
 
-    // Opens the file, which is made when it is not there, readable by its owner alone. A file that is damaged is put
-    // aside as `file.damaged-DATE` and a new one is begun. Throws DatabaseError.
+    // Opens the file, or makes it, readable by its owner alone. A damaged file is moved to `file.damaged-DATE` and a
+    // new one is started. Throws DatabaseError.
     explicit Database(DatabaseOptions options);
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -69,18 +69,18 @@ public:
         }
     }
 
-    // Whether the path still leads to the file that is open, and with a file that is this connection's alone also to its
-    // write-ahead file. What is written when it does not is lost.
+    // Whether the path still leads to the file that is open; with isExclusive, that of the write-ahead file too. If
+    // not, what is written is lost.
     bool IsInPlace();
 
     // To be called after each write that succeeded: bounds the write-ahead file and looks at the disk.
     void Settle();
 
-    // Has the room of the reserve used by the operation that is tried next. False when there is none.
+    // Frees the reserve, so that the operation can be tried again. False when there is no reserve.
     bool GiveUpReserve() { return reserve_.GiveUp(); }
 
-    // Names the files of a closed connection that the next one must not take for its own, and removes them: those
-    // beside a file that has been deleted or replaced.
+    // Removes what a closed connection left beside a file that has been deleted or replaced: the next connection must
+    // not take it for its own.
     class Remains {
     public:
         explicit Remains(const std::filesystem::path& file);
@@ -97,7 +97,7 @@ public:
     };
     const Remains& GetRemains() const { return remains_; }
 
-    // Puts the file aside, which no connection of this process has open, and notes it. Throws std::exception.
+    // Moves the file away, which no connection of this process has open, and notes that. Throws std::exception.
     static void PutAside(const std::filesystem::path& file, DeviceNotes& notes);
 
 private:

@@ -62,7 +62,7 @@ void DelayedTasks::Run() {
 }
 
 void DelayedTasks::Stop() {
-    std::multimap<Clock::time_point, std::function<void()>> dropped;  // behind the lock: they may hold a last reference
+    std::multimap<Clock::time_point, std::function<void()>> dropped;  // after the lock: may hold a last reference
     std::thread thread;
     {
         const std::scoped_lock lock(mutex_);

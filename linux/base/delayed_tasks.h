@@ -1,4 +1,4 @@
-// Tasks that run later, without a thread each that waits for the time.
+// Tasks that run later, with one thread that waits for all of them.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. One thread of its own, from the first task on, gives each task to the pool when its time has come.
+// Any thread. It has a thread of its own from the first task on, which gives each task to the pool when it is due.
 class DelayedTasks {
 public:
     explicit DelayedTasks(CollaborationFwk::AsynThreadPool& pool) : pool_(pool) {}
@@ -20,11 +20,11 @@ public:
     DelayedTasks& operator=(const DelayedTasks&) = delete;
     ~DelayedTasks() { Stop(); }
 
-    // Has `task` run `delay` from now; later when the pool has no thread for it then. An exception that leaves it is
-    // logged. False after Stop.
+    // Runs `task` after `delay`, or later if the pool has no thread for it then. An exception that leaves it is logged.
+    // False after Stop.
     bool Post(std::chrono::milliseconds delay, std::function<void()> task);
 
-    // Drops the tasks that are left and ends the thread, for good. Not inside a task.
+    // Drops the tasks that are left and ends the thread for good. Not inside a task.
     void Stop();
 
 private:

@@ -1,5 +1,5 @@
-// What people should know of the device itself, told in its status while it lasts: a disk that is full, a database that
-// was damaged.
+// What people should know about the device itself, shown in its status for as long as it is so: a full disk, a damaged
+// database.
 #pragma once
 
 #include <cstddef>
@@ -10,19 +10,19 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. A leaf in the order of locks.
+// Any thread. Its lock is the last in the order: nothing else is locked under it.
 class DeviceNotes {
 public:
     struct Note {
         std::string kind;   // disk, damaged, profile or log
-        std::string about;  // what it is about: one note for each kind and each of these
+        std::string about;  // what it is about: there is one note for each kind and subject
         std::string text;   // one line
     };
 
-    // More are not kept: the oldest goes.
+    // Beyond this many the oldest is dropped.
     static constexpr size_t MOST = 32;
 
-    // Takes the place of the earlier one of that kind about that.
+    // Replaces an earlier note of the same kind about the same thing.
     void Set(const std::string& kind, const std::string& about, const std::string& text) {
         const std::scoped_lock lock(mutex_);
         Remove(kind, about);
@@ -32,7 +32,7 @@ public:
         }
     }
 
-    // It is so no more. Does nothing when there is no such note.
+    // Removes a note. Does nothing when there is no such note.
     void Clear(const std::string& kind, const std::string& about) {
         const std::scoped_lock lock(mutex_);
         Remove(kind, about);

@@ -1,4 +1,4 @@
-// Room on the disk that is kept for the day when it is full: what makes room, as deleting does, needs some itself.
+// Room on the disk that is kept for when the disk is full: even deleting needs some.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace ZYNE::Linux {
 
-// Bytes that this user may still write on the disk that `path` is on. Without end when that is not known.
+// Bytes that this user may still write on the disk of `path`. The largest number when that is not known.
 uint64_t FreeBytes(const std::filesystem::path& path);
 
 // One thread at a time. Several processes may share a reserve.
@@ -16,12 +16,12 @@ class DiskReserve {
 public:
     static constexpr size_t BYTES = size_t{256} << 10U;
 
-    // The file is the reserve; nothing is done to it yet.
+    // `file` is the reserve; it is not touched yet.
     explicit DiskReserve(std::filesystem::path file) : file_(std::move(file)) {}
 
-    // Sees to it that the reserve is there. False when there is no room for it.
+    // Makes the reserve if it is not there. False when there is no room for it.
     bool Fill();
-    // Gives its room to others. False when there was none.
+    // Frees its room. False when there was no reserve.
     bool GiveUp();
 
 private:

@@ -69,8 +69,8 @@ EventLoop::Source& EventLoop::Source::operator=(Source&& other) noexcept {
     return *this;
 }
 
-// At once, also inside its own callback, which keeps the state: the descriptor may be closed next, and its number be
-// another's.
+// Stops watching at once, even inside its own callback, which keeps the state alive: the descriptor may be closed next
+// and its number reused.
 void EventLoop::Source::End() {
     if (state_) {
         state_->End();
@@ -143,7 +143,7 @@ void EventLoop::Post(Handler handler) {
 bool EventLoop::Run(const Handler& handler) {
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> future = done->get_future();
-    // A promise that is dropped with its task tells that the loop has stopped.
+    // If the task is dropped, so is its promise: that tells that the loop has stopped.
     Post([&handler, promise = std::move(done)] {
         GuardedCall("a task", handler);
         promise->set_value();

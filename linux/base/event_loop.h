@@ -1,5 +1,5 @@
-// A thread that waits for everything of one kind, the network's or the bus's: sockets, timers, and what other threads
-// post.
+// A thread that waits for everything of one kind, such as the network or the bus: sockets, timers, and what other
+// threads post.
 //
 //     EventLoop loop("collabd-net");
 //     loop.Run([&] { tick = loop.Every(200ms, [] { ... }); });   // on the loop's thread; returns when done
@@ -30,8 +30,8 @@ public:
     using IoHandler = std::function<void(uint32_t events)>;
     using Handler = std::function<void()>;
 
-    // What a source is watched with; ends with the object. Used, moved and destroyed on the loop's thread, or when the
-    // loop has stopped. May be destroyed inside its own callback.
+    // Watches a source until this object is destroyed. Used, moved and destroyed on the loop's thread, or when the loop
+    // has stopped. May be destroyed inside its own callback.
     class Source {
     public:
         Source() = default;
@@ -51,21 +51,20 @@ public:
         std::shared_ptr<State> state_;
     };
 
-    // Starts the thread, which is called `name` (at most 15 characters). Throws std::runtime_error.
+    // Starts the thread, named `name` (at most 15 characters). Throws std::runtime_error.
     explicit EventLoop(const std::string& name);
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
     // Stops.
     ~EventLoop();
 
-    // Any thread. Runs `handler` on the loop's thread, after those posted before. It is dropped when the loop has
-    // stopped.
+    // Any thread. Runs `handler` on the loop's thread, after those posted before. Dropped when the loop has stopped.
     void Post(Handler handler);
 
-    // Any thread but the loop's. Returns when `handler` has run, or false at once when the loop has stopped.
+    // Any thread but the loop's. Returns true when `handler` has run, or false at once when the loop has stopped.
     bool Run(const Handler& handler);
 
-    // Ends the thread when the callback that runs has returned; what is still posted is dropped. Not on the loop's
+    // Ends the thread when the current callback has returned; what is still posted is dropped. Not on the loop's
     // thread. Does nothing the second time.
     void Stop();
 
@@ -73,11 +72,11 @@ public:
 
     // The loop's thread only. The descriptor stays the caller's and outlives the source.
     Source Watch(int descriptor, uint32_t events, IoHandler handler);
-    // Once, and again and again. The loop may be up to a tenth of the time late, to wake up less often.
+    // After runs once, Every repeats. The loop may be late by a tenth of the time, so that it wakes up less often.
     Source After(std::chrono::milliseconds time, Handler handler);
     Source Every(std::chrono::milliseconds time, Handler handler);
 
-    // Any thread. When the loop came round last; it does so at least every two seconds unless a callback hangs.
+    // Any thread. When the loop last went round; it does at least every two seconds unless a callback hangs.
     Clock::time_point LastRound() const;
 
 private:

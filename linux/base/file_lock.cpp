@@ -25,7 +25,7 @@ bool IsStillThere(int descriptor, const std::filesystem::path& path) {
         ours.st_ino == there.st_ino;
 }
 
-// Who holds it is for people. On a full disk that is not known, but the lock holds.
+// The note is for people. On a full disk it is missing, but the lock holds.
 void NoteHolder(int descriptor) {
     const std::string process = std::to_string(getpid()) + "\n";
     if (ftruncate(descriptor, 0) == 0) {
@@ -35,8 +35,8 @@ void NoteHolder(int descriptor) {
 
 }  // namespace
 
-// Whoever had it may have removed the file between our opening and our locking it: the lock would be on a file that
-// nobody finds any more.
+// The last holder may have removed the file after we opened it and before we locked it: the lock would be on a file
+// that nobody finds any more.
 FileLock::FileLock(const std::filesystem::path& path) {
     constexpr mode_t OWN = 0600;
     for (;;) {

@@ -1,4 +1,4 @@
-// Calls of handlers, from which no exception may reach the threads of the port.
+// Calls handlers so that no exception reaches the threads of the port.
 #pragma once
 
 #include <exception>

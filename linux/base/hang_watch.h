@@ -11,13 +11,13 @@ class HangWatch {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // A loop hangs when it has not come round for `patience`.
+    // A loop hangs when it has not gone round for `patience`.
     HangWatch(Clock::duration step, Clock::duration patience, Clock::time_point now = Clock::now())
         : step_(step), patience_(patience), lookedAt_(now), since_(now) {}
 
-    // Whether the loop, which came round last at `lastRound`, hangs.
+    // Whether the loop, which last went round at `lastRound`, hangs.
     bool Look(Clock::time_point lastRound, Clock::time_point now = Clock::now()) {
-        // Whoever looks late was stopped itself, and so was the loop: it gets its time anew.
+        // If this looks late, the process was stopped, and the loop with it: the loop's time starts again.
         if (now - lookedAt_ > 2 * step_) {
             since_ = now;
         }
@@ -29,7 +29,7 @@ private:
     const Clock::duration step_;
     const Clock::duration patience_;
     Clock::time_point lookedAt_;
-    Clock::time_point since_;  // the process has run without a gap
+    Clock::time_point since_;  // the process has run without a gap since then
 };
 
 }  // namespace ZYNE::Linux

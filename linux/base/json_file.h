@@ -1,5 +1,5 @@
-// JSON files that people and apps write: read with a limit, parsed strictly, and taken apart by type. Whatever is wrong
-// with one is a std::runtime_error with one line.
+// JSON files that people and apps write: read with a limit, parsed strictly, and read out by type. Anything wrong with
+// one is a std::runtime_error with one line.
 //
 //     const JsonFile file = ReadJsonFile(path, LARGEST_FILE);
 //     try {
@@ -31,7 +31,7 @@ struct JsonFile {
     std::string Place(size_t offset) const;
 };
 
-// Comments are allowed; nesting is limited to what configuration needs. What is wrong names the file and the line.
+// Comments are allowed; nesting is limited to what configuration needs. Errors name the file and the line.
 JsonFile ReadJsonFile(const std::filesystem::path& path, size_t limit);
 
 // What is wrong with `value`.
@@ -44,7 +44,7 @@ private:
     size_t offset_;
 };
 
-// A member of an object: must be there, unless a default is given, and of the type. Otherwise a JsonError.
+// A member of an object. It must be of the type, and be there unless a default is given; otherwise a JsonError.
 std::string JsonString(const Json::Value& object, const char* name);
 std::string JsonString(const Json::Value& object, const char* name, const char* absent);
 bool JsonBool(const Json::Value& object, const char* name, bool absent);

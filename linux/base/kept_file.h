@@ -6,7 +6,7 @@
 
 namespace ZYNE::Linux {
 
-// Replaces what `file` holds, or makes it. Whoever is killed meanwhile leaves the old content or the new. Throws
+// Replaces what `file` holds, or makes it. A process killed meanwhile leaves either the old content or the new. Throws
 // std::runtime_error with one line that names the file.
 void WriteKeptFile(const std::filesystem::path& file, const std::string& content);
 

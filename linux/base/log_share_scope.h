@@ -1,4 +1,4 @@
-// For which peer a thread works, if for any.
+// Which peer a thread is working for, if any.
 #pragma once
 
 #include <memory>
@@ -8,9 +8,9 @@ namespace ZYNE::Linux {
 
 class LogShare;
 
-// While it lives, what the calling thread does is done for a peer: what it logs is taken from the peer's share, and the
-// tasks that it posts to the pool are the peer's, and so are those that they post. Null stands for the device itself.
-// Scopes of a thread are nested.
+// While it lives, the calling thread works for a peer: what it logs comes out of the peer's share, and the tasks that
+// it posts to the pool, and those that they post, are the peer's too. Null stands for the device itself. The scopes of
+// a thread nest.
 class LogShareScope {
 public:
     explicit LogShareScope(std::shared_ptr<LogShare> share) : share_(std::move(share)), outer_(current_) {

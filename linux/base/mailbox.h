@@ -4,9 +4,9 @@
 //     mailbox->Post(event);   // any thread, at once
 //     mailbox->Close();       // the receiver goes
 //
-// The receiver is called on threads of the pool, with one event at a time and in the order in which they were posted, so
-// one that is slow or blocks holds up nobody else. How much may wait for it has a bound, and where the newest counts,
-// events that wait are joined.
+// The receiver is called on threads of the pool, with one event at a time, in the order in which they were posted. If
+// it is slow or blocks, nobody else is held up. How much may wait is limited, and where only the newest counts, waiting
+// events are joined.
 #pragma once
 
 #include <condition_variable>
@@ -22,16 +22,16 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Lives until what was taken has been handled, whoever lets go of it. No lock is held while the receiver is
-// called.
+// Any thread. Lives until the events that it took have been handled, even when nobody refers to it any more. No lock is
+// held while the receiver is called.
 template <typename Event>
 class Mailbox final : public std::enable_shared_from_this<Mailbox<Event>> {
 public:
-    // Called under the mailbox's lock: quick, and calling nobody.
+    // Called under the mailbox's lock: must be quick and must not call out.
     struct Rules {
-        size_t most = SIZE_MAX;                          // of what may wait
-        std::function<size_t(const Event&)> weigh = {};  // what an event counts; 1 where this is empty
-        // Whether `next` is part of what waits now; `waiting` may be empty. Not together with `weigh`.
+        size_t most = SIZE_MAX;                          // how much may wait
+        std::function<size_t(const Event&)> weigh = {};  // how much an event counts; 1 if empty
+        // Whether `next` was merged into `waiting`, which may be empty. Not together with `weigh`.
         std::function<bool(std::deque<Event>& waiting, Event& next)> join = {};
     };
 
@@ -47,8 +47,8 @@ public:
         return std::shared_ptr<Mailbox>(new Mailbox(std::move(post), std::move(receive), std::move(rules)));
     }
 
-    // Never calls the receiver inline. While the pool has no thread for it the event waits. False, and the event is lost,
-    // when too much waits, when the mailbox is closed, and when the pool has stopped.
+    // Never calls the receiver inline. The event waits until the pool has a thread for it. False, and the event is
+    // lost, when too much waits already, when the mailbox is closed, and when the pool has stopped.
     bool Post(Event event) {
         const std::scoped_lock lock(mutex_);
         if (isClosed_) {
@@ -69,15 +69,15 @@ public:
         return isPosted_;
     }
 
-    // The receiver is called no more, but for a call that runs; what waits is dropped. Never waits.
+    // The receiver is not called again, though a call may still run; what waits is dropped. Does not wait.
     void Close() {
-        std::deque<Event> dropped;  // destroyed without the lock: with it may end what they hold
+        std::deque<Event> dropped;  // destroyed without the lock: what they hold may end with them
         const std::scoped_lock lock(mutex_);
         isClosed_ = true;
         dropped.swap(waiting_);
     }
 
-    // The same, and returns when a call that runs has returned. Not for the receiver itself.
+    // The same, and waits for a call that still runs. Not inside the receiver.
     void CloseAndWait() {
         Close();
         std::unique_lock lock(mutex_);
@@ -123,7 +123,7 @@ private:
     bool isClosed_ = false;      // guarded by mutex_
 };
 
-// Tasks that run one after another, each for whom it was posted.
+// Tasks that run one after another, each for the peer that it was posted for.
 using SerialTasks = Mailbox<PostedTask>;
 
 inline std::shared_ptr<SerialTasks> MakeSerialTasks(ThreadPool& pool) {

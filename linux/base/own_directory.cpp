@@ -25,7 +25,7 @@ bool EnsureOwnDirectory(const std::filesystem::path& directory) {
     return isMade;
 }
 
-// In /tmp anybody may have been there first.
+// In /tmp somebody else may have been first.
 void CheckOwnDirectory(const std::filesystem::path& directory) {
     struct stat status {};
     if (lstat(directory.c_str(), &status) != 0) {

@@ -5,11 +5,11 @@
 
 namespace ZYNE::Linux {
 
-// Makes sure that `directory` is there, a directory itself and not a link to one, of this user and closed to others
-// (0700). Only its last part is made; whether it was. Throws std::runtime_error with one line.
+// Makes sure that `directory` is there: a directory and not a link to one, owned by this user and closed to others
+// (0700). Makes only the last part of the path; returns whether it did. Throws std::runtime_error with one line.
 bool EnsureOwnDirectory(const std::filesystem::path& directory);
 
-// The same of one that is there.
+// The same check for a directory that must be there already.
 void CheckOwnDirectory(const std::filesystem::path& directory);
 
 }  // namespace ZYNE::Linux

@@ -1,4 +1,4 @@
-// A task, and the peer for which it was posted, if for any.
+// A task, and the peer that it was posted for, if any.
 #pragma once
 
 #include <functional>
@@ -14,13 +14,13 @@ namespace ZYNE::Linux {
 class PostedTask {
 public:
     PostedTask() = default;
-    // For whom the calling thread works.
+    // Posted for the peer that the calling thread works for.
     explicit PostedTask(std::function<void()> task) : task_(std::move(task)), share_(LogShareScope::Current()) {}
 
     explicit operator bool() const { return static_cast<bool>(task_); }
     bool IsForPeer() const { return share_ != nullptr; }
 
-    // Runs the task for whom it was posted, and destroys it; see RunTask.
+    // Runs the task for its peer, and destroys it; see RunTask.
     void Run() noexcept {
         const LogShareScope scope(std::move(share_));
         RunTask(std::move(task_));

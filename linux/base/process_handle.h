@@ -1,4 +1,4 @@
-// A process that is not a child of ours, held so that its number cannot come to mean another.
+// A process that is not our child, held so that its number cannot be reused for another one.
 #pragma once
 
 #include <chrono>

@@ -11,10 +11,10 @@ using namespace std::chrono_literals;
 // whether the time has run out.
 constexpr auto LOOK_INTERVAL = 100ms;
 
-// Behind every deadline that anybody computes, yet far from the end of the clock's range of 292 years.
+// Later than any deadline that is computed, yet far from the end of the clock's range of 292 years.
 constexpr auto AGE = std::chrono::hours(24 * 365 * 100);
 
-// `duration` from `start`; the end of the clock where that lies beyond.
+// `start` plus `duration`, or the end of the clock's range if that comes first.
 SteadyTime::TimePoint After(SteadyTime::TimePoint start, SteadyTime::Clock::duration duration) {
     return duration < SteadyTime::TimePoint::max() - start ? start + duration : SteadyTime::TimePoint::max();
 }

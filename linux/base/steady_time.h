@@ -1,4 +1,4 @@
-// The library's clock on Linux: the steady clock, which the daemon lets run out when it stops.
+// The library's clock on Linux: the steady clock, which the daemon moves to the end of time when it stops.
 #pragma once
 
 #include <atomic>
@@ -15,12 +15,12 @@ public:
     void SleepUntil(TimePoint deadline) override;
     bool WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, TimePoint deadline) override;
 
-    // From now on a sleep or wait returns at once and moves the clock to its deadline, which no deadline computed
-    // earlier lies behind. Sleepers wake up at once, waiters within a tenth of a second. For good.
+    // From now on every sleep or wait returns at once, and the clock is past every deadline that was computed before.
+    // Those that sleep wake up at once, those that wait within a tenth of a second. For good.
     void RunOut();
 
 private:
-    // Moves the clock to `deadline`, unless it is there, after the time has run out.
+    // Once the time has run out: moves the clock to `deadline`, unless it is later already.
     void LeapTo(TimePoint deadline);
 
     std::atomic<Clock::rep> runOutAt_{0};  // what the clock shows after the time has run out; 0 until then

@@ -19,8 +19,8 @@ namespace ZYNE::Linux {
 
 // Any thread. A task gets the thread that became idle last, or a new one when all are busy, so a task that sleeps or
 // blocks never keeps another from running. A thread that has been idle for a while ends. An exception that leaves a
-// task is logged. A task runs for whom it was posted (LogShareScope): half of the threads is the device's own, which tasks
-// for peers never get.
+// task is logged. A task runs for the peer that it was posted for (LogShareScope): tasks for peers get at most half of
+// the threads, the rest are for the device itself.
 class ThreadPool final : public CollaborationFwk::AsynThreadPool {
 public:
     // Each idle close of an app connection holds a thread for five minutes, so the limit is far above the number of
@@ -34,22 +34,22 @@ public:
     // Stops.
     ~ThreadPool();
 
-    // Refuses when every thread of the limit is busy, or for a peer when half of them are with tasks for peers; when the
+    // Refuses when as many threads as the limit allows are busy; for a peer, when half of them work for peers; when the
     // system gives no further thread; and once stopped.
     bool AddAsynTask(std::function<void()> task, int32_t param) override;
 
-    // Has `task` run `delay` from now, or later when there is no thread for it then. False once stopped: such tasks are
-    // dropped then, too.
+    // Runs `task` after `delay`, or later if there is no thread for it then. False once stopped; stopping also drops
+    // the tasks that are not due yet.
     bool AddLaterTask(std::chrono::milliseconds delay, std::function<void()> task);
 
-    // Has `task` run as soon as there is a thread for it. False once stopped.
+    // Runs `task` as soon as there is a thread for it. False once stopped.
     bool AddTaskSoon(const std::function<void()>& task);
 
     // What has tasks run by this pool as AddAsynTask does, for those who need no more of it. It must outlive the use.
     std::function<bool(std::function<void()> task)> Poster();
 
-    // Refuses new tasks from now on and waits until those accepted have ended, for `limit` at most. Whether they have.
-    // Not to be called by a task.
+    // Refuses new tasks from now on and waits, for `limit` at most, until those accepted have ended. Returns whether
+    // they have. Not to be called by a task.
     bool Drain(std::chrono::milliseconds limit);
 
     // Refuses new tasks from now on and returns when those accepted have ended and every thread is joined. Not to be
