@@ -13,8 +13,7 @@ constexpr LogDomain LOG = LogDomains::DATASHARE;
 }  // namespace
 
 DataShareManager& DataShareManager::GetInstance() {
-    static DataShareManager instance;
-    return instance;
+    return Singleton<DataShareManager>::Get();
 }
 
 bool DataShareManager::CreateDataShareHelper(const std::string& uri, int32_t systemAbilityId) {

@@ -13,10 +13,9 @@
 #include <unordered_map>
 
 #include "plugin/datashare/datashare_imp.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Helpers are never removed. Operations on a URI without a helper do nothing. Only the making of a helper
 // holds the lock across calls into the port.
@@ -35,7 +34,7 @@ public:
     void InsertDPChangedInfo(const std::string& uri, const std::string& key, const std::string& value);
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<DataShareManager>;
 
     DataShareManager() = default;
     ~DataShareManager() = default;

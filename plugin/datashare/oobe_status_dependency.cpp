@@ -25,8 +25,7 @@ struct CloseResultSet {
 }  // namespace
 
 OobeStatusDependency& OobeStatusDependency::GetInstance() {
-    static OobeStatusDependency instance;
-    return instance;
+    return Singleton<OobeStatusDependency>::Get();
 }
 
 bool OobeStatusDependency::IsOobeReady() {

@@ -9,10 +9,9 @@
 
 #include "platform/datashare/data_share_helper.h"
 #include "plugin/export.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // What one setting says about the set-up.
 struct SetupFinding {
@@ -36,7 +35,7 @@ public:
     CFWK_EXPORT static std::vector<SetupFinding> ExplainSetup();
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<OobeStatusDependency>;
 
     OobeStatusDependency() = default;
     virtual ~OobeStatusDependency() = default;

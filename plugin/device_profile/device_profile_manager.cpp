@@ -32,8 +32,7 @@ bool IsKeyMouseDevice(const DeviceInfo& device) {
 }  // namespace
 
 DeviceProfileManager& DeviceProfileManager::GetInstance() {
-    static DeviceProfileManager instance;
-    return instance;
+    return Singleton<DeviceProfileManager>::Get();
 }
 
 void DeviceProfileManager::HandleDeviceProfileChange(int state, const DmDeviceInfo& info) {

@@ -27,10 +27,9 @@
 #include "plugin/device_profile/service_collect_pair_info.h"
 #include "plugin/device_profile/sync_profile_change_type.h"
 #include "plugin/export.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Only UnsubscribeOfflineDevice holds a lock, mutex_, across calls into the port. Registered functions are
 // called without a lock, on the thread that brings the change, and may register others; they must not throw.
@@ -86,7 +85,7 @@ public:
     void ExecuteSuperDeviceProfileChangeListener();
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<DeviceProfileManager>;
 
     DeviceProfileManager() = default;
     ~DeviceProfileManager() = default;

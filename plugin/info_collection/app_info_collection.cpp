@@ -26,8 +26,7 @@ Want WantOf(const std::string& action) {
 }  // namespace
 
 AppInfoCollection* AppInfoCollection::GetInstance() {
-    static AppInfoCollection instance;
-    return &instance;
+    return &Singleton<AppInfoCollection>::Get();
 }
 
 void AppInfoCollection::Init() {

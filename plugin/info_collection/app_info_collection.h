@@ -25,10 +25,9 @@
 #include "plugin/export.h"
 #include "plugin/info_collection/app_info_meta.h"
 #include "plugin/info_collection/dynamic_info_map_by_pak.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Filled by the first scan and never emptied. Lock order: initMutex_, scanMutex_, then dynamicMapMutex_ or
 // staticMapMutex_.
@@ -73,7 +72,7 @@ public:
     void InitDataShareManager();
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<AppInfoCollection>;
 
     AppInfoCollection() = default;
     ~AppInfoCollection() = default;

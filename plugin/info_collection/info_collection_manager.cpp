@@ -24,8 +24,7 @@ constexpr int HEXADECIMAL = 16;
 }  // namespace
 
 InfoCollectionManager* InfoCollectionManager::GetInstance() {
-    static InfoCollectionManager instance;
-    return &instance;
+    return &Singleton<InfoCollectionManager>::Get();
 }
 
 void InfoCollectionManager::GetLocalDeviceDynamicInfo(

@@ -13,10 +13,9 @@
 #include "plugin/info_collection/ability_connection_imp.h"
 #include "plugin/info_collection/dynamic_info_map_by_pak.h"
 #include "plugin/info_collection/dynamic_info_map_by_sa.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Keeps a connection to each app service that was asked, and closes it 300 seconds after its last use. A
 // service's key is its bundle name, "&" and its name.
@@ -45,7 +44,7 @@ public:
     void DisconnectService(const std::string& bundleName, const std::string& serviceName, const std::string& key);
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<InfoCollectionManager>;
 
     InfoCollectionManager() = default;
     ~InfoCollectionManager() = default;

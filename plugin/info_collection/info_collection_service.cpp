@@ -39,8 +39,7 @@ std::shared_ptr<ServiceInfo> MakeRequest(
 }  // namespace
 
 InfoCollectionService& InfoCollectionService::GetInstance() {
-    static InfoCollectionService instance;
-    return instance;
+    return Singleton<InfoCollectionService>::Get();
 }
 
 InfoCollectionService::InfoCollectionService() {

@@ -15,10 +15,9 @@
 #include "platform/host/session_manager.h"
 #include "plugin/export.h"
 #include "plugin/info_collection/device_dynamic_info.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Lock order: mutex_, then resultMutex_; idMutex_ is never held together with either.
 class InfoCollectionService {
@@ -46,7 +45,7 @@ public:
     void EraseCollaborationId(uint32_t id);
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<InfoCollectionService>;
     using Answer = std::unordered_map<std::string, std::string>;
 
     InfoCollectionService();

@@ -26,8 +26,7 @@ sptr<ISystemAbilityManager> GetSystemAbilityManager() {
 }  // namespace
 
 RequestSAManager* RequestSAManager::GetInstance() {
-    static RequestSAManager instance;
-    return &instance;
+    return &Singleton<RequestSAManager>::Get();
 }
 
 std::list<SaReqTask> RequestSAManager::GetReqTasks() {

@@ -19,10 +19,9 @@
 #include "plugin/export.h"
 #include "plugin/info_collection/dynamic_info_map_by_sa.h"
 #include "plugin/info_collection/sa_req_task.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Its tables only grow. Lock order: parseMutex_, then dynamicMapMutex_ or infoConfigMutex_;
 // infoConfigMutex_, then reqTasksMutex_.
@@ -60,7 +59,7 @@ public:
     std::string RequestSingleSaOnConfigInfo(DynamicInfoMapBySa info);
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<RequestSAManager>;
 
     RequestSAManager() = default;
     ~RequestSAManager() = default;

@@ -5,8 +5,7 @@
 namespace ZYNE::CollaborationFwk {
 
 KeyMouseListenerSet& KeyMouseListenerSet::GetInstance() {
-    static KeyMouseListenerSet instance;
-    return instance;
+    return Singleton<KeyMouseListenerSet>::Get();
 }
 
 KeyMouseListenerSet::KeyMouseListenerSet() {

@@ -7,10 +7,9 @@
 #include <unordered_map>
 
 #include "plugin/key_mouse/key_mouse_event_listener.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread: it does not change after it was made.
 class KeyMouseListenerSet {
@@ -28,7 +27,7 @@ protected:
     virtual ~KeyMouseListenerSet() = default;
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<KeyMouseListenerSet>;
 
     void AddListener(const std::string& type);
 

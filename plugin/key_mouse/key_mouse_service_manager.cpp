@@ -25,8 +25,7 @@ constexpr std::chrono::seconds DP_RETRY_INTERVAL{1};
 }  // namespace
 
 KeyMouseServiceManager& KeyMouseServiceManager::GetInstance() {
-    static KeyMouseServiceManager instance;
-    return instance;
+    return Singleton<KeyMouseServiceManager>::Get();
 }
 
 KeyMouseServiceManager::KeyMouseServiceManager()

@@ -41,10 +41,9 @@
 #include "plugin/key_mouse/key_mouse_device_screen_status_callback.h"
 #include "plugin/key_mouse/key_mouse_move_to_edge_event.h"
 #include "plugin/key_mouse/key_mouse_service_connection.h"
+#include "plugin/utils/singleton.h"
 
 namespace ZYNE::CollaborationFwk {
-
-class LibraryRenewer;
 
 // Any thread. Decisions are not serialised: each takes what the flags say at that moment, and the last one wins.
 //
@@ -251,7 +250,7 @@ protected:
     virtual ~KeyMouseServiceManager() = default;
 
 private:
-    friend class LibraryRenewer;  // tests start each case with a fresh library
+    friend class Singleton<KeyMouseServiceManager>;
 
     static constexpr int32_t NO_USER = -1;
 

@@ -136,13 +136,15 @@ int32_t OsAccountManager::GetOsAccountType(int32_t localId, OsAccountType& type)
 namespace CollaborationFwk {
 
 void LibraryRenewer::RenewAll() {
-    // The singletons are static objects: each is built anew in its place.
-    const auto renew = []<typename... Singletons>(Singletons&... singletons) {
-        (..., (singletons.~Singletons(), new (&singletons) Singletons()));
-    };
-    renew(InfoCollectionService::GetInstance(), *RequestSAManager::GetInstance(), *InfoCollectionManager::GetInstance(),
-        *AppInfoCollection::GetInstance(), DeviceProfileManager::GetInstance(), DataShareManager::GetInstance(),
-        OobeStatusDependency::GetInstance(), KeyMouseListenerSet::GetInstance(), KeyMouseServiceManager::GetInstance());
+    Singleton<InfoCollectionService>::Renew();
+    Singleton<RequestSAManager>::Renew();
+    Singleton<InfoCollectionManager>::Renew();
+    Singleton<AppInfoCollection>::Renew();
+    Singleton<DeviceProfileManager>::Renew();
+    Singleton<DataShareManager>::Renew();
+    Singleton<OobeStatusDependency>::Renew();
+    Singleton<KeyMouseListenerSet>::Renew();
+    Singleton<KeyMouseServiceManager>::Renew();
     delete InfoCollectionProcess::instance_.exchange(nullptr);
     PluginLoader::GetLoader().RegisterInstance(PluginType::INFO_COLLECTION, InfoCollectionProcess::GetInstance());
 }
