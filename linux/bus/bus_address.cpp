@@ -11,7 +11,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-// Only these may stand in an address as they are.
+// Only these characters need no escape in an address.
 bool IsPlain(char character) {
     return std::isalnum(static_cast<unsigned char>(character)) != 0 ||
         std::string_view("-_/.\\*").find(character) != std::string_view::npos;

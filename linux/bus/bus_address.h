@@ -15,15 +15,15 @@ std::filesystem::path BusSocket(const std::filesystem::path& directory);
 // The D-Bus address of that socket.
 std::string BusAddress(const std::filesystem::path& directory);
 
-// A connection of its own, registered with the bus within `limit`. Throws std::runtime_error with one line that says why
-// not.
+// A new connection, registered with the bus within `limit`. Throws std::runtime_error with one line that says why there
+// is none.
 BusHandle OpenBus(const std::string& address, std::chrono::milliseconds limit = std::chrono::seconds(30));
 
-// Whether a connection that the calling thread has to itself still stands. Takes in whatever was sent to it, since only
-// reading shows its end.
+// Whether a connection that no other thread uses is still up. Reads and drops what was sent to it, since only reading
+// shows its end.
 bool IsConnected(sd_bus* bus);
 
-// The connection that owns `name`, asked of the bus; empty when nobody does, or the bus is gone. Nothing is started.
+// Asks the bus which connection owns `name`: empty when none does, or when the bus is gone. Starts no service.
 std::string AskOwner(sd_bus* bus, const char* name);
 
 }  // namespace ZYNE::Linux

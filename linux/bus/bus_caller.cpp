@@ -13,8 +13,8 @@
 namespace ZYNE::Linux {
 namespace {
 
-// The bus answers for an object that cannot: nobody owns the name, or its owner left before it answered. A wait that is
-// over has a name of its own.
+// When nobody owns the name, or the owner left before it answered, the bus itself answers with an error. Running out of
+// time is a result of its own.
 int ResultOf(int code, const BusError& error) {
     if (error.Is(SD_BUS_ERROR_NO_REPLY) || error.Is(SD_BUS_ERROR_SERVICE_UNKNOWN) ||
         error.Is(SD_BUS_ERROR_NAME_HAS_NO_OWNER) || error.Is(SD_BUS_ERROR_DISCONNECTED)) {
@@ -70,7 +70,7 @@ int CallOn(sd_bus* bus, const BusMethod& method, std::chrono::microseconds timeo
     return IRemoteObject::OK;
 }
 
-// Anything else that was sent to this connection: late answers, signals, strangers' calls.
+// Drops anything else that was sent to this connection: late answers, signals, calls of others.
 void DropUnasked(sd_bus* bus) {
     uint64_t queued = 0;
     while (sd_bus_get_n_queued_read(bus, &queued) >= 0 && queued > 0 && sd_bus_process(bus, nullptr) > 0) {

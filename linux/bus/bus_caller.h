@@ -1,7 +1,7 @@
 // Calls methods over the bus and waits for their answers.
 //
-// A call has a connection to itself while it runs: it reads its own answer, with no other thread in between, so a call
-// costs one round trip over the bus and a slow one holds up no other. Connections are kept for the next calls.
+// While a call runs it has a connection to itself and reads its own answer, with no other thread in between. So a call
+// costs one round trip over the bus, and a slow one holds up no other. Connections are kept for the next calls.
 #pragma once
 
 #include <chrono>
@@ -33,11 +33,12 @@ public:
 
     explicit BusCaller(std::string address);
 
-    // `timeout` is for connecting and calling together. 0, or another IRemoteObject::Result. `error`, if given, receives the text of what went wrong. Never throws.
+    // `timeout` covers connecting and calling together. 0, or another IRemoteObject::Result. `error`, if given,
+    // receives a text that says what went wrong. Never throws.
     int Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
         std::string* error = nullptr) noexcept;
 
-    // Ends idle connections. Later calls find everything dead; those under way go on.
+    // Closes idle connections. Later calls answer DEAD; those under way go on.
     void Close();
 
 private:

@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 constexpr LogDomain LOG = LogDomains::BUS;
 constexpr auto QUESTION_TIME = 5s;    // for a question to the bus itself
 constexpr auto START_TIME = 60s;      // the bus gives up on a service earlier, by its own limit
-constexpr auto APPEARANCE_TIME = 1s;  // between a service's start and our hearing of its name
+constexpr auto APPEARANCE_TIME = 1s;  // between a service's start and our being told of its name
 
 }  // namespace
 
@@ -47,8 +47,8 @@ sptr<RemoteObject> BusClient::GetListener(const std::string& uniqueName, const s
 sptr<RemoteObject> BusClient::GetObject(const Key& key) {
     const std::string& uniqueName = std::get<0>(key);
     sptr<RemoteObject> remote = FindOrMake(key);
-    // OnGone knows it by now: whoever is on the bus at this moment will be reported when it leaves. One that is so new
-    // that its arrival has not been reported yet is asked for.
+    // From here on OnGone finds the object, so a process that is on the bus now will be reported when it leaves. One so
+    // new that its arrival has not been reported yet is asked for.
     if (!names_.IsAlive(uniqueName) && !IsOnBus(uniqueName)) {
         OnGone(uniqueName);
     }

@@ -19,26 +19,26 @@ namespace ZYNE::Linux {
 // Any thread.
 class BusClient {
 public:
-    // `loop` reads the bus. `post` carries death notices; `lost` is told once, on the loop's thread, when the bus goes
-    // away; it must be quick. Throws std::runtime_error when the bus cannot be reached.
+    // `loop` reads the bus. `post` runs the death notices. `lost` is called once, on the loop's thread, when the bus
+    // goes away; it must be quick. Throws std::runtime_error when the bus cannot be reached.
     BusClient(EventLoop& loop, const std::string& address, Post post, std::function<void()> lost);
     ~BusClient();
 
     // From now on every object is dead; nobody is told. Calls under way end when the bus does.
     void Close();
 
-    // The object at `path` of the process `uniqueName`; the same one while anybody holds it. An object whose process is
-    // gone is dead.
+    // The object at `path` of the process `uniqueName`: the same one for as long as anybody holds it. If the process is
+    // gone, the object is dead.
     sptr<RemoteObject> GetRemote(const std::string& uniqueName, const std::string& path);
 
     // The same as a listener, see ListenerObject. One that counts as dead is made anew.
     sptr<RemoteObject> GetListener(const std::string& uniqueName, const std::string& path);
 
-    // Has the bus start the service that owns `name` and waits until it does. The owner's unique name; empty when it
+    // Has the bus start the service `name` and waits until it owns that name. Returns its unique name; empty when it
     // did not start, with the reason in `error`.
     std::string StartService(const std::string& name, std::string& error);
 
-    // Asks the bus itself, which knows of a connection's end a moment before everyone hears of it.
+    // Asks the bus itself, which knows that a connection has ended a moment before others are told.
     bool IsOnBus(const std::string& uniqueName);
 
     // The process behind a connection; empty when it has left.

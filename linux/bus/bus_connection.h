@@ -1,8 +1,8 @@
-// A connection to a bus that an event loop reads: for the signals that this process hears and sends, and for what it
+// A connection to a bus, read by an event loop: for the signals that this process hears and sends, and for what it
 // serves.
 //
 //     auto connection = BusConnection::Make(loop, OpenBus(address));
-//     const BusSlot slot = connection->Listen("/org/example/Bell", "org.example.Bell", "Rang", [](sd_bus_message*) { ... });
+//     const BusSlot slot = connection->Listen("/org/example/Bell", "org.example.Bell", "Rang", [](auto*) { ... });
 //     connection->Send("/org/example/Bell", "org.example.Bell", "Rang", [](sd_bus_message*) { return 0; }, error);
 #pragma once
 
@@ -20,7 +20,7 @@ namespace ZYNE::Linux {
 
 class BusConnection;
 
-// Something that the connection does until this is destroyed: no handler runs after that. Any thread.
+// What the connection does until this is destroyed: after that no handler runs. Any thread.
 class BusSlot {
 public:
     BusSlot() = default;
@@ -38,8 +38,8 @@ private:
     std::shared_ptr<void> handler_;
 };
 
-// Any thread. Handlers are called on the loop's thread, one at a time, in the order in which what they hear was sent by
-// one connection, and with the connection locked: they must be quick and not use it.
+// Any thread. Handlers are called on the loop's thread, one at a time. What one sender sent they hear in its order. The
+// connection is locked meanwhile: they must be quick and must not use it.
 class BusConnection : public std::enable_shared_from_this<BusConnection> {
 public:
     // What sd-bus sends to itself when the bus is gone.
@@ -49,24 +49,24 @@ public:
 
     using Handler = std::function<void(sd_bus_message* message)>;
 
-    // Read from now on by `loop`, which lives until it is closed.
+    // `loop` reads it from now on, and must live until the connection is closed.
     static std::shared_ptr<BusConnection> Make(EventLoop& loop, BusHandle bus);
     BusConnection(const BusConnection&) = delete;
     BusConnection& operator=(const BusConnection&) = delete;
     // Closes.
     ~BusConnection() { Close(); }
 
-    // Runs `use` with the connection locked, and gives back what it returns, or -ENOTCONN when the connection has ended.
+    // Runs `use` with the connection locked and returns its result, or -ENOTCONN when the connection has ended.
     int Use(const std::function<int(sd_bus* bus)>& use);
 
-    // Has `handler` called of the signals that anyone sends after this returns. Throws std::runtime_error.
+    // Calls `handler` for each such signal that anyone sends after this has returned. Throws std::runtime_error.
     [[nodiscard]] BusSlot Listen(
         const std::string& path, const std::string& interface, const std::string& member, Handler handler);
-    // Has it called once the bus is gone. Throws std::runtime_error.
+    // Calls `handler` once the bus is gone. Throws std::runtime_error.
     [[nodiscard]] BusSlot ListenForEnd(std::function<void()> handler);
 
-    // Returns when the bus has taken the signal. `write` adds its arguments; negative: an error number. False, with the
-    // reason in `error`, when the signal was not sent.
+    // Returns when the bus has taken the signal. `write` adds its arguments and returns a negative error number when it
+    // cannot. False, with the reason in `error`, when the signal was not sent.
     bool Send(const std::string& path, const std::string& interface, const std::string& member,
         const std::function<int(sd_bus_message*)>& write, std::string& error);
 

@@ -1,5 +1,5 @@
-// Owners of what sd-bus counts by hand. None of it is thread-safe, not even the counts: whoever shares a connection
-// between threads holds one lock over every call that touches it or one of its messages.
+// Owners of what sd-bus counts by hand. Nothing of it is thread-safe, not even the counts: threads that share a
+// connection must hold one lock over every call that touches it or one of its messages.
 #pragma once
 
 #include <memory>

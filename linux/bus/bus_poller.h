@@ -7,7 +7,7 @@
 
 namespace ZYNE::Linux {
 
-// What sd-bus says of a connection; asked for under the connection's lock.
+// What sd-bus waits for on a connection; asked for under the connection's lock.
 struct BusInterest {
     int fd = -1;
     int events = 0;

@@ -23,7 +23,7 @@ std::chrono::milliseconds TimeUntil(uint64_t deadline) {
 
 BusPump::BusPump(EventLoop& loop, Connection connection) : loop_(loop), connection_(std::move(connection)) {
     arrival_ = loop_.Watch(connection_.interest().fd, POLLIN, [this](uint32_t) { Work(); });
-    timer_ = loop_.After(0ms, [this] { Work(); });  // what has come before
+    timer_ = loop_.After(0ms, [this] { Work(); });  // what came before
 }
 
 void BusPump::Work() {

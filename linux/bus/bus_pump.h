@@ -1,4 +1,4 @@
-// Has an event loop read a connection, whichever library it is of.
+// Has an event loop read a connection, of whatever library.
 #pragma once
 
 #include <functional>
@@ -11,20 +11,21 @@ namespace ZYNE::Linux {
 // The loop's thread, or any while the loop has stopped.
 class BusPump {
 public:
-    // On the loop's thread; neither throws. `process` handles one message: positive when there was one, 0 when there was
-    // none, negative when the connection has ended, after which nothing is called. `interest` says what to wait for.
+    // Both are called on the loop's thread and do not throw. `process` handles one message: positive when there was
+    // one, 0 when there was none, negative when the connection has ended; then nothing more is called. `interest` says
+    // what to wait for.
     struct Connection {
         std::function<int()> process;
         std::function<BusInterest()> interest;
     };
 
-    // From now on.
+    // Reads from now on.
     BusPump(EventLoop& loop, Connection connection);
     BusPump(const BusPump&) = delete;
     BusPump& operator=(const BusPump&) = delete;
 
-    // Handles what waits. To be called when another thread has used the connection: it may have read what is to be
-    // handled, or have found no room to write.
+    // Handles what waits. To be called after another thread has used the connection: it may have read messages that are
+    // still to be handled, or have had no room to write.
     void Work();
 
 private:

@@ -122,7 +122,7 @@ std::optional<BusServer::Request> BusServer::ReadOne(BusInterest& interest) {
     return std::exchange(read_, std::nullopt);
 }
 
-// The turn is free already: a waiting thread has it by now. Where none waits, one is started.
+// The turn was given up before: a thread that waits has it by now. If none waits, one is started.
 void BusServer::PassTurn(bool toAnswer) {
     {
         const std::scoped_lock lock(stateMutex_);
@@ -186,7 +186,7 @@ void BusServer::AnswerStop(Request& request) {
         }
     }
     stopping_ = stopping_ || mayStop;
-    poller_.Wake();  // the reader, to end or to write what has found no room
+    poller_.Wake();  // the reader, to end or to write what had no room
 }
 
 void BusServer::SendReply(Request& request, int32_t status, const MessageParcel& reply) {

@@ -1,16 +1,16 @@
 // Serves objects of this process on the bus.
 //
 //     BusServer server(address);
-//     server.Serve(BusWire::DEFAULT_PATH, [](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext&) {
+//     server.Serve(BusWire::DEFAULT_PATH, [](uint32_t, MessageParcel&, MessageParcel& reply, const IPCContext&) {
 //         reply.WriteString("hello");
 //         return 0;
 //     });
 //     server.OwnName("org.example.Greeter");
 //     server.Run();
 //
-// One thread at a time reads the connection. The thread that read a request answers it as well, after it has passed the
-// reading on, so a request changes no thread on its way and a handler that blocks holds up nobody. When all threads are
-// in handlers another one is started, up to a limit; behind the limit requests wait on the bus.
+// One thread at a time reads the connection. The thread that read a request first passes the reading on and then
+// answers, so a request stays on one thread and a handler that blocks holds up nobody. When all threads are in handlers
+// another one is started, up to a limit; at the limit requests wait on the bus.
 #pragma once
 
 #include <atomic>
@@ -35,8 +35,8 @@ namespace ZYNE::Linux {
 // Lock order: turnMutex_, then busMutex_; stateMutex_ is never held together with another.
 class BusServer {
 public:
-    // Answers one request. Any thread, several at once. 0, or the reason to refuse; the caller then gets no reply. An
-    // exception refuses the request.
+    // Answers one request. Any thread, several at once. Returns 0, or why it refuses; the caller then gets no reply. An
+    // exception refuses the request as well.
     using Handler =
         std::function<int32_t(uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context)>;
 
@@ -46,16 +46,16 @@ public:
     BusServer& operator=(const BusServer&) = delete;
     ~BusServer();
 
-    // Before Run. All throw std::runtime_error, as for a path that is none or a name that is taken.
+    // Before Run. All throw std::runtime_error, for example for a bad path or a name that is taken.
     void Serve(const std::string& path, Handler handler);
     void OwnName(const std::string& name);
-    // Has the process end when its device asks, and nobody else: for one that the device's bus has started.
+    // Lets the device, and nobody else, ask this process to end: for a process that the device's bus has started.
     void ServeStop(const std::string& path);
 
     const std::string& GetUniqueName() const { return uniqueName_; }
 
-    // Serves until Stop is called, the device asks the process to stop, or the bus is gone; returns when the last handler
-    // has. True when the bus is still there.
+    // Serves until Stop is called, the device asks the process to stop, or the bus is gone, and returns when the last
+    // handler has returned. True when the bus is still there.
     bool Run();
 
     // Any thread, handlers included; does not wait.
@@ -67,14 +67,14 @@ private:
         BusWire::CallHandler onCall;
     };
     struct Request {
-        MessageHandle message;   // to be let go of under busMutex_
+        MessageHandle message;   // to be dropped under busMutex_
         const Handler* handler;  // null: the process is asked to stop
         std::string sender;
         uint32_t code;
         std::vector<uint8_t> data;
     };
 
-    // Of threads: so many serve at most, and so many stay while there is nothing to do.
+    // How many threads serve at most, and how many stay while there is nothing to do.
     static constexpr size_t MOST_THREADS = 64;
     static constexpr size_t MOST_WAITING = 4;
 

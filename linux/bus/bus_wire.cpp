@@ -31,7 +31,8 @@ int AppendFile(sd_bus_message* message, const std::vector<uint8_t>& bytes) {
     return sd_bus_message_append(message, "v", "h", file.Get());
 }
 
-// The sender may have sent any descriptor: nothing is read before the seals say that it is a memory file at rest.
+// The sender may have sent any descriptor: nothing is read before the seals show that it is a memory file that cannot
+// change.
 int ReadFile(int fd, std::vector<uint8_t>& bytes) {
     const int seals = fcntl(fd, F_GET_SEALS);
     struct stat status {};

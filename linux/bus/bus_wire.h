@@ -1,6 +1,6 @@
 // How parcels travel over D-Bus.
 //
-// A served object has a path and an interface, and in a process that the device's bus has started a second one:
+// A served object has a path and an interface; in a process that the device's bus has started it has a second one:
 //
 //     com.zyne.RemoteObject   Call(in u code, in v data, out i status, out v reply)
 //     com.zyne.Process        Stop()
@@ -10,10 +10,10 @@
 // shrinking, so that neither side can change it while the other reads; a file without the seals, or of more than
 // Parcel::MAX_SIZE bytes, is refused. The bus copies inline bytes twice and passes a descriptor on as it is.
 //
-// `status` is 0, or the object's reason to refuse the request; `reply` is then empty. A caller also sees refusals as
-// D-Bus errors: of the bus (no such object) or of the object's process (the message is no request).
+// `status` is 0, or the object's reason to refuse the request; `reply` is then empty. Refusals can also be D-Bus
+// errors: from the bus (no such object) or from the object's process (the message is not a request).
 //
-// Stop asks the process that serves the object to end. The device alone may; others get AccessDenied.
+// Stop asks the process that serves the object to end. Only the device may; others get AccessDenied.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +33,7 @@ inline constexpr char CALL[] = "Call";
 inline constexpr char PROCESS_INTERFACE[] = "com.zyne.Process";
 inline constexpr char STOP[] = "Stop";
 
-// Where a process serves its object unless something else is agreed.
+// Where a process serves its object unless another path is agreed.
 inline constexpr char DEFAULT_PATH[] = "/com/zyne/Object";
 
 inline constexpr size_t INLINE_LIMIT = 16u << 10;  // bytes
@@ -41,15 +41,15 @@ inline constexpr size_t INLINE_LIMIT = 16u << 10;  // bytes
 // Adds `bytes` to a message. Negative: an error number, -EMSGSIZE for more than a parcel holds.
 int AppendBytes(sd_bus_message* message, const std::vector<uint8_t>& bytes);
 
-// Takes bytes out of a message that a stranger wrote. Negative: an error number, -EMSGSIZE for more than a parcel
+// Takes bytes out of a message that somebody else wrote. Negative: an error number, -EMSGSIZE for more than a parcel
 // holds, -EBADMSG for what is not as described above.
 int ReadBytes(sd_bus_message* message, std::vector<uint8_t>& bytes);
 
-// Reads a call with ReadRequest and answers it with SendReply, now or later. Throws nothing. Returns what a handler of
-// sd-bus does.
+// Reads a call with ReadRequest and answers it with SendReply, now or later. Throws nothing. Returns what sd-bus wants
+// of a handler.
 using CallHandler = std::function<int(sd_bus_message* message, sd_bus_error* error)>;
 
-// Serves Call at `path` from now until `slot` ends, before which `onCall` must not.
+// Serves Call at `path` until `slot` ends; `onCall` must live as long.
 int AddObject(sd_bus* bus, sd_bus_slot** slot, const std::string& path, CallHandler& onCall);
 
 struct Request {
@@ -57,7 +57,7 @@ struct Request {
     std::vector<uint8_t> data;
 };
 
-// Takes a request apart. Negative, with what the caller is told in `error`, when the message is none.
+// Takes a request apart. Negative when the message is not a request, with what the caller is told in `error`.
 int ReadRequest(sd_bus_message* message, Request& request, sd_bus_error* error);
 
 // Answers `question`. Negative: an error number, which the caller has been told.

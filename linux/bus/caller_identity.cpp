@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::chrono::seconds QUESTION_TIME{5};
 
-// a{sv}: the process's facts by name; what is not asked for is skipped.
+// a{sv}: facts about the process by name; those that are not needed are skipped.
 int ReadCredentials(sd_bus_message* message, IPCContext& context) {
     int result = sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
     while (result >= 0 && (result = sd_bus_message_enter_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv")) > 0) {

@@ -11,13 +11,13 @@
 
 namespace ZYNE::Linux {
 
-// Asks the bus once for each connection. Any thread.
+// Asks the bus once about each connection. Any thread.
 class CallerIdentity {
 public:
     explicit CallerIdentity(BusCaller& caller) : caller_(caller) {}
 
-    // False when the bus does not say, as for a connection that has left. Blocks for a round trip at the first
-    // question.
+    // False when the bus cannot tell, as for a connection that has left. The first question about a connection blocks
+    // for a round trip.
     bool Find(const std::string& uniqueName, IPCContext& context);
 
     // Whether the process is the one that started the bus. Blocks as Find does.

@@ -1,4 +1,4 @@
-// An object of another process that is told of events, none of which may hold up those who hear of it after.
+// An object of another process that is told of events, and must not hold up the listeners after it.
 #pragma once
 
 #include <atomic>
@@ -14,16 +14,16 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. BusClient makes these. A request waits for its answer, as one to any object does, but not for long. From
-// the first that is not answered in time all wait here, in their order, and hold up nobody; the result is then that of
-// queueing. A process that still does not answer, or lets too many gather, counts as dead.
+// Any thread. BusClient makes these. A request waits for its answer, as with any object, but not for long. After the
+// first one that is not answered in time, all requests are queued here, in order, and hold up nobody; the result is
+// then that of queueing. A process that still does not answer, or lets too many gather, counts as dead.
 class ListenerObject final : public RemoteObject {
 public:
-    // How long one is waited for before it is found slow. A listener that answers takes a thousandth of it.
+    // How long an answer may take before the listener counts as slow. A healthy listener needs a thousandth of it.
     static constexpr std::chrono::milliseconds PATIENCE{100};
     static constexpr size_t MOST_WAITING = 256;  // requests
 
-    // `dropped` is told when it counts as dead though its process lives.
+    // `dropped` is called when it counts as dead although its process lives.
     ListenerObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path,
         std::function<void()> dropped);
 

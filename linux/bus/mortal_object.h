@@ -1,4 +1,4 @@
-// What objects have in common whose process can die: who is to be told, and that it has happened.
+// What is common to objects whose process can die: who is to be told, and whether it has died.
 #pragma once
 
 #include <deque>
@@ -9,7 +9,7 @@
 
 namespace ZYNE::Linux {
 
-// Runs a task on another thread; false when it does not.
+// Runs a task on another thread. False when it cannot.
 using Post = std::function<bool(std::function<void()>)>;
 
 // Any thread.
@@ -22,8 +22,8 @@ public:
 
     bool IsDead() const;
 
-    // The process is gone: has every recipient told, one after the other, by a posted task. The second time does
-    // nothing and gives false.
+    // The process is gone: a posted task tells every recipient, one after the other. The second time does nothing and
+    // returns false.
     bool Die();
 
 protected:

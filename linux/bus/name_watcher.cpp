@@ -42,8 +42,8 @@ std::vector<std::string> ListNames(sd_bus* bus) {
 
 }  // namespace
 
-// Changes are asked for first. Those that come while the state is read are handled after it, and end in what is true
-// then, whatever of them the state shows already.
+// Asks for changes first. Those that come while the state is read are handled after it, and lead to what is true then,
+// whether or not the state shows them already.
 NameWatcher::NameWatcher(const std::shared_ptr<BusConnection>& connection, Callbacks callbacks)
     : callbacks_(std::move(callbacks)), end_(connection->ListenForEnd([this] { OnLost(); })) {
     sd_bus_slot* slot = nullptr;
@@ -62,7 +62,7 @@ NameWatcher::NameWatcher(const std::shared_ptr<BusConnection>& connection, Callb
     Check(result, "cannot watch the names on the bus");
 }
 
-// Throws nothing: the watch that has begun is not lost sight of.
+// Throws nothing, so that the watch that has begun is ended by its owner.
 int NameWatcher::ReadPresentState(sd_bus* bus) {
     const bool isRead = GuardedCall("reading the names on the bus", [&] {
         for (const std::string& name : ListNames(bus)) {

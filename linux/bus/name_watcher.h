@@ -21,9 +21,9 @@ namespace ZYNE::Linux {
 class NameWatcher {
 public:
     struct Callbacks {
-        // The connection `uniqueName` has left. As a handler of the connection, which must be quick.
+        // The connection `uniqueName` has left. Called in a handler of the connection: must be quick.
         std::function<void(const std::string& uniqueName)> gone;
-        // The bus itself is gone, once. Everyone else has been reported gone before. Likewise.
+        // The bus itself is gone. Called once, after everyone else was reported gone; must be quick as well.
         std::function<void()> lost;
     };
 
@@ -58,7 +58,7 @@ private:
     std::condition_variable changed_;            // owners_ or alive_ has changed
     std::map<std::string, std::string> owners_;  // guarded by mutex_; well-known name to unique name
     std::set<std::string> alive_;                // guarded by mutex_; unique names
-    BusSlot changes_;                            // last, as is the next: their handlers use the others
+    BusSlot changes_;                            // this and the next are last: their handlers use the others
     BusSlot end_;
 };
 

@@ -13,12 +13,12 @@ namespace ZYNE::Linux {
 // Any thread. BusClient makes these, one for each object.
 class RemoteObject : public MortalObject {
 public:
-    // `uniqueName` is the process's connection: what is sent never reaches a successor that has taken over its name.
+    // `uniqueName` is the process's connection, so nothing reaches another process that takes over its well-known name.
     RemoteObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path);
 
     int32_t SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
-    // The same, for callers that wait for parts of a second. A process that gave no answer in time may have taken the
-    // request all the same.
+    // The same, for callers that wait less than a second. A process that did not answer in time may still have taken
+    // the request.
     int32_t Send(uint32_t code, const MessageParcel& data, MessageParcel& reply, std::chrono::milliseconds timeout);
 
     const std::string& GetUniqueName() const { return method_.busName; }
