@@ -30,7 +30,7 @@ std::string EscapeXml(std::string_view text) {
     return escaped;
 }
 
-// Quoted for the daemon's shell-like split, and its backslashes doubled for the file's own escapes, which are undone
+// Quoted for the daemon, which splits as a shell does. Backslashes are doubled, as the file's own escapes are undone
 // first.
 std::string QuoteArgument(std::string_view argument) {
     std::string quoted = "'";
@@ -53,11 +53,11 @@ bool HasControlCharacter(std::string_view text) {
 
 }  // namespace
 
-// Only the daemon's own user is let in, which is its rule where the policy names no user. The limits are those that a
-// busy device could meet: many requests under way at once, each with a connection and perhaps a file. What a program that
-// never reads has the device answer stays the device's own incoming bytes: with few of them it would keep the device
-// from answering the others. A program's calls beyond what the device takes still reach it, so that it can refuse them.
-// Connections that never say who they are give way after two seconds.
+// Only the daemon's own user is let in: that is its rule where the policy names no user. The limits are high enough for
+// a busy device, with many requests under way, each with a connection and perhaps a file. Answers to a program that
+// never reads count as incoming bytes of the device: a low limit there would let that program keep the device from
+// answering others. Calls beyond what the device takes still reach it, so that it can refuse them. Connections that do
+// not authenticate are dropped after two seconds.
 std::string BusConfig(const std::string& address, const std::filesystem::path& serviceDirectory) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

@@ -24,7 +24,7 @@ constexpr std::chrono::seconds END_TIME{2};
 constexpr int ADDRESS_FD = 3;  // in the child, where it writes its address
 constexpr int HELD_FD = 4;     // in the child
 
-// In the child between fork and exec: system calls only. Signals are as in a fresh process, whatever this one blocks; a
+// In the child, between fork and exec: system calls only. Signals are reset to those of a fresh process. A process
 // group of its own keeps the terminal's interrupt away, since the bus must outlive the device's own orderly stop.
 [[noreturn]] void BecomeDaemon(char* const* arguments, pid_t parent, int addressFd, int heldFd) {
     sigset_t none;
@@ -33,8 +33,8 @@ constexpr int HELD_FD = 4;     // in the child
     signal(SIGPIPE, SIG_DFL);
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    // Moved out of each other's way first. Nothing else of ours is passed on: libraries may have opened sockets without
-    // a thought of children. What services print goes where our own errors go.
+    // The descriptors are first moved out of each other's way. No other one is passed on, as libraries may have opened
+    // sockets that children would inherit. What services print goes where our own errors go.
     const int address = fcntl(addressFd, F_DUPFD, HELD_FD + 1);
     const int held = fcntl(heldFd, F_DUPFD, HELD_FD + 1);
     const bool ready = address >= 0 && held >= 0 && dup2(address, ADDRESS_FD) >= 0 && dup2(held, HELD_FD) >= 0 &&
@@ -45,8 +45,8 @@ constexpr int HELD_FD = 4;     // in the child
     _exit(127);
 }
 
-// What the daemon complains of, such as a limit of files that a container does not let it raise, is no concern of the
-// device's user. But where there is a journal, a daemon that logs to the system sends there what services print, too.
+// The daemon's complaints, for example about a limit of files that it may not raise in a container, do not concern the
+// device's user. But where there is a journal, a daemon that logs to it also sends it what services print.
 const char* LogFlag() {
     return access("/run/systemd/journal/stdout", F_OK) == 0 ? "--nosyslog" : "--syslog-only";
 }

@@ -10,8 +10,8 @@ namespace ZYNE::Linux {
 
 class BusDaemon {
 public:
-    // Starts it and returns when it lets clients in. It ends when the thread that calls this does, as when the process
-    // is killed, and keeps `heldFd` open until then. Throws std::runtime_error with one line.
+    // Starts it and returns when it accepts clients. It ends together with the thread that calls this, also when the
+    // process is killed, and keeps `heldFd` open until then. Throws std::runtime_error with one line.
     BusDaemon(const std::filesystem::path& configFile, int heldFd);
     BusDaemon(const BusDaemon&) = delete;
     BusDaemon& operator=(const BusDaemon&) = delete;

@@ -15,10 +15,10 @@ constexpr char PATH[] = "/com/zyne/CommonEvent";
 constexpr char INTERFACE[] = "com.zyne.CommonEvent";
 constexpr char PUBLISHED[] = "Published";
 
-// Accepted only by those who take any publisher.
+// Matches only subscribers that accept any publisher.
 constexpr int32_t UNKNOWN_PUBLISHER = CommonEventSubscribeInfo::ANY_PUBLISHER;
 
-// Events whose publishers have not been found yet.
+// How many events may wait for their publishers to be found out.
 constexpr size_t MOST_WAITING = 10000;
 
 bool IsName(const std::string& event) {
@@ -27,7 +27,7 @@ bool IsName(const std::string& event) {
 
 }  // namespace
 
-// What is there from Start to Stop.
+// What exists from Start to Stop.
 struct CommonEvents::Running {
     // What another process has published.
     struct Received {
@@ -108,7 +108,7 @@ std::shared_ptr<CommonEvents::Running> CommonEvents::GetRunning() {
     return running_;
 }
 
-// Added under the lock, so that none is added to what Stop has emptied.
+// Added under the lock, so that nothing is added after Stop has emptied the list.
 bool CommonEvents::Subscribe(const std::shared_ptr<CommonEventSubscriber>& subscriber) {
     const std::scoped_lock lock(mutex_);
     if (!running_ || !subscriber) {

@@ -12,9 +12,9 @@
 //
 //     busctl --address=... emit /com/zyne/CommonEvent com.zyne.CommonEvent Published s org.example.SOMETHING
 //
-// The publisher of an event is the user whom the bus proves to be behind the sender, whatever the sender may claim. Only
-// what this process publishes itself is taken for the user that it names: the daemon stands for system services, which
-// have users of their own elsewhere. So no other process can publish in the name of one.
+// The publisher of an event is the user that the sender runs as, which the bus tells; senders cannot claim another.
+// Only this process may name a user for what it publishes: the daemon stands in for system services that have users of
+// their own elsewhere. So no other process can publish in the name of such a service.
 #pragma once
 
 #include <cstdint>
@@ -42,17 +42,17 @@ public:
     // When the device's bus is up. Throws std::runtime_error with one line, and has then started nothing.
     void Start(const std::shared_ptr<BusClient>& client);
 
-    // From now on nobody is called anew, and the subscribers are let go of; calls that run are not waited for. Before
-    // the thread pool is stopped. Not inside a subscriber. Does nothing when it is not up.
+    // After this no new call starts, and the subscribers are dropped; calls that run are not waited for. Before the
+    // thread pool is stopped. Not inside a subscriber. Does nothing when it is not up.
     void Stop();
 
     // As CommonEventManager::SubscribeCommonEvent says. False while it is not up.
     bool Subscribe(const std::shared_ptr<CommonEventSubscriber>& subscriber);
 
-    // Tells subscribers in this process that a process of user `publisherUid` has published `event`, and every other
-    // process that this one has. False when it is not up, for a negative user, and for a name that is empty or too
-    // long. Returns before subscribers are called. When all of this process have been told, and it is still up, `told`
-    // is called on any thread; it throws nothing.
+    // Publishes `event`: subscribers in this process see it come from user `publisherUid`, other processes from this
+    // process. False when it is not up, for a negative user, and for a name that is empty or too long. Returns before
+    // subscribers are called. When all those in this process have been told, and it is still up, `told` is called on
+    // any thread; it must not throw.
     bool Publish(const std::string& event, int32_t publisherUid, std::function<void()> told = {});
 
 private:

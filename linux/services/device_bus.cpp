@@ -57,7 +57,7 @@ void AwaitServices(const std::vector<ProcessHandle>& processes) {
 
 }  // namespace
 
-// What stands on this machine while the bus is up; taken down in reverse order.
+// What exists on this machine while the bus is up; removed in reverse order.
 struct DeviceBus::Running {
     explicit Running(const BusOptions& options) : directory(options.directory), services(options.services) {}
     Running(const Running&) = delete;

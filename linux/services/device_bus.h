@@ -17,7 +17,7 @@ namespace ZYNE::Linux {
 struct BusOptions {
     std::filesystem::path directory;   // for the socket and what the bus daemon reads; of this device alone
     std::vector<BusService> services;  // what the bus starts on demand
-    // The bus has ended by itself, or nobody finds its socket any more; the device cannot go on. Once for either. On the
+    // The bus has ended by itself, or its socket is gone: the device cannot go on. Called once, whichever it is, on the
     // bus's loop: it must be quick.
     std::function<void()> lost;
 };
@@ -31,11 +31,11 @@ public:
     // Stops.
     ~DeviceBus();
 
-    // On the process's main thread: the bus daemon ends with the thread that started it, so that none is left when the
-    // process is killed. Throws std::runtime_error with one line, and has then changed nothing.
+    // On the process's main thread: the bus daemon ends with the thread that started it, so none is left behind when
+    // the process is killed. Throws std::runtime_error with one line, and has then changed nothing.
     void Start(const BusOptions& options);
 
-    // Ends the bus, and every service that it started: those that do not end by themselves when the bus is gone are
+    // Ends the bus and every service that it started; services that do not end by themselves once the bus is gone are
     // killed. Calls under way return. Removes what Start made. Does nothing when the bus is not up.
     void Stop();
 
@@ -48,7 +48,7 @@ public:
     // The loop that reads the device's buses. Null when the bus is not up.
     EventLoop* GetLoop() const;
 
-    // When that loop came round last; now when the bus is not up.
+    // When that loop last went round; the present time when the bus is not up.
     EventLoop::Clock::time_point LastRound() const;
 
 private:

@@ -10,7 +10,7 @@
 
 namespace ZYNE::Linux {
 
-// One event on its way to those who are meant.
+// One event on its way to its subscribers.
 class EventSubscribers::Delivery {
 public:
     Delivery(size_t count, std::function<void()> told) : left_(count), told_(std::move(told)) {}
@@ -32,7 +32,7 @@ struct EventSubscribers::Event {
 };
 
 struct EventSubscribers::Entry {
-    // Also when the subscriber throws.
+    // Runs even when the subscriber throws.
     struct Finishing {
         Delivery& delivery;
         ~Finishing() { delivery.FinishOne(); }
@@ -62,7 +62,7 @@ void EventSubscribers::Add(std::shared_ptr<CommonEventSubscriber> subscriber) {
 }
 
 void EventSubscribers::Clear() {
-    std::vector<std::shared_ptr<Entry>> ended;  // let go of without the lock: that may end a subscriber
+    std::vector<std::shared_ptr<Entry>> ended;  // destroyed without the lock: may end a subscriber
     const std::scoped_lock lock(mutex_);
     ended.swap(entries_);
     for (const std::shared_ptr<Entry>& entry : ended) {

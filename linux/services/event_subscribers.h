@@ -1,7 +1,7 @@
 // Who in this process is to be told of common events.
 //
-// Each subscriber is called on threads of the pool, one event at a time, in the order in which the events arrived; one
-// that blocks holds up no other. An exception that leaves a subscriber is logged.
+// Each subscriber is called on threads of the pool, one event at a time, in the order in which the events arrived. A
+// subscriber that blocks holds up no other. An exception that leaves a subscriber is logged.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,7 @@ namespace ZYNE::Linux {
 // Any thread. No operation calls a subscriber or waits for one.
 class EventSubscribers {
 public:
-    // What one subscriber has not been told yet; events beyond that are lost to it.
+    // How many events may wait for one subscriber; it misses those beyond.
     static constexpr size_t MOST_WAITING = 1000;
 
     explicit EventSubscribers(ThreadPool& pool);
@@ -30,15 +30,15 @@ public:
 
     void Add(std::shared_ptr<CommonEventSubscriber> subscriber);
 
-    // From now on nobody is called anew.
+    // After this no new call starts.
     void Clear();
 
     // Whether anybody wants `event` of some publisher.
     bool IsWanted(const std::string& event);
 
-    // Tells those who accept `event`, published by a process of user `uid`. When each of them has been told or has lost
-    // it, and Clear has not come before that, `told` is called: on a thread of the pool, or in here when there is
-    // nobody. It throws nothing.
+    // Tells the subscribers that accept `event` of user `uid`. When each of them has been told or has missed it, `told`
+    // is called on a thread of the pool, or inside this call when there is no such subscriber; not after Clear. It must
+    // not throw.
     void Tell(const std::string& event, int32_t uid, std::function<void()> told = {});
 
 private:

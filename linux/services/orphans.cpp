@@ -34,7 +34,7 @@ constexpr LogDomain LOG = LogDomains::BUS;
 constexpr pid_t FIRST_OF_OTHERS = 2;  // the first process is the system's
 constexpr auto ASK_TIME = 300ms;
 constexpr auto KILL_TIME = 200ms;
-constexpr int MOST_ROUNDS = 3;  // one that is ended may have started another meanwhile
+constexpr int MOST_ROUNDS = 3;  // a process may have started another one before it ended
 
 std::atomic<bool> isAdopting{false};
 
@@ -82,7 +82,7 @@ std::map<pid_t, Process> ReadProcesses() {
 }
 
 bool DescendsFrom(const std::map<pid_t, Process>& processes, pid_t pid, pid_t ancestor) {
-    // Numbers that were given anew while they were read may make a circle.
+    // Numbers reused while they were read may form a circle.
     for (size_t steps = 0; steps < processes.size(); ++steps) {
         const auto process = processes.find(pid);
         if (process == processes.end()) {
@@ -96,7 +96,7 @@ bool DescendsFrom(const std::map<pid_t, Process>& processes, pid_t pid, pid_t an
     return false;
 }
 
-// Those that still run, each held, so that its number cannot come to mean another.
+// Those that still run, each held, so that its number cannot be reused.
 std::vector<ProcessHandle> FindDescendants(uint64_t since) {
     std::vector<ProcessHandle> found;
     const std::map<pid_t, Process> processes = ReadProcesses();
@@ -121,7 +121,7 @@ bool WaitForAll(const std::vector<ProcessHandle>& processes, std::chrono::millis
     });
 }
 
-// Looks who has ended before it takes anybody away: a number is its owner's for as long as nobody has waited for it.
+// First looks which child has ended, then waits for it: until then its number cannot be reused.
 void WaitForChildren(pid_t spared) {
     pthread_setname_np(pthread_self(), "collabd-reaper");
     for (;;) {

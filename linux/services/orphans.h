@@ -7,19 +7,19 @@
 
 namespace ZYNE::Linux::Orphans {
 
-// From now on processes whose parents are gone become children of this process, so that none is lost sight of, and
-// EndAll ends them. For a process that is a device and nothing else; without it the two below do nothing. Any thread.
+// From now on processes whose parents have ended become children of this process, so that EndAll finds and ends them.
+// Only for a process that is a device and nothing else. Without it the two below do nothing. Any thread.
 void Adopt();
 
 // When a process was started, in ticks of the system; 0 when it is gone.
 uint64_t StartOf(pid_t pid);
 
-// Lets the system forget each child that has ended, but for `spared`, which its owner waits for. A thread of its own does
-// that, which ends with that child or with the last one. Throws std::system_error when there is none.
+// Waits for each child that ends, except `spared`, which its owner waits for. A thread of its own does that; it ends
+// with that child or with the last one. Throws std::system_error when no thread can be made.
 void ForgetEnded(pid_t spared);
 
-// Ends every descendant of this process that was started at `since` or later, and waits for that: it is asked first and
-// killed soon after. Any thread.
+// Ends every descendant of this process that was started at `since` or later, and waits until it has ended: each is
+// asked first and killed soon after. Any thread.
 void EndAll(uint64_t since);
 
 }  // namespace ZYNE::Linux::Orphans

@@ -10,14 +10,14 @@ class RestartPauses {
 public:
     static constexpr std::chrono::seconds STEADY_PAUSE{30};
 
-    // The service has died after it has lived for `life`, which is nothing where it did not start. The time to wait
-    // before its next start: none at first, then longer and longer, and STEADY_PAUSE from the fifth death in a row on. A
-    // life of a minute ends the row.
+    // The service has died after running for `life`, which is 0 if it did not start. Returns the time to wait before
+    // its next start: none at first, then longer and longer, and STEADY_PAUSE from the fifth death in a row on. After a
+    // life of a minute the row starts again.
     std::chrono::seconds TakeDeath(std::chrono::steady_clock::duration life);
 
-    // Whether the pauses do not grow any more.
+    // Whether the pauses have stopped growing.
     bool IsSteady() const;
-    // Whether the last death was the first of those.
+    // Whether they stopped growing with the last death.
     bool HasBecomeSteady() const;
 
 private:

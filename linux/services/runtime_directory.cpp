@@ -13,7 +13,7 @@ namespace {
 
 constexpr char LOCK[] = "bus.lock";
 
-// The bus of a daemon that was killed is told to end in the same moment.
+// When a daemon is killed, its bus is told to end at the same moment.
 constexpr std::chrono::seconds PREDECESSOR_TIME{5};
 
 FileLock WaitForLock(const std::filesystem::path& path) {

@@ -1,4 +1,4 @@
-// The directory that a running device keeps its bus in: the user's own, and of one daemon at a time.
+// The directory of a running device's bus: it belongs to the user, and to one daemon at a time.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +10,7 @@ namespace ZYNE::Linux {
 
 class RuntimeDirectory {
 public:
-    // Makes the directory, with mode 0700, and locks it. Waits a moment for the bus of a predecessor to end. Throws
+    // Makes the directory, with mode 0700, and locks it. Waits a moment for the bus of an earlier daemon to end. Throws
     // std::runtime_error with one line when another daemon has the directory, or when it is not ours to use.
     explicit RuntimeDirectory(const std::filesystem::path& path);
     RuntimeDirectory(const RuntimeDirectory&) = delete;
@@ -18,7 +18,7 @@ public:
     // Removes the lock, and the directory if it was made here and is empty.
     ~RuntimeDirectory();
 
-    // Writes a file into it, below which directories are made. Throws std::runtime_error.
+    // Writes a file into it and makes the directories on the way. Throws std::runtime_error.
     void Write(const std::filesystem::path& name, const std::string& text) const;
 
     const std::filesystem::path& GetPath() const { return path_; }

@@ -32,7 +32,7 @@ private:
 };
 
 void ServiceKeeper::Keep(const std::string& name, const sptr<RemoteObject>& remote) {
-    sptr<RemoteObject> earlier;  // let go of behind the lock
+    sptr<RemoteObject> earlier;  // dropped after the lock
     {
         const std::scoped_lock lock(mutex_);
         Kept& kept = services_[name];
@@ -55,7 +55,7 @@ void ServiceKeeper::TakeDeath(const std::string& name, const sptr<IRemoteObject>
         const std::scoped_lock lock(mutex_);
         Kept& kept = services_[name];
         if (sptr<IRemoteObject>(kept.remote) != remote) {
-            return;  // it has a successor
+            return;  // a newer process has taken its place
         }
         died = std::exchange(kept.remote, nullptr);
         pause = kept.pauses.TakeDeath(died ? Clock::now() - kept.started : Clock::duration(0));
@@ -67,7 +67,7 @@ void ServiceKeeper::TakeDeath(const std::string& name, const sptr<IRemoteObject>
         }
     };
     if (!pool_.AddLaterTask(pause, std::move(startAgain))) {
-        return;  // the device stops
+        return;  // the device is stopping
     }
     if (pauses.HasBecomeSteady()) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG,

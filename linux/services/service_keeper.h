@@ -1,4 +1,4 @@
-// Starts system services again that die: the library has each of them started once.
+// Restarts system services that die: the library starts each of them only once.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. What has been kept stays so until the bus ends.
+// Any thread. A service that was added is kept until the bus ends.
 class ServiceKeeper : public std::enable_shared_from_this<ServiceKeeper> {
 public:
     ServiceKeeper(ThreadPool& pool, DeviceBus& bus) : pool_(pool), bus_(bus) {}
@@ -26,12 +26,12 @@ private:
     using Clock = std::chrono::steady_clock;
     class DeathWatch;
     struct Kept {
-        sptr<RemoteObject> remote;  // held: only then its death is heard of
+        sptr<RemoteObject> remote;  // held, so that its death is noticed
         Clock::time_point started;
         RestartPauses pauses;
     };
 
-    // The process of `remote` is gone; it is null where there was none.
+    // The process of `remote` is gone; null if there was none.
     void TakeDeath(const std::string& name, const sptr<IRemoteObject>& remote);
     void StartAgain(const std::string& name);
     bool IsAlive(const std::string& name);

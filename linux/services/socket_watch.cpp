@@ -27,7 +27,7 @@ SocketWatch::~SocketWatch() {
     });
 }
 
-// Where nothing can be watched the steps have to do.
+// If nothing can be watched, the check at each step must do.
 void SocketWatch::Begin(std::chrono::milliseconds step) {
     constexpr uint32_t CHANGES = IN_CREATE | IN_DELETE | IN_MOVE | IN_DELETE_SELF | IN_MOVE_SELF;
     timer_ = loop_.Every(step, [this] { Look(); });

@@ -1,4 +1,4 @@
-// Notices that a bus's socket has vanished: nobody new can reach the bus then, though those who are connected still do.
+// Notices when a bus's socket has vanished: nobody new can reach the bus then, though connections that are there last.
 #pragma once
 
 #include <chrono>
@@ -16,16 +16,16 @@ namespace ZYNE::Linux {
 
 class SocketWatch {
 public:
-    // What happens to the directories above is noticed after that time at the latest.
+    // Changes to the directories above are noticed after this time at the latest.
     static constexpr std::chrono::seconds STEP{4};
 
-    // Looks at `socket`, which is there, whenever something happens to its directory, and at each `step`. `lost` is
-    // called once, on the thread of `loop`, when it is there no more or is another one.
+    // `socket` must be there. It is checked whenever something happens to its directory, and at each `step`. `lost` is
+    // called once, on the thread of `loop`, when it is gone or is another one.
     SocketWatch(EventLoop& loop, std::filesystem::path socket, std::function<void()> lost,
         std::chrono::milliseconds step = STEP);
     SocketWatch(const SocketWatch&) = delete;
     SocketWatch& operator=(const SocketWatch&) = delete;
-    // `lost` is not called any more when it returns. Not in `lost`.
+    // Once this has returned, `lost` is not called. Not inside `lost`.
     ~SocketWatch();
 
 private:

@@ -30,19 +30,19 @@ public:
     // Before the bus is started. Throws std::runtime_error with one line.
     void LoadTable(const std::filesystem::path& file);
 
-    // What the bus is to start on demand.
+    // The services that the bus starts on demand.
     std::vector<BusService> GetServices() const;
 
-    // An ability that is an object of this process. It is there at once, and comes before one of the table.
+    // An ability that is an object of this process. It is there at once, and hides one of the table.
     void AddLocalAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& object);
 
-    // What it has started it starts again when it dies.
+    // A service that it has started is started again when it dies.
     sptr<IRemoteObject> GetSystemAbility(int32_t systemAbilityId) override;
     sptr<IRemoteObject> CheckSystemAbility(int32_t systemAbilityId) override;
     int32_t LoadSystemAbility(int32_t systemAbilityId, const sptr<ISystemAbilityLoadCallback>& callback) override;
 
 private:
-    // What is known of a number: one of the two.
+    // What is known about a number: one of the two.
     struct Ability {
         sptr<IRemoteObject> local;
         SystemAbilityEntry entry;

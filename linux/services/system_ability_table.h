@@ -4,7 +4,7 @@
 //
 // Each entry has an "id" and the well-known "busName" that the service's process owns. "exec" is the command that the
 // bus starts it with: the executable, relative to the table's directory unless absolute, and its arguments; a service
-// without one must be started by others. "path" is the path of the object that answers, where it is not the default.
+// without one must be started by others. "path" is the path of the object that answers, if not the default.
 #pragma once
 
 #include <cstdint>
