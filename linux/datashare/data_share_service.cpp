@@ -15,14 +15,15 @@ namespace {
 
 constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
-// The address without what is new with each start of the bus: programs that are there already connect to the next one.
+// The address without the part that is new with each start of the bus, so that programs that run already can connect to
+// the next one.
 std::string LastingAddress(const std::string& address) {
     return address.substr(0, address.find(",guid="));
 }
 
 }  // namespace
 
-// What is there from Start to Stop: the place, and what tells it to processes of apps.
+// What exists from Start to Stop: the place, and the object that tells it to processes of apps.
 struct DataShareService::Running {
     Running(SharePlace thePlace, std::shared_ptr<BusConnection> theConnection)
         : place(std::move(thePlace)), connection(std::move(theConnection)) {
@@ -43,7 +44,7 @@ struct DataShareService::Running {
         connection->Use([](sd_bus* bus) { return sd_bus_release_name(bus, ShareToken::BUS_NAME); });
     }
 
-    // On the loop's thread: it has no more to say than where the data is.
+    // On the loop's thread, as it only says where the data is.
     int Answer(sd_bus_message* message, sd_bus_error* error) const {
         BusWire::Request request;
         if (const int result = BusWire::ReadRequest(message, request, error); result < 0) {

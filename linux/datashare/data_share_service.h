@@ -1,4 +1,4 @@
-// The device's side of data share: what the daemon starts so that its own process and those of apps can use the shared
+// The device's side of shared data: the daemon starts it so that its own process and those of apps can use the shared
 // data of the device.
 //
 //     const auto service = MakeSptr<DataShareService>(bus, shares, notes);
@@ -39,13 +39,13 @@ public:
     // How this process comes to a connection to the device's own bus.
     static ShareHost::Connect ConnectTo(DeviceBus& bus);
 
-    // When the device's bus is up. Makes `databaseFile` if need be and notes in it who provides data: `shares`, as the
-    // manifests of apps declare them. Throws std::runtime_error with one line, and has then started nothing.
+    // Once the device's bus is up. Makes `databaseFile` if need be and stores in it who provides data: `shares`, as
+    // declared in the manifests of apps. Throws std::runtime_error with one line, and has then started nothing.
     void Start(const std::filesystem::path& databaseFile, const std::vector<std::string>& shares);
 
-    // From now on nothing that uses shared data in this process succeeds, and no observer is called anew; calls that
-    // run are not waited for. Before the thread pool is stopped. Not on a thread of an observer. Does nothing when it
-    // is not up.
+    // After this nothing that uses shared data in this process succeeds, and no new call of an observer starts; calls
+    // that run are not waited for. Before the thread pool is stopped. Not on a thread of an observer. Does nothing when
+    // it is not up.
     void Stop();
 
     sptr<IRemoteObject> AsObject() { return sptr<IRemoteObject>(this); }

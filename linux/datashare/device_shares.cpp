@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
-// Between attempts to reach the bus again.
+// The pause between attempts to reach the bus again.
 constexpr auto FIRST_PAUSE = 100ms;
 constexpr auto LONGEST_PAUSE = 2000ms;
 
@@ -67,7 +67,7 @@ void DeviceShares::Shut() {
     observers_.Clear();
 }
 
-// Null while the device is not up. The bus is asked without the lock.
+// Null while the device is not up. The lock is not held while the bus is asked.
 std::shared_ptr<DeviceShares::Connection> DeviceShares::GetConnection() {
     std::shared_ptr<Connection> connection;
     uint64_t number = 0;
@@ -85,7 +85,7 @@ std::shared_ptr<DeviceShares::Connection> DeviceShares::GetConnection() {
     return nullptr;
 }
 
-// Of a connection that has been given up already, nobody needs to hear.
+// The end of a connection that was given up before is ignored.
 void DeviceShares::OnLost(uint64_t number) {
     const std::scoped_lock lock(mutex_);
     isLost_ = isLost_ || number == number_;
@@ -124,7 +124,7 @@ void DeviceShares::RunReturning() {
     }
 }
 
-// Under `lock`, which is let go of meanwhile. False when the bus or the database cannot be reached.
+// With `lock` held, which is released meanwhile. False when the bus or the database cannot be reached.
 bool DeviceShares::Return(std::unique_lock<std::mutex>& lock) {
     const NoticeBus::Callbacks callbacks{[this](const RowsChanged& change) { observers_.Tell(change); },
         [this](Notice notice) { observers_.Tell(std::move(notice)); },
@@ -194,7 +194,7 @@ int32_t DeviceShares::Announce(const Notice& notice) {
     return connection && connection->notices.Send(notice) ? SHARE_OK : SHARE_NOT_UP;
 }
 
-// From now on the connection is made anew as soon as it is lost.
+// From now on a lost connection is restored at once.
 bool DeviceShares::Listens() {
     const std::shared_ptr<Connection> connection = GetConnection();
     if (!connection || !connection->notices.Listen()) {

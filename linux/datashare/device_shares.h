@@ -1,4 +1,4 @@
-// The shared data of one device as this process uses it: its rows, its observers, and the notices that go to and fro.
+// The shared data of one device as this process uses it: its rows, its observers, and the notices in both directions.
 #pragma once
 
 #include <condition_variable>
@@ -32,9 +32,9 @@ struct ShareHost {
     Connect connect;
 };
 
-// Any thread. Until Shut. While the device's bus is gone every operation answers SHARE_NOT_UP; when it is back, as after
-// a restart of the device, the observers hear again, and each is called once for what it may have missed.
-// No lock is held while an observer is called.
+// Any thread, until Shut. While the device's bus is gone every operation answers SHARE_NOT_UP. When it is back, as after
+// a restart of the device, observers are told again, and each is called once for what it may have missed. No lock is
+// held while an observer is called.
 class DeviceShares {
 public:
     // Throws std::exception with one line when the database or the bus cannot be reached.
@@ -51,10 +51,10 @@ public:
     bool IsUp() { return GetConnection() != nullptr; }
     const SharePlace& GetPlace() const { return place_; }
 
-    // The beginning under which `path` is served; empty when nobody provides it.
+    // The declared beginning that `path` lies under; empty when nobody provides it.
     std::string FindProvider(const std::string& path);
 
-    // Each as DataShareHelper says. Whether the caller may use the share is not asked here.
+    // Each as in DataShareHelper. Whether the caller may use the share is not checked here.
     int32_t Insert(const std::string& share, const ShareTable::Row& row);
     int32_t Update(const std::string& share, const ShareTable::Conditions& conditions, const ShareTable::Row& values);
     int32_t Query(const std::string& share, const ShareTable::Conditions& conditions,
@@ -68,7 +68,7 @@ public:
     int32_t EndRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer);
 
 private:
-    // What is made anew when the bus is back.
+    // Made anew when the bus is back.
     struct Connection;
 
     std::shared_ptr<Connection> GetConnection();
@@ -87,7 +87,7 @@ private:
     std::condition_variable wake_;            // isClosed_ or isLost_ is set
     std::shared_ptr<Connection> connection_;  // guarded by mutex_; null while there is none
     uint64_t number_ = 0;                     // guarded by mutex_; of the connection
-    bool isLost_ = false;                     // guarded by mutex_; the connection, and nobody sees to it yet
+    bool isLost_ = false;                     // guarded by mutex_; the connection is lost, and nobody restores it yet
     bool isClosed_ = false;                   // guarded by mutex_
     std::thread returning_;                   // guarded by mutex_; makes the connection anew
 };

@@ -20,7 +20,7 @@ std::string Masked(const std::string& uri) {
     return CollaborationFwk::PickerResult::StringToAnonymous(uri);
 }
 
-// Logs the result of an operation that does not answer, or that answers with nothing.
+// Logs the result of an operation that returns no code.
 void LogRefusal(const char* operation, int32_t code) {
     if (code < 0) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "%{public}s refused: %{public}d", operation, code);
@@ -31,7 +31,7 @@ void LogNoHelper(LogLevel level, const std::string& uri, const std::exception& e
     LogPrint(LogType::CORE, level, LOG, "no data share helper for %{public}s: %{public}s", Masked(uri), error.what());
 }
 
-// No fault: the app that declares a share may not be installed.
+// Not an error: the app that declares a share may not be installed.
 class NotProvided : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -67,7 +67,7 @@ LinuxDataShareHelper::~LinuxDataShareHelper() {
     Release();
 }
 
-// Running out of memory is a failure like another.
+// Running out of memory is a failure like any other.
 template <typename Operation>
 int32_t LinuxDataShareHelper::Use(const Uri& uri, const Operation& operation) const {
     try {
@@ -97,7 +97,7 @@ void LinuxDataShareHelper::RegisterObserverExt(
     LogRefusal("RegisterObserverExt",
         Use(uri, [&](const ShareName& name) { return shares_->ObserveNotices(this, name, descendants, observer); }));
     if (released_) {
-        shares_->EndNotices(this);  // Release may have come in between
+        shares_->EndNotices(this);  // Release may have been called in between
     }
 }
 

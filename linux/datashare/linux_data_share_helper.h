@@ -11,10 +11,10 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Answers ShareCodes where the seam counts no rows. A URI of another provider than the helper's is refused.
+// Any thread. Where the seam does not count rows it answers ShareCodes. A URI of another provider is refused.
 class LinuxDataShareHelper final : public DataShareHelper {
 public:
-    // `beginning` is what the provider has declared.
+    // `beginning` is the one that the provider has declared.
     LinuxDataShareHelper(std::shared_ptr<DeviceShares> shares, std::string beginning);
     LinuxDataShareHelper(const LinuxDataShareHelper&) = delete;
     LinuxDataShareHelper& operator=(const LinuxDataShareHelper&) = delete;
@@ -22,11 +22,11 @@ public:
 
     // A refusal is logged.
     void RegisterObserverExt(const Uri& uri, std::shared_ptr<DataShareObserver> observer, bool descendants) override;
-    // Registering again what is registered changes nothing; one UnregisterObserver ends it.
+    // Registering the same twice changes nothing; one UnregisterObserver ends it.
     int32_t RegisterObserver(const Uri& uri, const sptr<IDataAbilityObserver>& observer) override;
     int32_t UnregisterObserver(const Uri& uri, const sptr<IDataAbilityObserver>& observer) override;
 
-    // A row whose name is there replaces that row; ShareTable tells what a row's name is.
+    // A row replaces the one that has its name; see ShareTable for what a row's name is.
     int32_t Insert(const Uri& uri, const DataShareValuesBucket& values) override;
     int32_t Update(const Uri& uri, const DataSharePredicates& predicates, const DataShareValuesBucket& values) override;
     std::shared_ptr<DataShareResultSet> Query(
@@ -38,7 +38,7 @@ public:
     bool Release() override;
 
 private:
-    // Runs `operation` with what `uri` means: what it answers, or why it was not run.
+    // Runs `operation` on what `uri` means. Returns its answer, or why it was not run.
     template <typename Operation>
     int32_t Use(const Uri& uri, const Operation& operation) const;
     int32_t Check(const Uri& uri, ShareName& name) const;

@@ -1,4 +1,4 @@
-// What one process tells the others of shared data: that rows have changed, or what somebody announces.
+// What one process tells the others about shared data: that rows have changed, or something that an app announces.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ struct RowsChanged {
     std::vector<std::string> keys;  // the KEYWORD of each row that has one
 };
 
-// What NotifyChangeExt announced, as a copy of its own.
+// What NotifyChangeExt announced, as a copy.
 struct Notice {
     DataShareObserver::ChangeType type = DataShareObserver::ChangeType::INSERT;
     std::vector<std::string> uris;
@@ -27,7 +27,7 @@ struct Notice {
     // Points into this notice.
     DataShareObserver::ChangeInfo GetInfo() const;
 
-    // Of everything in it, in bytes.
+    // The size of everything in it, in bytes.
     size_t GetSize() const;
 };
 
@@ -38,7 +38,7 @@ std::optional<Notice> CopyNotice(const DataShareObserver::ChangeInfo& info);
 bool Write(const RowsChanged& change, MessageParcel& parcel);
 bool Write(const Notice& notice, MessageParcel& parcel);
 
-// What a stranger wrote; empty when it is not what Write writes, or not within ShareLimits.
+// Reads what another process wrote. Empty when it is not in the form of Write, or not within ShareLimits.
 std::optional<RowsChanged> ReadRowsChanged(MessageParcel& parcel);
 std::optional<Notice> ReadNotice(MessageParcel& parcel);
 

@@ -19,7 +19,7 @@ constexpr char INTERFACE[] = "com.zyne.DataShare";
 constexpr char ROWS_CHANGED[] = "RowsChanged";
 constexpr char NOTICE[] = "Notice";
 
-// Reads what a stranger sent and hands it on. Whatever is wrong with it costs a log line.
+// Reads what another process sent and passes it on. What is not valid is logged and dropped.
 template <typename Content>
 void Receive(
     sd_bus_message* message, std::optional<Content> (*read)(MessageParcel&), const std::function<void(Content)>& tell) {

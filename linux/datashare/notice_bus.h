@@ -6,8 +6,7 @@
 //     RowsChanged   the share, the KEYWORDs of the rows
 //     Notice        the change type, the URIs, the data if any, the value buckets
 //
-// What a process sends comes back to it like to every other. What one process sends arrives in the order in which it
-// was sent.
+// A process also hears what it sends itself. What one process sends arrives in the order in which it was sent.
 #pragma once
 
 #include <atomic>
@@ -37,8 +36,8 @@ public:
     // Whether the bus is still there.
     bool IsUp() { return connection_->IsUp(); }
 
-    // Has the callbacks called of all that is sent by anyone after this returns. The second time does nothing. False
-    // when the bus cannot be reached.
+    // Calls the callbacks for all that anyone sends after this has returned. The second time does nothing. False when
+    // the bus cannot be reached.
     bool Listen();
 
     // Returns when the bus has taken the message. False, with a log line, when it has not.

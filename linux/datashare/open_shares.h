@@ -23,8 +23,8 @@ public:
 private:
     const ShareHost host_;
     std::mutex mutex_;  // held while one is opened
-    // They stay when they are closed, so that the last reference is never let go of on a thread that it would have to
-    // wait for; a process uses one device, rarely more. Guarded by mutex_.
+    // Guarded by mutex_. They are kept after they are closed: if the last reference ended on one of their own threads,
+    // that thread would wait for itself. A process uses one device, rarely more.
     std::vector<std::shared_ptr<DeviceShares>> shares_;
 };
 

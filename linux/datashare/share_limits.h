@@ -1,4 +1,4 @@
-// What the port's data share answers besides success, and how much of anything it takes.
+// What the port's data share answers besides success, and its limits.
 //
 // Sizes are bytes. What comes over the bus is held to the same limits as what is sent.
 #pragma once
@@ -30,7 +30,7 @@ namespace ShareLimits {
 inline constexpr size_t URI = 2048;
 inline constexpr size_t NAME = 1024;                  // of a column, or of the row that KEYWORD names
 inline constexpr size_t VALUE = 4u << 20;             // of a cell
-inline constexpr size_t NOTICE = VALUE + (1u << 20);  // of the data of a notice: a value, and what is written around it
+inline constexpr size_t NOTICE = VALUE + (1u << 20);  // of the data of a notice: a value, and what is around it
 inline constexpr size_t ROW = 16u << 20;              // of the values of a row
 inline constexpr size_t COLUMNS = 64;                 // of a row; conditions and columns of a query
 inline constexpr size_t ROWS = 10'000;                // of a share

@@ -15,11 +15,11 @@ struct ShareName {
     bool operator==(const ShareName&) const = default;
 };
 
-// Empty for a text that is too long, or that names no share: "datashare:///" and at least one more byte. Where "key" is
-// given more than once, the first counts.
+// Empty when the text is too long, or is not the name of a share: "datashare:///" and at least one more byte. If "key"
+// is given more than once, the first counts.
 std::optional<ShareName> ParseShareName(std::string_view uri);
 
-// Whether `path` is `ancestor`, or lies below it in the order that '/' makes.
+// Whether `path` is `ancestor`, or lies below it as '/' separates them.
 bool IsAtOrBelow(std::string_view path, std::string_view ancestor);
 
 }  // namespace ZYNE::Linux

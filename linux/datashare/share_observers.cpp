@@ -17,7 +17,7 @@ constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 using NoticePtr = std::shared_ptr<const Notice>;
 
-// Takes the entries that `leaves` picks out of `entries`, ended. They are let go of by the caller, without the lock:
+// Ends the entries that `leaves` picks and takes them out of `entries`. The caller destroys them without the lock, as
 // that may end an observer.
 template <typename Entry, typename Leaves>
 std::vector<std::shared_ptr<Entry>> TakeOut(std::vector<std::shared_ptr<Entry>>& entries, const Leaves& leaves) {
@@ -75,7 +75,7 @@ struct ShareObservers::RowEntry {
     ThreadPool& pool;
     const ShareName name;
     const sptr<IDataAbilityObserver> observer;
-    // A call that has not begun tells of all changes until then.
+    // A call that has not begun yet will tell of this change as well.
     const std::shared_ptr<Mailbox<Call>> mailbox = Mailbox<Call>::Make(
         pool, [told = observer](Call) { told->OnChange(); }, {.join = [](const std::deque<Call>& waiting, Call) {
             return !waiting.empty();

@@ -1,7 +1,7 @@
-// Who in this process is to be told of changes of shared data.
+// Who in this process is to be told of changes in shared data.
 //
-// Each observer is called on threads of the pool, one call at a time, in the order in which the changes arrived; one
-// that blocks holds up no other. An exception that leaves an observer is logged.
+// Each observer is called on threads of the pool, one call at a time, in the order in which the changes arrived. An
+// observer that blocks holds up no other. An exception that leaves an observer is logged.
 #pragma once
 
 #include <cstddef>
@@ -24,27 +24,27 @@ public:
     ShareObservers& operator=(const ShareObservers&) = delete;
     ~ShareObservers();
 
-    // Tells `observer` of notices for the path of `name`, with `descendants` also below it. `owner` ends all that it
-    // has added.
+    // Tells `observer` of notices for the path of `name`, and with `descendants` of those below it. `owner` can remove
+    // all that it has added.
     void AddForNotices(
         const void* owner, const ShareName& name, bool descendants, std::shared_ptr<DataShareObserver> observer);
     void RemoveForNotices(const void* owner);
 
-    // Tells `observer` of rows that change at or below the path of `name`, of the row `name.key` alone where there is a
-    // key. Changes that come while it has not been told of an earlier one are told with that. Adding again what is
-    // there changes nothing.
+    // Tells `observer` of rows that change at or below the path of `name`; if there is a key, only of the row
+    // `name.key`. Changes that come before a call has begun are told with that call. Adding the same twice changes
+    // nothing.
     void AddForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer);
     // False when it is not there.
     bool RemoveForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer);
 
-    // From now on nobody is called anew.
+    // After this no new call starts.
     void Clear();
 
-    // What has arrived. A notice is told once to an observer, however many of its URIs are the observer's.
+    // Tells what has arrived. An observer is told of a notice once, however many of its URIs concern it.
     void Tell(const RowsChanged& change);
     void Tell(Notice notice);
 
-    // Calls each once, for what it may have missed: those of notices with their own URI and no data.
+    // Calls each observer once, for what it may have missed: those of notices with their own URI and no data.
     void TellAll();
 
 private:

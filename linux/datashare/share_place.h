@@ -19,7 +19,7 @@ struct SharePlace {
 
 namespace ShareToken {
 
-// Who answers on the device's bus, at BusWire::DEFAULT_PATH.
+// Its name on the device's bus, at BusWire::DEFAULT_PATH.
 inline constexpr char BUS_NAME[] = "io.collaborationfwk.DataShare1";
 
 // Asks `token`, waiting at most `waitTimeSeconds`. Empty when it does not answer.

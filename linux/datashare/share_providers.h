@@ -1,5 +1,5 @@
-// Whose data a URI means: each installed app declares the beginnings of its URIs, and those of the system settings are
-// always there.
+// Whose data a URI means: each installed app declares how its URIs begin, and those of the system settings are always
+// there.
 #pragma once
 
 #include <string>
@@ -18,8 +18,8 @@ public:
 
     explicit ShareProviders(std::vector<std::string> declared);
 
-    // The beginning under which `path` is served; empty when nobody provides it. Where an app declares a share and one
-    // below it, this is the upper one: who may use a share may use all below.
+    // The declared beginning that `path` lies under; empty when nobody provides it. If an app declares a share and one
+    // below it, this is the upper one: whoever may use a share may use all below.
     std::string_view Find(std::string_view path) const;
 
 private:

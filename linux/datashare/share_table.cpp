@@ -45,7 +45,7 @@ std::string NameOfKey(const std::string& key) {
     return "k" + key;
 }
 
-// Each column's name behind its length, so that no two sets of columns have one name.
+// Each column's name after its length, so that no two sets of columns have the same name.
 std::string NameOf(const ShareTable::Row& row) {
     const auto key = row.find(ShareTable::KEY_COLUMN);
     if (key != row.end()) {
@@ -71,7 +71,8 @@ void CheckRow(const ShareTable::Row& row) {
     }
 }
 
-// The SQL condition of the rows of a share that meet `conditions`. One on KEYWORD is one on the name, which is indexed.
+// The SQL condition for the rows of a share that meet `conditions`. A condition on KEYWORD is one on the name, which is
+// indexed.
 std::string Meets(const ShareTable::Conditions& conditions) {
     if (conditions.size() > ShareLimits::COLUMNS) {
         throw Refusal{SHARE_BAD_ROW};
@@ -85,7 +86,7 @@ std::string Meets(const ShareTable::Conditions& conditions) {
     return text;
 }
 
-// Binds what Meets leaves open; how many parameters that are.
+// Binds the parameters of Meets; returns how many there are.
 int BindConditions(SQLite::Statement& statement, const std::string& share, const ShareTable::Conditions& conditions) {
     int index = 0;
     Bind(statement, ++index, share);
@@ -116,7 +117,7 @@ std::unique_ptr<Database> Open(const std::filesystem::path& file, DeviceNotes& n
 ShareTable::ShareTable(std::filesystem::path file, DeviceNotes& notes, bool isChecked)
     : file_(std::move(file)), notes_(notes), database_(Open(file_, notes, isChecked)) {}
 
-// Runs an operation on the database: what it returns, or the code of its failure.
+// Runs an operation on the database. Returns its result, or the code of its failure.
 template <typename Operation>
 int32_t ShareTable::Use(const char* name, const Operation& operation) {
     try {

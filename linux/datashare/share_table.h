@@ -1,8 +1,8 @@
 // The rows of a device's shared data, in the SQLite file that all its processes open.
 //
 // A share is a table: it has rows, and a row has cells, each the text of one column. A row has a name within its share:
-// the text of its column KEYWORD when it has one, else the set of its columns' names. So a setting is one row, whatever
-// its value, and what is kept of a device under a column called after it is one row as well. Texts are any bytes.
+// the text of its column KEYWORD when it has one, otherwise the set of its columns' names. So a setting is one row,
+// whatever its value, and so is what is kept of a device under a column named after it. Texts are any bytes.
 #pragma once
 
 #include <cstdint>
@@ -34,22 +34,22 @@ public:
 
     static constexpr const char* KEY_COLUMN = SettingsData::KEY_COLUMN;
 
-    // Opens the file, or makes it; `isChecked`: after it was looked through for damage. Throws std::runtime_error with one
-    // line.
+    // Opens the file, or makes it; with `isChecked` it is checked for damage. Throws std::runtime_error with one line.
     ShareTable(std::filesystem::path file, DeviceNotes& notes, bool isChecked = false);
 
     // The beginnings of URIs that apps serve. Both throw std::exception.
     void SetProviders(const std::vector<std::string>& beginnings);
     std::vector<std::string> GetProviders();
 
-    // Adds a row, in the place of one that has its name. It outlasts the process, and the machine, when this returns.
+    // Adds a row, or replaces the one that has its name. When this returns, the row survives a crash of the process and
+    // of the machine.
     ShareChange Insert(const std::string& share, const Row& row);
 
-    // Sets `values` in the rows that meet every condition; the other cells of a row stay. All of them or none.
+    // Sets `values` in all rows that meet every condition, or in none; the other cells of a row stay.
     ShareChange Update(const std::string& share, const Conditions& conditions, const Row& values);
 
-    // The rows that meet every condition, in the order in which they came to be. With `columns`, only their cells, and
-    // only the rows that have one of them. A ShareCode.
+    // The rows that meet every condition, in the order in which they were added. With `columns`, only those cells, and
+    // only rows that have one of them. A ShareCode.
     int32_t Query(const std::string& share, const Conditions& conditions, const std::vector<std::string>& columns,
         std::vector<Row>& rows);
 
@@ -72,7 +72,7 @@ private:
     const std::filesystem::path file_;
     DeviceNotes& notes_;
     std::mutex mutex_;
-    std::vector<std::string> providers_;  // guarded by mutex_; as they were read or set last
+    std::vector<std::string> providers_;  // guarded by mutex_; as last read or set
     std::unique_ptr<Database> database_;  // guarded by mutex_; null after a failure to make it anew
 };
 
