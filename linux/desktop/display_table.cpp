@@ -5,7 +5,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-// More displays, each in all its sizes, than a device sees in its life; beyond it, those that come back are new ones.
+// More displays and sizes than a device ever sees. Beyond this, a display that comes back counts as new.
 constexpr size_t MOST_IDS = 1024;
 
 }  // namespace

@@ -30,8 +30,8 @@ struct DisplayArea {
 
 // Any thread.
 //
-// Holds the displays of the X server, and scripted ones that stand in while there is no server. A display's id belongs
-// to its name and size: it is the same whenever that display comes back, and another one after a change of the size.
+// Holds the displays of the X server, and scripted ones that are used while there is no server. A display's id depends
+// on its name and size: it stays the same when the display goes and comes back, and changes with the size.
 class DisplayTable {
 public:
     // Nothing means that there is no server.
@@ -43,11 +43,11 @@ public:
     sptr<Display> Default() const;
     sptr<Display> Find(uint64_t id) const;
 
-    // `point` on the display that contains it; of several, on the first.
+    // `point` on the display that contains it; if several do, on the first.
     DisplayPlace Locate(DesktopPoint point) const;
 
-    // `to` where that is on a display, otherwise the nearest point to it on the display of `from`, or on the first one.
-    // Without displays it is `from`.
+    // `to` if it is on a display, otherwise the nearest point to it on the display of `from`, or on the first one.
+    // Without displays, `from`.
     DesktopPoint Confine(DesktopPoint from, DesktopPoint to) const;
 
 private:

@@ -6,14 +6,14 @@
 namespace ZYNE::Linux {
 namespace {
 
-// Stands for the unknown device whose button was pressed before anybody looked.
+// Stands for the unknown device of a button that was pressed before we looked.
 constexpr int32_t SOME_DEVICE = -1;
 
 bool IsWheel(int32_t button) {
     return button >= 4 && button <= 7;
 }
 
-// The whole units of `distance`, which keeps the rest.
+// Takes the whole units out of `distance`, which keeps the rest.
 int32_t TakeWhole(double& distance) {
     constexpr double MOST = 1 << 30;
     const double whole = std::trunc(std::clamp(distance, -MOST, MOST));

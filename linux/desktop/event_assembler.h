@@ -1,4 +1,4 @@
-// Makes of what devices report the events that monitors are told.
+// Turns what input devices report into the events that monitors are told.
 //
 //     assembler.Add(...);                               // everything that the server has told, in its order
 //     for (event : assembler.Finish(pointer, place))    // and where the pointer is after that
@@ -32,21 +32,20 @@ struct RawInput {
 
 // One thread at a time.
 //
-// Motion without anything between becomes one event with the sum; a fraction of a unit that a device reports is kept
-// until it has grown to a whole one. Keys and buttons keep their order among each other and to the motion. A press of
-// what is pressed, or a release of what is released, makes no event: servers repeat both. The wheel, buttons 4 to 7, is
-// neither a motion nor a button.
+// Motions with nothing in between become one event with their sum; fractions of a unit are kept until they add up to a
+// whole one. Keys, buttons and motion keep their order. A press of what is pressed already, or a release of what is
+// released, makes no event: servers repeat both. The wheel, buttons 4 to 7, is neither a motion nor a button.
 //
-// A device that reports coordinates has moved by as much as the pointer has. One that may report either, which the test
-// extension's does, has reported coordinates when its last ones are the pointer's; a distance that is equal to them by
-// chance comes from a pointer that was in the corner, which makes no difference.
+// A device that reports coordinates has moved by as much as the pointer. One that may report either, like that of the
+// test extension, has reported coordinates if its last ones are those of the pointer. A distance can only equal them by
+// chance when the pointer was in the corner, and then both mean the same.
 class EventAssembler {
 public:
     explicit EventAssembler(DesktopPoint pointer = {}, const std::set<int32_t>& pressedButtons = {});
 
     void Add(const RawInput& input);
 
-    // What has been added since the last call, as events, all of them with the place of the pointer now.
+    // What was added since the last call, as events. All of them have the pointer's present place.
     std::vector<InputEvent> Finish(DesktopPoint pointer, const DisplayPlace& place);
 
 private:
@@ -72,7 +71,7 @@ private:
     std::vector<Step> steps_;
     std::set<DeviceCode> pressedButtons_;
     std::map<DeviceCode, bool> keys_;                     // whether it is pressed; unknown until its first report
-    std::map<int32_t, std::pair<double, double>> rests_;  // by device: what is left of its motion, below one unit
+    std::map<int32_t, std::pair<double, double>> rests_;  // by device: the part of its motion that is below one unit
 };
 
 }  // namespace ZYNE::Linux

@@ -1,4 +1,4 @@
-// What has happened to keys and pointer, before it is put into the seam's classes.
+// What happened to keys and pointer, before it becomes objects of the seam.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ struct DesktopPoint {
     bool operator==(const DesktopPoint&) const = default;
 };
 
-// A point on one display. On none, the id is negative and the pixels are the desktop's.
+// A point on one display. If it is on none, the id is negative and the pixels count from the desktop's corner.
 struct DisplayPlace {
     int32_t displayId = -1;
     int32_t x = 0;
@@ -39,8 +39,8 @@ struct PointerChange {
     DisplayPlace place;
     int32_t dx = 0;
     int32_t dy = 0;
-    std::set<int32_t> pressedButtons;  // 1 left, 2 middle, 3 right, from 8 on the others
-    bool isMotion = false;             // nothing but a motion
+    std::set<int32_t> pressedButtons;  // 1 left, 2 middle, 3 right, others from 8 on
+    bool isMotion = false;             // a motion and nothing else
 };
 
 using InputEvent = std::variant<KeyChange, PointerChange>;

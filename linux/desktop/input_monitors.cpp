@@ -80,7 +80,7 @@ int32_t InputMonitors::Add(bool watchesKeys, std::function<void(const InputEvent
 }
 
 bool InputMonitors::Remove(int32_t monitorId) {
-    // Destroyed with no lock held: with it may end what the monitor holds.
+    // Destroyed with no lock held: what the monitor holds may end with it.
     decltype(monitors_)::node_type removed;
     const std::scoped_lock lock(mutex_);
     removed = monitors_.extract(monitorId);

@@ -1,4 +1,4 @@
-// Who watches keys, who watches the pointer.
+// Who watches the keys and who the pointer.
 #pragma once
 
 #include <cstddef>
@@ -18,9 +18,9 @@ namespace ZYNE::Linux {
 class InputMonitors {
 public:
     static constexpr size_t MOST_MONITORS = 256;
-    // How many motions wait for a monitor at most. One more is added to the last of them.
+    // How many motions may wait for a monitor. A further one is added to the last of them.
     static constexpr size_t MOST_MOTIONS = 256;
-    // How many events wait for it at most. For one more the oldest is dropped: the monitor has not returned for
+    // How many events may wait for it. For a further one the oldest is dropped: the monitor has not returned for
     // thousands of keys.
     static constexpr size_t MOST_EVENTS = 4096;
 
@@ -29,11 +29,11 @@ public:
     // The new monitor's id; negative when `monitor` is empty or there are too many.
     int32_t Add(InputManager::KeyMonitor monitor);
     int32_t Add(InputManager::PointerMonitor monitor);
-    // Whether monitors are left.
+    // Removes a monitor. Returns whether others are left.
     bool Remove(int32_t monitorId);
     void RemoveAll();
 
-    // Queues `events`, in this order and not mixed with those of another call, for everybody whom they concern.
+    // Queues `events` for the monitors that they concern, in this order and not mixed with those of another call.
     void Deliver(const std::vector<InputEvent>& events);
 
 private:

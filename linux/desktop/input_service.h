@@ -6,8 +6,8 @@
 //     input.Stop();                       // before the pool is drained
 //
 // The X server is watched only while somebody wants it: a connection is made when a monitor is added or a display is
-// asked for, and ends with the last monitor. While there is no server, its place is taken by the input that
-// ScriptedInput is fed with, and the server is tried again every two seconds: monitors outlive a server that goes.
+// asked for, and ends with the last monitor. While there is no server, input comes from ScriptedInput instead, and the
+// server is tried again every two seconds: monitors stay when a server goes.
 #pragma once
 
 #include <cstdint>
@@ -25,12 +25,12 @@ namespace ZYNE::Linux {
 
 struct InputOptions {
     std::string display;    // of the X server, such as ":0"; empty means what the environment's DISPLAY says
-    bool scripted = false;  // no X server is asked for, even if there is one
+    bool scripted = false;  // no X server is used, even if there is one
 };
 
-// Any thread, unless said otherwise. Monitors run on threads of the pool, each monitor's calls one after the other in
-// the order of the events. One that is slow delays no other one; up to half a second of motion is kept for it in full,
-// what is behind that is told as one motion.
+// Any thread, unless said otherwise. Monitors run on threads of the pool; the calls of one monitor come one after the
+// other, in the order of the events. A slow monitor delays no other; up to half a second of motion is kept for it in
+// full, and what comes after that is told as one motion.
 class InputService final : public InputManager, public DisplayManager {
 public:
     explicit InputService(ThreadPool& pool) : monitors_(pool) {}
@@ -39,11 +39,10 @@ public:
     ~InputService() { Stop(); }
 
     // Monitors can be added from now on. Throws std::exception when there is no thread or file descriptor left; a
-    // server that is not there is no failure. Start and Stop are for one thread; it can be started again.
+    // missing server is no failure. Start and Stop are for one thread; it can be started again.
     void Start(const InputOptions& options);
 
-    // Ends all monitors and the connection. Calls that are under way may still be running: the pool's end waits for
-    // them.
+    // Ends all monitors and the connection. Calls of monitors may still run: the end of the pool waits for them.
     void Stop();
 
     // Negative while not started, when `monitor` is empty, and when there are too many.
@@ -51,14 +50,13 @@ public:
     int32_t AddMonitor(PointerMonitor monitor) override;
     void RemoveMonitor(int32_t monitorId) override;
 
-    // The first question, as long as there is no monitor, waits until the server has answered, for a second at most; so
-    // does the first monitor. A display that has changed its size has another id then: who keeps a size by its id sees
-    // that it is another one.
+    // While there is no monitor, the first question waits for the server's answer, for a second at most; so does the
+    // first monitor. A display whose size has changed has a new id, so that a size kept by id is never out of date.
     sptr<Display> GetDefaultDisplay() override;
     // Null also while there is neither a monitor nor an earlier question for the default display.
     sptr<Display> GetDisplayById(uint64_t displayId) override;
 
-    // The displays that stand in while there is no X server.
+    // The displays that are used while there is no X server.
     void SetScriptedDisplays(const std::vector<DisplayArea>& displays) { displays_.SetScripted(displays); }
     const DisplayTable& Displays() const { return displays_; }
     // False, and nothing done, when the X server's input is delivered, and while not started.

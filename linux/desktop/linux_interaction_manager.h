@@ -1,4 +1,4 @@
-// Keeps what the library asks of the pointer's crossing, for whoever moves the pointer.
+// Keeps what the library asks for when the pointer crosses, for the program that moves the pointer.
 #pragma once
 
 #include <array>
@@ -23,11 +23,11 @@ class LinuxInteractionManager final : public InteractionManager {
 public:
     static constexpr size_t DIRECTIONS = 4;
 
-    // `direction` is a CrossingDirection. `coefficient` is the share of its way that the pointer loses: 0 leaves it as
-    // fast as it is, 1 stops it.
+    // `direction` is a CrossingDirection. `coefficient` is the part of its speed that the pointer loses: 0 leaves it as
+    // it is, 1 stops it.
     int32_t SetDamplingCoefficient(uint32_t direction, double coefficient) override;
 
-    // Empty when none was set, and for a direction that is not known.
+    // Empty when none was set, and for an unknown direction.
     std::optional<double> GetDamplingCoefficient(uint32_t direction) const;
 
 private:

@@ -1,4 +1,4 @@
-// The power manager on Linux: running locks that the desktop heeds.
+// The power manager on Linux: running locks, which the desktop respects.
 #pragma once
 
 #include <condition_variable>
@@ -19,14 +19,14 @@ namespace ZYNE::Linux {
 enum PowerCode : int32_t {
     POWER_OK = 0,
     POWER_BAD_TIMEOUT = 1,   // not above 0
-    POWER_NO_INHIBITOR = 2,  // nobody on this machine keeps the screen on for us; the log tells why, once
+    POWER_NO_INHIBITOR = 2,  // nothing on this machine keeps the screen on for us; the log tells why, once
     POWER_NO_THREAD = 3,     // the pool has none to wait for the time-out
     POWER_STOPPED = 4,
 };
 
 // Any thread. While something is locked, one task of the pool waits for the next time-out.
 //
-// A screen saver that ends takes the lock with it; locking again then finds the next one.
+// When a screen saver ends, its lock ends too; locking again then finds the next one.
 class PowerManager final : public PowerMgrClient, public std::enable_shared_from_this<PowerManager> {
 public:
     // Both are used until Stop.
@@ -37,7 +37,7 @@ public:
 
     std::shared_ptr<RunningLock> CreateRunningLock(const std::string& name, RunningLockType type) override;
 
-    // Unlocks what is locked, and leaves the buses, for good. Before the thread pool is stopped.
+    // Unlocks everything and leaves the buses for good. Before the thread pool is stopped.
     void Stop();
 
 private:
@@ -61,13 +61,13 @@ private:
 
     ThreadPool& pool_;
     TimeSource& time_;
-    std::mutex mutex_;  // held while the desktop is asked, or a release could overtake the request that follows it
+    std::mutex mutex_;  // held while the desktop is asked, so that requests and releases keep their order
     std::condition_variable changed_;  // a deadline is new, or something was unlocked
     ScreenInhibitor inhibitor_;        // guarded by mutex_
     LockedMap locked_;                 // guarded by mutex_
     bool watching_ = false;            // guarded by mutex_; Watch is posted or runs
     bool stopped_ = false;             // guarded by mutex_
-    bool complained_ = false;          // guarded by mutex_; the log tells that the screen cannot be kept on
+    bool complained_ = false;          // guarded by mutex_; the log says that the screen cannot be kept on
 };
 
 }  // namespace ZYNE::Linux

@@ -31,7 +31,7 @@ BusHandle OpenForCalls(const std::string& address) {
     return bus;
 }
 
-// Whether it can be that the call is still carried out, or that the bus is gone.
+// Whether the call may still be carried out, or the bus is gone.
 bool IsUnsettled(int result) {
     return result == -ETIMEDOUT || result == -ECONNRESET || result == -ENOTCONN || result == -EPIPE;
 }
@@ -101,14 +101,14 @@ std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskScreenSaver(
         }
         error = "the screen saver: " + refusal.GetText();
         if (IsUnsettled(result)) {
-            session_.reset();  // with it goes what the screen saver may yet make of the request
+            session_.reset();  // the screen saver drops the request with it, even if it takes it later
             return nullptr;
         }
     }
     return nullptr;
 }
 
-// The connection is not needed any more once the login manager has answered.
+// Once the login manager has answered, the connection is no longer needed.
 std::unique_ptr<ScreenInhibitor::Inhibition> ScreenInhibitor::AskLoginManager(
     const std::string& reason, std::string& error) const {
     try {

@@ -1,8 +1,8 @@
 // Asks the desktop not to turn the screen off.
 //
-// It asks org.freedesktop.ScreenSaver on the user's session bus; where there is none, the login manager on the system
-// bus, whose idle locks desktops heed. Either forgets the request by itself when this process goes, so that one which is
-// killed leaves nothing behind.
+// It asks org.freedesktop.ScreenSaver on the user's session bus or, where there is none, the login manager on the
+// system bus, whose idle locks desktops respect. Both forget the request when this process ends, so nothing is left
+// behind when it is killed.
 #pragma once
 
 #include <cstdint>
@@ -37,10 +37,10 @@ public:
 
     explicit ScreenInhibitor(PowerBuses buses);
 
-    // Null, with what is wrong in `error`, when nobody takes the request. People see `reason`.
+    // Null, with the reason in `error`, when nobody takes the request. People see `reason`.
     std::unique_ptr<Inhibition> Inhibit(const std::string& reason, std::string& error);
 
-    // Whether whoever took the request is still there. Another that has taken its place knows nothing of it.
+    // Whether the service that took the request is still there. A new one in its place does not know of it.
     bool IsHeld(const Inhibition& inhibition);
 
     void Release(std::unique_ptr<Inhibition> inhibition);

@@ -86,7 +86,7 @@ void ScreenState::Tell() {
     }
 }
 
-// Nothing here waits: what is asked of the bus is answered later.
+// Nothing here waits: the bus answers later.
 void ScreenState::Connect() {
     sd_bus* raw = nullptr;
     if (sd_bus_open_user(&raw) >= 0) {
@@ -105,7 +105,7 @@ void ScreenState::Retry() {
     });
 }
 
-// The changes are asked for before the state: none is missed in between.
+// Asks for changes before it asks for the state, so that none is missed in between.
 int ScreenState::Follow(sd_bus* bus) {
     int result = sd_bus_match_signal_async(bus, nullptr, ScreenSaver::NAME, nullptr, ScreenSaver::NAME, "ActiveChanged",
         &ScreenState::OnActiveChanged, nullptr, this);
@@ -120,7 +120,7 @@ int ScreenState::Follow(sd_bus* bus) {
     return result >= 0 ? Ask(bus) : result;
 }
 
-// Answers at one of its places. It is not started for this.
+// The screen saver answers at one of its paths. It is not started for this.
 int ScreenState::Ask(sd_bus* bus) {
     int result = 0;
     for (const char* path : ScreenSaver::PATHS) {

@@ -1,4 +1,4 @@
-// Finds out what state this device's screen is in: from the desktop where there is one, else from whoever sets it.
+// Finds out the state of this device's screen: from the desktop if there is one, otherwise from whoever sets it.
 //
 //     ScreenState screen(pool);
 //     screen.Start(loop, [&](ScreenStatus status) { fabric.SetScreenStatus(status); });
@@ -23,11 +23,11 @@ namespace ZYNE::Linux {
 // Any thread. The desktop is followed on the loop's thread; the handler is called on one of the pool.
 class ScreenState {
 public:
-    // Is told the status when it is known first and whenever it has changed. One call at a time, with no lock held; must
-    // not call Start or Stop. Of changes while it runs the last one is told.
+    // Called with the status when it is first known and whenever it has changed. One call at a time, with no lock held;
+    // must not call Start or Stop. If the status changes several times during a call, only the last one is told.
     using Handler = std::function<void(ScreenStatus status)>;
 
-    // How soon a session bus that is not there, or has gone, is looked for again.
+    // How soon a session bus that is missing is looked for again.
     static constexpr std::chrono::seconds RETRY_TIME{10};
 
     explicit ScreenState(ThreadPool& pool, std::chrono::milliseconds retryTime = RETRY_TIME)
@@ -36,10 +36,10 @@ public:
     ScreenState& operator=(const ScreenState&) = delete;
     ~ScreenState() { Stop(); }
 
-    // Does not wait for a desktop, and needs none. Does nothing when it has been started.
+    // Neither needs a desktop nor waits for one. Does nothing when it was started before.
     void Start(EventLoop& loop, Handler handler);
 
-    // When it returns the handler is not called any more.
+    // Once this has returned, the handler is not called.
     void Stop();
 
     // From now on the status is `status`, whatever the desktop says. SCREEN_UNKNOWN leaves it to the desktop again.

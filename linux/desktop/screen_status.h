@@ -12,7 +12,7 @@ enum ScreenStatus : int32_t {
     SCREEN_LOCKED = 2,
 };
 
-// SCREEN_UNKNOWN for what is no status: it may come from a peer or a user.
+// SCREEN_UNKNOWN for a number that is no status: it may come from a peer or a user.
 constexpr ScreenStatus ToScreenStatus(int32_t value) {
     return value >= SCREEN_OFF && value <= SCREEN_LOCKED ? static_cast<ScreenStatus>(value) : SCREEN_UNKNOWN;
 }

@@ -17,7 +17,7 @@ bool IsValid(const DisplayArea& area) {
     return isPlace(area.x) && isPlace(area.y) && isSize(area.width) && isSize(area.height);
 }
 
-// No farther than a pointer can get anyway, so that nothing overflows.
+// Limited to what a pointer can reach anyway, so that nothing overflows.
 int32_t Step(int32_t from, int32_t distance) {
     return from + std::clamp(distance, -4 * MOST_PIXELS, 4 * MOST_PIXELS);
 }

@@ -16,8 +16,8 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Nothing calls a monitor inline. What is told while an X server's input is delivered is passed over, with
-// false as the answer; so it is before InputService is started.
+// Any thread. Nothing calls a monitor inline. Input is ignored, with false as the answer, while the input of an X
+// server is delivered, and before InputService is started.
 class ScriptedInput {
 public:
     // The device id of scripted events.
@@ -25,16 +25,16 @@ public:
 
     explicit ScriptedInput(InputService& service) : service_(service) {}
 
-    // The displays from now on; without a call there are none. Held back while an X server has displays, for the time
-    // when it is gone. False, and nothing changed, when a size is not positive or a place or size is beyond 32767.
+    // Sets the displays; before the first call there are none. While an X server has displays, these are kept for the
+    // time after it. False, and nothing changes, when a size is not positive or a place or size is beyond 32767.
     bool Configure(const std::vector<DisplayArea>& displays);
 
-    // The pointer stops at the border of the display that it is on, unless the move ends on another one. The raw motion
-    // is told in full all the same, as a mouse would.
+    // The pointer stops at the border of its display, unless the move ends on another one. The raw motion is still told
+    // in full, as with a mouse.
     bool Move(int32_t dx, int32_t dy);
     bool MoveTo(int32_t x, int32_t y);
 
-    // A button or key that is pressed already, or is not, makes no event.
+    // Pressing what is pressed, or releasing what is not, makes no event.
     bool Press(int32_t button);
     bool Release(int32_t button);
     // `code` as in KeyEvent.

@@ -10,18 +10,18 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. A server that accepts and then says nothing blocks whoever connects for ever. So that is done by a thread
-// of its own, which nobody waits for: it ends when the server answers or goes away, or with the process.
+// Any thread. A server that accepts a connection and then says nothing blocks the caller for ever. So a thread of its
+// own connects, which nobody waits for: it ends when the server answers or goes away, or with the process.
 class XAttempt {
 public:
     // `display` as in InputOptions. Throws std::system_error.
     static std::shared_ptr<XAttempt> Begin(const std::string& display);
 
-    // Can be read from when the attempt is over.
+    // Becomes readable when the attempt is over.
     int Fd() const { return over_.Get(); }
     bool IsOver();
 
-    // What has come of it, once, when it is over. Throws as XConnection::Open.
+    // The result, to be taken once, when the attempt is over. Throws as XConnection::Open does.
     std::unique_ptr<XConnection> Take();
 
 private:

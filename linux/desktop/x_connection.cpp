@@ -31,7 +31,7 @@ struct DeviceEvents {
     uint32_t mask;
 };
 
-// Whether the request with the number `earlier` was made before `later`; the numbers wrap around.
+// Whether request number `earlier` was made before number `later`; the numbers wrap around.
 bool IsBefore(uint32_t earlier, uint32_t later) {
     return static_cast<int32_t>(earlier - later) < 0;
 }
@@ -62,8 +62,8 @@ RawInput::Motion MotionOf(const xcb_input_xi_device_info_t& device) {
     return RawInput::Motion::RELATIVE;
 }
 
-// What the device itself reported on its axes 0 and 1. Nothing when it was about other axes, such as the wheel's, or
-// when the event is shorter than it says.
+// What the device itself reported on its axes 0 and 1. Empty when the report is about other axes, such as the wheel's,
+// or the event is shorter than it says.
 std::optional<std::pair<double, double>> Axes(const xcb_input_raw_motion_event_t& event) {
     const auto* mask = reinterpret_cast<const uint32_t*>(&event + 1);
     const size_t maskSize = event.valuators_len;
@@ -130,8 +130,7 @@ XConnection::XConnection(ConnectionPtr connection, const xcb_screen_t& screen)
     rootArea_ = {"screen", 0, 0, screen.width_in_pixels, screen.height_in_pixels, true};
 }
 
-// The pointer is asked for before the events are: what has happened up to the answer is in it, the rest comes as
-// events.
+// Asks for the pointer before it reads events: the answer includes what happened up to then, the rest comes as events.
 void XConnection::UseInput() {
     const auto* extension = xcb_get_extension_data(connection_.get(), &xcb_input_id);
     if (extension == nullptr || extension->present == 0) {

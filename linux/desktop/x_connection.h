@@ -18,8 +18,8 @@ namespace ZYNE::Linux {
 
 // One thread at a time.
 //
-// Spoken with XCB: a server that goes away is an error of this connection there, whereas Xlib ends the process, or asks
-// for a handler that every library in it shares. Nothing is grabbed; raw events come whoever has the focus or a grab.
+// Uses XCB: there a server that goes away is an error of this connection, whereas Xlib ends the process or needs a
+// handler that all libraries in the process share. Nothing is grabbed; raw events come whoever has the focus or a grab.
 class XConnection {
 public:
     // What happened up to one moment, and where the pointer was at that moment.
@@ -40,7 +40,7 @@ public:
     // How things were when the connection was made.
     const Burst& Opening() const { return opening_; }
 
-    // To be waited for when HasEvent says that there is nothing.
+    // The descriptor to wait for when HasEvent is false.
     int Fd() const;
     bool IsAlive() const;
 
@@ -80,7 +80,7 @@ private:
     uint8_t inputOpcode_ = 0;
     uint8_t firstDisplayEvent_ = 0;  // 0 when the server cannot tell of displays
     std::map<uint16_t, RawInput::Motion> devices_;
-    ReplyPtr<xcb_generic_event_t> next_;  // read already, taken by the next burst
+    ReplyPtr<xcb_generic_event_t> next_;  // read already; part of the next burst
     Burst opening_;
 };
 

@@ -23,11 +23,11 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr LogDomain LOG = LogDomains::INPUT;
-constexpr auto OPEN_LIMIT = 3s;  // before it is said that the server does not answer
+constexpr auto OPEN_LIMIT = 3s;  // after which the log says that the server does not answer
 constexpr auto RETRY_INTERVAL = 2s;
 constexpr auto BURST_INTERVAL = 3ms;
 
-// XCB writes to the server as to any file, and a server that is gone would end the process.
+// XCB writes to the server as to any file: without this, a server that is gone would end the process.
 void IgnoreBrokenPipe() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -37,7 +37,7 @@ void IgnoreBrokenPipe() {
 
 }  // namespace
 
-// The descriptor is known for as long as it is open.
+// Makes the descriptor known for as long as it is open.
 class XInputSource::ConnectionMark {
 public:
     ConnectionMark(XInputSource& source, int fd) : source_(source) { source_.SetConnection(fd); }
@@ -70,7 +70,7 @@ void XInputSource::Stop() {
         const std::scoped_lock lock(mutex_);
         isRunning_ = isWanted_ = hasTried_ = false;
         eventfd_write(wake_.Get(), 1);
-        // A server that does not answer any more must not hold the thread.
+        // A server that no longer answers must not block the thread.
         if (connection_ >= 0) {
             shutdown(connection_, SHUT_RDWR);
         }
@@ -163,7 +163,7 @@ void XInputSource::WaitUntilWanted() {
     }
 }
 
-// Once for all attempts that fail alike.
+// Logged once for attempts that fail alike.
 void XInputSource::LogTrouble(const char* trouble) {
     if (trouble_ != trouble) {
         trouble_ = trouble;
@@ -216,7 +216,7 @@ void XInputSource::SetConnection(int fd) {
     }
 }
 
-// Whether it is still wanted. It may have been unwanted for a moment, so those who wait are told each time.
+// Whether it is still wanted. It may have been unwanted for a moment, so waiters are notified each time.
 bool XInputSource::EndAttempt() {
     const std::scoped_lock lock(mutex_);
     if (isWanted_ && !hasTried_) {

@@ -19,8 +19,8 @@ namespace ZYNE::Linux {
 
 // Any thread, unless said otherwise. One thread of its own, which sleeps while nothing happens.
 //
-// What happens within three milliseconds of the last delivery is taken at once when they are over, however fast the
-// mouse is: that bounds what a fast one costs, and nobody sees a difference.
+// What happens within three milliseconds after a delivery is delivered together when they are over. That limits the
+// cost of a fast mouse, and nobody sees a difference.
 class XInputSource {
 public:
     XInputSource(DisplayTable& displays, InputMonitors& monitors) : displays_(displays), monitors_(monitors) {}
@@ -30,14 +30,14 @@ public:
 
     // For one thread, as Stop. `display` as in InputOptions. Throws std::system_error.
     void Start(const std::string& display);
-    // Waits for no server.
+    // Does not wait for a server.
     void Stop();
 
-    // While it is wanted, the connection is made, and made again when it is lost. Nothing happens when not started.
+    // While it is wanted, it connects, and connects again when the connection is lost. Does nothing when not started.
     void SetWanted(bool isWanted);
 
-    // Waits until the first attempt to connect since it is wanted has ended, for `limit` at most: what happens from
-    // then on is delivered. At once when it is not wanted.
+    // Waits, for `limit` at most, until the first attempt to connect since it became wanted has ended: what happens
+    // after that is delivered. Returns at once when it is not wanted.
     void AwaitAttempt(std::chrono::milliseconds limit);
 
 private:
@@ -50,14 +50,14 @@ private:
     bool EndAttempt();
     // False when there is no connection, or it was lost.
     bool ServeWhileWanted() noexcept;
-    // Null when it is not wanted any more. Throws std::exception when there is none yet.
+    // Null when it is no longer wanted. Throws std::exception when there is no connection yet.
     std::unique_ptr<XConnection> Open();
     void WaitUntilWanted();
     bool Serve(XConnection& connection);
     bool TellBurst(XConnection& connection, EventAssembler& assembler);
     void LogTrouble(const char* trouble);
     void SetConnection(int fd);
-    // Until there is something to read, the time is over, or something has changed.
+    // Waits until there is something to read, the time is over, or something has changed.
     void Wait(int fd, std::optional<Clock::duration> limit);
 
     DisplayTable& displays_;
@@ -65,15 +65,15 @@ private:
     std::string display_;  // written while there is no thread
     UniqueFd wake_;        // likewise
     std::string trouble_;  // why there is no connection, as it was logged; the thread's while there is one
-    // The one that is under way, even when nobody wants it any more: there is one thread for it at a time. Likewise.
+    // The attempt under way, even when nobody wants it any more: there is only one thread for it at a time. Likewise.
     std::shared_ptr<XAttempt> attempt_;
     std::thread thread_;
 
     std::mutex mutex_;
-    std::condition_variable attemptEnded_;  // hasTried_ has become true, or nobody waits for that any more
+    std::condition_variable attemptEnded_;  // hasTried_ has become true, or nobody waits any more
     bool isRunning_ = false;                // guarded by mutex_
     bool isWanted_ = false;                 // guarded by mutex_
-    bool hasTried_ = false;                 // guarded by mutex_; the server has been tried since it is wanted
+    bool hasTried_ = false;                 // guarded by mutex_; the server was tried since it became wanted
     int connection_ = -1;                   // guarded by mutex_; the descriptor of the connection, while there is one
 };
 
