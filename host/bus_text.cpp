@@ -15,7 +15,7 @@ std::string BusText(const std::string& text) {
 }
 
 BusExtract BusTextOfAtMost(const std::string& text, size_t most) {
-    // Cut before as well, since a text may be large, and what is replaced takes more room than before.
+    // Cut before as well as after: a text may be large, and replacing bytes makes it longer.
     const std::string beginning = BusText(std::string(CutText(text, most)));
     const std::string_view cut = CutText(beginning, most);
     return {std::string(cut), text.size() <= most && cut.size() == beginning.size()};

@@ -1,4 +1,4 @@
-// Text as the bus takes it.
+// Text in the form that the bus accepts.
 #pragma once
 
 #include <cstddef>
@@ -6,13 +6,14 @@
 
 namespace ZYNE::Host {
 
-// The bus takes messages of 16 MiB and cuts off whoever sends a larger one: no answer is longer than this.
+// The bus takes messages of 16 MiB and disconnects whoever sends a larger one: no answer is longer than this.
 inline constexpr size_t MOST_REPLY_BYTES = size_t{15} << 20U;
 
-// Others may send any bytes; the bus takes UTF-8 without zero bytes alone and drops whoever sends anything else.
+// Others may send any bytes, but the bus takes only UTF-8 without zero bytes and disconnects whoever sends anything
+// else.
 std::string BusText(const std::string& text);
 
-// A text, and whether it is all of it.
+// A text, and whether it is complete.
 struct BusExtract {
     std::string text;
     bool whole;

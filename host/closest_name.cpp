@@ -8,7 +8,7 @@
 namespace ZYNE::Host {
 namespace {
 
-// How many characters must be added, left out or replaced to make one of the other.
+// How many characters must be added, removed or replaced to turn one into the other.
 size_t Distance(std::string_view left, std::string_view right) {
     std::vector<size_t> row(right.size() + 1);
     std::iota(row.begin(), row.end(), 0);

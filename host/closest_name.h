@@ -1,4 +1,4 @@
-// What somebody may have meant who misspelt a name.
+// Guesses the name that somebody has misspelt.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace ZYNE::Host {
 
-// `, did you mean "name"?` with the one of `names` that is most like `word`; empty when none is like it.
+// `, did you mean "name"?` with the one of `names` that is closest to `word`; empty when none is close.
 std::string DidYouMean(std::string_view word, const std::vector<std::string>& names);
 
 }  // namespace ZYNE::Host

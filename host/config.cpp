@@ -22,7 +22,7 @@ using Linux::FabricOptions;
 using Linux::LogTarget;
 namespace fs = std::filesystem;
 
-// A device's name is also a file name and travels with each announcement.
+// A device's name is also a file name, and is part of each announcement.
 constexpr size_t MOST_NAME_BYTES = 63;
 constexpr const char* LOOPBACK = "lo";
 constexpr const char* ALL_INTERFACES = "auto";
@@ -137,7 +137,7 @@ std::vector<Linux::PeerAddress> ReadPeers(ConfigTable& table) {
     return peers;
 }
 
-// Files of an earlier version have them.
+// Keys that files of an earlier version may have.
 void RefuseOldKeys(const ConfigTable& table) {
     constexpr std::array<Word<const char*>, 3> OLD_KEYS{{{"domain", "has gone: port and beacon_port took its place"},
         {"tag", "has gone: only devices of one account meet"}, {"multicast", "has gone: beacon took its place"}}};

@@ -24,10 +24,10 @@ struct Config {
     std::filesystem::path serviceTable;
     std::vector<Linux::User> users;  // at least one, each id once
     Linux::InputOptions input;
-    Linux::DisplayArea scriptedDisplay;  // stands in while there is no display server
+    Linux::DisplayArea scriptedDisplay;  // used while there is no display server
     std::string interfacePlace;          // file, line and key of the interfaces, for messages
-    Linux::FabricOptions fabric;         // neither the udid nor the state directory is set
-    Linux::LogOptions log;               // nor are the file and the device
+    Linux::FabricOptions fabric;         // the udid and the state directory are not set
+    Linux::LogOptions log;               // the file and the device are not set
 };
 
 // What is wrong with a configuration, as one line: the file, the line and the key.

@@ -8,8 +8,8 @@
 
 namespace ZYNE::Host {
 
-// What is wrong with the files that `config` names (credentials, the apps' manifests, the table of system services, the
-// provider file) and with its interfaces; a line each, which names the file and where there is one the line. Starts
+// Everything wrong with the files that `config` names (credentials, the apps' manifests, the table of system services,
+// the provider file) and with its interfaces: one text each, with the file and, if there is one, the line. Starts
 // nothing and changes nothing.
 std::vector<std::string> FindMistakes(const Config& config);
 

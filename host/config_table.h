@@ -12,14 +12,14 @@
 
 namespace ZYNE::Host {
 
-// Every reading operation returns the default when the key is not given and throws ConfigError when its value does not
-// fit.
+// Every reading operation returns the default when the key is not given, and throws ConfigError when the value is not
+// valid.
 class ConfigTable {
 public:
     // The table `name` of `root`, which was read from `file`. A table that is not given counts as empty.
     ConfigTable(const toml::table& root, std::filesystem::path file, std::string name);
 
-    // Those of the array of tables `name`, in order; none when it is not given.
+    // The tables of the array `name`, in order; none when it is not given.
     static std::vector<ConfigTable> ReadArray(
         const toml::table& root, const std::filesystem::path& file, const std::string& name);
 
@@ -28,12 +28,12 @@ public:
     bool Bool(const std::string& key, bool byDefault);
     uint32_t Number(const std::string& key, uint32_t byDefault, uint32_t most);
     std::vector<std::string> Strings(const std::string& key, const std::vector<std::string>& byDefault);
-    // One string stands for a list of one.
+    // A single string counts as a list of one.
     std::vector<std::string> StringOrStrings(const std::string& key, const std::vector<std::string>& byDefault);
     // Absolute; a relative path is taken from the file's directory. Empty by default.
     std::filesystem::path Path(const std::string& key);
 
-    // The value that stands for the word of the key in `words`, which are pairs of word and value.
+    // The value for the key's word, by `words`, which are pairs of word and value.
     template <typename Words>
     auto Choice(const std::string& key, const Words& words, std::string_view byDefault) {
         const std::string word = String(key, std::string(byDefault));
@@ -47,12 +47,12 @@ public:
         Fail(key, '"' + word + "\" is none of: " + known);
     }
 
-    // "file:line: table.key"; of a key that is not given the line is its table's, and of a missing table there is none.
+    // "file:line: table.key". The line is that of the table when the key is not given; a missing table has none.
     std::string Place(const std::string& key) const;
 
     // Throws when the key is not given.
     void Require(const std::string& key) const;
-    // Throws with the key's place and `problem`.
+    // Throws ConfigError with the key's place and `problem`.
     [[noreturn]] void Fail(const std::string& key, const std::string& problem) const;
     // Throws when the table has a key that nobody asked for.
     void RefuseOthers() const;

@@ -30,7 +30,7 @@ public:
     CrossingApi(sdbus::IConnection& connection, const std::string& objectPath, Options options);
     CrossingApi(const CrossingApi&) = delete;
     CrossingApi& operator=(const CrossingApi&) = delete;
-    // Requests that were taken must have ended.
+    // All requests must have ended before.
     ~CrossingApi();
 
 private:

@@ -1,4 +1,4 @@
-// Which programs want the companion's service whatever the rules say.
+// Which programs want the companion's service to run whatever the rules say.
 #pragma once
 
 #include <map>
@@ -28,7 +28,7 @@ private:
     void Forget(const std::string& caller);
 
     Linux::DeviceBus& bus_;
-    std::mutex mutex_;                       // held while the library is told, so that both know the same
+    std::mutex mutex_;                       // held while the library is told, so that both agree
     std::map<std::string, Binder> binders_;  // guarded by mutex_; by connection
 };
 

@@ -18,7 +18,7 @@ using CollaborationFwk::KeyMouseEventListener;
 using CollaborationFwk::KeyMouseServiceManager;
 using Linux::BusClient;
 
-// What programs call an event, and what the library does.
+// The names of an event for programs and for the library.
 struct EventName {
     std::string_view word;
     const char* type;
@@ -44,7 +44,7 @@ std::shared_ptr<BusClient> ClientOf(const Linux::DeviceBus& bus) {
     return client;
 }
 
-// As the bus proves it.
+// As the bus tells it.
 int32_t ProcessOf(BusClient& bus, const std::string& connection) {
     IPCContext context;
     if (!bus.GetIdentity().Find(connection, context) || context.callingPid <= 0) {
@@ -53,8 +53,8 @@ int32_t ProcessOf(BusClient& bus, const std::string& connection) {
     return context.callingPid;
 }
 
-// What the process serves on its connection. A name that can change hands would have the events sent to somebody else
-// one day.
+// The object that the process serves on its connection. With a well-known name, which can change owners, the events
+// could one day reach somebody else.
 sptr<IRemoteObject> RemoteOf(BusClient& bus, int32_t process, const std::string& connection) {
     if (!connection.starts_with(':') || ProcessOf(bus, connection) != process) {
         throw ApiError("Failed", "\"" + connection + "\" is no connection of the calling process");
@@ -69,7 +69,7 @@ public:
     Recipient(std::weak_ptr<CrossingListeners> listeners, Key key)
         : listeners_(std::move(listeners)), key_(std::move(key)) {}
 
-    // The library forgets the dead by itself; its monitors go on until it is told that nobody is left.
+    // The library forgets dead listeners by itself, but its monitors run until it is told that no listener is left.
     void OnRemoteDied(const wptr<IRemoteObject>& remote) override {
         if (const auto listeners = listeners_.lock()) {
             listeners->Forget(key_, remote.promote());
@@ -97,7 +97,7 @@ void CrossingListeners::Add(const std::string& caller, const std::string& event,
     KeyMouseServiceManager& library = KeyMouseServiceManager::GetInstance();
     library.AddKeyMouseEventListener(type, key.second, remote);
     if (IsFull(type)) {
-        library.RemoveKeyMouseEventListener(type, key.second);  // it may know already that one of the others is dead
+        library.RemoveKeyMouseEventListener(type, key.second);  // the library may know already that one is dead
         throw ApiError("Full",
             std::to_string(KeyMouseEventListener::MAX_CALLBACKS) + " processes listen to \"" + event + "\" already");
     }
@@ -127,7 +127,7 @@ void CrossingListeners::Remove(const std::string& caller, const std::string& eve
 }
 
 void CrossingListeners::Forget(const Key& key, const sptr<IRemoteObject>& remote) {
-    Registration registration;  // let go of without the lock: with it may end the remote
+    Registration registration;  // dropped without the lock: the remote may end with it
     const std::scoped_lock lock(mutex_);
     const auto found = registrations_.find(key);
     if (found == registrations_.end() || found->second.remote != remote) {

@@ -1,4 +1,4 @@
-// The processes that listen to the events of crossing: whom the device registers with the library, and how long.
+// The processes that listen to the events of crossing, as the device registers them with the library.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,14 @@
 
 namespace ZYNE::Host {
 
-// Any thread; made by std::make_shared. Blocks while the bus is asked who is who. Throws ApiError.
+// Any thread; made by std::make_shared. Blocks while the bus is asked about a connection. Throws ApiError.
 class CrossingListeners : public std::enable_shared_from_this<CrossingListeners> {
 public:
     explicit CrossingListeners(Linux::DeviceBus& bus) : bus_(bus) {}
 
     // Registers the process behind the connection `caller` for `event`, as AddListener in device_api.xml.
     void Add(const std::string& caller, const std::string& event, const std::string& connection);
-    // Takes its registration away, if there is one.
+    // Removes its registration, if there is one.
     void Remove(const std::string& caller, const std::string& event);
 
 private:
@@ -33,11 +33,11 @@ private:
 
     // With mutex_ held.
     bool IsFull(const std::string& type) const;
-    // Does nothing when `remote` is not what is registered.
+    // Does nothing when `remote` is not the one that is registered.
     void Forget(const Key& key, const sptr<IRemoteObject>& remote);
 
     Linux::DeviceBus& bus_;
-    // Held while the library is told, so that both know the same: it never calls back meanwhile.
+    // Held while the library is told, so that both agree: it never calls back meanwhile.
     std::mutex mutex_;
     std::map<Key, Registration> registrations_;  // guarded by mutex_
 };

@@ -35,16 +35,16 @@ using Linux::FabricOptions;
 
 constexpr LogDomain LOG = Linux::LogDomains::DEVICE;
 
-// That the settings can be used, told in the name of the system service that keeps them elsewhere.
+// The event that the settings can be used, and the user of the system service that publishes it elsewhere.
 constexpr const char* DATA_SHARE_READY = "usual.event.DATA_SHARE_READY";
 constexpr int32_t DATA_SHARE_UID = 3012;
 
-// How long the start waits for the library to take over old settings. It takes a few milliseconds.
+// How long the start waits until the library has taken over old settings. That takes a few milliseconds.
 constexpr auto SETTINGS_TIME = 2s;
 
 constexpr int32_t INFO_COLLECTION = 2;  // what the pool is told of a task
 
-// What a peer publishes reaches an app whole.
+// So that whatever a peer can publish reaches an app.
 static_assert(Linux::ShareLimits::VALUE == Linux::ProfileBounds::VALUE_BYTES);
 
 std::string Masked(const std::string& id) {
@@ -65,7 +65,7 @@ std::vector<KnownPeer> KnownPeers(const Fabric& network) {
     return peers;
 }
 
-// What the device notes of itself comes first.
+// The device's notes on itself come first.
 Linux::NetworkStatus StatusWithNotes(const Linux::LinuxDevice& device) {
     Linux::NetworkStatus status = device.network.Status();
     std::vector<Linux::NetworkStatus::Note> notes;
@@ -76,7 +76,7 @@ Linux::NetworkStatus StatusWithNotes(const Linux::LinuxDevice& device) {
     return status;
 }
 
-// Not of the device's share of the log: it comes and goes seldom, or is left alone.
+// Logged for the device itself and not out of the peer's share: peers come and go rarely, or are ignored.
 void LogDeviceState(int state, const DmDeviceInfo& device) {
     const Linux::LogShareScope own(nullptr);
     const char* what = state == DEVICE_STATE_ONLINE ? "online" : state == DEVICE_STATE_OFFLINE ? "offline" : "changed";
@@ -84,7 +84,7 @@ void LogDeviceState(int state, const DmDeviceInfo& device) {
         Masked(device.deviceId), what);
 }
 
-// The identity that the network will know the device by.
+// The identity of this device on the network.
 std::string OwnUdid(const Config& config) {
     return IsOpen(config) ? KeptUdid(config.stateDirectory) : Linux::LoadCredentials(config.fabric.credentials).udid;
 }
@@ -106,7 +106,7 @@ void Daemon::Start() {
     registration_.emplace(config_.fabric.deviceName, config_.stateDirectory);
     OpenLog();
     OpenDevice();
-    // Before other threads use the bus library: at its first use it sets up what all its connections share, unguarded.
+    // Before other threads use the bus library: its first use sets up what all connections share, without a lock.
     StartApi();
     device_.StartDesktop(
         {config_.users, [](int32_t, int32_t) { KeyMouseServiceManager::GetInstance().OnEventUserSwitched(); },
@@ -163,8 +163,8 @@ void Daemon::StartApi() {
     });
 }
 
-// Before other devices can see this one: requests find the library with its providers. The scan of apps is over long
-// before the network is up; but then each app is asked for its values, and one that is slow must not hold up the device.
+// Before other devices can see this one, so that requests find the library with its providers. The scan of apps ends
+// long before the network is up; but then each app is asked for its values, and a slow one must not hold up the device.
 void Daemon::StartLibrary() {
     if (!device_.pool.AddAsynTask(&FindApps, INFO_COLLECTION)) {
         FindApps();
@@ -183,8 +183,9 @@ void Daemon::JoinNetwork() {
     });
 }
 
-// On the network: the library asks who this device is. Old settings are moved to the user in the foreground before the
-// library hears who that is, which switches crossing off for a private one, and before anything is published.
+// Once the device is on the network, as the library asks who this device is. Old settings are moved to the user in the
+// foreground before anything is published, and before the library is told who that is, which switches crossing off for
+// a private user.
 void Daemon::StartCrossing() {
     KeyMouseServiceManager& crossing = KeyMouseServiceManager::GetInstance();
     crossing.SubscribeCommonEvent();
@@ -193,12 +194,12 @@ void Daemon::StartCrossing() {
     if (moved->get_future().wait_for(SETTINGS_TIME) != std::future_status::ready) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "the settings are slow: crossing may start with older ones");
     }
-    crossing.OnEventUserSwitched();  // the first tells who is there; only those after it are switches
+    crossing.OnEventUserSwitched();  // the first call tells who is there; only later ones are switches
     crossing.OnDpStart();
     crossing.OnDbStart();
 }
 
-// Any thread. The main thread waits for this signal.
+// Any thread. The main thread waits for the signal.
 void Daemon::OnBusLost() {
     if (!busLost_.exchange(true)) {
         kill(getpid(), SIGTERM);

@@ -12,7 +12,7 @@
 
 namespace ZYNE::Host {
 
-// Used by the main thread: the bus ends with the thread that starts it. One in a process at a time, started once.
+// For the main thread, as the bus ends with the thread that starts it. One in a process at a time, started once.
 class Daemon {
 public:
     explicit Daemon(Config config);
@@ -21,12 +21,12 @@ public:
     // Stops.
     ~Daemon();
 
-    // Throws std::exception with one line when the device cannot start. When the device can go on no more it sends
-    // SIGTERM to the process.
+    // Throws std::exception with one line when the device cannot start. A device that cannot go on later sends SIGTERM
+    // to its own process.
     void Start();
 
-    // Ends every part and every thread. Requests under way are given up, and so is what waits or sleeps. False when the
-    // device had lost its bus.
+    // Ends every part and every thread. Requests under way are abandoned, and so is what waits or sleeps. False when
+    // the device had lost its bus.
     bool Stop();
 
     // See LinuxDevice. Any thread.

@@ -152,7 +152,7 @@ private:
         });
     }
 
-    // The program that asks, while its call with those arguments is taken.
+    // The program that is calling, with the size of its arguments.
     ProgramCalls::Caller Caller(const auto&... arguments) const {
         return {Client::CallingConnection(getObject()), (arguments.size() + ... + 0)};
     }
@@ -202,7 +202,7 @@ Linux::BusInterest DeviceApi::GetInterest() const {
     return {data.fd, data.events, Client::PollDeadline(data)};
 }
 
-// Another thread has sent something, which may have found no room.
+// Another thread has sent something, which may not have fitted.
 void DeviceApi::Wake() {
     options_.device.bus.GetLoop()->Post([this] {
         if (pump_) {

@@ -1,4 +1,4 @@
-// What the device offers to programs of its user, on its own bus: see device_api.xml.
+// What the device offers to programs of its user on its own bus, see device_api.xml.
 #pragma once
 
 #include <atomic>
@@ -23,7 +23,7 @@ namespace ZYNE::Host {
 class CrossingApi;
 class ProgramCalls;
 
-// Any thread. A request that may wait does so on the pool, or for its turn there, see ProgramCalls.
+// Any thread. Requests that may block run on the pool, each in its turn, see ProgramCalls.
 class DeviceApi {
 public:
     struct Options {
@@ -40,17 +40,17 @@ public:
     explicit DeviceApi(Options options);
     DeviceApi(const DeviceApi&) = delete;
     DeviceApi& operator=(const DeviceApi&) = delete;
-    // Requests that were taken must have ended: the pool is drained before.
+    // All requests must have ended: drain the pool before.
     ~DeviceApi();
 
-    // Takes no further request, and refuses those whose turn has not come.
+    // Takes no further request and refuses those that wait for their turn.
     void Stop();
 
     // Tells programs that the peers have changed.
     void TellDevicesChanged();
 
-    // Tells programs of a change of a profile, of a peer or of this device. Changes of one characteristic must come one
-    // after another.
+    // Tells programs of a change in a profile, of a peer or of this device. Changes of one characteristic must be told
+    // one after another.
     void TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile);
 
 private:

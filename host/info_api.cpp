@@ -14,9 +14,9 @@ using CollaborationFwk::DeviceDynamicInfo;
 using CollaborationFwk::InfoCollectionService;
 using Record = InfoAnswer::Record;
 
-constexpr const char* CALLER = "device_api";  // travels with each request
+constexpr const char* CALLER = "device_api";  // sent with each request
 
-// In the order of `names`: the library answers in that of a hash table.
+// In the order of `names`: the library answers in the order of a hash table.
 std::vector<Record> InOrder(const std::vector<DeviceDynamicInfo>& answered, const std::vector<std::string>& names) {
     std::map<std::string, std::string> values;
     for (const DeviceDynamicInfo& info : answered) {

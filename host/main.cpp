@@ -37,8 +37,8 @@ int Fail(const std::string& problem, int status) {
     return status;
 }
 
-// A link takes a descriptor, and so does each connection that is not one yet. With too few even the start would fail
-// somewhere in the middle, or abort.
+// Each link takes a descriptor, and so does each connection that may become one. With too few even the start would fail
+// half-way, or abort.
 void AllowManyDescriptors() {
     constexpr rlim_t WANTED = 4096;
     constexpr rlim_t LEAST = 128;

@@ -1,4 +1,4 @@
-// Where a peer may be, as a configuration says it.
+// The address of a peer, as written in a configuration.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace ZYNE::Host {
 
-// Reads "host", "host:port", "192.0.2.1:port", "[fe80::1%eth0]:port", "fd00::1". Throws std::invalid_argument with what is
-// wrong, to be put behind the text. Without a port it is DEFAULT_PORT.
+// Reads "host", "host:port", "192.0.2.1:port", "[fe80::1%eth0]:port", "fd00::1". Without a port it is DEFAULT_PORT.
+// Throws std::invalid_argument with what is wrong, to be added after the text.
 Linux::PeerAddress ReadPeerAddress(const std::string& text);
 
 }  // namespace ZYNE::Host

@@ -19,20 +19,20 @@ public:
     explicit AmbiguousPeer(const std::string& message) : ApiError("AmbiguousPeer", message) {}
 };
 
-// This device; nothing is known of it while it is starting or ending.
+// This device; its fields are empty while it is starting or ending.
 KnownPeer ThisDevice();
 
 // A device's id as people see it.
 std::string ShortId(const std::string& udid);
 
-// The peer of `peers` with the network id, the name or the short id `wanted`. Of several of one name that online
-// counts, if only one is. Throws UnknownPeer or AmbiguousPeer.
+// The peer with the network id, the name or the short id `wanted`. If several have the name and only one is online,
+// that one. Throws UnknownPeer or AmbiguousPeer.
 KnownPeer ChoosePeer(const std::vector<KnownPeer>& peers, const std::string& wanted);
 
-// The same, where `self`, this device, may be meant as well, and is when it has the name.
+// The same, but `self`, this device, may be meant as well; it comes first if it has the name.
 KnownPeer ChooseDevice(const std::vector<KnownPeer>& peers, const KnownPeer& self, const std::string& wanted);
 
-// Puts peers into the order in which people are shown them.
+// Sorts peers into the order in which they are shown.
 void SortByName(std::vector<KnownPeer>& peers);
 
 // The name of the device `udid`; empty when it is neither `self` nor one of `peers`.

@@ -26,13 +26,13 @@ using Linux::ProfileService;
 constexpr size_t MOST_LISTED_BYTES = 4096;    // of a value in a list
 constexpr size_t MOST_TOLD_BYTES = 64 << 10;  // of a value in a change
 
-// The library tells of an empty value no more than of none.
+// The library does not tell an empty value from none.
 bool IsKnown(const std::string& udid, const std::string& service, const std::string& key) {
     CharacteristicProfile profile;
     return DeviceProfileClient::GetInstance().GetCharacteristicProfile(udid, service, key, profile) == 0;
 }
 
-// How the library wants to be told of the service.
+// The form in which the library wants the service.
 std::string ExtraInfo(const std::string& service, const std::string& serviceType) {
     Json::Value extra(Json::objectValue);
     extra["serviceName"] = service;

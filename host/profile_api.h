@@ -1,4 +1,4 @@
-// The part of a device's interface that is about profiles: what each device publishes and the others know of it.
+// The part of a device's interface that is about profiles: what each device publishes and what others know of it.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace ZYNE::Host {
 // Any thread. Every operation is as in device_api.xml, and throws ApiError.
 class ProfileApi {
 public:
-    // Texts as the bus takes them.
+    // Texts in the form that the bus accepts.
     struct Entry {
         std::string deviceName;
         std::string deviceId;
@@ -23,7 +23,7 @@ public:
         std::string serviceType;  // empty when it is not known, and in a change
         std::string key;
         std::string value;
-        bool whole;  // `value` is all of it
+        bool whole;  // `value` is complete
     };
 
     struct Change {
@@ -31,7 +31,7 @@ public:
         Entry entry;
     };
 
-    // `profiles` outlives this; `peers` comes on any thread.
+    // `profiles` outlives this; `peers` is called on any thread.
     ProfileApi(Linux::ProfileService& profiles, std::function<std::vector<KnownPeer>()> peers);
 
     std::string Get(const std::string& device, const std::string& service, const std::string& serviceType,
@@ -41,7 +41,7 @@ public:
     int32_t Delete(const std::string& service, const std::string& key) const;
     std::vector<Entry> List(const std::string& device) const;
 
-    // A change as programs are told of it.
+    // A change in the form in which programs are told.
     Change Describe(Linux::ProfileChange change, const CharacteristicProfile& profile) const;
 
 private:

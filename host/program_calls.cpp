@@ -52,7 +52,7 @@ void ProgramCalls::Start(CallQueue& queue) {
     }
 }
 
-// The thread goes on with the next call: no other need wake for it.
+// The same thread goes on with the next call, so no other one has to wake up for it.
 void ProgramCalls::Work(CallQueue& queue, CallQueue::Call call) {
     for (std::optional<CallQueue::Call> next(std::move(call)); next; next = queue.Next()) {
         next->run();

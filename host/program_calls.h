@@ -1,4 +1,4 @@
-// Answers the calls of programs, each on a thread of the pool and in its turn, so that none holds up another's.
+// Answers the calls of programs on threads of the pool, in turns, so that no program holds up another.
 #pragma once
 
 #include <chrono>
@@ -20,21 +20,22 @@
 
 namespace ZYNE::Host {
 
-// As the bus carries it.
+// An error as the bus carries it.
 sdbus::Error BusError(const ApiError& error);
 
-// Runs `send`, which answers a call. Nobody may be left to take the answer; that is logged.
+// Runs `send`, which answers a call. If the caller is gone, that is logged.
 void SendAnswer(const std::function<void()>& send);
 
-// Any thread. Those who make calls of it outlive the pool's tasks, and so does it. A call that finds too many waiting,
-// or the device ending, is refused as Busy.
+// Any thread. It must outlive the pool's tasks, as must all who use it. A call is refused as Busy when too many wait,
+// or the device is ending.
 class ProgramCalls {
 public:
-    // At once run: for one peer as many as it takes of one device, for all of them a quarter of the pool, and of the
-    // device's own an eighth. Those of one program that are not for peers run one after another, in its order.
+    // How many run at once: for one peer, as many as it accepts from one device; for all peers, a quarter of the pool;
+    // for the device's own, an eighth. Calls of one program that are not for peers run one after another, in its order.
     static constexpr Linux::CallQueue::Limits FOR_PEERS{128, 16, 4096, size_t{64} << 20U};
     static constexpr Linux::CallQueue::Limits OF_DEVICE{64, 1, 4096, size_t{64} << 20U};
-    // How long one for a peer may wait for its turn: its five seconds come then, and the program waits for ten.
+    // How long a call for a peer may wait for its turn: it then takes up to five seconds, and the program waits for
+    // ten.
     static constexpr std::chrono::seconds PATIENCE{4};
 
     struct Caller {
@@ -42,13 +43,13 @@ public:
         size_t bytes;        // of the call's arguments
     };
 
-    // `answered` is told when a pool thread has sent an answer, which may not have found room to leave at once.
+    // `answered` is called when a pool thread has sent an answer, which may not have left the process yet.
     ProgramCalls(Linux::ThreadPool& pool, std::function<void()> answered)
         : pool_(pool), answered_(std::move(answered)) {}
     ProgramCalls(const ProgramCalls&) = delete;
     ProgramCalls& operator=(const ProgramCalls&) = delete;
 
-    // Answers with what `operation` returns, or with the error that it throws; one that is no ApiError is a Failed.
+    // Answers with the result of `operation`, or with the error that it throws; any but an ApiError becomes Failed.
     template <typename... Results>
     void Answer(sdbus::Result<Results...>&& result, Caller caller,
         std::type_identity_t<std::function<std::tuple<Results...>()>> operation) {
@@ -59,7 +60,7 @@ public:
         Take(own_, std::move(call));
     }
 
-    // The same for one that waits for the device `peer`, which is a udid.
+    // The same for a call that waits for the device `peer`, a udid.
     template <typename... Results>
     void AnswerForPeer(sdbus::Result<Results...>&& result, Caller caller, std::string peer,
         std::type_identity_t<std::function<std::tuple<Results...>()>> operation) {
@@ -71,7 +72,7 @@ public:
         Take(peers_, std::move(call));
     }
 
-    // Refuses those that wait, and all that come.
+    // Refuses the calls that wait, and all later ones.
     void Close();
 
 private:

@@ -26,7 +26,7 @@ public:
     Table& operator=(const Table&) = delete;
     ~Table() { helper_->Release(); }
 
-    // Both: the number of rows.
+    // Both return the number of rows.
     int32_t Update(const std::string& key, const DataShareValuesBucket& row) {
         return Checked(helper_->Update(uri_, DataSharePredicates().EqualTo(SettingsData::KEY_COLUMN, key), row));
     }

@@ -14,7 +14,7 @@ namespace {
 using CollaborationFwk::OobeStatusDependency;
 using CollaborationFwk::SetupFinding;
 
-constexpr size_t MOST_TOLD_BYTES = 256;  // of a value, which has one character where somebody means it
+constexpr size_t MOST_TOLD_BYTES = 256;  // of a value; a valid one has one character
 
 Setup::Setting Describe(const SetupFinding& finding) {
     if (finding.code != 0 && finding.code != Linux::SHARE_NO_SUCH_ROW) {

@@ -16,8 +16,8 @@ using namespace std::chrono_literals;
 
 constexpr LogDomain LOG = LogDomains::DEVICE;
 
-// How long programs that wait for an answer get it while the device stops. Answers that need the bus come no more when
-// this is over.
+// How long answers are still sent to programs that wait for one while the device stops. After that the bus ends, and no
+// answer can be sent.
 constexpr auto LAST_ANSWERS_TIME = 250ms;
 
 constexpr const char* PROFILE_FILE = "profiles.db";
