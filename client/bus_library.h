@@ -1,5 +1,5 @@
-// The bus library is of version 1 on Debian 12 and of version 2 on Debian 13. What the two call differently has one name
-// here; whatever else is used of it is the same in both.
+// The bus library has version 1 on Debian 12 and version 2 on Debian 13. What differs between them has one name here;
+// everything else that is used of it is the same in both.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ namespace ZYNE::Client {
 using BusName = decltype(std::declval<const sdbus::IConnection&>().getUniqueName());
 using BusErrorName = std::remove_cvref_t<decltype(std::declval<const sdbus::Error&>().getName())>;
 
-// Handles one thing that waits at `connection`; false when there was none.
+// Handles one thing that waits on `connection`; false when there was none.
 bool ProcessPending(auto& connection) {
     if constexpr (requires { connection.processPendingEvent(); }) {
         return connection.processPendingEvent();
@@ -25,8 +25,8 @@ bool ProcessPending(auto& connection) {
     }
 }
 
-// When a loop that polls for `interest`, a connection's poll data, must see to the connection even so: microseconds of
-// the monotonic clock, UINT64_MAX for never.
+// When a loop that polls for `interest`, a connection's poll data, must handle the connection at the latest:
+// microseconds of the monotonic clock, UINT64_MAX for never.
 uint64_t PollDeadline(const auto& interest) {
     if constexpr (requires { interest.timeout_usec; }) {
         return interest.timeout_usec;

@@ -1,4 +1,4 @@
-// Crossing of keyboard and mouse on a device, and what a program does in place of the person at a device that nobody sits
+// Crossing of keyboard and mouse on a device, and what a program does instead of a person on a device that nobody sits
 // at. CrossingWatch tells of its events.
 #pragma once
 
@@ -25,7 +25,7 @@ struct CrossingRule {
 struct User {
     int32_t id;
     std::string name;
-    bool isPrivate;  // starts with crossing off each time that it comes to the foreground
+    bool isPrivate;  // crossing is off each time that it comes to the foreground
     bool isForeground;
 };
 
@@ -40,14 +40,14 @@ struct Switches {
     std::vector<PeerSwitch> peers;  // those that are online, in the order of names
 };
 
-// Of a Device, which says more: threads, errors.
+// Part of a Device; see there for threads and errors.
 class Crossing {
 public:
     explicit Crossing(DeviceConnection& connection) : connection_(connection) {}
 
     // Registers this process for `event`: keyboard, edge, screen or switch. The device then sends what
-    // crossing_events.h describes to this process's connection `connection` to the device's bus. CrossingWatch does all
-    // of it.
+    // crossing_events.h describes to `connection`, a connection of this process to the device's bus. CrossingWatch does
+    // all of this.
     void AddListener(const std::string& event, const std::string& connection);
     void RemoveListener(const std::string& event);
 
@@ -65,17 +65,17 @@ public:
 
     // In the order of the device's configuration.
     std::vector<User> ListUsers();
-    // Brings a user to the foreground. What follows the user may follow a moment later.
+    // Brings a user to the foreground. What depends on the user may change a moment later.
     void SwitchUser(int32_t user);
 
-    // Pointer and keyboard of a device that has no display; refused by one that has. Pixels; 1 left, 2 middle, 3 right;
-    // key codes of the kernel's input-event-codes.h.
+    // Pointer and keyboard of a device without a display; a device with one refuses. Pixels; buttons 1 left, 2 middle,
+    // 3 right; key codes of the kernel's input-event-codes.h.
     void MovePointer(int32_t dx, int32_t dy);
     void MovePointerTo(int32_t x, int32_t y);
     void PressButton(int32_t button, bool isDown);
     void PressKey(int32_t key, bool isDown);
 
-    // Says of the device's screen that it is on (1), off (0) or locked (2), or leaves it to the desktop (-1).
+    // Sets the state of the device's screen: on (1), off (0), locked (2), or as the desktop says (-1).
     void SetScreen(int32_t status);
 
 private:

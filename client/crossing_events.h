@@ -2,7 +2,7 @@
 //
 // Each is a request to the object that the process serves on the device's bus, see linux/bus/bus_wire.h. Its parcel
 // holds the interface token EVENT_TOKEN, then the fields of the event in the order in which they are declared here:
-// int32s, but for strings and the bool `isPressedButtons`.
+// int32s, except for strings and the bool `isPressedButtons`.
 //
 //     1  SwitchEvent    2  ScreenEvent    3  KeyEvent    4  EdgeEvent
 #pragma once
@@ -48,7 +48,7 @@ struct EdgeEvent {
 
 using CrossingEvent = std::variant<SwitchEvent, ScreenEvent, KeyEvent, EdgeEvent>;
 
-// The event of a request; nothing when it is not one, to the last byte. Any process of the user may send requests.
+// The event in a request; nothing when the request is not exactly an event. Any process of the user may send requests.
 std::optional<CrossingEvent> ReadCrossingEvent(uint32_t code, MessageParcel& data);
 
 }  // namespace ZYNE::Client

@@ -44,11 +44,11 @@ public:
     }
 
     const std::string& GetUniqueName() const { return bus_.GetUniqueName(); }
-    // Can be read once the bus is gone.
+    // Becomes readable when the bus is gone.
     int EndDescriptor() const { return ended_.Get(); }
 
 private:
-    // The device sends the next event when it has the answer to this one, which keeps their order.
+    // The device sends the next event after the answer to this one, which keeps their order.
     int32_t Take(uint32_t code, MessageParcel& data) {
         std::optional<CrossingEvent> event = ReadCrossingEvent(code, data);
         return event && mailbox_.Post(std::move(*event)) ? 0 : REFUSED;

@@ -3,8 +3,8 @@
 //     CrossingWatch watch(device, {"keyboard", "edge"}, [](const CrossingEvent& event) { ... });
 //     watch.Follow(stop);
 //
-// A program may take its time with an event: the device has its answer before the program is told. While the program is
-// busy MOST_WAITING events wait for it. More are refused, and the program does not hear of them.
+// A program may take its time with an event: the device is answered before the program is told. While the program is
+// busy, up to MOST_WAITING events wait for it. Further ones are refused, and the program misses them.
 #pragma once
 
 #include <cstddef>
@@ -21,19 +21,19 @@
 
 namespace ZYNE::Client {
 
-// One thread at a time. Has a connection of its own for the events, and a few threads. Its device outlives it, and is
-// used by the constructor and the destructor.
+// One thread at a time. Has a connection of its own for the events, and a few threads. Its device must outlive it; the
+// constructor and the destructor use it.
 class CrossingWatch {
 public:
     static constexpr size_t MOST_WAITING = 1024;
 
-    // Registers this process for `events`: keyboard, edge, screen, switch. From now on each is told to `told`, in the
-    // order in which the device sends them, one at a time on threads of this object. An exception of `told` is printed
-    // on standard error. It may use the device while nobody else does; Follow does not. Throws DeviceError.
+    // Registers this process for `events`: keyboard, edge, screen, switch. From now on `told` is called with each
+    // event, in the order in which the device sends them, one at a time on threads of this object. An exception of `told` is
+    // printed on standard error. `told` may use the device while nobody else does; Follow does not. Throws DeviceError.
     CrossingWatch(Device& device, std::vector<std::string> events, std::function<void(const CrossingEvent&)> told);
     CrossingWatch(const CrossingWatch&) = delete;
     CrossingWatch& operator=(const CrossingWatch&) = delete;
-    // Waits until `told` has returned and takes the registrations away. Nothing is told after this.
+    // Waits until `told` has returned and removes the registrations. `told` is not called after this.
     ~CrossingWatch();
 
     // Waits until the descriptor `stop` can be read. Throws DeviceError when the device has ended.

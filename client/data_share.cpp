@@ -33,7 +33,7 @@ struct Program {
     }
 };
 
-// The token is asked once and never watched, so it posts nothing.
+// The token is asked once and never watched, so it never posts anything.
 std::shared_ptr<DataShareHelper> OpenOnBus(const std::string& address, const std::string& uri) {
     const auto token = MakeSptr<Linux::RemoteObject>(std::make_shared<Linux::BusCaller>(address), Linux::Post(),
         Linux::ShareToken::BUS_NAME, Linux::BusWire::DEFAULT_PATH);

@@ -1,4 +1,4 @@
-// The shared data of a device for a program of its own: rows that outlast the program, and notices between programs.
+// The shared data of a device, for its programs: rows that outlast a program, and notices between programs.
 //
 //     auto notes = ZYNE::Client::OpenDataShare("datashare:///org.example.desk/notes");
 //     if (notes == nullptr) {
@@ -9,8 +9,8 @@
 //     row.Put("VALUE", "buy milk");
 //     notes->Insert(ZYNE::Uri("datashare:///org.example.desk/notes"), row);
 //
-// platform/datashare/data_share_helper.h tells what a helper does, docs/data_share.md what rows, URIs and codes mean on
-// this port. Observers are called on threads of the process; they may use helpers.
+// platform/datashare/data_share_helper.h says what a helper does, docs/data_share.md what rows, URIs and codes mean on
+// this port. Observers are called on threads of the process and may use helpers.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,4 @@
-// A device of this user that runs on this machine, for programs: one connection, and all that a program can ask.
+// A device of this user that runs on this machine, for programs: one connection, and everything that can be asked.
 //
 //     const auto entry = ZYNE::Client::FindDevice("phone");
 //     if (!entry) {
@@ -10,8 +10,8 @@
 //     }
 //     phone.Settings().Put("user_setup_complete", "1", ZYNE::Client::Settings::ALL_USERS);
 //
-// Texts are UTF-8, without zero bytes, and have 8 MiB at most. The connection lasts until the device ends: a program that
-// goes on after that finds the device anew. Changes and events are told by ProfileWatch and CrossingWatch.
+// Texts are UTF-8 without zero bytes, of 8 MiB at most. The connection lasts until the device ends; a program that goes
+// on after that must find the device again. ProfileWatch and CrossingWatch tell of changes and events.
 #pragma once
 
 #include <chrono>
@@ -33,7 +33,7 @@ struct SetupSetting {
     std::string name;
     bool isSet;
     std::string value;
-    bool isInTheWay;  // set-up is not complete because of it
+    bool isInTheWay;  // it keeps the set-up from being complete
 };
 
 struct Setup {
@@ -46,7 +46,7 @@ struct NetworkInterface {
     std::vector<std::string> addresses;
 };
 
-// What somebody should look at.
+// Something that people should look at.
 struct NetworkNote {
     std::string kind;  // clone, refused and so on: device_api.xml lists them
     std::string text;  // one line
@@ -65,12 +65,12 @@ struct Network {
     std::vector<NetworkLink> links;  // to the peers that are online
 };
 
-// One thread at a time, the facets included; a program that asks from several threads makes one for each. Every
-// operation, also of a facet, waits for the device's answer. It throws DeviceError when the device cannot be reached,
-// does not answer in time or refuses, and when a text is not UTF-8 or too large.
+// One thread at a time, including the facets; a program with several threads makes one for each. Every operation, also
+// of a facet, waits for the device's answer. It throws DeviceError when the device cannot be reached, does not answer
+// in time or refuses, and when a text is not UTF-8 or too large.
 class Device {
 public:
-    // How long the device may take for an answer.
+    // How long an answer may take.
     static constexpr std::chrono::seconds ANSWER_TIME{10};
 
     // Connects to a device that runs.
@@ -79,7 +79,7 @@ public:
     Device& operator=(const Device&) = delete;
     ~Device();
 
-    // Where the device is, as at the time of connecting.
+    // Where the device was when this connected.
     const DeviceEntry& Entry() const { return entry_; }
 
     // The facets, each valid as long as this object.

@@ -18,8 +18,8 @@
 
 namespace ZYNE::Client {
 
-// Both interfaces of the device's object. Without an event loop of its own: the calling thread waits for its answer on
-// the socket itself.
+// Both interfaces of the device's object. It has no event loop: the calling thread itself waits for its answer on the
+// socket.
 class DeviceProxy
     : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy, io::collaborationfwk::Crossing1_proxy> {
 public:
@@ -32,7 +32,7 @@ public:
     virtual ~DeviceProxy() = default;
 
 private:
-    // Signals come to proxies of Listen alone; the bus sends none for others.
+    // Only proxies made by Listen get signals; the bus sends none for others.
     void onDevicesChanged() override {}
     void onProfileChanged(const std::string& /*change*/, const std::string& /*deviceName*/,
         const std::string& /*deviceId*/, const std::string& /*service*/, const std::string& /*key*/,
@@ -42,7 +42,7 @@ private:
 // One thread at a time.
 class DeviceConnection {
 public:
-    // Connects to a device that runs; an answer may take it `answerTime`. Throws DeviceError.
+    // Connects to a running device. An answer may take `answerTime`. Throws DeviceError.
     DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime);
     DeviceConnection(const DeviceConnection&) = delete;
     DeviceConnection& operator=(const DeviceConnection&) = delete;
@@ -58,7 +58,7 @@ public:
         }
     }
 
-    // A `Signals`, which is a DeviceProxy that is told of signals in Follow. Throws DeviceError.
+    // Makes a `Signals`, a DeviceProxy that gets signals during Follow. Throws DeviceError.
     template <typename Signals, typename Handler>
     std::unique_ptr<Signals> Listen(Handler handler) {
         try {
@@ -70,11 +70,11 @@ public:
         }
     }
 
-    // Hands out signals until the descriptor `stop` can be read. Throws DeviceError when the device has ended.
+    // Delivers signals until the descriptor `stop` can be read. Throws DeviceError when the device has ended.
     void Follow(int stop);
 
 private:
-    // The bus cuts off whoever sends anything but UTF-8 without zero bytes, or a message of 16 MiB.
+    // The bus disconnects whoever sends anything but UTF-8 without zero bytes, or a message of 16 MiB.
     static void CheckText(const std::string& text);
     static void CheckText(const std::vector<std::string>& texts);
     static void CheckText(int32_t /*number*/) {}

@@ -26,7 +26,7 @@ fs::path Registry() {
                                                  : fs::path("/tmp/collaborationfwk-" + std::to_string(geteuid()));
 }
 
-// What `use` throws is told as the registry's.
+// Turns what `use` throws into a RegistryError.
 void AsRegistryError(const std::function<void()>& use) {
     try {
         use();
@@ -35,7 +35,7 @@ void AsRegistryError(const std::function<void()>& use) {
     }
 }
 
-// Nothing when no device has run yet: who only looks leaves nothing behind.
+// Nothing when no device has run yet: looking must not create anything.
 std::optional<fs::path> FindDevicesDirectory() {
     const fs::path registry = Registry();
     for (const fs::path& directory : {registry, registry / "devices"}) {
@@ -117,7 +117,7 @@ std::optional<DeviceEntry> FindDeviceByDirectory(const fs::path& directory) {
         return std::nullopt;
     }
     DeviceEntry entry = ReadEntry(runtimeDirectory);
-    // The name may have gone to a device with another state directory since.
+    // The name may now belong to a device with another state directory.
     entry.running = entry.running && fs::equivalent(entry.stateDirectory, directory, error);
     entry.stateDirectory = directory;
     return entry;

@@ -1,10 +1,10 @@
 // Which devices run on this machine under this user, and where.
 //
-// A device NAME that runs has the directory devices/NAME in $XDG_RUNTIME_DIR/collaborationfwk, or in
-// /tmp/collaborationfwk-UID where there is no XDG_RUNTIME_DIR. It is the device's runtime directory: the socket of its
-// bus and what else lives as long as the process. In it, "state" leads to the state directory, "address" holds the
-// process and, behind a blank, the address of the bus once the device can be asked, and "device.lock" is locked as long
-// as the device runs. In the state directory, "run" leads back.
+// A running device NAME has the directory devices/NAME in $XDG_RUNTIME_DIR/collaborationfwk, or in
+// /tmp/collaborationfwk-UID if there is no XDG_RUNTIME_DIR. It is the device's runtime directory, with the socket of
+// its bus and whatever else lasts as long as the process. In it, "state" links to the state directory, "address" holds
+// the process number and, once the device can be asked, a blank and the address of the bus, and "device.lock" is locked
+// while the device runs. In the state directory, "run" links back.
 #pragma once
 
 #include <filesystem>
@@ -28,13 +28,13 @@ struct DeviceEntry {
     std::filesystem::path runtimeDirectory;
     std::filesystem::path stateDirectory;
     std::string busAddress;  // of the device's bus; empty while the device is starting
-    bool running = false;    // false: it ended without leaving, as after a kill
+    bool running = false;    // false: it ended without cleaning up, for example killed
 
     // The file that the device logs to.
     std::filesystem::path LogFile() const { return stateDirectory / "device.log"; }
 };
 
-// Every device of this user, in the order of names. Throws RegistryError when the registry belongs to somebody else.
+// All devices of this user, in the order of names. Throws RegistryError when the registry belongs to somebody else.
 std::vector<DeviceEntry> ListDevices();
 
 // The device `name`.

@@ -1,4 +1,4 @@
-// The peers of a device, and what they tell of themselves.
+// The peers of a device, and what they tell about themselves.
 #pragma once
 
 #include <cstdint>
@@ -25,11 +25,11 @@ struct PeerName {
 
 struct InfoAnswer {
     int32_t code;  // 0, or why there are no records; see result_codes.h
-    // Name and value of each item in the order asked. A value is empty when nobody on the peer could tell it.
+    // Name and value of each item, in the order asked. A value is empty when nothing on the peer could tell it.
     std::vector<std::pair<std::string, std::string>> records;
 };
 
-// Of a Device, which says more: threads, errors. A peer is named by its name, its id as ListPeers gives it, or its
+// Part of a Device; see there for threads and errors. A peer is named by its name, its id as ListPeers gives it, or its
 // network id.
 class Info {
 public:
@@ -40,7 +40,7 @@ public:
     // Of a peer, or of the device itself.
     PeerName FindPeer(const std::string& peer);
 
-    // Asks `peer` for the items `names`. Blocks until it answers, for five seconds at most after the request was sent.
+    // Asks `peer` for the items `names`. Blocks until it answers, at most five seconds after the request was sent.
     InfoAnswer Get(const std::string& peer, const std::vector<std::string>& names);
 
 private:

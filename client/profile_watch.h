@@ -1,4 +1,4 @@
-// Follows what a device tells of changes of profiles, its own and those of its peers.
+// Follows the changes that a device tells of: in its own profile and in those of its peers.
 //
 //     ProfileWatch watch(device, [](const ProfileChange& change) { ... });
 //     watch.Follow(stop);
@@ -17,10 +17,10 @@ struct ProfileChange {
     ProfileEntry entry;  // without the service type
 };
 
-// Over the connection of its device, which outlives it; the thread rule is the device's.
+// Uses the connection of its device, which must outlive it, and by the same thread rule.
 class ProfileWatch {
 public:
-    // Whatever changes from now on waits for Follow, which tells `told`. That may use the device, and throws nothing.
+    // Changes from now on wait for Follow, which calls `told` with them. `told` may use the device and must not throw.
     // Throws DeviceError.
     ProfileWatch(Device& device, std::function<void(const ProfileChange&)> told);
     ProfileWatch(const ProfileWatch&) = delete;

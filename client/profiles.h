@@ -1,4 +1,4 @@
-// The values that devices publish, as they are known on the device that is asked. ProfileWatch tells of changes.
+// The values that devices publish, as the device that is asked knows them. ProfileWatch tells of changes.
 #pragma once
 
 #include <cstdint>
@@ -17,26 +17,26 @@ struct ProfileEntry {
     std::string serviceType;  // empty when it is not known
     std::string key;
     std::string value;
-    bool whole;  // `value` is all of it, not its beginning
+    bool whole;  // `value` is complete, not just its beginning
 };
 
-// Of a Device, which says more: threads, errors.
+// Part of a Device; see there for threads and errors.
 class Profiles {
 public:
     explicit Profiles(DeviceConnection& connection) : connection_(connection) {}
 
-    // What is known of the profile of `device`, a peer as for Info::Get or the device itself: the value of `key` under
-    // `service`, which may be an empty text. No value when nothing is known.
+    // The value of `key` under `service` in the profile of `device`, a peer as for Info::Get or the device itself. It
+    // may be an empty text. No value when nothing is known.
     std::optional<std::string> Get(
         const std::string& device, const std::string& service, const std::string& serviceType, const std::string& key);
 
-    // Both change the device's own profile: 0 once that is kept, or why it is not, see device_api.xml.
+    // Both change the device's own profile. 0 when the change is stored, or why it is not, see device_api.xml.
     int32_t Put(
         const std::string& service, const std::string& serviceType, const std::string& key, const std::string& value);
     int32_t Delete(const std::string& service, const std::string& key);
 
     // All that is known of `device`, or of every device when it is empty, in the order of device names, services and
-    // keys. Of large values there is the beginning.
+    // keys. Large values are cut to their beginning.
     std::vector<ProfileEntry> List(const std::string& device);
 
 private:

@@ -31,7 +31,7 @@ namespace ZYNE::Client {
 using RequestHandler =
     std::function<int32_t(uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context)>;
 
-// What an extension is told besides requests. Either may be empty; an exception is printed on standard error.
+// What an extension is told apart from requests. Either may be empty; an exception is printed on standard error.
 struct ExtensionEvents {
     std::function<void()> connected;     // before the first request: whoever connected first had the process started
     std::function<void()> disconnected;  // after the last request: the last one has disconnected, or the device is gone

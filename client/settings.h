@@ -8,15 +8,15 @@ namespace ZYNE::Client {
 
 class DeviceConnection;
 
-// Of a Device, which says more: threads, errors.
+// Part of a Device; see there for threads and errors.
 class Settings {
 public:
-    // Whose settings are meant when no user is.
+    // The user number for the settings that all users share.
     static constexpr int32_t ALL_USERS = -1;
 
     explicit Settings(DeviceConnection& connection) : connection_(connection) {}
 
-    // A setting of `user`; throws NotFound when there is none. One that is to be written need not be there yet.
+    // A setting of `user`. Get throws NotFound when there is none; Put adds it then.
     std::string Get(const std::string& key, int32_t user);
     void Put(const std::string& key, const std::string& value, int32_t user);
 
