@@ -1,6 +1,6 @@
 // How long a value takes from its put on one device to the listener on the other, beside one bare message of the
-// same size over the transport in the same run. Two processes, account mode. Either is half a round trip by one clock: the far side
-// answers a value with one of its own.
+// same size over the transport in the same run. Two processes, account mode. Either is half a round trip by one clock:
+// the far side answers a value with one of its own.
 //
 //     profile_bench [ROUND_TRIPS]      of each size; 2000 unless given
 #include <condition_variable>

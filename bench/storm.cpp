@@ -1,7 +1,7 @@
 // What it takes when many devices of an account start at once, each a process of its own on loopback: whether all links
 // come about, how long that takes, memory and processor time. Then what the devices use while nothing goes on.
 //
-//     storm [DEVICES [SECONDS]]     40 devices, idle for 20 seconds, unless given; "storm 2 30" shows a device with one peer
+//     storm [DEVICES [SECONDS]]     40 devices idle for 20 seconds, unless given; "storm 2 30" shows one with one peer
 #include <algorithm>
 #include <chrono>
 #include <csignal>

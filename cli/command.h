@@ -1,6 +1,6 @@
-// What the commands of collabctl are made of. Each is a file that adds its words to the parser, and that has what it does:
-// it writes its result to standard output and answers the exit status; a failure is thrown as CommandError, or as one of
-// the errors of client/.
+// What the commands of collabctl are made of. Each is a file that adds its words to the parser, and that has what it
+// does: it writes its result to standard output and answers the exit status; a failure is thrown as CommandError, or as
+// one of the errors of client/.
 #pragma once
 
 #include <functional>

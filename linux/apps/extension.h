@@ -23,9 +23,9 @@ namespace ZYNE::Linux {
 // hears of them in the order in which they happened, and a process that is being ended is gone before the next one
 // starts.
 //
-// Who asks an extension for facts holds up the facts of others. So a request has a limit, a process that misses it again
-// and again is killed, and while a process does not start, or did not a moment ago, connections get a stand-in that
-// answers at once. Its death says that connecting again is worth a try.
+// Who asks an extension for facts holds up the facts of others. So a request has a limit, a process that misses it
+// again and again is killed, and while a process does not start, or did not a moment ago, connections get a stand-in
+// that answers at once. Its death says that connecting again is worth a try.
 class Extension : public std::enable_shared_from_this<Extension> {
 public:
     // What the callbacks are told besides 0.

@@ -16,7 +16,7 @@
 namespace ZYNE::Linux {
 
 // Any thread. Calls out on threads of the pool, of one device at a time, with no lock held. What is told is the
-// difference between what was told last and what is: a device that flickers while a callback runs does not fill a queue.
+// difference between what was told last and what is, so a device that flickers while a callback runs fills no queue.
 class DeviceEvents {
 public:
     using Handler = std::function<void(int state, const DmDeviceInfo& device)>;

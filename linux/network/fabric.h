@@ -55,7 +55,7 @@ public:
 
     // Leaves the network: other devices see it at once. When it returns, both of its threads have ended and no callback
     // comes any more, except from large messages and changes of peers' screens that the thread pool has accepted. Does
-    // nothing when it does not run. Not to be called by a callback. Takes half a second at most unless a callback hangs.
+    // nothing when it does not run. Not in a callback. Takes half a second at most unless a callback hangs.
     void Stop();
 
     // This device; nothing while it is not started.
@@ -75,8 +75,8 @@ public:
     // started.
     std::chrono::steady_clock::time_point LastRound() const;
 
-    // Takes a list of revoked devices that the account's authority has signed, obeys it and passes it on. False when it is
-    // no news. Throws std::runtime_error with one line when it is not such a list, or the fabric does not run.
+    // Takes a list of revoked devices that the account's authority has signed, obeys it and passes it on. False when it
+    // is no news. Throws std::runtime_error with one line when it is not such a list, or the fabric does not run.
     bool TakeRevocations(const std::string& document);
 
     // What the seam's operations work on; null while it does not run.

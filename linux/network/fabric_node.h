@@ -28,8 +28,8 @@
 
 namespace ZYNE::Linux {
 
-// Any thread. Two threads of its own: the loop, on which everything of the network happens, and one that tells the host of
-// devices. Changes of peers' screens are told on the pool.
+// Any thread. Two threads of its own: the loop, on which everything of the network happens, and one that tells the host
+// of devices. Changes of peers' screens are told on the pool.
 class FabricNode final : private LinksUser {
 public:
     // Throws std::runtime_error with one line.

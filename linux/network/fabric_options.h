@@ -30,8 +30,8 @@ struct FabricOptions {
 
     std::filesystem::path stateDirectory;  // what the network keeps over restarts is in it
 
-    // The names of the network interfaces that are used, whether or not they exist yet; or "auto" alone, which stands for
-    // all that lead elsewhere.
+    // The names of the network interfaces that are used, whether or not they exist yet; or "auto" alone, which stands
+    // for all that lead elsewhere.
     std::vector<std::string> interfaces{"lo"};
     std::vector<PeerAddress> peers;  // looked for there, besides what the beacon finds
     uint16_t port = DEFAULT_PORT;    // 0: a free one

@@ -17,8 +17,9 @@ enum class ProfileChange : int32_t { ADDED, UPDATED, DELETED };
 
 // One thread at a time.
 //
-// Of one characteristic there is at most one entry: the difference between what was told last and what is true now. So a subscriber that is slow, or blocks, costs no more than there are characteristics; it may miss a
-// value that has been replaced meanwhile, but never a deletion, and not the last value.
+// Of one characteristic there is at most one entry: the difference between what was told last and what is true now. So
+// a subscriber that is slow, or blocks, costs no more than there are characteristics; it may miss a value that has been
+// replaced meanwhile, but never a deletion, and not the last value.
 class ChangeQueue {
 public:
     // Both profiles are the same of a characteristic that is added or deleted.

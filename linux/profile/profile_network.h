@@ -8,8 +8,8 @@
 
 namespace ZYNE::Linux {
 
-// Who on the network told something: one link to one device. No two have the same, and none has 0, which stands for this
-// device.
+// Who on the network told something: one link to one device. No two have the same, and none has 0, which stands for
+// this device.
 using WriterId = uint64_t;
 
 // Takes what peers publish, on the network's thread; does not block it.

@@ -40,7 +40,7 @@ public:
     // All of a device, services first, by name.
     std::vector<RecordPtr> Of(const std::string& udid) const;
 
-    // Whether the device's records are refused for the first time. Devices of which nothing was ever known count as one.
+    // Whether the device's records are refused for the first time. All devices that were never known count as one.
     bool IsFirstRefusal(const std::string& udid);
 
 private:

@@ -24,9 +24,9 @@ class InfoCollectionService {
 public:
     CFWK_EXPORT static InfoCollectionService& GetInstance();
 
-    // Asks `device` for `keys` and blocks until it answers, for at most five seconds after the request was sent. Appends
-    // one record per answered name to `result`, in no particular order. A peer answers each name once, so keys that
-    // repeat a name never get a valid answer.
+    // Asks `device` for `keys` and blocks until it answers, for at most five seconds after the request was sent.
+    // Appends one record per answered name to `result`, in no particular order. A peer answers each name once, so keys
+    // that repeat a name never get a valid answer.
     // 0; 2201 no answer in time; 2203 not sent; 2205 the names answered are not the names asked for.
     CFWK_EXPORT int32_t GetRemoteDeviceDynamicInfo(DeviceInfo& device, const std::string& callerString,
         const std::vector<std::string>& keys, std::vector<DeviceDynamicInfo>& result);

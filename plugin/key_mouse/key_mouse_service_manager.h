@@ -102,8 +102,8 @@ public:
     bool UpdateSwitchStateToSettings(const std::string& baseUri, const std::string& key, const std::string& value);
     // Moves the switches from the table of all users into the foreground user's, once.
     void SwitchDataMigration();
-    // Makes the switches in the table of all users invalid without moving them. Whether the main one and the one for the
-    // edge are so now.
+    // Makes the switches in the table of all users invalid without moving them. Whether the main one and the one for
+    // the edge are so now.
     std::pair<bool, bool> RetireGlobalSwitches();
     void KeymouseRegisterObserver(int32_t userId);
     void KeymouseUnregisterObserver(int32_t userId);

@@ -4,8 +4,8 @@
 //     CFWK_LOGI(LOG, "info %{public}s Sa get result %{public}s", name, value);
 //
 // Formats are checked when they are compiled, see platform/log/log_print.h. Inside a lambda the function's name would
-// read "operator()": log in named functions. A helper that several operations share logs with CFWK_LOG_AS and the name of
-// the operation, which is what people search for.
+// read "operator()": log in named functions. A helper that several operations share logs with CFWK_LOG_AS and the name
+// of the operation, which is what people search for.
 #pragma once
 
 #include "platform/log/log_print.h"

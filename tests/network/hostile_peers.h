@@ -23,7 +23,7 @@ bool SendAll(const Linux::UniqueFd& socket, std::string_view bytes);
 // Whether the other end closes within two seconds. Reads what it says until then.
 bool IsClosed(const Linux::UniqueFd& socket);
 
-// A field of a message, whose numbers are in the .proto files, as it is sent. A message is its fields one after the other.
+// A field of a message, whose numbers are in the .proto files, as it is sent. A message is its fields in a row.
 std::string Field(unsigned number, uint64_t value);
 std::string Field(unsigned number, const std::string& content);
 // Adds to a message a field that nobody knows, and everyone has to pass over, so that it has `size` bytes.

@@ -31,8 +31,8 @@ using ::testing::Contains;
 using ::testing::Not;
 using Clock = std::chrono::steady_clock;
 
-// What an attack may cost: the time of 99 in 100 honest requests, the memory of the device that is attacked at its worst
-// moment, and all lines of its log, those about honest requests too, for each attack lasts less than a minute.
+// What an attack may cost: the time of 99 in 100 honest requests, the memory of the device that is attacked at its
+// worst moment, and all lines of its log, those about honest requests too, for each attack lasts less than a minute.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr unsigned LENIENCE = 16;  // a sanitizer takes its time, and keeps what was freed
 #else

@@ -9,8 +9,8 @@
 
 namespace ZYNE::Testing {
 
-// The kernel removes it, with all that is in it, when this object, or the whole process, and what runs in it have ended:
-// nothing is left behind. Any thread.
+// The kernel removes it, with all that is in it, when this object, or the whole process, and what runs in it have
+// ended: nothing is left behind. Any thread.
 class NetworkNamespace {
 public:
     // Why none can be made here, as one line; empty when they can. A user other than root becomes the root of a user

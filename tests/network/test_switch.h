@@ -15,7 +15,7 @@
 
 namespace ZYNE::Testing {
 
-// What happens to frames on the way from one port to another. The shares are in percent, each frame is tried for itself.
+// What happens to frames on the way from one port to another. Shares are in percent, each frame is tried by itself.
 struct Way {
     std::chrono::milliseconds delay{0};
     double loss = 0;

@@ -1,4 +1,4 @@
-// The state of screens: this device's own with a desktop that the test plays, and peers' with a peer that the test plays.
+// The state of screens: this device's own with a desktop that the test plays, and peers' with a played peer.
 #include <chrono>
 #include <functional>
 #include <latch>

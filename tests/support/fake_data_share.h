@@ -16,11 +16,11 @@ namespace ZYNE::Testing {
 
 // One thread. Codes of operations that answer with an object make them answer null.
 //
-// In the journal: "Creator(uri, second uri, seconds)", "GetDataShareHelper(uri, ability)", "QueryStringValue(uri, key)",
-// "RegisterObserverExt(uri, descendants)", "RegisterObserver(uri)", "UnregisterObserver(uri)",
-// "Insert(uri, column=value ...)", "Update(uri, column=value ..., column=value ...)", "Query(uri, column=value ...,
-// column ...)", "GetRowCount()", "GoToRow(row)", "GetString(column)", "Close()", "NotifyChangeExt(type, uri ..., data)"
-// with ", count" behind the data where there are value buckets, "Release(uri)".
+// In the journal: "Creator(uri, second uri, seconds)", "GetDataShareHelper(uri, ability)",
+// "QueryStringValue(uri, key)", "RegisterObserverExt(uri, descendants)", "RegisterObserver(uri)",
+// "UnregisterObserver(uri)", "Insert(uri, column=value ...)", "Update(uri, column=value ..., column=value ...)",
+// "Query(uri, column=value ..., column ...)", "GetRowCount()", "GoToRow(row)", "GetString(column)", "Close()",
+// "NotifyChangeExt(type, uri ..., data)" with ", count" behind the data where there are value buckets, "Release(uri)".
 class FakeDataShare final : public FakeCalls {
 public:
     using Row = std::map<std::string, std::string>;  // by column
@@ -68,7 +68,7 @@ public:
         std::erase_if(table, [&](Row& row) { return row["KEYWORD"] == key; });
         table.push_back({{"KEYWORD", key}, {"VALUE", value}});
     }
-    // Another process announces a change on `uri` to the observers of RegisterObserverExt; without data when it is null.
+    // Another process announces a change on `uri` to the observers of RegisterObserverExt; `data` may be null.
     void Announce(const std::string& uri, const char* data, uint32_t size) {
         const DataShareObserver::ChangeInfo change{DataShareObserver::ChangeType::UPDATE, {Uri(uri)}, data, size, {}};
         for (const ExtObserver& entry : std::vector(extObservers)) {

@@ -19,8 +19,8 @@
 
 namespace ZYNE::Testing {
 
-// One thread, but for the channel's operations. In the journal: "RegisterInstance(type)", "RegisterEventListener(type)",
-// "Request(network id, caller, session name)", "TransmitMsg(session, type, reserved)".
+// One thread, but for the channel's operations. In the journal: "RegisterInstance(type)",
+// "RegisterEventListener(type)", "Request(network id, caller, session name)", "TransmitMsg(session, type, reserved)".
 class FakeHost final : public CollaborationFwk::PluginLoader,
                        public CollaborationFwk::ListenerManager,
                        public CollaborationFwk::CrossDeviceProtocol,

@@ -207,7 +207,7 @@ protected:
             return 0;
         });
     }
-    // Makes what is wanted; every fourth is then lost, to a death, the platform's word, or both, and told of again late.
+    // Makes what is wanted; every fourth is then lost, to a death, the platform's word, or both, and told again late.
     bool ServeOne(int n) {
         std::unique_lock lock(mutex_);
         if (wanted_.empty()) {

@@ -37,7 +37,7 @@ public:
     ControlChannel(const Host& host, std::shared_ptr<const PeerTable> peers, std::shared_ptr<PeerShares> shares,
         std::function<void(const std::string& udid)> onExcess);
 
-    // Opens a session with the device `networkId` and sends a request on it. `session` is its number when that succeeds.
+    // Opens a session with the device `networkId` and sends a request on it. On success `session` is its number.
     FabricCode SendRequest(const std::string& networkId, const std::string& callerString,
         const std::string& sessionName, const CollaborationFwk::ServiceInfo& service, int32_t& session);
     // Answers on a session that another device opened, which ends it.

@@ -45,8 +45,8 @@ public:
     Beacon(const Beacon&) = delete;
     Beacon& operator=(const Beacon&) = delete;
 
-    // Sends and hears on these interfaces from now on, and announces when one of them is new or has changed, or the port
-    // has. `listeningPort` is the TCP port that is told; with 0 it only hears.
+    // Sends and hears on these interfaces from now on, and announces when one of them is new or has changed, or the
+    // port has. `listeningPort` is the TCP port that is told; with 0 it only hears.
     void Follow(const std::vector<NetworkInterface>& interfaces, uint16_t listeningPort);
 
     // Sends now, twice within 150 ms, for a datagram may be lost: after a start, a wake-up, a lost peer. Calls in quick

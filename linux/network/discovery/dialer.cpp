@@ -16,8 +16,8 @@ using namespace std::chrono_literals;
 // Of two devices that hear of each other, one goes first, so that they do not both connect.
 constexpr auto HEAD_START = 150ms;
 
-// How long a connection may take: short, so that the next attempt follows soon after the network has healed, and now and
-// then longer, for networks that are slow.
+// How long a connection may take: short, so that the next attempt follows soon after the network has healed, and now
+// and then longer, for networks that are slow.
 constexpr std::array<Milliseconds, 3> LIMITS{700ms, 700ms, 1400ms};
 
 // Pauses between attempts, by how long they have been in vain.
@@ -32,7 +32,7 @@ constexpr auto REFUSED_PAUSE = 20s;
 
 // What was found, and not listed, is given up then.
 constexpr auto LONGEST_UNHEARD = std::chrono::minutes(10);
-// A device of the account could tell of any number. Of those where nobody has been met yet, so many are tried at a time.
+// A device of the account could tell of any number. Where nobody has been met yet, so many are tried at a time.
 constexpr size_t MOST_PLACES = 2048;
 constexpr size_t MOST_TRIED_AT_ONCE = 64;
 
@@ -41,9 +41,9 @@ bool IsLoopback(const Endpoint& endpoint) {
     return address.starts_with("127.") || address == "::1";
 }
 
-// Bound to the interface's address and not to the interface itself: of a socket that is bound to a device the kernel forgets,
-// when it gives another one a port, that its pair of addresses is taken. Two connections would then have the same, and
-// the end of one would be that of the other.
+// Bound to the interface's address and not to the interface itself: of a socket that is bound to a device the kernel
+// forgets, when it gives another one a port, that its pair of addresses is taken. Two connections would then have the
+// same, and the end of one would be that of the other.
 UniqueFd OpenSocket(const Endpoint& to, const NetworkInterface& interface) {
     UniqueFd socket(::socket(to.Family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const int laterPort = 1;

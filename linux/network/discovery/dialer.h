@@ -1,8 +1,8 @@
 // Decides where and when connections are tried.
 //
-// It knows places: those that the configuration lists, and those where a device was met or was heard to be. A place whose
-// device has a link is left alone. Any other is tried at once, and again with pauses that grow to a few seconds, for as
-// long as it is listed, or for ten minutes after it was heard of last.
+// It knows places: those that the configuration lists, and those where a device was met or was heard to be. A place
+// whose device has a link is left alone. Any other is tried at once, and again with pauses that grow to a few seconds,
+// for as long as it is listed, or for ten minutes after it was heard of last.
 #pragma once
 
 #include <chrono>

@@ -18,10 +18,10 @@ public:
     // What ReadNetworkInterfaces gives; perhaps none.
     using Handler = std::function<void(const std::vector<NetworkInterface>& interfaces)>;
 
-    // Interfaces with one of these names, whether or not they exist yet; NetworkInterface::AUTOMATIC stands for several.
-    // `handler` is called from the loop, first soon after the construction, then whenever something has changed; several
-    // changes in quick succession are told as one (after about 50 ms). It must not end the watch. Throws
-    // std::runtime_error when the kernel cannot be listened to.
+    // Interfaces with one of these names, whether or not they exist yet; NetworkInterface::AUTOMATIC stands for
+    // several. `handler` is called from the loop, first soon after the construction, then whenever something has
+    // changed; several changes in quick succession are told as one (after about 50 ms). It must not end the watch.
+    // Throws std::runtime_error when the kernel cannot be listened to.
     InterfaceWatch(EventLoop& loop, std::vector<std::string> names, Handler handler);
     InterfaceWatch(const InterfaceWatch&) = delete;
     InterfaceWatch& operator=(const InterfaceWatch&) = delete;

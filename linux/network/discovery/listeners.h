@@ -13,8 +13,8 @@
 
 namespace ZYNE::Linux {
 
-// The loop's thread only. One listening socket for each interface, bound to it in the kernel (SO_BINDTODEVICE), for both
-// families, all with one port.
+// The loop's thread only. One listening socket for each interface, bound to it in the kernel (SO_BINDTODEVICE), for
+// both families, all with one port.
 class Listeners {
 public:
     // `connection` does not block, and sends at once what is written (TCP_NODELAY). Called from the loop; it must
@@ -32,8 +32,8 @@ public:
     // opened is logged, and tried again every five seconds.
     void Follow(const std::vector<NetworkInterface>& interfaces);
 
-    // The port that is to be told to others: 0 while it is not known yet. It changes in Follow, and by itself only while
-    // there is a problem.
+    // The port that is to be told to others: 0 while it is not known yet. It changes in Follow, and by itself only
+    // while there is a problem.
     uint16_t Port() const;
     // Why connections are not taken on one of the interfaces, as one line; empty when they are.
     const std::string& Problem() const { return problem_; }

@@ -17,10 +17,10 @@ using namespace std::chrono_literals;
 
 // One timer for all links.
 constexpr auto TICK = 200ms;
-// A tick that is later than this says more about this device, and others on its machine, than about silent peers: they get
-// their time anew.
+// A tick that is later than this says more about this device, and others on its machine, than about silent peers: they
+// get their time anew.
 constexpr auto LATE_TICK = 400ms;
-// Sent with the tick when nothing else was sent for so long: every other tick, and on a network that loses much with each.
+// Sent with the tick when nothing else was sent for so long: every other tick, on a network that loses much each one.
 constexpr auto HEARTBEAT = 350ms;
 constexpr auto LOSSY_HEARTBEAT = 150ms;
 // A peer that is not heard for so long has gone: two heartbeats may be lost, or one sent again late.
@@ -287,8 +287,8 @@ void Links::Follow(const ConnectionPtr& connection, LinkChoice choice) {
     Choose(connection);
 }
 
-// Another run of a device that has a link. When the device has been restarted, the link will soon be noticed to be dead;
-// when it is still heard later, there are two devices.
+// Another run of a device that has a link. When the device has been restarted, the link will soon be noticed to be
+// dead; when it is still heard later, there are two devices.
 void Links::OnRival(Connection& held, Connection& newcomer) {
     const auto now = Clock::now();
     if (held.rivalSince == Clock::time_point{}) {

@@ -1,7 +1,7 @@
 // The key that the devices of an account share for meeting each other, and for nothing else.
 //
-// It keeps strangers from learning anything: what is sealed with it looks like noise to them, and a device speaks TLS, in
-// which it shows its certificate, only with whoever has proved to know the key. It proves no device's identity, and
+// It keeps strangers from learning anything: what is sealed with it looks like noise to them, and a device speaks TLS,
+// in which it shows its certificate, only with whoever has proved to know the key. It proves no device's identity, and
 // whoever knows it learns no more than which addresses devices have.
 #pragma once
 

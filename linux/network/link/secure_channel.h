@@ -1,8 +1,8 @@
 // One encrypted connection between two devices, with streams of messages on it.
 //
-// Before TLS, whoever opened it proves to know the account's meeting key: the other end sends a random challenge, and gets
-// the proof, made of the challenge and of the first bytes of TLS, in front of them. Without it the other end says nothing
-// more. So a stranger sees no certificate, whether it connects itself or relays what others send.
+// Before TLS, whoever opened it proves to know the account's meeting key: the other end sends a random challenge, and
+// gets the proof, made of the challenge and of the first bytes of TLS, in front of them. Without it the other end says
+// nothing more. So a stranger sees no certificate, whether it connects itself or relays what others send.
 //
 // A message is cut into frames of at most 16 KiB. Small messages go before the next frame of a large one, and of large
 // ones of several streams each gets its turn; messages of one stream of one size class keep their order.
@@ -29,7 +29,7 @@
 
 namespace ZYNE::Linux {
 
-// Made and ended on the loop's thread; Send is for any thread, and writes on the calling thread where the socket takes it.
+// Made and ended on the loop's thread; Send is for any thread, and writes on it where the socket has room.
 class SecureChannel : public std::enable_shared_from_this<SecureChannel> {
 public:
     using Clock = EventLoop::Clock;
@@ -57,8 +57,8 @@ public:
     static std::shared_ptr<SecureChannel> Start(
         EventLoop& loop, const TlsContext& tls, const MeetingKey& key, Role role, UniqueFd socket, Handlers handlers);
 
-    // Any thread. Takes the message or refuses it: the channel is not open, has ended, or holds too much of that stream.
-    // True does not mean that it arrived.
+    // Any thread. Takes the message or refuses it: the channel is not open, has ended, or holds too much of that
+    // stream. True does not mean that it arrived.
     bool Send(Stream stream, std::string message);
 
     // Ends it without a word; what the socket has taken may still arrive. No handler is called any more.
@@ -73,8 +73,8 @@ public:
     size_t Waiting(Stream stream) const;
     // The loop's thread. Whether something has arrived that has not been read yet.
     bool HasUnread() const;
-    // The loop's thread; now and then. Where segments are lost, it changes to what copes with that, if the kernel has it
-    // and lets us.
+    // The loop's thread; now and then. Where segments are lost, it changes to what copes with that, if the kernel has
+    // it and lets us.
     void AdaptToLoss();
     // Whether they are.
     bool IsLossy() const { return hasAdapted_; }

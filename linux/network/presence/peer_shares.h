@@ -15,8 +15,8 @@ namespace ZYNE::Linux {
 
 // Any thread.
 //
-// What is over a share is refused where it comes up, and counted here. A peer that keeps at it for PATIENCE, or makes new
-// links all the time, is left alone for ALONE.
+// What is over a share is refused where it comes up, and counted here. A peer that keeps at it for PATIENCE, or makes
+// new links all the time, is left alone for ALONE.
 class PeerShares {
 public:
     using Clock = std::chrono::steady_clock;

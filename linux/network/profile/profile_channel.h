@@ -11,8 +11,8 @@
 
 namespace ZYNE::Linux {
 
-// Locks are taken in this order: the service's for publishing, the outbox's, a link's for sending. What arrives is handed
-// to the service with none held.
+// Locks are taken in this order: the service's for publishing, the outbox's, a link's for sending. What arrives is
+// handed to the service with none held.
 class ProfileChannel final : public ProfileNetwork, public LinkUser {
 public:
     using Hooks = ProfileExchange::Hooks;
@@ -23,8 +23,8 @@ public:
     ProfileChannel& operator=(const ProfileChannel&) = delete;
     ~ProfileChannel() { Stop({}); }
 
-    // Joins the profile service. Once, before the first link: what arrives earlier is lost. When the service is not open
-    // for this device, the device publishes nothing.
+    // Joins the profile service. Once, before the first link: what arrives earlier is lost. When the service is not
+    // open for this device, the device publishes nothing.
     void Begin();
 
     // Leaves it, after peers have been given `farewell` to take what was published last. Not on the loop's thread. What

@@ -20,7 +20,7 @@ public:
     struct Hooks {
         // For each change by which a peer is over its share; on the network's thread.
         std::function<void(const std::string& udid)> onExcess{};
-        // The peer takes so little that it is sent nothing more on this link, which has to end; any thread, under locks.
+        // The peer takes so little that nothing more is sent on this link, which has to end; any thread, under locks.
         std::function<void(const std::string& udid)> onBehind{};
     };
 

@@ -21,8 +21,8 @@ using ProfileSend = std::function<bool(std::string message)>;
 // One thread at a time.
 //
 // Of what the peer does not have it remembers where in the sequence it stands, and what is on its way: a peer that is
-// slow costs no more than a window, and gets of a name that changes often only what it is when its turn comes. Small and
-// large changes have a place in the sequence and a window each, so no small one waits for a large one.
+// slow costs no more than a window, and gets of a name that changes often only what it is when its turn comes. Small
+// and large changes have a place in the sequence and a window each, so no small one waits for a large one.
 class ProfileFeed {
 public:
     // `changes` is there longer.

@@ -37,8 +37,8 @@ public:
     bool OnResume(const std::string& udid, const Wire::ProfileResume& resume);
     bool OnAck(const std::string& udid, const Wire::ProfileAck& ack);
 
-    // Waits until the peers have everything, or refuse it: false when that took longer. Not on the thread that gives the
-    // acknowledgements.
+    // Waits until the peers have everything, or refuse it: false when that took longer. Not on the thread that gives
+    // the acknowledgements.
     bool WaitUntilTaken(std::chrono::nanoseconds longest);
 
 private:
