@@ -79,7 +79,7 @@ void Users::Start(Options options) {
 }
 
 void Users::Stop() {
-    std::shared_ptr<Running> running;  // let go of without the lock
+    std::shared_ptr<Running> running;  // destroyed without the lock
     const std::scoped_lock lock(mutex_);
     running.swap(running_);
     if (running) {

@@ -10,7 +10,7 @@
 namespace ZYNE {
 
 // Any thread. A port may let the time run out before it unloads the library: from then on every sleep and wait returns
-// at once and Now() lies behind every deadline that was ever computed, so that no waiting task outlives the process's
+// at once and Now() is past every deadline that was ever computed, so that no waiting task outlives the process's
 // stop.
 class PLATFORM_API TimeSource {
 public:

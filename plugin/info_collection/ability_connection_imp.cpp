@@ -80,7 +80,7 @@ bool AbilityConnectionImp::WatchForDeath() {
     if (!proxy->AddDeathRecipient(recipient)) {
         OnServiceDied(proxy);
     } else if (!IsWatchedBy(recipient)) {
-        proxy->RemoveDeathRecipient(recipient);  // let go of before the watch began
+        proxy->RemoveDeathRecipient(recipient);  // given up before the watch began
     }
     return true;
 }

@@ -53,7 +53,7 @@ public:
         std::function<bool()> takesLarge{};
     };
 
-    // `socket` is connected, or connecting, and does not block. `handlers` are let go of when it ends.
+    // `socket` is connected, or connecting, and does not block. `handlers` are destroyed when it ends.
     static std::shared_ptr<SecureChannel> Start(
         EventLoop& loop, const TlsContext& tls, const MeetingKey& key, Role role, UniqueFd socket, Handlers handlers);
 
