@@ -28,8 +28,9 @@ public:
     static constexpr size_t MOST_WAITING = 1024;
 
     // Registers this process for `events`: keyboard, edge, screen, switch. From now on `told` is called with each
-    // event, in the order in which the device sends them, one at a time on threads of this object. An exception of `told` is
-    // printed on standard error. `told` may use the device while nobody else does; Follow does not. Throws DeviceError.
+    // event, in the order in which the device sends them, one at a time on threads of this object. An exception of
+    // `told` is printed on standard error. `told` may use the device while nobody else does; Follow does not. Throws
+    // DeviceError.
     CrossingWatch(Device& device, std::vector<std::string> events, std::function<void(const CrossingEvent&)> told);
     CrossingWatch(const CrossingWatch&) = delete;
     CrossingWatch& operator=(const CrossingWatch&) = delete;

@@ -32,9 +32,9 @@ struct ShareHost {
     Connect connect;
 };
 
-// Any thread, until Shut. While the device's bus is gone every operation answers SHARE_NOT_UP. When it is back, as after
-// a restart of the device, observers are told again, and each is called once for what it may have missed. No lock is
-// held while an observer is called.
+// Any thread, until Shut. While the device's bus is gone every operation answers SHARE_NOT_UP. When it is back, as
+// after a restart of the device, observers are told again, and each is called once for what it may have missed. No lock
+// is held while an observer is called.
 class DeviceShares {
 public:
     // Throws std::exception with one line when the database or the bus cannot be reached.

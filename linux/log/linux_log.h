@@ -35,8 +35,9 @@ struct LogOptions {
     bool showPrivate = false;
 };
 
-// The process's one, for devices that it runs one after the other. Any thread. Until it is opened, lines of warning level and above go to standard error, and as many as fit a buffer
-// are kept for the file. A process that never opens it, such as a command, has its warnings on standard error.
+// The process's one, for devices that it runs one after the other. Any thread. Until it is opened, lines of warning
+// level and above go to standard error, and as many as fit a buffer are kept for the file. A process that never opens
+// it, such as a command, has its warnings on standard error.
 class LinuxLog final : public LogService {
 public:
     // The process's log; never destroyed.
@@ -44,15 +45,16 @@ public:
 
     void Print(LogType type, LogLevel level, const LogDomain& domain, std::string_view text) noexcept override;
 
-    // Begins to write. `notes` are told of lines that were lost, until Close. Lines are on their way within ten milliseconds, errors too: the library logs some for what
-    // is no fault. None is lost when the process ends by std::terminate. Throws std::system_error when the file cannot
-    // be opened.
+    // Begins to write. `notes` are told of lines that were lost, until Close. Lines are on their way within ten
+    // milliseconds, errors too: the library logs some for what is no fault. None is lost when the process ends by
+    // std::terminate. Throws std::system_error when the file cannot be opened.
     void Open(const LogOptions& options, DeviceNotes& notes);
 
     // Returns when everything printed so far is written.
     void Flush();
 
-    // Flushes and ends the writer thread. Later lines are written by the thread that prints them. It can be opened anew.
+    // Flushes and ends the writer thread. Later lines are written by the thread that prints them. It can be opened
+    // anew.
     void Close();
 
 private:
