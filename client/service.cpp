@@ -50,7 +50,7 @@ void Serve(const std::string& busName, const RequestHandler& handler, const Exte
         [&handler](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context) {
             return Guard(handler, code, data, reply, context);
         });
-    server.ServeStop(Linux::BusWire::DEFAULT_PATH);
+    server.ServeDevice(Linux::BusWire::DEFAULT_PATH);
     server.OwnName(busName);
     Tell(events.connected);
     server.Run();

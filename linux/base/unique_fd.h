@@ -22,6 +22,8 @@ public:
 
     int Get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
+    // It is somebody else's from now on.
+    int Release() { return std::exchange(fd_, -1); }
     void Reset() {
         if (fd_ >= 0) {
             close(std::exchange(fd_, -1));

@@ -49,6 +49,12 @@ int Connect(sd_bus* bus, const std::string& address, std::chrono::milliseconds l
     return result >= 0 ? WaitUntilReady(bus, limit) : result;
 }
 
+int BecomeService(sd_bus* bus) {
+    sd_id128_t id{};
+    const int result = sd_id128_randomize(&id);
+    return result >= 0 ? sd_bus_set_server(bus, 1, id) : result;
+}
+
 }  // namespace
 
 std::filesystem::path BusSocket(const std::filesystem::path& directory) {
@@ -80,6 +86,29 @@ BusHandle OpenBus(const std::string& address, std::chrono::milliseconds limit) {
     if (result < 0) {
         throw std::runtime_error(
             "cannot connect to the bus " + address + ": " + std::generic_category().message(-result));
+    }
+    return bus;
+}
+
+BusHandle OpenLine(UniqueFd socket, LineEnd end, std::chrono::milliseconds limit) {
+    sd_bus* raw = nullptr;
+    int result = sd_bus_new(&raw);
+    BusHandle bus(raw);
+    if (result >= 0) {
+        result = sd_bus_set_fd(bus.get(), socket.Get(), socket.Get());
+    }
+    if (result >= 0) {
+        socket.Release();
+        result = end == LineEnd::SERVICE ? BecomeService(bus.get()) : 0;
+    }
+    if (result >= 0) {
+        result = sd_bus_start(bus.get());
+    }
+    if (result >= 0) {
+        result = WaitUntilReady(bus.get(), limit);
+    }
+    if (result < 0) {
+        throw std::runtime_error("no direct line: " + std::generic_category().message(-result));
     }
     return bus;
 }

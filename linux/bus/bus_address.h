@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "linux/base/unique_fd.h"
 #include "linux/bus/bus_handles.h"
 
 namespace ZYNE::Linux {
@@ -18,6 +19,12 @@ std::string BusAddress(const std::filesystem::path& directory);
 // A new connection, registered with the bus within `limit`. Throws std::runtime_error with one line that says why there
 // is none.
 BusHandle OpenBus(const std::string& address, std::chrono::milliseconds limit = std::chrono::seconds(30));
+
+// Which end of a line: D-Bus on a socket between two processes, without a bus.
+enum class LineEnd { CALLER, SERVICE };
+
+// A line over `socket`, of which the other end opens its own, within `limit`. Throws as OpenBus does.
+BusHandle OpenLine(UniqueFd socket, LineEnd end, std::chrono::milliseconds limit);
 
 // Whether a connection that no other thread uses is still up. Reads and drops what was sent to it, since only reading
 // shows its end.

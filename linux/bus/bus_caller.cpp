@@ -39,12 +39,13 @@ int ResultOf(int code, const BusError& error) {
 
 MessageHandle NewCall(sd_bus* bus, const BusMethod& method) {
     sd_bus_message* message = nullptr;
+    const char* to = method.busName.empty() ? nullptr : method.busName.c_str();
     sd_bus_message_new_method_call(
-        bus, &message, method.busName.c_str(), method.path.c_str(), method.interface.c_str(), method.name.c_str());
+        bus, &message, to, method.path.c_str(), method.interface.c_str(), method.name.c_str());
     return MessageHandle(message);
 }
 
-int CallOn(sd_bus* bus, const BusMethod& method, std::chrono::microseconds timeout, const BusCaller::Access& write,
+int CallFor(sd_bus* bus, const BusMethod& method, std::chrono::microseconds timeout, const BusCaller::Access& write,
     const BusCaller::Access& read, std::string* text) {
     const MessageHandle request = NewCall(bus, method);
     if (!request) {
@@ -87,32 +88,39 @@ BusCaller::BusCaller(std::string address) : address_(std::move(address)) {}
 
 int BusCaller::Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
     std::string* error) noexcept {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const auto deadline = Clock::now() + timeout;
     try {
         BusHandle bus = Borrow(deadline);
         if (!bus) {
             return IRemoteObject::DEAD;
         }
-        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0) {
-            return IRemoteObject::TIMED_OUT;
-        }
-        const int result = CallOn(bus.get(), method, left, write, read, error);
+        const int result = CallOn(bus.get(), method, deadline, write, read, error);
         if (result != IRemoteObject::TIMED_OUT) {
             GiveBack(std::move(bus));
         }
         return result;
-    } catch (const std::bad_alloc&) {
-        return IRemoteObject::TOO_LARGE;
     } catch (const std::exception& failure) {
         if (error != nullptr) {
             *error = failure.what();
         }
-        return std::chrono::steady_clock::now() < deadline ? IRemoteObject::DEAD : IRemoteObject::TIMED_OUT;
+        return Clock::now() < deadline ? IRemoteObject::DEAD : IRemoteObject::TIMED_OUT;
     }
 }
 
-BusHandle BusCaller::Borrow(std::chrono::steady_clock::time_point deadline) {
+int BusCaller::CallOn(sd_bus* bus, const BusMethod& method, Clock::time_point deadline, const Access& write,
+    const Access& read, std::string* error) noexcept {
+    const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now());
+    if (left.count() <= 0) {
+        return IRemoteObject::TIMED_OUT;
+    }
+    try {
+        return CallFor(bus, method, left, write, read, error);
+    } catch (const std::bad_alloc&) {
+        return IRemoteObject::TOO_LARGE;
+    }
+}
+
+BusHandle BusCaller::Borrow(Clock::time_point deadline) {
     {
         const std::scoped_lock lock(mutex_);
         if (closed_) {
@@ -124,7 +132,7 @@ BusHandle BusCaller::Borrow(std::chrono::steady_clock::time_point deadline) {
             return bus;
         }
     }
-    return OpenBus(address_, std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()));
+    return OpenBus(address_, std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()));
 }
 
 void BusCaller::GiveBack(BusHandle bus) {

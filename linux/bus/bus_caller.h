@@ -28,6 +28,7 @@ BusMethod BusDaemonMethod(const std::string& name);
 // Any thread.
 class BusCaller {
 public:
+    using Clock = std::chrono::steady_clock;
     // Adds the arguments, or takes the results. Negative: an error number. Runs inside Call.
     using Access = std::function<int(sd_bus_message*)>;
 
@@ -38,13 +39,18 @@ public:
     int Call(const BusMethod& method, std::chrono::microseconds timeout, const Access& write, const Access& read,
         std::string* error = nullptr) noexcept;
 
+    // The same over a connection that no other thread uses, and until `deadline`. One that takes too long
+    // may still be answered on it. An empty bus name stands for the other end of a connection without a bus.
+    static int CallOn(sd_bus* bus, const BusMethod& method, Clock::time_point deadline, const Access& write,
+        const Access& read, std::string* error = nullptr) noexcept;
+
     // Closes idle connections. Later calls answer DEAD; those under way go on.
     void Close();
 
 private:
     static constexpr size_t MOST_IDLE = 16;
 
-    BusHandle Borrow(std::chrono::steady_clock::time_point deadline);
+    BusHandle Borrow(Clock::time_point deadline);
     void GiveBack(BusHandle bus);
 
     const std::string address_;

@@ -23,7 +23,7 @@ constexpr auto APPEARANCE_TIME = 1s;  // between a service's start and our being
 
 BusClient::BusClient(EventLoop& loop, const std::string& address, Post post, std::function<void()> lost)
     : post_(std::move(post)), caller_(std::make_shared<BusCaller>(address)),
-      connection_(BusConnection::Make(loop, OpenBus(address))),
+      lines_(std::make_shared<DirectLines>(caller_)), connection_(BusConnection::Make(loop, OpenBus(address))),
       names_(connection_, {[this](const std::string& uniqueName) { OnGone(uniqueName); }, std::move(lost)}) {}
 
 BusClient::~BusClient() {
@@ -34,6 +34,7 @@ void BusClient::Close() {
     names_.Stop();
     connection_->Close();
     caller_->Close();
+    lines_->Close();
 }
 
 sptr<RemoteObject> BusClient::GetRemote(const std::string& uniqueName, const std::string& path) {
@@ -69,7 +70,7 @@ sptr<RemoteObject> BusClient::FindOrMake(const Key& key) {
 sptr<RemoteObject> BusClient::Make(const Key& key) const {
     const auto& [uniqueName, path, isListener] = key;
     if (!isListener) {
-        return sptr<RemoteObject>(new RemoteObject(caller_, post_, uniqueName, path));
+        return sptr<RemoteObject>(new RemoteObject(caller_, post_, uniqueName, path, lines_));
     }
     const auto dropped = [name = uniqueName] {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG,
@@ -128,6 +129,7 @@ ProcessHandle BusClient::FindProcess(const std::string& uniqueName) {
 }
 
 void BusClient::OnGone(const std::string& uniqueName) {
+    lines_->Forget(uniqueName);
     std::vector<sptr<RemoteObject>> gone;
     {
         const std::scoped_lock lock(mutex_);

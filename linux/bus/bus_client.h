@@ -11,6 +11,7 @@
 #include "linux/base/process_handle.h"
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/caller_identity.h"
+#include "linux/bus/direct_lines.h"
 #include "linux/bus/name_watcher.h"
 #include "linux/bus/remote_object.h"
 
@@ -61,6 +62,7 @@ private:
 
     const Post post_;
     const std::shared_ptr<BusCaller> caller_;
+    const std::shared_ptr<DirectLines> lines_;
     CallerIdentity identity_{*caller_};
     std::mutex mutex_;
     std::map<Key, wptr<RemoteObject>> remotes_;  // guarded by mutex_

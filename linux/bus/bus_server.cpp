@@ -1,5 +1,7 @@
 #include "linux/bus/bus_server.h"
 
+#include <fcntl.h>
+
 #include <cerrno>
 #include <exception>
 #include <stdexcept>
@@ -32,7 +34,7 @@ BusServer::BusServer(const std::string& address) : caller_(address), identity_(c
 BusServer::~BusServer() = default;
 
 void BusServer::Serve(const std::string& path, Handler handler) {
-    Object& object = objects_.emplace_back(Object{std::move(handler), nullptr});
+    Object& object = objects_.emplace_back(Object{path, std::move(handler), nullptr});
     object.onCall = [this, &object](sd_bus_message* message, sd_bus_error* error) {
         return OnCall(message, object.handler, error);
     };
@@ -40,8 +42,9 @@ void BusServer::Serve(const std::string& path, Handler handler) {
     Check(BusWire::AddObject(bus_.get(), nullptr, path, object.onCall), "cannot serve the object " + path);
 }
 
-void BusServer::ServeStop(const std::string& path) {
+void BusServer::ServeDevice(const std::string& path) {
     static const sd_bus_vtable PROCESS[] = {SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD(BusWire::CONNECT, "h", "", &BusServer::OnConnect, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD(BusWire::STOP, "", "", &BusServer::OnStop, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
     const std::scoped_lock lock(busMutex_);
     Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::PROCESS_INTERFACE, PROCESS, this),
@@ -59,6 +62,7 @@ bool BusServer::Run() {
         ++threads_;
     }
     ServeRequests();
+    lines_.Stop();
     {
         std::unique_lock lock(stateMutex_);
         allGone_.wait(lock, [this] { return threads_ == 0; });
@@ -153,7 +157,7 @@ void BusServer::EndThread() {
 
 void BusServer::Answer(Request request) noexcept {
     if (request.handler == nullptr) {
-        AnswerStop(request);
+        AnswerDevice(request);
         return;
     }
     int32_t status = REFUSED;
@@ -161,31 +165,40 @@ void BusServer::Answer(Request request) noexcept {
     try {
         IPCContext context;
         if (identity_.Find(request.sender, context)) {
-            MessageParcel data(std::move(request.data));
-            status = (*request.handler)(request.code, data, reply, context);
+            status = HandleRequest(*request.handler, {request.code, std::move(request.data)}, context, reply);
         }
     } catch (...) {
         status = REFUSED;
     }
-    if (status != 0) {
-        reply = MessageParcel();
-    }
     SendReply(request, status, reply);
 }
 
-void BusServer::AnswerStop(Request& request) {
-    const bool mayStop = identity_.IsDevice(request.sender);
+bool BusServer::TakeLine(Request& request) {
+    IPCContext device;
+    std::vector<DirectServer::Object> objects;
+    for (const Object& object : objects_) {
+        objects.push_back({object.path, &object.handler});
+    }
+    return identity_.Find(request.sender, device) && lines_.Add(std::move(request.line), std::move(objects), device);
+}
+
+void BusServer::AnswerDevice(Request& request) {
+    const bool isDevice = identity_.IsDevice(request.sender);
+    const bool isLine = static_cast<bool>(request.line);
+    const bool isDone = isDevice && (!isLine || TakeLine(request));
     {
         const std::scoped_lock lock(busMutex_);
         const MessageHandle question = std::move(request.message);
-        if (mayStop) {
+        if (isDone) {
             sd_bus_reply_method_return(question.get(), "");
+        } else if (isDevice) {
+            sd_bus_reply_method_errorf(question.get(), SD_BUS_ERROR_LIMITS_EXCEEDED, "there are too many lines");
         } else {
             sd_bus_reply_method_errorf(
-                question.get(), SD_BUS_ERROR_ACCESS_DENIED, "only the device itself may stop this process");
+                question.get(), SD_BUS_ERROR_ACCESS_DENIED, "only the device itself may ask this of the process");
         }
     }
-    stopping_ = stopping_ || mayStop;
+    stopping_ = stopping_ || (isDone && !isLine);
     poller_.Wake();  // the reader, to end or to write what had no room
 }
 
@@ -206,16 +219,31 @@ int BusServer::OnCall(sd_bus_message* message, const Handler& handler, sd_bus_er
         return result;
     }
     const char* sender = sd_bus_message_get_sender(message);
-    read_ = Request{MessageHandle(sd_bus_message_ref(message)), &handler, sender != nullptr ? sender : "", request.code,
-        std::move(request.data)};
+    read_ = Request{MessageHandle(sd_bus_message_ref(message)), &handler, UniqueFd(), sender != nullptr ? sender : "",
+        request.code, std::move(request.data)};
+    return 1;
+}
+
+int BusServer::OnConnect(sd_bus_message* message, void* server, sd_bus_error* /*error*/) {
+    int socket = -1;  // the message's own
+    const int result = sd_bus_message_read(message, "h", &socket);
+    UniqueFd line(result > 0 ? fcntl(socket, F_DUPFD_CLOEXEC, 0) : -1);
+    if (!line) {
+        return -EIO;
+    }
+    static_cast<BusServer*>(server)->TakeForDevice(message, std::move(line));
     return 1;
 }
 
 int BusServer::OnStop(sd_bus_message* message, void* server, sd_bus_error* /*error*/) {
-    const char* sender = sd_bus_message_get_sender(message);
-    static_cast<BusServer*>(server)->read_ =
-        Request{MessageHandle(sd_bus_message_ref(message)), nullptr, sender != nullptr ? sender : "", 0, {}};
+    static_cast<BusServer*>(server)->TakeForDevice(message, UniqueFd());
     return 1;
+}
+
+void BusServer::TakeForDevice(sd_bus_message* message, UniqueFd line) {
+    const char* sender = sd_bus_message_get_sender(message);
+    read_ = Request{
+        MessageHandle(sd_bus_message_ref(message)), nullptr, std::move(line), sender != nullptr ? sender : "", 0, {}};
 }
 
 }  // namespace ZYNE::Linux

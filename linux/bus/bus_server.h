@@ -27,6 +27,7 @@
 #include "linux/bus/bus_poller.h"
 #include "linux/bus/bus_wire.h"
 #include "linux/bus/caller_identity.h"
+#include "linux/bus/direct_server.h"
 #include "platform/ipc/ipc_context.h"
 #include "platform/ipc/message_parcel.h"
 
@@ -37,8 +38,7 @@ class BusServer {
 public:
     // Answers one request. Any thread, several at once. Returns 0, or why it refuses; the caller then gets no reply. An
     // exception refuses the request as well.
-    using Handler =
-        std::function<int32_t(uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context)>;
+    using Handler = RequestHandler;
 
     // Throws std::runtime_error when the bus cannot be reached.
     explicit BusServer(const std::string& address);
@@ -49,8 +49,9 @@ public:
     // Before Run. All throw std::runtime_error, for example for a bad path or a name that is taken.
     void Serve(const std::string& path, Handler handler);
     void OwnName(const std::string& name);
-    // Lets the device, and nobody else, ask this process to end: for a process that the device's bus has started.
-    void ServeStop(const std::string& path);
+    // Lets the device, and nobody else, ask this process to end and give it direct lines: for a process that the device's
+    // bus has started.
+    void ServeDevice(const std::string& path);
 
     const std::string& GetUniqueName() const { return uniqueName_; }
 
@@ -63,12 +64,14 @@ public:
 
 private:
     struct Object {
+        std::string path;
         Handler handler;
         BusWire::CallHandler onCall;
     };
     struct Request {
         MessageHandle message;   // to be dropped under busMutex_
-        const Handler* handler;  // null: the process is asked to stop
+        const Handler* handler;  // null: the process is given `line`, or asked to stop
+        UniqueFd line;
         std::string sender;
         uint32_t code;
         std::vector<uint8_t> data;
@@ -85,16 +88,20 @@ private:
     bool IsNeeded();
     void EndThread();
     void Answer(Request request) noexcept;
-    void AnswerStop(Request& request);
+    void AnswerDevice(Request& request);
+    bool TakeLine(Request& request);
     void SendReply(Request& request, int32_t status, const MessageParcel& reply);
     int OnCall(sd_bus_message* message, const Handler& handler, sd_bus_error* error);
+    static int OnConnect(sd_bus_message* message, void* server, sd_bus_error* error);
     static int OnStop(sd_bus_message* message, void* server, sd_bus_error* error);
+    void TakeForDevice(sd_bus_message* message, UniqueFd line);
 
     BusCaller caller_;
     CallerIdentity identity_;
     BusPoller poller_;
     std::string uniqueName_;
     std::list<Object> objects_;  // not changed while Run runs
+    DirectServer lines_;
     std::atomic<bool> stopping_ = false;
     std::atomic<bool> busGone_ = false;
 

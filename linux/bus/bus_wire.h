@@ -3,7 +3,8 @@
 // A served object has a path and an interface; in a process that the device's bus has started it has a second one:
 //
 //     com.zyne.RemoteObject   Call(in u code, in v data, out i status, out v reply)
-//     com.zyne.Process        Stop()
+//     com.zyne.Process        Connect(in h socket)
+//                             Stop()
 //
 // `data` and `reply` are the bytes of a parcel: an `ay` up to INLINE_LIMIT, above that an `h`, the descriptor of a
 // memory file that holds them from its first to its last byte. The file is sealed against writing, growing and
@@ -13,7 +14,9 @@
 // `status` is 0, or the object's reason to refuse the request; `reply` is then empty. Refusals can also be D-Bus
 // errors: from the bus (no such object) or from the object's process (the message is not a request).
 //
-// Stop asks the process that serves the object to end. Only the device may; others get AccessDenied.
+// Connect hands over one end of a socket between the device and the process, which serves its objects there as well from
+// then on, with D-Bus and without a bus. Stop asks the process to end. Only the device may do either; others get
+// AccessDenied. A process need not offer them.
 #pragma once
 
 #include <cstddef>
@@ -31,6 +34,7 @@ namespace ZYNE::Linux::BusWire {
 inline constexpr char OBJECT_INTERFACE[] = "com.zyne.RemoteObject";
 inline constexpr char CALL[] = "Call";
 inline constexpr char PROCESS_INTERFACE[] = "com.zyne.Process";
+inline constexpr char CONNECT[] = "Connect";
 inline constexpr char STOP[] = "Stop";
 
 // Where a process serves its object unless another path is agreed.

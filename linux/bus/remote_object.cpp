@@ -1,6 +1,7 @@
 #include "linux/bus/remote_object.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "linux/bus/bus_wire.h"
@@ -22,9 +23,11 @@ int ReadReply(sd_bus_message* message, int32_t& status, MessageParcel& reply) {
 
 }  // namespace
 
-RemoteObject::RemoteObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path)
-    : MortalObject(std::move(post)), caller_(std::move(caller)), method_{std::move(uniqueName), std::move(path),
-                                                                     BusWire::OBJECT_INTERFACE, BusWire::CALL} {}
+RemoteObject::RemoteObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path,
+    std::shared_ptr<DirectLines> lines)
+    : MortalObject(std::move(post)), caller_(std::move(caller)),
+      lines_(std::move(lines)), method_{
+                                    std::move(uniqueName), std::move(path), BusWire::OBJECT_INTERFACE, BusWire::CALL} {}
 
 int32_t RemoteObject::SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) {
     return Send(code, data, reply, std::chrono::seconds(std::max(option.GetWaitTime(), 1)));
@@ -43,8 +46,16 @@ int32_t RemoteObject::Send(
     const auto read = [&](sd_bus_message* message) {
         return ReadReply(message, status, reply);
     };
-    const int result = caller_->Call(method_, timeout, std::ref(write), std::ref(read));
-    return result == OK && status != 0 ? REFUSED : result;
+    const auto deadline = BusCaller::Clock::now() + timeout;
+    std::optional<int> result;
+    if (lines_) {
+        result = lines_->Call(method_, deadline, std::ref(write), std::ref(read));
+    }
+    if (!result) {
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - BusCaller::Clock::now());
+        result = caller_->Call(method_, left, std::ref(write), std::ref(read));
+    }
+    return *result == OK && status != 0 ? REFUSED : *result;
 }
 
 }  // namespace ZYNE::Linux

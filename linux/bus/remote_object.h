@@ -6,6 +6,7 @@
 #include <string>
 
 #include "linux/bus/bus_caller.h"
+#include "linux/bus/direct_lines.h"
 #include "linux/bus/mortal_object.h"
 
 namespace ZYNE::Linux {
@@ -14,7 +15,9 @@ namespace ZYNE::Linux {
 class RemoteObject : public MortalObject {
 public:
     // `uniqueName` is the process's connection, so nothing reaches another process that takes over its well-known name.
-    RemoteObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path);
+    // Requests go by `lines` where those lead to it.
+    RemoteObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path,
+        std::shared_ptr<DirectLines> lines = nullptr);
 
     int32_t SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
     // The same, for callers that wait less than a second. A process that did not answer in time may still have taken
@@ -26,6 +29,7 @@ public:
 
 private:
     const std::shared_ptr<BusCaller> caller_;
+    const std::shared_ptr<DirectLines> lines_;
     const BusMethod method_;
 };
 
