@@ -22,8 +22,9 @@ bool JsonUtils::StringToJsonInternal(const std::string& text, Json::Value* out) 
         return false;
     }
     try {
+        static const Json::CharReaderBuilder builder;
         Json::Value parsed;  // half filled when the text turns out to be bad
-        const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+        const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
         if (!reader->parse(text.data(), text.data() + text.size(), &parsed, nullptr)) {
             return false;
         }
