@@ -37,10 +37,16 @@ struct Placeholder {
 
 // The first placeholder of `format` at or behind `from`.
 constexpr Placeholder FindPlaceholder(std::string_view format, size_t from) {
-    const size_t publicAt = format.find(PUBLIC_MARK, from);
-    const size_t privateAt = format.find(PRIVATE_MARK, from);
-    const bool isPrivate = privateAt < publicAt;
-    const size_t begin = isPrivate ? privateAt : publicAt;
+    size_t begin = format.find('%', from);
+    bool isPrivate = false;
+    while (begin != std::string_view::npos) {
+        const std::string_view rest = format.substr(begin);
+        isPrivate = rest.starts_with(PRIVATE_MARK);
+        if (isPrivate || rest.starts_with(PUBLIC_MARK)) {
+            break;
+        }
+        begin = format.find('%', begin + 1);
+    }
     if (begin == std::string_view::npos) {
         return {std::string_view::npos, format.size(), 0, false};
     }
@@ -97,7 +103,7 @@ private:
 // Builds the text of one line from its format, one argument at a time.
 class PLATFORM_API LineBuilder {
 public:
-    explicit LineBuilder(std::string_view format) : rest_(format) {}
+    explicit LineBuilder(std::string_view format) : rest_(format) { line_.reserve(format.size() + USUAL_ARGUMENTS); }
 
     template <typename Arg>
     void Add(const Arg& arg) {
@@ -120,6 +126,8 @@ public:
     const std::string& Finish();
 
 private:
+    static constexpr size_t USUAL_ARGUMENTS = 160;  // bytes
+
     template <typename Number>
     void AddNumber(Number number, char conversion) {
         if constexpr (std::is_enum_v<Number>) {
