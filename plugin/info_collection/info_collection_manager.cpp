@@ -19,6 +19,19 @@ constexpr std::chrono::seconds FIRST_SLEEP{300};
 constexpr int32_t DISCONNECT_TASK = 2;
 constexpr int HEXADECIMAL = 16;
 
+// As CheckAndGetDynamicInfoBySa, which people search for.
+std::string FindInfoBySa(const std::string& name, const std::map<std::string, DynamicInfoMapBySa>& map) {
+    constexpr char OPERATION[] = "CheckAndGetDynamicInfoBySa";
+    const auto found = map.find(name);
+    if (found == map.end()) {
+        CFWK_LOG_AS(ERROR, LOG, OPERATION, "info %{public}s not found in dynamicMapBySa", name);
+        return {};
+    }
+    std::string value = RequestSAManager::GetInstance()->RequestSingleSaOnConfigInfo(found->second);
+    CFWK_LOG_AS(INFO, LOG, OPERATION, "info %{public}s Sa get result %{public}s", name, value);
+    return value;
+}
+
 [[maybe_unused]] InfoCollectionManager* const g_builtAtLoad = InfoCollectionManager::GetInstance();
 
 }  // namespace
@@ -45,7 +58,7 @@ void InfoCollectionManager::GetLocalDeviceDynamicInfo(
         const auto found = appMap.find(name);
         if (found == appMap.end()) {
             CFWK_LOGE(LOG, "info %{public}s not found in dynamicMapByPak", name);
-            result[name] = CheckAndGetDynamicInfoBySa(name, systemAbilityMap);
+            result[name] = FindInfoBySa(name, systemAbilityMap);
             continue;
         }
         std::string value;
@@ -56,14 +69,7 @@ void InfoCollectionManager::GetLocalDeviceDynamicInfo(
 
 std::string InfoCollectionManager::CheckAndGetDynamicInfoBySa(
     std::string name, std::map<std::string, DynamicInfoMapBySa> map) {
-    const auto found = map.find(name);
-    if (found == map.end()) {
-        CFWK_LOGE(LOG, "info %{public}s not found in dynamicMapBySa", name);
-        return {};
-    }
-    std::string value = RequestSAManager::GetInstance()->RequestSingleSaOnConfigInfo(found->second);
-    CFWK_LOGI(LOG, "info %{public}s Sa get result %{public}s", name, value);
-    return value;
+    return FindInfoBySa(name, map);
 }
 
 void InfoCollectionManager::GetLocalSingleDynamicInfoByPak(
