@@ -1,5 +1,7 @@
 #include "host/device_api.h"
 
+#include <poll.h>
+
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -202,8 +204,15 @@ Linux::BusInterest DeviceApi::GetInterest() const {
     return {data.fd, data.events, Client::PollDeadline(data)};
 }
 
-// Another thread has sent something, which may not have fitted.
+// Another thread has used the connection: the loop is woken where something had no room, or has been read.
 void DeviceApi::Wake() {
+    try {
+        if (GetInterest().events == POLLIN) {
+            return;
+        }
+    } catch (const sdbus::Error&) {
+        // The loop finds out why.
+    }
     options_.device.bus.GetLoop()->Post([this] {
         if (pump_) {
             pump_->Work();

@@ -44,8 +44,9 @@ void ProgramCalls::Take(CallQueue& queue, CallQueue::Call call) {
 }
 
 void ProgramCalls::Start(CallQueue& queue) {
-    while (const std::optional<CallQueue::Call> call = queue.Next()) {
-        if (!pool_.AddAsynTask([this, &queue, call = *call] { Work(queue, call); }, INFO_COLLECTION)) {
+    while (std::optional<CallQueue::Call> next = queue.Next()) {
+        const auto call = std::make_shared<CallQueue::Call>(std::move(*next));
+        if (!pool_.AddAsynTask([this, &queue, call] { Work(queue, std::move(*call)); }, INFO_COLLECTION)) {
             call->refuse();
             queue.Leave(call->target);
         }
