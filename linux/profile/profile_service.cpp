@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "linux/base/guarded_call.h"
 #include "linux/profile/profile_log.h"
 
 namespace ZYNE::Linux {
@@ -176,6 +177,7 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
     if (network_ != nullptr) {
         network_->Publish(record, isDeleted);
     }
+    GuardedCall("settling the profiles", [this] { store_->Settle(); });
     return PROFILE_OK;
 }
 

@@ -95,7 +95,12 @@ void ProfileStore::Change(const std::function<void(Opened& opened)>& change, boo
         }
         TryChange(change);
     }
-    opened_->database.Settle();
+}
+
+void ProfileStore::Settle() {
+    if (opened_) {
+        opened_->database.Settle();
+    }
 }
 
 void ProfileStore::TryChange(const std::function<void(Opened& opened)>& change) {

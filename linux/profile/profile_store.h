@@ -31,6 +31,9 @@ public:
     void Put(const ProfileRecord& record);
     // Works on a full disk too.
     void Delete(const ProfileName& name);
+    // To be called after Put and Delete, when those who are to hear of them have been told: sees to the file's size and
+    // to the room on the disk.
+    void Settle();
 
 private:
     struct Opened {
