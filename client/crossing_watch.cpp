@@ -31,6 +31,7 @@ public:
         }
         bus_.Serve(Linux::BusWire::DEFAULT_PATH,
             [this](uint32_t code, MessageParcel& data, MessageParcel&, const IPCContext&) { return Take(code, data); });
+        bus_.ServeLines(Linux::BusWire::DEFAULT_PATH);
         thread_ = std::thread([this] {
             bus_.Run();
             eventfd_write(ended_.Get(), 1);

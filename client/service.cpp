@@ -50,7 +50,8 @@ void Serve(const std::string& busName, const RequestHandler& handler, const Exte
         [&handler](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& context) {
             return Guard(handler, code, data, reply, context);
         });
-    server.ServeDevice(Linux::BusWire::DEFAULT_PATH);
+    server.ServeStop(Linux::BusWire::DEFAULT_PATH);
+    server.ServeLines(Linux::BusWire::DEFAULT_PATH);
     server.OwnName(busName);
     Tell(events.connected);
     server.Run();

@@ -77,7 +77,7 @@ sptr<RemoteObject> BusClient::Make(const Key& key) const {
             "the program %{public}s listens and does not answer: it is told nothing more until it registers anew",
             name);
     };
-    return sptr<RemoteObject>(new ListenerObject(caller_, post_, uniqueName, path, dropped));
+    return sptr<RemoteObject>(new ListenerObject(caller_, post_, uniqueName, path, dropped, lines_));
 }
 
 bool BusClient::IsOnBus(const std::string& uniqueName) {

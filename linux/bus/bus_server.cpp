@@ -42,13 +42,20 @@ void BusServer::Serve(const std::string& path, Handler handler) {
     Check(BusWire::AddObject(bus_.get(), nullptr, path, object.onCall), "cannot serve the object " + path);
 }
 
-void BusServer::ServeDevice(const std::string& path) {
+void BusServer::ServeStop(const std::string& path) {
     static const sd_bus_vtable PROCESS[] = {SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD(BusWire::CONNECT, "h", "", &BusServer::OnConnect, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD(BusWire::STOP, "", "", &BusServer::OnStop, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
     const std::scoped_lock lock(busMutex_);
     Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::PROCESS_INTERFACE, PROCESS, this),
         "cannot serve the process's end at " + path);
+}
+
+void BusServer::ServeLines(const std::string& path) {
+    static const sd_bus_vtable LINES[] = {SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD(BusWire::CONNECT, "h", "", &BusServer::OnConnect, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
+    const std::scoped_lock lock(busMutex_);
+    Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::LINES_INTERFACE, LINES, this),
+        "cannot serve direct lines at " + path);
 }
 
 void BusServer::OwnName(const std::string& name) {

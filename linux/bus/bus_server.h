@@ -49,9 +49,10 @@ public:
     // Before Run. All throw std::runtime_error, for example for a bad path or a name that is taken.
     void Serve(const std::string& path, Handler handler);
     void OwnName(const std::string& name);
-    // Lets the device, and nobody else, ask this process to end and give it direct lines: for a process that the device's
-    // bus has started.
-    void ServeDevice(const std::string& path);
+    // Lets the device, and nobody else, ask this process to end: for a process that the device's bus has started.
+    void ServeStop(const std::string& path);
+    // Takes direct lines from its device, and from nobody else, see DirectLines.
+    void ServeLines(const std::string& path);
 
     const std::string& GetUniqueName() const { return uniqueName_; }
 

@@ -1,10 +1,11 @@
 // How parcels travel over D-Bus.
 //
-// A served object has a path and an interface; in a process that the device's bus has started it has a second one:
+// A served object has a path and an interface, in a process that the device's bus has started a second one, and in one
+// that can be asked without the bus in between a third:
 //
 //     com.zyne.RemoteObject   Call(in u code, in v data, out i status, out v reply)
-//     com.zyne.Process        Connect(in h socket)
-//                             Stop()
+//     com.zyne.Process        Stop()
+//     com.zyne.Lines          Connect(in h socket)
 //
 // `data` and `reply` are the bytes of a parcel: an `ay` up to INLINE_LIMIT, above that an `h`, the descriptor of a
 // memory file that holds them from its first to its last byte. The file is sealed against writing, growing and
@@ -14,9 +15,8 @@
 // `status` is 0, or the object's reason to refuse the request; `reply` is then empty. Refusals can also be D-Bus
 // errors: from the bus (no such object) or from the object's process (the message is not a request).
 //
-// Connect hands over one end of a socket between the device and the process, which serves its objects there as well from
-// then on, with D-Bus and without a bus. Stop asks the process to end. Only the device may do either; others get
-// AccessDenied. A process need not offer them.
+// Stop asks the process that serves the object to end. Connect hands it one end of a socket, on which it serves its
+// objects as well from then on, with D-Bus and without a bus. Only the device may do either; others get AccessDenied.
 #pragma once
 
 #include <cstddef>
@@ -34,8 +34,9 @@ namespace ZYNE::Linux::BusWire {
 inline constexpr char OBJECT_INTERFACE[] = "com.zyne.RemoteObject";
 inline constexpr char CALL[] = "Call";
 inline constexpr char PROCESS_INTERFACE[] = "com.zyne.Process";
-inline constexpr char CONNECT[] = "Connect";
 inline constexpr char STOP[] = "Stop";
+inline constexpr char LINES_INTERFACE[] = "com.zyne.Lines";
+inline constexpr char CONNECT[] = "Connect";
 
 // Where a process serves its object unless another path is agreed.
 inline constexpr char DEFAULT_PATH[] = "/com/zyne/Object";

@@ -91,7 +91,7 @@ BusHandle DirectLines::Open(const Key& key, BusCaller::Clock::time_point deadlin
 int DirectLines::Offer(const Key& key, int socket, BusCaller::Clock::time_point deadline) {
     const auto& [uniqueName, path] = key;
     return caller_->Call(
-        {uniqueName, path, BusWire::PROCESS_INTERFACE, BusWire::CONNECT},
+        {uniqueName, path, BusWire::LINES_INTERFACE, BusWire::CONNECT},
         std::chrono::ceil<std::chrono::microseconds>(deadline - BusCaller::Clock::now()),
         [&](sd_bus_message* message) { return sd_bus_message_append(message, "h", socket); },
         [](sd_bus_message*) { return 0; });

@@ -6,8 +6,8 @@
 namespace ZYNE::Linux {
 
 ListenerObject::ListenerObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path,
-    std::function<void()> dropped)
-    : RemoteObject(std::move(caller), std::move(post), std::move(uniqueName), std::move(path)),
+    std::function<void()> dropped, std::shared_ptr<DirectLines> lines)
+    : RemoteObject(std::move(caller), std::move(post), std::move(uniqueName), std::move(path), std::move(lines)),
       dropped_(std::move(dropped)),
       queue_(Mailbox<Request>::Make(
           post_, [](Request& request) { request.listener->SendQueued(request); }, {MOST_WAITING})) {}

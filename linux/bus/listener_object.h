@@ -25,7 +25,7 @@ public:
 
     // `dropped` is called when it counts as dead although its process lives.
     ListenerObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path,
-        std::function<void()> dropped);
+        std::function<void()> dropped, std::shared_ptr<DirectLines> lines = nullptr);
 
     int32_t SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
 

@@ -57,7 +57,7 @@ protected:
 
     void Start(bool offersLines) {
         if (offersLines) {
-            server_.ServeDevice(BusWire::DEFAULT_PATH);
+            server_.ServeLines(BusWire::DEFAULT_PATH);
         }
         thread_ = std::thread([this] { server_.Run(); });
         const auto client = DeviceBus::GetInstance().GetClient();
