@@ -6,6 +6,7 @@
 #include "platform/host/session_manager.h"
 #include "plugin/info_collection/info_collection_manager.h"
 #include "plugin/info_collection/info_collection_process.h"
+#include "plugin/utils/json_utils.h"
 #include "plugin/utils/log.h"
 #include "plugin/utils/result_codes.h"
 
@@ -81,7 +82,7 @@ int32_t InfoCollectionCommand::ResponseInfoCollecRes() {
     for (const auto& [name, value] : infoRes_) {
         response[name] = value;
     }
-    const std::string text = response.toStyledString();
+    const std::string text = JsonUtils::ToStyledString(response);
     CFWK_LOGI(LOG, "ResponseInfoCollecRes desData:%{public}s", text);
     return SessionManager::GetInstance()->TransmitMsg(collaborationSessionId_, text.data(),
         static_cast<uint32_t>(text.size()), InfoCollectionProcess::CTRL_CHANNEL_EVENT_TYPE, false);

@@ -93,7 +93,7 @@ std::string InfoCollectionProcess::GenerateInfoCollectionReqCommand(const std::v
     Json::Value root;
     root[COMMAND_TYPE] = INFO_COLLECTION_REQUEST;
     root[KEY_LIST] = keyList;
-    std::string text = root.toStyledString();
+    std::string text = JsonUtils::ToStyledString(root);
     CFWK_LOGI(LOG, "GenerateInfoCollectionReqCommand %{public}s", text);
     return text;
 }

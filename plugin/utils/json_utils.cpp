@@ -35,6 +35,11 @@ bool JsonUtils::StringToJsonInternal(const std::string& text, Json::Value* out) 
     }
 }
 
+std::string JsonUtils::ToStyledString(const Json::Value& value) {
+    static const Json::StreamWriterBuilder builder;
+    return Json::writeString(builder, value) + '\n';
+}
+
 bool JsonUtils::GetInt(Json::Value& obj, const std::string& key, int& out) {
     const Json::Value* member = FindMember(obj, key);
     if (member == nullptr || !member->isInt()) {

@@ -1,4 +1,4 @@
-// Reading JSON texts that come from outside.
+// Reading JSON texts that come from outside, and writing such texts.
 #pragma once
 
 #include <json/json.h>
@@ -7,7 +7,7 @@
 
 namespace ZYNE::CollaborationFwk {
 
-// Any thread. Never throws, never logs.
+// Any thread. Never logs, and never throws unless said otherwise.
 class JsonUtils {
 public:
     JsonUtils() = delete;
@@ -15,6 +15,9 @@ public:
     // Parses the whole of `text` into `*out`. False when it is empty or not JSON; `*out` is then null. Any JSON value
     // is accepted, so test for the type that is expected before any access.
     static bool StringToJsonInternal(const std::string& text, Json::Value* out);
+
+    // The same text as value.toStyledString(), for one without comments. May throw std::bad_alloc.
+    static std::string ToStyledString(const Json::Value& value);
 
     // The member `key` of `obj` as a number that fits an int. False, with `out` as it was, when `obj` is no object,
     // `key` is empty, or the member is missing or something else.
