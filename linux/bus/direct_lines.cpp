@@ -75,7 +75,7 @@ BusHandle DirectLines::Open(const Key& key, BusCaller::Clock::time_point deadlin
         const std::scoped_lock lock(mutex_);
         if (result == IRemoteObject::DEAD) {
             services_.erase(key);
-        } else if (result != IRemoteObject::TIMED_OUT && services_.contains(key)) {
+        } else if (result == IRemoteObject::REFUSED && services_.contains(key)) {
             services_[key].isWithout = true;
         }
         return nullptr;
