@@ -38,7 +38,7 @@ TEST_F(PortTest, GivesUpACallAtItsTimeAlsoWhereTheBusDoesNotLetItIn) {
 // A service in this process, which has started the bus and so is the device as well.
 class LineTest : public BusTest {
 protected:
-    LineTest() : server_(DeviceBus::GetInstance().GetAddress()) {
+    LineTest() : server_(device.bus.GetAddress()) {
         server_.Serve(BusWire::DEFAULT_PATH,
             [this](uint32_t code, MessageParcel& data, MessageParcel& reply, const IPCContext& caller) {
                 if (code == WAIT) {
@@ -60,7 +60,7 @@ protected:
             server_.ServeLines(BusWire::DEFAULT_PATH);
         }
         thread_ = std::thread([this] { server_.Run(); });
-        const auto client = DeviceBus::GetInstance().GetClient();
+        const auto client = device.bus.GetClient();
         remote_ = client->GetRemote(server_.GetUniqueName(), BusWire::DEFAULT_PATH);
         IPCContext bus;
         ASSERT_TRUE(client->GetIdentity().Find("org.freedesktop.DBus", bus));
