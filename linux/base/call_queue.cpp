@@ -5,7 +5,7 @@
 namespace ZYNE::Linux {
 
 bool CallQueue::Enter(Call& call) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const bool isFull = waiting_ >= limits_.waiting || waitingBytes_ + call.bytes > limits_.waitingBytes;
     if (isClosed_ || (isFull && !StartsAtOnce(call))) {
         return false;
@@ -33,7 +33,7 @@ bool CallQueue::StartsAtOnce(const Call& call) const {
 }
 
 std::optional<CallQueue::Call> CallQueue::Next() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (turns_.empty() || underWay_ >= limits_.atOnce) {
         return std::nullopt;
     }
@@ -65,7 +65,7 @@ CallQueue::Call CallQueue::TakeFrom(Target& target) {
 }
 
 void CallQueue::Leave(const std::string& target) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = targets_.find(target);
     const bool hadTurn = HasTurn(found->second);
     --underWay_;
@@ -79,7 +79,7 @@ void CallQueue::Leave(const std::string& target) {
 
 std::vector<CallQueue::Call> CallQueue::Close() {
     std::vector<Call> left;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     isClosed_ = true;
     turns_.clear();
     for (auto& [name, target] : targets_) {

@@ -5,10 +5,11 @@
 #include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "linux/base/mutex.h"
 
 namespace ZYNE::Linux {
 
@@ -50,17 +51,17 @@ private:
     };
 
     bool HasTurn(const Target& target) const { return !target.turns.empty() && target.underWay < limits_.ofOneTarget; }
-    bool StartsAtOnce(const Call& call) const;  // under mutex_
-    Call TakeFrom(Target& target);              // under mutex_
+    bool StartsAtOnce(const Call& call) const REQUIRES(mutex_);
+    Call TakeFrom(Target& target) REQUIRES(mutex_);
 
     const Limits limits_;
-    std::mutex mutex_;                       // a leaf
-    std::map<std::string, Target> targets_;  // guarded by mutex_; none without calls
-    std::deque<std::string> turns_;          // guarded by mutex_; the targets that have a turn, each once
-    size_t underWay_ = 0;                    // guarded by mutex_
-    size_t waiting_ = 0;                     // guarded by mutex_
-    size_t waitingBytes_ = 0;                // guarded by mutex_
-    bool isClosed_ = false;                  // guarded by mutex_
+    Mutex mutex_;                                               // a leaf
+    std::map<std::string, Target> targets_ GUARDED_BY(mutex_);  // none without calls
+    std::deque<std::string> turns_ GUARDED_BY(mutex_);          // the targets that have a turn, each once
+    size_t underWay_ GUARDED_BY(mutex_) = 0;
+    size_t waiting_ GUARDED_BY(mutex_) = 0;
+    size_t waitingBytes_ GUARDED_BY(mutex_) = 0;
+    bool isClosed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

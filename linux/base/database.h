@@ -13,6 +13,7 @@
 
 #include "linux/base/device_notes.h"
 #include "linux/base/disk_reserve.h"
+#include "linux/base/mutex.h"
 
 namespace ZYNE::Linux {
 
@@ -59,9 +60,10 @@ public:
 
     SQLite::Database& Get() { return connection_; }
 
-    // Runs an operation on the connection. What SQLite throws becomes a DatabaseError; other exceptions pass.
+    // Runs an operation on the connection. What SQLite throws becomes a DatabaseError; other exceptions pass. The caller
+    // holds what `operation` requires: that lock is the caller's own and has no name here.
     template <typename Operation>
-    auto Run(const Operation& operation) {
+    auto Run(const Operation& operation) NO_THREAD_SAFETY_ANALYSIS {
         try {
             return operation();
         } catch (const SQLite::Exception& error) {

@@ -17,7 +17,7 @@ constexpr std::chrono::seconds RETRY_TIME{1};  // when the pool has refused a ta
 }  // namespace
 
 bool DelayedTasks::Post(std::chrono::milliseconds delay, std::function<void()> task) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopped_) {
         return false;
     }
@@ -36,7 +36,7 @@ bool DelayedTasks::Post(std::chrono::milliseconds delay, std::function<void()> t
 
 void DelayedTasks::Run() {
     pthread_setname_np(pthread_self(), "collabd-later");
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     while (!stopped_) {
         if (tasks_.empty()) {
             changed_.wait(lock);
@@ -65,7 +65,7 @@ void DelayedTasks::Stop() {
     std::multimap<Clock::time_point, std::function<void()>> dropped;  // after the lock: may hold a last reference
     std::thread thread;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         stopped_ = true;
         dropped.swap(tasks_);
         thread.swap(thread_);

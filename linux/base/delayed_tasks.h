@@ -5,9 +5,9 @@
 #include <condition_variable>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <thread>
 
+#include "linux/base/mutex.h"
 #include "platform/host/asyn_thread_pool.h"
 
 namespace ZYNE::Linux {
@@ -33,11 +33,11 @@ private:
     void Run();
 
     CollaborationFwk::AsynThreadPool& pool_;
-    std::mutex mutex_;
-    std::condition_variable changed_;                                // tasks_ or stopped_
-    std::multimap<Clock::time_point, std::function<void()>> tasks_;  // guarded by mutex_; by when they are due
-    std::thread thread_;                                             // guarded by mutex_
-    bool stopped_ = false;                                           // guarded by mutex_
+    Mutex mutex_;
+    std::condition_variable changed_;                                                   // tasks_ or stopped_
+    std::multimap<Clock::time_point, std::function<void()>> tasks_ GUARDED_BY(mutex_);  // by when they are due
+    std::thread thread_ GUARDED_BY(mutex_);
+    bool stopped_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

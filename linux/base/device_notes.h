@@ -4,9 +4,10 @@
 
 #include <cstddef>
 #include <list>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "linux/base/mutex.h"
 
 namespace ZYNE::Linux {
 
@@ -24,7 +25,7 @@ public:
 
     // Replaces an earlier note of the same kind about the same thing.
     void Set(const std::string& kind, const std::string& about, const std::string& text) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         Remove(kind, about);
         notes_.push_front({kind, about, text});
         if (notes_.size() > MOST) {
@@ -34,23 +35,23 @@ public:
 
     // Removes a note. Does nothing when there is no such note.
     void Clear(const std::string& kind, const std::string& about) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         Remove(kind, about);
     }
 
     // The latest first.
     std::vector<Note> All() const {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         return {notes_.begin(), notes_.end()};
     }
 
 private:
-    void Remove(const std::string& kind, const std::string& about) {
+    void Remove(const std::string& kind, const std::string& about) REQUIRES(mutex_) {
         notes_.remove_if([&](const Note& note) { return note.kind == kind && note.about == about; });
     }
 
-    mutable std::mutex mutex_;
-    std::list<Note> notes_;  // guarded by mutex_
+    mutable Mutex mutex_;
+    std::list<Note> notes_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

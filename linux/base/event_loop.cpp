@@ -106,7 +106,7 @@ void EventLoop::Work() {
     for (;;) {
         lastRound_ = Clock::now().time_since_epoch().count();
         {
-            const std::scoped_lock lock(mutex_);
+            const MutexLock lock(mutex_);
             if (isStopped_) {
                 return;
             }
@@ -120,7 +120,7 @@ void EventLoop::TakePosted() {
     eventfd_read(wakeUp_, &count);
     std::vector<Handler> posted;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         posted.swap(posted_);
     }
     for (Handler& handler : posted) {
@@ -131,7 +131,7 @@ void EventLoop::TakePosted() {
 
 void EventLoop::Post(Handler handler) {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (isStopped_) {
             return;
         }
@@ -159,7 +159,7 @@ bool EventLoop::Run(const Handler& handler) {
 void EventLoop::Stop() {
     std::vector<Handler> dropped;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         isStopped_ = true;
         dropped.swap(posted_);
     }

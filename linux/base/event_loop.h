@@ -13,10 +13,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "linux/base/mutex.h"
 
 struct sd_event;
 struct sd_event_source;
@@ -90,10 +91,10 @@ private:
     std::unique_ptr<sd_event, EventDeleter> event_;
     int wakeUp_ = -1;  // an eventfd
     std::atomic<Clock::rep> lastRound_;
-    std::mutex mutex_;
-    std::vector<Handler> posted_;  // guarded by mutex_
-    bool isStopped_ = false;       // guarded by mutex_
-    std::thread thread_;           // last: it uses the others
+    Mutex mutex_;
+    std::vector<Handler> posted_ GUARDED_BY(mutex_);
+    bool isStopped_ GUARDED_BY(mutex_) = false;
+    std::thread thread_;  // last: it uses the others
 };
 
 }  // namespace ZYNE::Linux

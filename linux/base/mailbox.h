@@ -14,9 +14,9 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <utility>
 
+#include "linux/base/mutex.h"
 #include "linux/base/posted_task.h"
 #include "linux/base/thread_pool.h"
 
@@ -50,7 +50,7 @@ public:
     // Never calls the receiver inline. The event waits until the pool has a thread for it. False, and the event is
     // lost, when too much waits already, when the mailbox is closed, and when the pool has stopped.
     bool Post(Event event) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (isClosed_) {
             return false;
         }
@@ -72,7 +72,7 @@ public:
     // The receiver is not called again, though a call may still run; what waits is dropped. Does not wait.
     void Close() {
         std::deque<Event> dropped;  // destroyed without the lock: what they hold may end with them
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         isClosed_ = true;
         dropped.swap(waiting_);
     }
@@ -80,8 +80,8 @@ public:
     // The same, and waits for a call that still runs. Not inside the receiver.
     void CloseAndWait() {
         Close();
-        std::unique_lock lock(mutex_);
-        handled_.wait(lock, [this] { return !isHandling_; });
+        MutexLock lock(mutex_);
+        handled_.wait(lock, [this]() REQUIRES(mutex_) { return !isHandling_; });
     }
 
 private:
@@ -89,14 +89,14 @@ private:
         : post_(std::move(post)), receive_(std::move(receive)), rules_(std::move(rules)) {}
 
     size_t Weigh(const Event& event) const { return rules_.weigh ? rules_.weigh(event) : 1; }
-    size_t Weight() const { return rules_.weigh ? weight_ : waiting_.size(); }
+    size_t Weight() const REQUIRES(mutex_) { return rules_.weigh ? weight_ : waiting_.size(); }
 
     bool Schedule() {
         return post_([self = this->shared_from_this()] { self->Run(); });
     }
 
     void Run() {
-        std::unique_lock lock(mutex_);
+        MutexLock lock(mutex_);
         isHandling_ = true;
         while (!waiting_.empty()) {
             Event event = std::move(waiting_.front());
@@ -114,13 +114,13 @@ private:
     const Poster post_;
     const std::function<void(Event&)> receive_;
     const Rules rules_;
-    std::mutex mutex_;  // held while `post_` is asked
+    Mutex mutex_;  // held while `post_` is asked
     std::condition_variable handled_;
-    std::deque<Event> waiting_;  // guarded by mutex_
-    size_t weight_ = 0;          // guarded by mutex_; of `waiting_`
-    bool isPosted_ = false;      // guarded by mutex_; Run is posted or runs
-    bool isHandling_ = false;    // guarded by mutex_; Run runs
-    bool isClosed_ = false;      // guarded by mutex_
+    std::deque<Event> waiting_ GUARDED_BY(mutex_);
+    size_t weight_ GUARDED_BY(mutex_) = 0;        // of `waiting_`
+    bool isPosted_ GUARDED_BY(mutex_) = false;    // Run is posted or runs
+    bool isHandling_ GUARDED_BY(mutex_) = false;  // Run runs
+    bool isClosed_ GUARDED_BY(mutex_) = false;
 };
 
 // Tasks that run one after another, each for the peer that it was posted for.

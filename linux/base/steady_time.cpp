@@ -32,7 +32,7 @@ void SteadyTime::SleepFor(Clock::duration duration) {
 
 void SteadyTime::SleepUntil(TimePoint deadline) {
     {
-        std::unique_lock lock(sleepMutex_);
+        MutexLock lock(sleepMutex_);
         sleepers_.wait_until(lock, deadline, [&] { return runOutAt_.load() != 0; });
     }
     LeapTo(deadline);
@@ -54,7 +54,7 @@ void SteadyTime::LeapTo(TimePoint deadline) {
 }
 
 void SteadyTime::RunOut() {
-    const std::scoped_lock lock(sleepMutex_);
+    const MutexLock lock(sleepMutex_);
     Clock::rep expected = 0;
     runOutAt_.compare_exchange_strong(expected, (Clock::now() + AGE).time_since_epoch().count());
     sleepers_.notify_all();

@@ -3,6 +3,7 @@
 
 #include <atomic>
 
+#include "linux/base/mutex.h"
 #include "platform/time/time_source.h"
 
 namespace ZYNE::Linux {
@@ -24,7 +25,7 @@ private:
     void LeapTo(TimePoint deadline);
 
     std::atomic<Clock::rep> runOutAt_{0};  // what the clock shows after the time has run out; 0 until then
-    std::mutex sleepMutex_;
+    Mutex sleepMutex_;
     std::condition_variable sleepers_;  // the time has run out
 };
 

@@ -27,7 +27,7 @@ ThreadPool::~ThreadPool() {
 bool ThreadPool::AddAsynTask(std::function<void()> task, int32_t /*param*/) {
     PostedTask posted(std::move(task));
     const bool isForPeer = posted.IsForPeer();
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopped_ || !posted) {
         return false;
     }
@@ -90,7 +90,7 @@ bool ThreadPool::StartWorker(PostedTask task) {
 
 void ThreadPool::Run(std::list<Worker>::iterator self) {
     pthread_setname_np(pthread_self(), "collabd-pool");
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     do {
         PostedTask task = std::exchange(self->task, PostedTask());
         const bool isForPeer = task.IsForPeer();
@@ -99,32 +99,37 @@ void ThreadPool::Run(std::list<Worker>::iterator self) {
         lock.lock();
         peerTasks_ -= isForPeer ? 1 : 0;
     } while (WaitForTask(lock, *self));
-    Retire(lock, self);
+    std::list<Worker> earlier = Retire(self);
+    lock.unlock();
+    Join(earlier);
 }
 
 // False when the worker is to end. Whoever wakes it has taken it out of idle_.
-bool ThreadPool::WaitForTask(std::unique_lock<std::mutex>& lock, Worker& self) {
+bool ThreadPool::WaitForTask(MutexLock& lock, Worker& self) {
     if (stopped_) {
         return false;
     }
     idle_.push_back(&self);
-    if (!self.wake.wait_for(lock, idleTime_, [&] { return self.task || stopped_; })) {
+    if (!self.wake.wait_for(lock, idleTime_, [&]() REQUIRES(mutex_) { return self.task || stopped_; })) {
         std::erase(idle_, &self);
         return false;
     }
     return static_cast<bool>(self.task);
 }
 
-// A thread cannot join itself: it leaves its handle to the next one that ends, or to Stop.
-void ThreadPool::Retire(std::unique_lock<std::mutex>& lock, std::list<Worker>::iterator self) {
+// A thread cannot join itself: it leaves its handle to the next one that ends, or to Stop. Those left to this one.
+std::list<ThreadPool::Worker> ThreadPool::Retire(std::list<Worker>::iterator self) {
     std::list<Worker> earlier;
     earlier.swap(retired_);
     retired_.splice(retired_.end(), workers_, self);
     if (workers_.empty()) {
         allGone_.notify_all();
     }
-    lock.unlock();
-    for (Worker& worker : earlier) {
+    return earlier;
+}
+
+void ThreadPool::Join(std::list<Worker>& ended) {
+    for (Worker& worker : ended) {
         worker.thread.join();
     }
 }
@@ -139,27 +144,25 @@ void ThreadPool::Close() {
 
 bool ThreadPool::Drain(std::chrono::milliseconds limit) {
     later_.Stop();
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     Close();
-    return allGone_.wait_for(lock, limit, [&] { return workers_.empty(); });
+    return allGone_.wait_for(lock, limit, [&]() REQUIRES(mutex_) { return workers_.empty(); });
 }
 
 void ThreadPool::Stop() {
     later_.Stop();
     std::list<Worker> last;
     {
-        std::unique_lock lock(mutex_);
+        MutexLock lock(mutex_);
         Close();
-        allGone_.wait(lock, [&] { return workers_.empty(); });
+        allGone_.wait(lock, [&]() REQUIRES(mutex_) { return workers_.empty(); });
         last.swap(retired_);
     }
-    for (Worker& worker : last) {
-        worker.thread.join();
-    }
+    Join(last);
 }
 
 size_t ThreadPool::ThreadCount() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return workers_.size();
 }
 

@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <functional>
 #include <list>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "linux/base/delayed_tasks.h"
+#include "linux/base/mutex.h"
 #include "linux/base/posted_task.h"
 #include "platform/host/asyn_thread_pool.h"
 
@@ -62,27 +62,28 @@ private:
     struct Worker {
         std::thread thread;
         std::condition_variable wake;  // it was given a task, or the pool stops
-        PostedTask task;               // guarded by mutex_; given while the worker waits, or before it starts
+        PostedTask task;  // guarded by mutex_ of the pool; given while the worker waits, or before it starts
     };
 
-    bool Give(PostedTask task);         // under mutex_
-    bool StartWorker(PostedTask task);  // under mutex_
-    void Close();                       // under mutex_
+    bool Give(PostedTask task) REQUIRES(mutex_);
+    bool StartWorker(PostedTask task) REQUIRES(mutex_);
+    void Close() REQUIRES(mutex_);
     void Run(std::list<Worker>::iterator self);
-    bool WaitForTask(std::unique_lock<std::mutex>& lock, Worker& self);
-    void Retire(std::unique_lock<std::mutex>& lock, std::list<Worker>::iterator self);
+    bool WaitForTask(MutexLock& lock, Worker& self) REQUIRES(mutex_);
+    std::list<Worker> Retire(std::list<Worker>::iterator self) REQUIRES(mutex_);
+    static void Join(std::list<Worker>& ended);
 
     const size_t mostThreads_;
     const std::chrono::milliseconds idleTime_;
 
-    mutable std::mutex mutex_;
+    mutable Mutex mutex_;
     std::condition_variable allGone_;  // workers_ has become empty
-    bool stopped_ = false;             // guarded by mutex_
-    size_t peerTasks_ = 0;             // guarded by mutex_; tasks for peers under way
-    std::list<Worker> workers_;        // guarded by mutex_
-    std::vector<Worker*> idle_;        // guarded by mutex_; the one that became idle last is at the back
-    std::list<Worker> retired_;        // guarded by mutex_; left workers_, not joined yet: at most one
-    DelayedTasks later_{*this};        // last: its thread uses the others
+    bool stopped_ GUARDED_BY(mutex_) = false;
+    size_t peerTasks_ GUARDED_BY(mutex_) = 0;  // tasks for peers under way
+    std::list<Worker> workers_ GUARDED_BY(mutex_);
+    std::vector<Worker*> idle_ GUARDED_BY(mutex_);  // the one that became idle last is at the back
+    std::list<Worker> retired_ GUARDED_BY(mutex_);  // left workers_, not joined yet: at most one
+    DelayedTasks later_{*this};                     // last: its thread uses the others
 };
 
 }  // namespace ZYNE::Linux
