@@ -38,7 +38,7 @@ void LinuxLog::Print(LogType /*type*/, LogLevel level, const LogDomain& domain, 
         }
         LogEntry entry{std::chrono::system_clock::now(), level, domain, text.size(), false};
         const std::string_view cut = CutText(text, MOST_LINE_BYTES);
-        std::unique_lock lock(mutex_);
+        MutexLock lock(mutex_);
         if (!opened_) {
             PrintUnopened(entry, cut);
             return;
@@ -66,14 +66,14 @@ bool LinuxLog::MayPrint() {
         return true;
     }
     if (share->WantsReport()) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         overdrawn_.push_back({std::chrono::steady_clock::now() + LogShare::TIME, share});
         wake_.notify_one();
     }
     return false;
 }
 
-// Under mutex_: lines of several threads must not mix.
+// Under the lock: lines of several threads must not mix.
 void LinuxLog::PrintUnopened(const LogEntry& entry, std::string_view text) {
     LogEntry kept = entry;
     if (entry.level >= LogLevel::WARN) {
@@ -86,7 +86,7 @@ void LinuxLog::PrintUnopened(const LogEntry& entry, std::string_view text) {
 
 void LinuxLog::Open(const LogOptions& options, DeviceNotes& notes) {
     {
-        const std::scoped_lock lock(writeMutex_);
+        const MutexLock lock(writeMutex_);
         file_.Open(options.file);
         notes_ = &notes;
         device_ = options.device;
@@ -101,7 +101,7 @@ void LinuxLog::Open(const LogOptions& options, DeviceNotes& notes) {
         terminateBefore = std::set_terminate(FlushAndTerminate);
     }
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         opened_ = true;
         writing_ = true;
     }
@@ -110,10 +110,10 @@ void LinuxLog::Open(const LogOptions& options, DeviceNotes& notes) {
 
 void LinuxLog::RunWriter() {
     pthread_setname_np(pthread_self(), "collabd-log");
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     while (writing_) {
         WaitForLines(lock);
-        wake_.wait_for(lock, GATHER_TIME, [&] { return !writing_; });
+        wake_.wait_for(lock, GATHER_TIME, [this]() REQUIRES(mutex_) { return !writing_; });
         ReportOverdrawn(std::chrono::steady_clock::now());
         lock.unlock();
         WritePending();
@@ -121,7 +121,7 @@ void LinuxLog::RunWriter() {
     }
 }
 
-void LinuxLog::WaitForLines(std::unique_lock<std::mutex>& lock) {
+void LinuxLog::WaitForLines(MutexLock& lock) {
     while (writing_ && pending_.Empty()) {
         if (overdrawn_.empty()) {
             wake_.wait(lock);
@@ -134,7 +134,7 @@ void LinuxLog::WaitForLines(std::unique_lock<std::mutex>& lock) {
     }
 }
 
-// Under mutex_. Tells what was suppressed and is to be told by `until`.
+// Tells what was suppressed and is to be told by `until`.
 void LinuxLog::ReportOverdrawn(std::chrono::steady_clock::time_point until) {
     while (!overdrawn_.empty() && overdrawn_.front().reportAt <= until) {
         const std::string report = overdrawn_.front().share->Report();
@@ -145,12 +145,12 @@ void LinuxLog::ReportOverdrawn(std::chrono::steady_clock::time_point until) {
 }
 
 void LinuxLog::WritePending() {
-    const std::scoped_lock writeLock(writeMutex_);
+    const MutexLock writeLock(writeMutex_);
     if (!file_.IsOpen()) {
         return;
     }
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         std::swap(pending_, batch_);
     }
     if (batch_.Dropped() > 0) {
@@ -215,7 +215,7 @@ void LinuxLog::Flush() {
 
 void LinuxLog::Close() {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         writing_ = false;
     }
     wake_.notify_one();
@@ -223,11 +223,11 @@ void LinuxLog::Close() {
         writer_.join();
     }
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         ReportOverdrawn(std::chrono::steady_clock::time_point::max());
     }
     WritePending();
-    const std::scoped_lock lock(writeMutex_);
+    const MutexLock lock(writeMutex_);
     notes_ = nullptr;
 }
 
@@ -235,8 +235,7 @@ void LinuxLog::Close() {
 void LinuxLog::FlushAndTerminate() {
     LinuxLog& log = Get();
     for (int i = 0; i < 100; ++i) {
-        if (log.writeMutex_.try_lock()) {
-            log.writeMutex_.unlock();
+        if (log.writeMutex_.IsFree()) {
             log.WritePending();
             break;
         }

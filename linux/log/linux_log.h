@@ -10,12 +10,12 @@
 #include <deque>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
 
 #include "linux/base/device_notes.h"
+#include "linux/base/mutex.h"
 #include "linux/log/log_batch.h"
 #include "linux/log/log_file.h"
 #include "linux/log/log_line.h"
@@ -67,32 +67,32 @@ private:
     };
 
     bool MayPrint();
-    void PrintUnopened(const LogEntry& entry, std::string_view text);
+    void PrintUnopened(const LogEntry& entry, std::string_view text) REQUIRES(mutex_);
     void RunWriter();
-    void WaitForLines(std::unique_lock<std::mutex>& lock);
-    void ReportOverdrawn(std::chrono::steady_clock::time_point until);
+    void WaitForLines(MutexLock& lock) REQUIRES(mutex_);
+    void ReportOverdrawn(std::chrono::steady_clock::time_point until) REQUIRES(mutex_);
     void WritePending();
-    void WriteLines(const LogBatch& batch);
-    void WriteToFile(const std::string& lines, size_t count);
+    void WriteLines(const LogBatch& batch) REQUIRES(writeMutex_);
+    void WriteToFile(const std::string& lines, size_t count) REQUIRES(writeMutex_);
     static void FlushAndTerminate();
 
     // Lock order: writeMutex_, then mutex_, then that of a share.
-    std::mutex mutex_;
+    Mutex mutex_;
     std::condition_variable wake_;
-    LogBatch pending_;                 // guarded by mutex_
-    std::deque<Overdrawn> overdrawn_;  // guarded by mutex_; in the order of reportAt
-    bool opened_ = false;              // guarded by mutex_
-    bool writing_ = false;             // guarded by mutex_; the writer thread runs
-    std::thread writer_;               // touched by Open and Close only
+    LogBatch pending_ GUARDED_BY(mutex_);
+    std::deque<Overdrawn> overdrawn_ GUARDED_BY(mutex_);  // in the order of reportAt
+    bool opened_ GUARDED_BY(mutex_) = false;
+    bool writing_ GUARDED_BY(mutex_) = false;  // the writer thread runs
+    std::thread writer_;                       // touched by Open and Close only
 
-    std::mutex writeMutex_;
-    LogBatch batch_;                        // guarded by writeMutex_; being written
-    LogLineFormatter formatter_;            // guarded by writeMutex_
-    LogFile file_;                          // guarded by writeMutex_
-    DeviceNotes* notes_ = nullptr;          // guarded by writeMutex_; null while closed
-    size_t lost_ = 0;                       // guarded by writeMutex_; lines, since the log last said so
-    LogTarget target_ = LogTarget::STDERR;  // guarded by writeMutex_
-    std::string device_;                    // guarded by writeMutex_
+    Mutex writeMutex_;
+    LogBatch batch_ GUARDED_BY(writeMutex_);  // being written
+    LogLineFormatter formatter_ GUARDED_BY(writeMutex_);
+    LogFile file_ GUARDED_BY(writeMutex_);
+    DeviceNotes* notes_ GUARDED_BY(writeMutex_) = nullptr;  // null while closed
+    size_t lost_ GUARDED_BY(writeMutex_) = 0;               // lines, since the log last said so
+    LogTarget target_ GUARDED_BY(writeMutex_) = LogTarget::STDERR;
+    std::string device_ GUARDED_BY(writeMutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -8,7 +8,7 @@ LogShare::LogShare(std::string device, std::function<Clock::time_point()> now)
     : device_(std::move(device)), now_(std::move(now)), begin_(now_()) {}
 
 bool LogShare::Take() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const Clock::time_point now = now_();
     if (now - begin_ >= TIME) {
         begin_ = now;
@@ -23,12 +23,12 @@ bool LogShare::Take() {
 }
 
 bool LogShare::WantsReport() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return suppressed_ > 0 && !std::exchange(willBeReported_, true);
 }
 
 std::string LogShare::Report() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     willBeReported_ = false;
     return std::to_string(std::exchange(suppressed_, 0)) + " more lines for device " + device_ + " suppressed";
 }

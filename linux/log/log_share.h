@@ -4,10 +4,10 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <string>
 
 #include "linux/base/log_share_scope.h"
+#include "linux/base/mutex.h"
 
 namespace ZYNE::Linux {
 
@@ -36,11 +36,11 @@ private:
     const std::string device_;
     const std::function<Clock::time_point()> now_;
 
-    std::mutex mutex_;             // a leaf
-    Clock::time_point begin_;      // guarded by mutex_; of the time that runs
-    size_t taken_ = 0;             // guarded by mutex_; since begin_
-    size_t suppressed_ = 0;        // guarded by mutex_; since the last report
-    bool willBeReported_ = false;  // guarded by mutex_
+    Mutex mutex_;                                 // a leaf
+    Clock::time_point begin_ GUARDED_BY(mutex_);  // of the time that runs
+    size_t taken_ GUARDED_BY(mutex_) = 0;         // since begin_
+    size_t suppressed_ GUARDED_BY(mutex_) = 0;    // since the last report
+    bool willBeReported_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux
