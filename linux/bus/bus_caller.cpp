@@ -122,7 +122,7 @@ int BusCaller::CallOn(sd_bus* bus, const BusMethod& method, Clock::time_point de
 
 BusHandle BusCaller::Borrow(Clock::time_point deadline) {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (closed_) {
             return nullptr;
         }
@@ -140,7 +140,7 @@ void BusCaller::GiveBack(BusHandle bus) {
     if (sd_bus_is_open(bus.get()) <= 0) {
         return;
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!closed_ && idle_.size() < MOST_IDLE) {
         idle_.push_back(std::move(bus));
     }
@@ -148,7 +148,7 @@ void BusCaller::GiveBack(BusHandle bus) {
 
 void BusCaller::Close() {
     std::vector<BusHandle> idle;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     closed_ = true;
     idle.swap(idle_);
 }

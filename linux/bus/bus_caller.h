@@ -6,10 +6,10 @@
 
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_handles.h"
 
 namespace ZYNE::Linux {
@@ -54,9 +54,9 @@ private:
     void GiveBack(BusHandle bus);
 
     const std::string address_;
-    std::mutex mutex_;
-    std::vector<BusHandle> idle_;  // guarded by mutex_
-    bool closed_ = false;          // guarded by mutex_
+    Mutex mutex_;
+    std::vector<BusHandle> idle_ GUARDED_BY(mutex_);
+    bool closed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

@@ -57,7 +57,7 @@ sptr<RemoteObject> BusClient::GetObject(const Key& key) {
 }
 
 sptr<RemoteObject> BusClient::FindOrMake(const Key& key) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     wptr<RemoteObject>& known = remotes_[key];
     sptr<RemoteObject> remote = known.promote();
     if (!remote || remote->IsDead()) {
@@ -132,7 +132,7 @@ void BusClient::OnGone(const std::string& uniqueName) {
     lines_->Forget(uniqueName);
     std::vector<sptr<RemoteObject>> gone;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         auto at = remotes_.lower_bound(Key(uniqueName, "", false));
         while (at != remotes_.end() && std::get<0>(at->first) == uniqueName) {
             if (sptr<RemoteObject> remote = at->second.promote()) {

@@ -4,10 +4,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <tuple>
 
+#include "linux/base/mutex.h"
 #include "linux/base/process_handle.h"
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/caller_identity.h"
@@ -64,8 +64,8 @@ private:
     const std::shared_ptr<BusCaller> caller_;
     const std::shared_ptr<DirectLines> lines_;
     CallerIdentity identity_{*caller_};
-    std::mutex mutex_;
-    std::map<Key, wptr<RemoteObject>> remotes_;  // guarded by mutex_
+    Mutex mutex_;
+    std::map<Key, wptr<RemoteObject>> remotes_ GUARDED_BY(mutex_);
     const std::shared_ptr<BusConnection> connection_;
     NameWatcher names_;  // the last to be built: its handlers use the others
 };

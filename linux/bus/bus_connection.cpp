@@ -37,7 +37,7 @@ BusSlot& BusSlot::operator=(BusSlot&& other) noexcept {
 
 void BusSlot::End() {
     if (connection_) {
-        const std::scoped_lock lock(connection_->mutex_);
+        const MutexLock lock(connection_->mutex_);
         slot_ = sd_bus_slot_unref(slot_);
     }
     connection_.reset();
@@ -62,7 +62,7 @@ std::shared_ptr<BusConnection> BusConnection::Make(EventLoop& loop, BusHandle bu
 }
 
 int BusConnection::Process() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const int result = bus_ ? sd_bus_process(bus_.get(), nullptr) : -ENOTCONN;
     if (result < 0) {
         bus_.reset();
@@ -71,7 +71,7 @@ int BusConnection::Process() {
 }
 
 BusInterest BusConnection::GetInterest() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     BusInterest interest;
     interest.fd = sd_bus_get_fd(bus_.get());
     interest.events = sd_bus_get_events(bus_.get());
@@ -83,7 +83,7 @@ int BusConnection::Use(const std::function<int(sd_bus*)>& use) {
     int result = -ENOTCONN;
     bool hasMore = false;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (bus_) {
             result = use(bus_.get());
             uint64_t toRead = 0;
@@ -169,7 +169,7 @@ void BusConnection::Close() {
     } else {
         loop_.Run(leave);
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     bus_.reset();
 }
 

@@ -9,10 +9,10 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "linux/base/event_loop.h"
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_handles.h"
 #include "linux/bus/bus_pump.h"
 
@@ -86,8 +86,8 @@ private:
 
     EventLoop& loop_;
     std::atomic<bool> isClosed_ = false;
-    std::mutex mutex_;  // held for each call into sd-bus
-    BusHandle bus_;     // guarded by mutex_, and so are its messages; null once closed or gone
+    Mutex mutex_;                       // held for each call into sd-bus
+    BusHandle bus_ GUARDED_BY(mutex_);  // and so are its messages; null once closed or gone
 
     std::unique_ptr<BusPump> pump_;  // the loop's thread alone
 };

@@ -35,17 +35,17 @@ BusServer::~BusServer() = default;
 
 void BusServer::Serve(const std::string& path, Handler handler) {
     Object& object = objects_.emplace_back(Object{path, std::move(handler), nullptr});
-    object.onCall = [this, &object](sd_bus_message* message, sd_bus_error* error) {
+    object.onCall = [this, &object](sd_bus_message* message, sd_bus_error* error) REQUIRES(busMutex_) {
         return OnCall(message, object.handler, error);
     };
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     Check(BusWire::AddObject(bus_.get(), nullptr, path, object.onCall), "cannot serve the object " + path);
 }
 
 void BusServer::ServeStop(const std::string& path) {
     static const sd_bus_vtable PROCESS[] = {SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD(BusWire::STOP, "", "", &BusServer::OnStop, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::PROCESS_INTERFACE, PROCESS, this),
         "cannot serve the process's end at " + path);
 }
@@ -59,22 +59,22 @@ void BusServer::ServeLines(const std::string& path) {
 }
 
 void BusServer::OwnName(const std::string& name) {
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     Check(sd_bus_request_name(bus_.get(), name.c_str(), 0), "cannot own the bus name " + name);
 }
 
 bool BusServer::Run() {
     {
-        const std::scoped_lock lock(stateMutex_);
+        const MutexLock lock(stateMutex_);
         ++threads_;
     }
     ServeRequests();
     lines_.Stop();
     {
-        std::unique_lock lock(stateMutex_);
-        allGone_.wait(lock, [this] { return threads_ == 0; });
+        MutexLock lock(stateMutex_);
+        allGone_.wait(lock, [this]() REQUIRES(stateMutex_) { return threads_ == 0; });
     }
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     sd_bus_flush(bus_.get());
     return !busGone_;
 }
@@ -100,12 +100,12 @@ void BusServer::ServeRequests() {
 // The next request, or none when there will be no more.
 std::optional<BusServer::Request> BusServer::TakeRequest() {
     {
-        const std::scoped_lock lock(stateMutex_);
+        const MutexLock lock(stateMutex_);
         ++waiting_;
     }
     std::optional<Request> request;
     {
-        const std::scoped_lock turn(turnMutex_);
+        const MutexLock turn(turnMutex_);
         while (!request && !stopping_ && !busGone_) {
             BusInterest interest;
             request = ReadOne(interest);
@@ -120,7 +120,7 @@ std::optional<BusServer::Request> BusServer::TakeRequest() {
 
 // Reads one message. Fills in `interest` when there is none.
 std::optional<BusServer::Request> BusServer::ReadOne(BusInterest& interest) {
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     const int result = sd_bus_process(bus_.get(), nullptr);
     if (result == 0) {
         interest.fd = sd_bus_get_fd(bus_.get());
@@ -136,7 +136,7 @@ std::optional<BusServer::Request> BusServer::ReadOne(BusInterest& interest) {
 // The turn was given up before: a thread that waits has it by now. If none waits, one is started.
 void BusServer::PassTurn(bool toAnswer) {
     {
-        const std::scoped_lock lock(stateMutex_);
+        const MutexLock lock(stateMutex_);
         --waiting_;
         if (!toAnswer || waiting_ > 0 || threads_ >= MOST_THREADS) {
             return;
@@ -151,12 +151,12 @@ void BusServer::PassTurn(bool toAnswer) {
 }
 
 bool BusServer::IsNeeded() {
-    const std::scoped_lock lock(stateMutex_);
+    const MutexLock lock(stateMutex_);
     return waiting_ < MOST_WAITING;
 }
 
 void BusServer::EndThread() {
-    const std::scoped_lock lock(stateMutex_);
+    const MutexLock lock(stateMutex_);
     if (--threads_ == 0) {
         allGone_.notify_all();
     }
@@ -194,7 +194,7 @@ void BusServer::AnswerDevice(Request& request) {
     const bool isLine = static_cast<bool>(request.line);
     const bool isDone = isDevice && (!isLine || TakeLine(request));
     {
-        const std::scoped_lock lock(busMutex_);
+        const MutexLock lock(busMutex_);
         const MessageHandle question = std::move(request.message);
         if (isDone) {
             sd_bus_reply_method_return(question.get(), "");
@@ -210,7 +210,7 @@ void BusServer::AnswerDevice(Request& request) {
 }
 
 void BusServer::SendReply(Request& request, int32_t status, const MessageParcel& reply) {
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     const MessageHandle question = std::move(request.message);
     BusWire::SendReply(question.get(), status, reply);
     uint64_t queued = 0;
@@ -219,7 +219,7 @@ void BusServer::SendReply(Request& request, int32_t status, const MessageParcel&
     }
 }
 
-// Inside sd_bus_process, under busMutex_. The answer comes later.
+// Inside sd_bus_process. The answer comes later.
 int BusServer::OnCall(sd_bus_message* message, const Handler& handler, sd_bus_error* error) {
     BusWire::Request request;
     if (const int result = BusWire::ReadRequest(message, request, error); result < 0) {

@@ -17,11 +17,11 @@
 #include <condition_variable>
 #include <functional>
 #include <list>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_caller.h"
 #include "linux/bus/bus_handles.h"
 #include "linux/bus/bus_poller.h"
@@ -92,10 +92,12 @@ private:
     void AnswerDevice(Request& request);
     bool TakeLine(Request& request);
     void SendReply(Request& request, int32_t status, const MessageParcel& reply);
-    int OnCall(sd_bus_message* message, const Handler& handler, sd_bus_error* error);
-    static int OnConnect(sd_bus_message* message, void* server, sd_bus_error* error);
-    static int OnStop(sd_bus_message* message, void* server, sd_bus_error* error);
-    void TakeForDevice(sd_bus_message* message, UniqueFd line);
+    int OnCall(sd_bus_message* message, const Handler& handler, sd_bus_error* error) REQUIRES(busMutex_);
+    static int OnConnect(sd_bus_message* message, void* server, sd_bus_error* error)
+        REQUIRES(static_cast<BusServer*>(server)->busMutex_);
+    static int OnStop(sd_bus_message* message, void* server, sd_bus_error* error)
+        REQUIRES(static_cast<BusServer*>(server)->busMutex_);
+    void TakeForDevice(sd_bus_message* message, UniqueFd line) REQUIRES(busMutex_);
 
     BusCaller caller_;
     CallerIdentity identity_;
@@ -106,15 +108,15 @@ private:
     std::atomic<bool> stopping_ = false;
     std::atomic<bool> busGone_ = false;
 
-    std::mutex turnMutex_;         // held by the thread that reads the connection
-    std::mutex busMutex_;          // held for the length of a call into sd-bus
-    BusHandle bus_;                // guarded by busMutex_, and so is every message of it
-    std::optional<Request> read_;  // guarded by busMutex_; what the message being processed was
+    Mutex turnMutex_;                                    // held by the thread that reads the connection
+    Mutex busMutex_;                                     // held for the length of a call into sd-bus
+    BusHandle bus_ GUARDED_BY(busMutex_);                // and so is every message of it
+    std::optional<Request> read_ GUARDED_BY(busMutex_);  // what the message being processed was
 
-    std::mutex stateMutex_;
+    Mutex stateMutex_;
     std::condition_variable allGone_;  // threads_ has become 0
-    size_t threads_ = 0;               // guarded by stateMutex_
-    size_t waiting_ = 0;               // guarded by stateMutex_; threads that read, or wait for their turn to
+    size_t threads_ GUARDED_BY(stateMutex_) = 0;
+    size_t waiting_ GUARDED_BY(stateMutex_) = 0;  // threads that read, or wait for their turn to
 };
 
 }  // namespace ZYNE::Linux

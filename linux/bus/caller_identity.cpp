@@ -53,7 +53,7 @@ int32_t ParentOf(int32_t process) {
 
 bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         const auto found = known_.find(uniqueName);
         if (found != known_.end()) {
             context = found->second;
@@ -67,7 +67,7 @@ bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
     if (result != IRemoteObject::OK) {
         return false;
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (known_.size() >= MOST_KNOWN) {
         known_.clear();
     }

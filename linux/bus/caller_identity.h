@@ -3,9 +3,9 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_caller.h"
 #include "platform/ipc/ipc_context.h"
 
@@ -27,8 +27,8 @@ private:
     static constexpr size_t MOST_KNOWN = 1024;
 
     BusCaller& caller_;
-    std::mutex mutex_;
-    std::map<std::string, IPCContext> known_;  // guarded by mutex_; unique names are never given out again
+    Mutex mutex_;
+    std::map<std::string, IPCContext> known_ GUARDED_BY(mutex_);  // unique names are never given out again
 };
 
 }  // namespace ZYNE::Linux

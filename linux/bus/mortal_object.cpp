@@ -8,7 +8,7 @@ namespace ZYNE::Linux {
 MortalObject::MortalObject(Post post) : post_(std::move(post)) {}
 
 bool MortalObject::AddDeathRecipient(const sptr<DeathRecipient>& recipient) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (dead_ || !recipient) {
         return false;
     }
@@ -17,7 +17,7 @@ bool MortalObject::AddDeathRecipient(const sptr<DeathRecipient>& recipient) {
 }
 
 bool MortalObject::RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = std::ranges::find(recipients_, recipient);
     if (found == recipients_.end()) {
         return false;
@@ -27,13 +27,13 @@ bool MortalObject::RemoveDeathRecipient(const sptr<DeathRecipient>& recipient) {
 }
 
 bool MortalObject::IsDead() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return dead_;
 }
 
 bool MortalObject::Die() {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (std::exchange(dead_, true)) {
             return false;
         }
@@ -53,7 +53,7 @@ void MortalObject::TellRecipients() {
 }
 
 sptr<IRemoteObject::DeathRecipient> MortalObject::TakeRecipient() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (recipients_.empty()) {
         return nullptr;
     }

@@ -3,8 +3,8 @@
 
 #include <deque>
 #include <functional>
-#include <mutex>
 
+#include "linux/base/mutex.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
@@ -33,9 +33,9 @@ private:
     void TellRecipients();
     sptr<DeathRecipient> TakeRecipient();
 
-    mutable std::mutex mutex_;
-    std::deque<sptr<DeathRecipient>> recipients_;  // guarded by mutex_; those not told yet, in their order
-    bool dead_ = false;                            // guarded by mutex_
+    mutable Mutex mutex_;
+    std::deque<sptr<DeathRecipient>> recipients_ GUARDED_BY(mutex_);  // those not told yet, in their order
+    bool dead_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

@@ -76,7 +76,7 @@ void NameWatcher::Stop() {
     stopping_ = true;
     changes_.End();
     end_.End();
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     owners_.clear();
     alive_.clear();
     changed_.notify_all();
@@ -100,7 +100,7 @@ void NameWatcher::OnNameOwnerChanged(sd_bus_message* message) {
 
 void NameWatcher::Change(const std::string& name, const std::string& owner) {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (!IsUnique(name)) {
             if (owner.empty()) {
                 owners_.erase(name);
@@ -122,7 +122,7 @@ void NameWatcher::Change(const std::string& name, const std::string& owner) {
 void NameWatcher::LoseEveryone() {
     std::set<std::string> alive;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         owners_.clear();
         alive.swap(alive_);
         changed_.notify_all();
@@ -135,30 +135,30 @@ void NameWatcher::LoseEveryone() {
 }
 
 std::string NameWatcher::GetOwner(const std::string& name) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = owners_.find(name);
     return found != owners_.end() ? found->second : std::string();
 }
 
 bool NameWatcher::IsAlive(const std::string& uniqueName) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return alive_.contains(uniqueName);
 }
 
 bool NameWatcher::WaitForOwner(
     const std::string& name, const std::string& uniqueName, std::chrono::milliseconds timeout) {
-    const auto owns = [&] {
+    const auto owns = [&]() REQUIRES(mutex_) {
         const auto found = owners_.find(name);
         return found != owners_.end() && found->second == uniqueName;
     };
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, timeout, [&] { return owns() || stopping_; });
+    MutexLock lock(mutex_);
+    changed_.wait_for(lock, timeout, [&]() REQUIRES(mutex_) { return owns() || stopping_; });
     return owns();
 }
 
 bool NameWatcher::WaitUntilGone(const std::string& uniqueName, std::chrono::milliseconds timeout) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] { return !alive_.contains(uniqueName); });
+    MutexLock lock(mutex_);
+    return changed_.wait_for(lock, timeout, [&]() REQUIRES(mutex_) { return !alive_.contains(uniqueName); });
 }
 
 }  // namespace ZYNE::Linux

@@ -9,10 +9,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_connection.h"
 
 namespace ZYNE::Linux {
@@ -54,11 +54,11 @@ private:
 
     const Callbacks callbacks_;
     std::atomic<bool> stopping_ = false;
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;            // owners_ or alive_ has changed
-    std::map<std::string, std::string> owners_;  // guarded by mutex_; well-known name to unique name
-    std::set<std::string> alive_;                // guarded by mutex_; unique names
-    BusSlot changes_;                            // this and the next are last: their handlers use the others
+    mutable Mutex mutex_;
+    std::condition_variable changed_;                               // owners_ or alive_ has changed
+    std::map<std::string, std::string> owners_ GUARDED_BY(mutex_);  // well-known name to unique name
+    std::set<std::string> alive_ GUARDED_BY(mutex_);                // unique names
+    BusSlot changes_;  // this and the next are last: their handlers use the others
     BusSlot end_;
 };
 
