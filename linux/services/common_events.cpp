@@ -85,7 +85,7 @@ CommonEvents::~CommonEvents() {
 
 void CommonEvents::Start(const std::shared_ptr<BusClient>& client) {
     auto running = std::make_shared<Running>(pool_, client);
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (running_) {
         throw std::runtime_error("common events are up already");
     }
@@ -95,7 +95,7 @@ void CommonEvents::Start(const std::shared_ptr<BusClient>& client) {
 void CommonEvents::Stop() {
     std::shared_ptr<Running> running;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         running.swap(running_);
     }
     if (running) {
@@ -104,13 +104,13 @@ void CommonEvents::Stop() {
 }
 
 std::shared_ptr<CommonEvents::Running> CommonEvents::GetRunning() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return running_;
 }
 
 // Added under the lock, so that nothing is added after Stop has emptied the list.
 bool CommonEvents::Subscribe(const std::shared_ptr<CommonEventSubscriber>& subscriber) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!running_ || !subscriber) {
         return false;
     }

@@ -20,9 +20,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/bus/bus_client.h"
 #include "platform/event/common_event_subscriber.h"
@@ -61,8 +61,8 @@ private:
     std::shared_ptr<Running> GetRunning();
 
     ThreadPool& pool_;
-    std::mutex mutex_;
-    std::shared_ptr<Running> running_;  // guarded by mutex_
+    Mutex mutex_;
+    std::shared_ptr<Running> running_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -104,7 +104,7 @@ DeviceBus::~DeviceBus() {
 }
 
 void DeviceBus::Start(const BusOptions& options) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (running_) {
         throw std::runtime_error("the bus is up already");
     }
@@ -135,7 +135,7 @@ void DeviceBus::Stop() {
     std::unique_ptr<Running> running;
     std::shared_ptr<BusClient> client;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         running.swap(running_);
         client.swap(client_);
     }
@@ -154,22 +154,22 @@ void DeviceBus::Stop() {
 }
 
 std::string DeviceBus::GetAddress() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return running_ ? running_->daemon->GetAddress() : std::string();
 }
 
 EventLoop* DeviceBus::GetLoop() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return running_ ? &running_->loop : nullptr;
 }
 
 EventLoop::Clock::time_point DeviceBus::LastRound() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return running_ ? running_->loop.LastRound() : EventLoop::Clock::now();
 }
 
 std::shared_ptr<BusClient> DeviceBus::GetClient() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return client_;
 }
 

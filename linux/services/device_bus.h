@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/bus/bus_client.h"
 #include "linux/services/bus_service.h"
@@ -55,9 +55,9 @@ private:
     struct Running;
 
     ThreadPool& pool_;
-    mutable std::mutex mutex_;
-    std::shared_ptr<BusClient> client_;  // guarded by mutex_
-    std::unique_ptr<Running> running_;   // guarded by mutex_
+    mutable Mutex mutex_;
+    std::shared_ptr<BusClient> client_ GUARDED_BY(mutex_);
+    std::unique_ptr<Running> running_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -57,13 +57,13 @@ EventSubscribers::~EventSubscribers() = default;
 
 void EventSubscribers::Add(std::shared_ptr<CommonEventSubscriber> subscriber) {
     auto entry = std::make_shared<Entry>(pool_, std::move(subscriber));
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     entries_.push_back(std::move(entry));
 }
 
 void EventSubscribers::Clear() {
     std::vector<std::shared_ptr<Entry>> ended;  // destroyed without the lock: may end a subscriber
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     ended.swap(entries_);
     for (const std::shared_ptr<Entry>& entry : ended) {
         entry->mailbox->Close();
@@ -71,7 +71,7 @@ void EventSubscribers::Clear() {
 }
 
 bool EventSubscribers::IsWanted(const std::string& event) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return std::any_of(entries_.begin(), entries_.end(), [&](const std::shared_ptr<Entry>& entry) {
         return entry->subscriber->GetSubscribeInfo().GetMatchingSkills().HasEvent(event);
     });
@@ -80,7 +80,7 @@ bool EventSubscribers::IsWanted(const std::string& event) {
 void EventSubscribers::Tell(const std::string& event, int32_t uid, std::function<void()> told) {
     std::vector<std::shared_ptr<Entry>> meant;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         std::copy_if(
             entries_.begin(), entries_.end(), std::back_inserter(meant), [&](const std::shared_ptr<Entry>& entry) {
                 return entry->subscriber->GetSubscribeInfo().Accepts(event, uid);

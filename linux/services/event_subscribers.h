@@ -8,10 +8,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "platform/event/common_event_subscriber.h"
 
@@ -47,8 +47,8 @@ private:
     class Delivery;
 
     ThreadPool& pool_;
-    std::mutex mutex_;
-    std::vector<std::shared_ptr<Entry>> entries_;  // guarded by mutex_
+    Mutex mutex_;
+    std::vector<std::shared_ptr<Entry>> entries_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -34,7 +34,7 @@ private:
 void ServiceKeeper::Keep(const std::string& name, const sptr<RemoteObject>& remote) {
     sptr<RemoteObject> earlier;  // dropped after the lock
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         Kept& kept = services_[name];
         if (kept.remote == remote) {
             return;
@@ -52,7 +52,7 @@ void ServiceKeeper::TakeDeath(const std::string& name, const sptr<IRemoteObject>
     RestartPauses pauses;
     sptr<RemoteObject> died;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         Kept& kept = services_[name];
         if (sptr<IRemoteObject>(kept.remote) != remote) {
             return;  // a newer process has taken its place
@@ -95,7 +95,7 @@ void ServiceKeeper::StartAgain(const std::string& name) {
 }
 
 bool ServiceKeeper::IsAlive(const std::string& name) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const sptr<RemoteObject>& remote = services_[name].remote;
     return remote && !remote->IsDead();
 }

@@ -4,9 +4,9 @@
 #include <chrono>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/bus/remote_object.h"
 #include "linux/services/device_bus.h"
@@ -38,8 +38,8 @@ private:
 
     ThreadPool& pool_;
     DeviceBus& bus_;
-    std::mutex mutex_;
-    std::map<std::string, Kept> services_;  // guarded by mutex_; by bus name
+    Mutex mutex_;
+    std::map<std::string, Kept> services_ GUARDED_BY(mutex_);  // by bus name
 };
 
 }  // namespace ZYNE::Linux

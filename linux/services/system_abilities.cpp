@@ -19,13 +19,13 @@ SystemAbilities::SystemAbilities(ThreadPool& pool, DeviceBus& bus)
 
 void SystemAbilities::LoadTable(const std::filesystem::path& file) {
     SystemAbilityTable table = ReadSystemAbilityTable(file);
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     table_ = std::move(table);
 }
 
 std::vector<BusService> SystemAbilities::GetServices() const {
     std::vector<BusService> services;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [id, entry] : table_) {
         if (!entry.service.command.empty()) {
             services.push_back(entry.service);
@@ -35,12 +35,12 @@ std::vector<BusService> SystemAbilities::GetServices() const {
 }
 
 void SystemAbilities::AddLocalAbility(int32_t systemAbilityId, const sptr<IRemoteObject>& object) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     local_[systemAbilityId] = object;
 }
 
 SystemAbilities::Ability SystemAbilities::Find(int32_t systemAbilityId) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto local = local_.find(systemAbilityId);
     if (local != local_.end()) {
         return {local->second, {}, true};

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/services/bus_service.h"
 #include "linux/services/device_bus.h"
@@ -55,9 +55,9 @@ private:
     ThreadPool& pool_;
     DeviceBus& bus_;
     const std::shared_ptr<ServiceKeeper> keeper_;
-    mutable std::mutex mutex_;
-    SystemAbilityTable table_;                      // guarded by mutex_
-    std::map<int32_t, sptr<IRemoteObject>> local_;  // guarded by mutex_
+    mutable Mutex mutex_;
+    SystemAbilityTable table_ GUARDED_BY(mutex_);
+    std::map<int32_t, sptr<IRemoteObject>> local_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux
