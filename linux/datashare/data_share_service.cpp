@@ -89,7 +89,7 @@ void DataShareService::Start(const std::filesystem::path& databaseFile, const st
     ShareTable(file, notes_, true).SetProviders(shares);
     auto running = std::make_shared<Running>(
         SharePlace{file.native(), LastingAddress(bus_.GetAddress())}, client->GetConnection());
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     running_ = std::move(running);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "data share is up, apps declare %{public}zu shares", shares.size());
 }
@@ -97,7 +97,7 @@ void DataShareService::Start(const std::filesystem::path& databaseFile, const st
 void DataShareService::Stop() {
     std::shared_ptr<Running> running;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         running.swap(running_);
     }
     if (running) {
@@ -109,7 +109,7 @@ int32_t DataShareService::SendRequest(
     uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& /*option*/) {
     std::shared_ptr<Running> running;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         running = running_;
     }
     return running && ShareToken::Answer(code, data, reply, running->place) == 0 ? OK : REFUSED;

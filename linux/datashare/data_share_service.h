@@ -14,11 +14,11 @@
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "linux/base/device_notes.h"
+#include "linux/base/mutex.h"
 #include "linux/bus/local_object.h"
 #include "linux/datashare/open_shares.h"
 #include "linux/services/device_bus.h"
@@ -61,8 +61,8 @@ private:
     DeviceBus& bus_;
     OpenShares& shares_;
     DeviceNotes& notes_;
-    std::mutex mutex_;
-    std::shared_ptr<Running> running_;  // guarded by mutex_
+    Mutex mutex_;
+    std::shared_ptr<Running> running_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -38,8 +38,8 @@ struct DeviceShares::Connection {
 
 DeviceShares::DeviceShares(const SharePlace& place, const ShareHost& host)
     : place_(place), host_(host), observers_(host.pool) {
-    std::unique_lock making(mutex_);
-    if (!Return(making)) {
+    connection_ = Make(number_, false);
+    if (!connection_) {
         throw std::runtime_error("the device's bus or its database cannot be reached");
     }
 }
@@ -52,7 +52,7 @@ void DeviceShares::Shut() {
     std::shared_ptr<Connection> connection;  // ended without the lock, as is the thread
     std::thread returning;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         isClosed_ = true;
         connection.swap(connection_);
         returning.swap(returning_);
@@ -72,7 +72,7 @@ std::shared_ptr<DeviceShares::Connection> DeviceShares::GetConnection() {
     std::shared_ptr<Connection> connection;
     uint64_t number = 0;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         connection = connection_;
         number = number_;
     }
@@ -80,14 +80,14 @@ std::shared_ptr<DeviceShares::Connection> DeviceShares::GetConnection() {
         return connection;
     }
     OnLost(number);
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     StartReturning();
     return nullptr;
 }
 
 // The end of a connection that was given up before is ignored.
 void DeviceShares::OnLost(uint64_t number) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     isLost_ = isLost_ || number == number_;
     wake_.notify_all();
 }
@@ -100,21 +100,28 @@ void DeviceShares::StartReturning() {
 }
 
 void DeviceShares::RunReturning() {
-    std::unique_lock lock(mutex_);
+    std::shared_ptr<Connection> connection;  // ended without the lock
+    MutexLock lock(mutex_);
     while (true) {
-        wake_.wait(lock, [this] { return isClosed_ || isLost_; });
+        wake_.wait(lock, [this]() REQUIRES(mutex_) { return isClosed_ || isLost_; });
         if (isClosed_) {
             return;
         }
-        std::shared_ptr<Connection> lost = std::move(connection_);
-        connection_.reset();
-        ++number_;
+        connection.swap(connection_);
+        const uint64_t number = ++number_;
         isLost_ = false;
         lock.unlock();
-        lost.reset();
+        connection.reset();
         lock.lock();
-        for (auto pause = FIRST_PAUSE; !isClosed_ && !Return(lock); pause = std::min(2 * pause, LONGEST_PAUSE)) {
-            wake_.wait_for(lock, pause, [this] { return isClosed_; });
+        for (auto pause = FIRST_PAUSE; !isClosed_ && !connection_; pause = std::min(2 * pause, LONGEST_PAUSE)) {
+            lock.unlock();
+            connection = Make(number, true);
+            lock.lock();
+            if (!connection) {
+                wake_.wait_for(lock, pause, [this]() REQUIRES(mutex_) { return isClosed_; });
+            } else if (!isClosed_) {
+                connection_ = std::move(connection);
+            }
         }
         if (!isClosed_) {
             lock.unlock();
@@ -124,30 +131,22 @@ void DeviceShares::RunReturning() {
     }
 }
 
-// With `lock` held, which is released meanwhile. False when the bus or the database cannot be reached.
-bool DeviceShares::Return(std::unique_lock<std::mutex>& lock) {
+// Null when the bus or the database cannot be reached.
+std::shared_ptr<DeviceShares::Connection> DeviceShares::Make(uint64_t number, bool listens) {
     const NoticeBus::Callbacks callbacks{[this](const RowsChanged& change) { observers_.Tell(change); },
         [this](Notice notice) { observers_.Tell(std::move(notice)); },
-        [this, number = number_] {
+        [this, number] {
             OnLost(number);
         }};
-    const bool isWatched = returning_.joinable();
-    lock.unlock();
-    std::shared_ptr<Connection> made;
     try {
-        made = std::make_shared<Connection>(place_, host_, callbacks);
-        if (!made->notices.IsUp() || (isWatched && !made->notices.Listen())) {
-            made.reset();
+        auto made = std::make_shared<Connection>(place_, host_, callbacks);
+        if (made->notices.IsUp() && (!listens || made->notices.Listen())) {
+            return made;
         }
     } catch (const std::exception& error) {
         LogPrint(LogType::CORE, LogLevel::ERROR, LOG, "shared data cannot be reached: %{public}s", error.what());
-        made.reset();
     }
-    lock.lock();
-    if (made && !isClosed_) {
-        connection_ = made;
-    }
-    return made != nullptr;
+    return nullptr;
 }
 
 std::string DeviceShares::FindProvider(const std::string& path) {
@@ -200,7 +199,7 @@ bool DeviceShares::Listens() {
     if (!connection || !connection->notices.Listen()) {
         return false;
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     StartReturning();
     return !isClosed_;
 }

@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "linux/base/device_notes.h"
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/bus/bus_connection.h"
 #include "linux/datashare/notice.h"
@@ -74,22 +74,22 @@ private:
     std::shared_ptr<Connection> GetConnection();
     bool Listens();
     void OnLost(uint64_t number);
-    void StartReturning();  // under mutex_
+    void StartReturning() REQUIRES(mutex_);
     void RunReturning();
-    bool Return(std::unique_lock<std::mutex>& lock);
+    std::shared_ptr<Connection> Make(uint64_t number, bool listens);
     static void Tell(Connection& connection, const std::string& share, const ShareChange& change);
 
     const SharePlace place_;
     const ShareHost host_;
     ShareObservers observers_;
 
-    std::mutex mutex_;
-    std::condition_variable wake_;            // isClosed_ or isLost_ is set
-    std::shared_ptr<Connection> connection_;  // guarded by mutex_; null while there is none
-    uint64_t number_ = 0;                     // guarded by mutex_; of the connection
-    bool isLost_ = false;                     // guarded by mutex_; the connection is lost, and nobody restores it yet
-    bool isClosed_ = false;                   // guarded by mutex_
-    std::thread returning_;                   // guarded by mutex_; makes the connection anew
+    Mutex mutex_;
+    std::condition_variable wake_;                               // isClosed_ or isLost_ is set
+    std::shared_ptr<Connection> connection_ GUARDED_BY(mutex_);  // null while there is none
+    uint64_t number_ GUARDED_BY(mutex_) = 0;                     // of the connection
+    bool isLost_ GUARDED_BY(mutex_) = false;                     // the connection is lost, and nobody restores it yet
+    bool isClosed_ GUARDED_BY(mutex_) = false;
+    std::thread returning_ GUARDED_BY(mutex_);  // makes the connection anew
 };
 
 }  // namespace ZYNE::Linux

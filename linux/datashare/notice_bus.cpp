@@ -44,7 +44,7 @@ NoticeBus::NoticeBus(std::shared_ptr<BusConnection> connection, Callbacks callba
     : connection_(std::move(connection)), callbacks_(std::move(callbacks)) {}
 
 bool NoticeBus::Listen() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isStopped_ || !listening_.empty()) {
         return !isStopped_;
     }
@@ -89,7 +89,7 @@ bool NoticeBus::Send(const char* member, const MessageParcel& parcel) {
 void NoticeBus::Stop() {
     isStopped_ = true;
     std::vector<BusSlot> ended;  // without the lock: a handler that runs is waited for
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     ended.swap(listening_);
 }
 

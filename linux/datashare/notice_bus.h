@@ -12,10 +12,10 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_connection.h"
 #include "linux/datashare/notice.h"
 
@@ -53,8 +53,8 @@ private:
     const std::shared_ptr<BusConnection> connection_;
     const Callbacks callbacks_;
     std::atomic<bool> isStopped_ = false;
-    std::mutex mutex_;
-    std::vector<BusSlot> listening_;  // guarded by mutex_; empty before Listen
+    Mutex mutex_;
+    std::vector<BusSlot> listening_ GUARDED_BY(mutex_);  // empty before Listen
 };
 
 }  // namespace ZYNE::Linux

@@ -6,7 +6,7 @@
 namespace ZYNE::Linux {
 
 std::shared_ptr<DeviceShares> OpenShares::Open(const SharePlace& place) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const std::shared_ptr<DeviceShares>& shares : shares_) {
         if (shares->GetPlace() == place && shares->IsUp()) {
             return shares;
@@ -18,7 +18,7 @@ std::shared_ptr<DeviceShares> OpenShares::Open(const SharePlace& place) {
 void OpenShares::Close(const SharePlace& place) {
     std::vector<std::shared_ptr<DeviceShares>> closing;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         std::ranges::copy_if(
             shares_, std::back_inserter(closing), [&](const auto& shares) { return shares->GetPlace() == place; });
     }

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/datashare/device_shares.h"
 
 namespace ZYNE::Linux {
@@ -22,10 +22,10 @@ public:
 
 private:
     const ShareHost host_;
-    std::mutex mutex_;  // held while one is opened
-    // Guarded by mutex_. They are kept after they are closed: if the last reference ended on one of their own threads,
-    // that thread would wait for itself. A process uses one device, rarely more.
-    std::vector<std::shared_ptr<DeviceShares>> shares_;
+    Mutex mutex_;  // held while one is opened
+    // They are kept after they are closed: if the last reference ended on one of their own threads, that thread would
+    // wait for itself. A process uses one device, rarely more.
+    std::vector<std::shared_ptr<DeviceShares>> shares_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

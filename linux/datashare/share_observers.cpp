@@ -31,16 +31,6 @@ std::vector<std::shared_ptr<Entry>> TakeOut(std::vector<std::shared_ptr<Entry>>&
     return taken;
 }
 
-template <typename Entry, typename Wanted>
-std::vector<std::shared_ptr<Entry>> Pick(
-    std::mutex& mutex, const std::vector<std::shared_ptr<Entry>>& entries, const Wanted& wanted) {
-    std::vector<std::shared_ptr<Entry>> picked;
-    const std::scoped_lock lock(mutex);
-    std::copy_if(entries.begin(), entries.end(), std::back_inserter(picked),
-        [&](const std::shared_ptr<Entry>& entry) { return wanted(*entry); });
-    return picked;
-}
-
 }  // namespace
 
 struct ShareObservers::NoticeEntry {
@@ -94,19 +84,19 @@ ShareObservers::~ShareObservers() = default;
 void ShareObservers::AddForNotices(
     const void* owner, const ShareName& name, bool descendants, std::shared_ptr<DataShareObserver> observer) {
     auto entry = std::shared_ptr<NoticeEntry>(new NoticeEntry{pool_, owner, name, descendants, std::move(observer)});
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     forNotices_.push_back(std::move(entry));
 }
 
 void ShareObservers::RemoveForNotices(const void* owner) {
     std::vector<std::shared_ptr<NoticeEntry>> removed;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     removed = TakeOut(forNotices_, [owner](const NoticeEntry& entry) { return entry.owner == owner; });
 }
 
 void ShareObservers::AddForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer) {
     auto entry = std::shared_ptr<RowEntry>(new RowEntry{pool_, name, observer});
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const bool known = std::any_of(forRows_.begin(), forRows_.end(),
         [&](const std::shared_ptr<RowEntry>& other) { return other->name == name && other->observer == observer; });
     if (!known) {
@@ -116,7 +106,7 @@ void ShareObservers::AddForRows(const ShareName& name, const sptr<IDataAbilityOb
 
 bool ShareObservers::RemoveForRows(const ShareName& name, const sptr<IDataAbilityObserver>& observer) {
     std::vector<std::shared_ptr<RowEntry>> removed;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     removed =
         TakeOut(forRows_, [&](const RowEntry& entry) { return entry.name == name && entry.observer == observer; });
     return !removed.empty();
@@ -125,38 +115,43 @@ bool ShareObservers::RemoveForRows(const ShareName& name, const sptr<IDataAbilit
 void ShareObservers::Clear() {
     std::vector<std::shared_ptr<NoticeEntry>> notices;
     std::vector<std::shared_ptr<RowEntry>> rows;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     notices = TakeOut(forNotices_, [](const NoticeEntry&) { return true; });
     rows = TakeOut(forRows_, [](const RowEntry&) { return true; });
 }
 
+std::vector<std::shared_ptr<ShareObservers::RowEntry>> ShareObservers::ForRows() {
+    const MutexLock lock(mutex_);
+    return forRows_;
+}
+
+std::vector<std::shared_ptr<ShareObservers::NoticeEntry>> ShareObservers::ForNotices() {
+    const MutexLock lock(mutex_);
+    return forNotices_;
+}
+
 void ShareObservers::Tell(const RowsChanged& change) {
-    const auto meant = [&](const RowEntry& entry) {
-        return entry.IsMeant(change);
-    };
-    for (const std::shared_ptr<RowEntry>& entry : Pick(mutex_, forRows_, meant)) {
-        entry->mailbox->Post({});
+    for (const std::shared_ptr<RowEntry>& entry : ForRows()) {
+        if (entry->IsMeant(change)) {
+            entry->mailbox->Post({});
+        }
     }
 }
 
 void ShareObservers::Tell(Notice notice) {
     const auto shared = std::make_shared<const Notice>(std::move(notice));
-    const auto meant = [&](const NoticeEntry& entry) {
-        return entry.IsMeant(*shared);
-    };
-    for (const std::shared_ptr<NoticeEntry>& entry : Pick(mutex_, forNotices_, meant)) {
-        entry->Post(shared);
+    for (const std::shared_ptr<NoticeEntry>& entry : ForNotices()) {
+        if (entry->IsMeant(*shared)) {
+            entry->Post(shared);
+        }
     }
 }
 
 void ShareObservers::TellAll() {
-    const auto all = [](const auto& /*entry*/) {
-        return true;
-    };
-    for (const std::shared_ptr<RowEntry>& entry : Pick(mutex_, forRows_, all)) {
+    for (const std::shared_ptr<RowEntry>& entry : ForRows()) {
         entry->mailbox->Post({});
     }
-    for (const std::shared_ptr<NoticeEntry>& entry : Pick(mutex_, forNotices_, all)) {
+    for (const std::shared_ptr<NoticeEntry>& entry : ForNotices()) {
         Notice notice;
         notice.type = DataShareObserver::ChangeType::UPDATE;
         notice.uris = {entry->name.path};

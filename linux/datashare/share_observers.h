@@ -6,9 +6,9 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/datashare/notice.h"
 #include "linux/datashare/share_name.h"
@@ -51,10 +51,14 @@ private:
     struct NoticeEntry;
     struct RowEntry;
 
+    // Those there are now.
+    std::vector<std::shared_ptr<NoticeEntry>> ForNotices();
+    std::vector<std::shared_ptr<RowEntry>> ForRows();
+
     ThreadPool& pool_;
-    std::mutex mutex_;
-    std::vector<std::shared_ptr<NoticeEntry>> forNotices_;  // guarded by mutex_
-    std::vector<std::shared_ptr<RowEntry>> forRows_;        // guarded by mutex_
+    Mutex mutex_;
+    std::vector<std::shared_ptr<NoticeEntry>> forNotices_ GUARDED_BY(mutex_);
+    std::vector<std::shared_ptr<RowEntry>> forRows_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

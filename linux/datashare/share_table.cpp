@@ -121,7 +121,7 @@ ShareTable::ShareTable(std::filesystem::path file, DeviceNotes& notes, bool isCh
 template <typename Operation>
 int32_t ShareTable::Use(const char* name, const Operation& operation) {
     try {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (!database_ || !database_->IsInPlace()) {
             MakeAnew();
         }
@@ -144,13 +144,13 @@ void ShareTable::MakeAnew() {
             file_.string());
     }
     database_ = Open(file_, notes_, false);
-    database_->Run([this] { WriteProviders(); });
+    database_->Run([this]() REQUIRES(mutex_) { WriteProviders(); });
 }
 
 void ShareTable::SetProviders(const std::vector<std::string>& beginnings) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     providers_ = beginnings;
-    database_->Run([this] { WriteProviders(); });
+    database_->Run([this]() REQUIRES(mutex_) { WriteProviders(); });
 }
 
 // Nothing is written where nothing has changed: a device starts on a full disk.
@@ -169,8 +169,8 @@ void ShareTable::WriteProviders() {
 }
 
 std::vector<std::string> ShareTable::GetProviders() {
-    const std::scoped_lock lock(mutex_);
-    database_->Run([this] { providers_ = ReadProviders(); });
+    const MutexLock lock(mutex_);
+    database_->Run([this]() REQUIRES(mutex_) { providers_ = ReadProviders(); });
     return providers_;
 }
 
@@ -185,7 +185,7 @@ std::vector<std::string> ShareTable::ReadProviders() {
 
 ShareChange ShareTable::Insert(const std::string& share, const Row& row) {
     ShareChange change{0, {}};
-    change.result = Use("insert", [&] {
+    change.result = Use("insert", [&]() REQUIRES(mutex_) {
         CheckRow(row);
         SQLite::Transaction transaction(Connection(), SQLite::TransactionBehavior::IMMEDIATE);
         const std::string name = NameOf(row);
@@ -201,7 +201,7 @@ ShareChange ShareTable::Insert(const std::string& share, const Row& row) {
 
 ShareChange ShareTable::Update(const std::string& share, const Conditions& conditions, const Row& values) {
     ShareChange change{0, {}};
-    change.result = Use("update", [&] {
+    change.result = Use("update", [&]() REQUIRES(mutex_) {
         CheckRow(values);
         SQLite::Transaction transaction(Connection(), SQLite::TransactionBehavior::IMMEDIATE);
         const std::vector<int64_t> ids = FindRows(share, conditions);
@@ -217,7 +217,7 @@ ShareChange ShareTable::Update(const std::string& share, const Conditions& condi
 
 int32_t ShareTable::Query(const std::string& share, const Conditions& conditions,
     const std::vector<std::string>& columns, std::vector<Row>& rows) {
-    return Use("query", [&] {
+    return Use("query", [&]() REQUIRES(mutex_) {
         std::string text = "SELECT id, column, value FROM row JOIN cell ON cell.row = id WHERE " + Meets(conditions);
         for (size_t i = 0; i < columns.size(); ++i) {
             text += i == 0 ? " AND column IN (?" : ", ?";

@@ -9,11 +9,11 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "linux/base/database.h"
+#include "linux/base/mutex.h"
 #include "platform/datashare/data_share_predicates.h"
 #include "platform/datashare/settings_data.h"
 
@@ -56,24 +56,24 @@ public:
 private:
     template <typename Operation>
     int32_t Use(const char* name, const Operation& operation);
-    void MakeAnew();
-    std::vector<std::string> ReadProviders();
-    void WriteProviders();
-    std::vector<int64_t> FindRows(const std::string& share, const Conditions& conditions);
-    Row ReadRow(int64_t id);
+    void MakeAnew() REQUIRES(mutex_);
+    std::vector<std::string> ReadProviders() REQUIRES(mutex_);
+    void WriteProviders() REQUIRES(mutex_);
+    std::vector<int64_t> FindRows(const std::string& share, const Conditions& conditions) REQUIRES(mutex_);
+    Row ReadRow(int64_t id) REQUIRES(mutex_);
     static std::vector<Row> ReadRows(SQLite::Statement& cells);
-    void WriteRow(int64_t id, const Row& row);
-    void UpdateRow(const std::string& share, int64_t id, const Row& values, ShareChange& change);
-    int64_t FindRow(const std::string& share, const std::string& name);
-    int64_t MakeRow(const std::string& share, const std::string& name);
+    void WriteRow(int64_t id, const Row& row) REQUIRES(mutex_);
+    void UpdateRow(const std::string& share, int64_t id, const Row& values, ShareChange& change) REQUIRES(mutex_);
+    int64_t FindRow(const std::string& share, const std::string& name) REQUIRES(mutex_);
+    int64_t MakeRow(const std::string& share, const std::string& name) REQUIRES(mutex_);
 
-    SQLite::Database& Connection() { return database_->Get(); }  // under mutex_
+    SQLite::Database& Connection() REQUIRES(mutex_) { return database_->Get(); }
 
     const std::filesystem::path file_;
     DeviceNotes& notes_;
-    std::mutex mutex_;
-    std::vector<std::string> providers_;  // guarded by mutex_; as last read or set
-    std::unique_ptr<Database> database_;  // guarded by mutex_; null after a failure to make it anew
+    Mutex mutex_;
+    std::vector<std::string> providers_ GUARDED_BY(mutex_);  // as last read or set
+    std::unique_ptr<Database> database_ GUARDED_BY(mutex_);  // null after a failure to make it anew
 };
 
 }  // namespace ZYNE::Linux
