@@ -24,7 +24,7 @@ AbilityManager::AbilityManager(ThreadPool& pool, DeviceBus& bus, sptr<BundleMana
     : pool_(pool), bus_(bus), bundles_(std::move(bundles)) {}
 
 void AbilityManager::SetAnswerTime(std::chrono::milliseconds time) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     answerTime_ = time;
 }
 
@@ -59,7 +59,7 @@ int32_t AbilityManager::DisconnectAbility(const sptr<IAbilityConnection>& connec
     }
     std::vector<std::shared_ptr<Extension>> extensions;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         for (const auto& [key, extension] : extensions_) {
             extensions.push_back(extension);
         }
@@ -74,7 +74,7 @@ int32_t AbilityManager::DisconnectAbility(const sptr<IAbilityConnection>& connec
 }
 
 std::shared_ptr<Extension> AbilityManager::FindOrMake(const ElementName& element, const std::string& busName) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     std::shared_ptr<Extension>& extension = extensions_[Key(element.GetBundleName(), element.GetAbilityName())];
     if (!extension) {
         extension = std::make_shared<Extension>(

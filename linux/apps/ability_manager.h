@@ -4,12 +4,12 @@
 #include <chrono>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "linux/apps/bundle_manager.h"
 #include "linux/apps/extension.h"
+#include "linux/base/mutex.h"
 #include "platform/ability/ability_manager_client.h"
 #include "platform/ability/extension_manager_client.h"
 
@@ -49,9 +49,9 @@ private:
     ThreadPool& pool_;
     DeviceBus& bus_;
     const sptr<BundleManager> bundles_;
-    std::mutex mutex_;
-    std::chrono::milliseconds answerTime_ = DEFAULT_ANSWER_TIME;  // guarded by mutex_
-    std::map<Key, std::shared_ptr<Extension>> extensions_;        // guarded by mutex_; those ever connected to
+    Mutex mutex_;
+    std::chrono::milliseconds answerTime_ GUARDED_BY(mutex_) = DEFAULT_ANSWER_TIME;
+    std::map<Key, std::shared_ptr<Extension>> extensions_ GUARDED_BY(mutex_);  // those ever connected to
 };
 
 }  // namespace ZYNE::Linux

@@ -33,12 +33,12 @@ void Append(const Bundle& bundle, const std::vector<Ability>& abilities, const W
 
 void BundleManager::LoadDirectory(const std::filesystem::path& directory) {
     auto catalogue = std::make_shared<const BundleCatalogue>(directory);
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     catalogue_ = std::move(catalogue);
 }
 
 std::shared_ptr<const BundleCatalogue> BundleManager::GetCatalogue() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return catalogue_;
 }
 

@@ -3,10 +3,10 @@
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "linux/apps/bundle_catalogue.h"
+#include "linux/base/mutex.h"
 #include "linux/bus/local_object.h"
 #include "platform/bundle/bundle_mgr.h"
 #include "platform/system_ability/system_ability_ids.h"
@@ -39,8 +39,8 @@ public:
         const std::string& bundleName, int32_t flags, int32_t userId, ApplicationInfo& info) override;
 
 private:
-    mutable std::mutex mutex_;
-    std::shared_ptr<const BundleCatalogue> catalogue_ = std::make_shared<BundleCatalogue>();  // guarded by mutex_
+    mutable Mutex mutex_;
+    std::shared_ptr<const BundleCatalogue> catalogue_ GUARDED_BY(mutex_) = std::make_shared<BundleCatalogue>();
 };
 
 }  // namespace ZYNE::Linux

@@ -47,7 +47,7 @@ Extension::Extension(ThreadPool& pool, DeviceBus& bus, ElementName element, std:
 bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
     sptr<AbsentExtension> absent;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         ++accepted_[connection.GetRefPtr()];
         waiting_.push_back(connection);
         absent = isStarting_ ? absent_ : nullptr;
@@ -66,7 +66,7 @@ bool Extension::Connect(const sptr<IAbilityConnection>& connection) {
 
 bool Extension::Disconnect(const sptr<IAbilityConnection>& connection) {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (!accepted_.contains(connection.GetRefPtr())) {
             return false;
         }
@@ -75,7 +75,7 @@ bool Extension::Disconnect(const sptr<IAbilityConnection>& connection) {
 }
 
 void Extension::Forget(const sptr<IAbilityConnection>& connection) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = accepted_.find(connection.GetRefPtr());
     if (found != accepted_.end() && --found->second == 0) {
         accepted_.erase(found);
@@ -191,7 +191,7 @@ bool Extension::BeginStart() {
     }
     uint64_t start = 0;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (absent_ && !absent_->IsDead()) {
             return false;
         }
@@ -213,7 +213,7 @@ void Extension::EndStart(bool isStarted) {
     }
     sptr<AbsentExtension> absent;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         isStarting_ = false;
         if (!isStarted && (!absent_ || absent_->IsDead())) {
             absent_ = sptr<AbsentExtension>(new AbsentExtension(pool_.Poster()));
@@ -230,7 +230,7 @@ void Extension::StandIn(uint64_t start) {
     std::vector<sptr<IAbilityConnection>> waiting;
     sptr<AbsentExtension> absent;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (!isStarting_ || starts_ != start) {
             return;
         }
@@ -250,7 +250,7 @@ void Extension::TellStandIn(const sptr<IAbilityConnection>& connection, const sp
 }
 
 void Extension::StopWaiting(const sptr<IAbilityConnection>& connection) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = std::find(waiting_.begin(), waiting_.end(), connection);
     if (found != waiting_.end()) {
         waiting_.erase(found);
@@ -258,7 +258,7 @@ void Extension::StopWaiting(const sptr<IAbilityConnection>& connection) {
 }
 
 sptr<AbsentExtension> Extension::GetStandIn() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return absent_;
 }
 

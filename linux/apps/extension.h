@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "linux/apps/absent_extension.h"
 #include "linux/base/mailbox.h"
+#include "linux/base/mutex.h"
 #include "linux/bus/remote_object.h"
 #include "linux/services/device_bus.h"
 #include "platform/ability/ability_connection.h"
@@ -79,12 +79,12 @@ private:
     const std::optional<std::chrono::milliseconds> answerTime_;
     const std::shared_ptr<SerialTasks> tasks_;
 
-    std::mutex mutex_;
-    std::map<IAbilityConnection*, size_t> accepted_;  // guarded by mutex_; how often each is connected or about to be
-    std::vector<sptr<IAbilityConnection>> waiting_;   // guarded by mutex_; those that a start has not come to yet
-    sptr<AbsentExtension> absent_;  // guarded by mutex_; the last stand-in, dead when it is not needed
-    uint64_t starts_ = 0;           // guarded by mutex_; how many there have been
-    bool isStarting_ = false;       // guarded by mutex_
+    Mutex mutex_;
+    std::map<IAbilityConnection*, size_t> accepted_ GUARDED_BY(mutex_);  // how often each is connected or about to be
+    std::vector<sptr<IAbilityConnection>> waiting_ GUARDED_BY(mutex_);   // those that a start has not come to yet
+    sptr<AbsentExtension> absent_ GUARDED_BY(mutex_);  // the last stand-in, dead when it is not needed
+    uint64_t starts_ GUARDED_BY(mutex_) = 0;           // how many there have been
+    bool isStarting_ GUARDED_BY(mutex_) = false;
 
     // Touched by tasks alone.
     sptr<RemoteObject> remote_;   // null while the process does not run

@@ -48,13 +48,13 @@ int32_t ExtensionRemote::SendRequest(uint32_t code, MessageParcel& data, Message
 }
 
 bool ExtensionRemote::MayAsk() {
-    const std::scoped_lock lock(breakerMutex_);
+    const MutexLock lock(breakerMutex_);
     return breaker_.MayAsk(Clock::now());
 }
 
 void ExtensionRemote::TakeResult(int32_t result, Clock::time_point sent) {
     {
-        const std::scoped_lock lock(breakerMutex_);
+        const MutexLock lock(breakerMutex_);
         if (result != TIMED_OUT) {
             breaker_.TakeAnswer();
             return;

@@ -3,9 +3,9 @@
 
 #include <chrono>
 #include <functional>
-#include <mutex>
 
 #include "linux/apps/answer_breaker.h"
+#include "linux/base/mutex.h"
 #include "linux/bus/mortal_object.h"
 #include "linux/bus/remote_object.h"
 
@@ -34,8 +34,8 @@ private:
     const sptr<RemoteObject> remote_;
     const std::chrono::milliseconds answerTime_;
     const std::function<void()> hung_;
-    std::mutex breakerMutex_;
-    AnswerBreaker breaker_;  // guarded by breakerMutex_
+    Mutex breakerMutex_;
+    AnswerBreaker breaker_ GUARDED_BY(breakerMutex_);
 };
 
 }  // namespace ZYNE::Linux
