@@ -29,7 +29,7 @@ void RevocationFile::UseFile(const fs::path& file, const std::function<void(cons
 
 bool RevocationFile::Adopt(const std::string& document) {
     auto state = std::make_shared<const State>(State{ReadRevocations(document, authority_), document});
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (state->list.number <= state_->list.number) {
         return false;
     }
@@ -38,7 +38,7 @@ bool RevocationFile::Adopt(const std::string& document) {
 }
 
 bool RevocationFile::Take(const std::string& document) {
-    const std::scoped_lock lock(storing_);
+    const MutexLock lock(storing_);
     if (!Adopt(document)) {
         return false;
     }
@@ -55,7 +55,7 @@ void RevocationFile::Store(const std::string& document) {
 }
 
 std::shared_ptr<const RevocationFile::State> RevocationFile::Now() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return state_;
 }
 
@@ -69,12 +69,12 @@ std::string RevocationFile::Document() const {
 }
 
 std::string RevocationFile::Problem() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return problem_;
 }
 
 void RevocationFile::SetProblem(const std::string& problem) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     problem_ = problem;
 }
 

@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "linux/account/revocations.h"
+#include "linux/base/mutex.h"
 
 namespace ZYNE::Linux {
 
@@ -49,10 +49,10 @@ private:
 
     const std::filesystem::path file_;
     const std::string authority_;
-    std::mutex storing_;  // held by whoever takes a list, so that the file gets the newest last
-    mutable std::mutex mutex_;
-    std::shared_ptr<const State> state_;  // guarded by mutex_
-    std::string problem_;                 // guarded by mutex_
+    Mutex storing_;  // held by whoever takes a list, so that the file gets the newest last
+    mutable Mutex mutex_;
+    std::shared_ptr<const State> state_ GUARDED_BY(mutex_);
+    std::string problem_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux
