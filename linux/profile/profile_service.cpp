@@ -38,14 +38,14 @@ ProfileService::~ProfileService() {
 
 void ProfileService::Open(const std::filesystem::path& file, const std::string& udid) {
     auto store = std::make_unique<ProfileStore>(file, notes_, [this] {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         return table_.Of(udid_);
     });
     const std::vector<RecordPtr> records = store->Load(udid);
-    const std::scoped_lock publishing(publishMutex_);
+    const MutexLock publishing(publishMutex_);
     store_ = std::move(store);
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         udid_ = udid;
         for (const RecordPtr& record : records) {
             if (table_.Check(*record) == PROFILE_OK) {
@@ -58,7 +58,8 @@ void ProfileService::Open(const std::filesystem::path& file, const std::string& 
 void ProfileService::Close() {
     std::vector<Ended> ended;
     {
-        const std::scoped_lock closing(publishMutex_, mutex_);
+        const MutexLock closing(publishMutex_);
+        const MutexLock lock(mutex_);
         if (!store_) {
             return;
         }
@@ -82,7 +83,7 @@ int32_t ProfileService::GetCharacteristicProfile(const std::string& deviceId, co
     const std::string& characteristicKey, CharacteristicProfile& profile) {
     RecordPtr record;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (udid_.empty()) {
             return PROFILE_NOT_READY;
         }
@@ -108,10 +109,10 @@ int32_t ProfileService::PutCharacteristicProfile(const CharacteristicProfile& pr
 }
 
 int32_t ProfileService::Put(ProfileKind kind, CharacteristicProfile profile) {
-    const std::scoped_lock publishing(publishMutex_);
+    const MutexLock publishing(publishMutex_);
     const auto record = std::make_shared<ProfileRecord>();
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (udid_.empty()) {
             return PROFILE_NOT_READY;
         }
@@ -133,10 +134,10 @@ int32_t ProfileService::Put(ProfileKind kind, CharacteristicProfile profile) {
 }
 
 int32_t ProfileService::Delete(const std::string& serviceName, const std::string& characteristicKey) {
-    const std::scoped_lock publishing(publishMutex_);
+    const MutexLock publishing(publishMutex_);
     RecordPtr record;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (udid_.empty()) {
             return PROFILE_NOT_READY;
         }
@@ -169,7 +170,7 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
         return PROFILE_STORE_FAILED;
     }
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         subscriptions_.Add(
             isDeleted ? table_.Delete(record->profile.GetDeviceId(), name) : table_.Put(record, THIS_DEVICE));
     }
@@ -188,7 +189,7 @@ int32_t ProfileService::SubscribeDeviceProfile(const SubscribeInfo& subscribeInf
     const SubscribeKey& key = subscribeInfo.GetSubscribeKey();
     Ended earlier;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (udid_.empty()) {
             return PROFILE_NOT_READY;
         }
@@ -200,7 +201,7 @@ int32_t ProfileService::SubscribeDeviceProfile(const SubscribeInfo& subscribeInf
 
 int32_t ProfileService::UnSubscribeDeviceProfile(const SubscribeInfo& subscribeInfo) {
     Ended ended;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (udid_.empty()) {
         return PROFILE_NOT_READY;
     }
@@ -210,7 +211,7 @@ int32_t ProfileService::UnSubscribeDeviceProfile(const SubscribeInfo& subscribeI
 
 void ProfileService::SetWatcher(Watcher watcher) {
     Ended earlier;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!udid_.empty()) {
         earlier = subscriptions_.Watch(std::move(watcher));
     }
@@ -219,7 +220,7 @@ void ProfileService::SetWatcher(Watcher watcher) {
 std::vector<ProfileService::KnownProfile> ProfileService::List(const std::string& deviceId) const {
     std::vector<RecordPtr> records;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         records = table_.Of(UdidOf(deviceId));
     }
     std::map<std::string, std::string> types;
@@ -236,10 +237,10 @@ std::vector<ProfileService::KnownProfile> ProfileService::List(const std::string
 }
 
 bool ProfileService::Join(ProfileNetwork& network, const std::string& udid) {
-    const std::scoped_lock publishing(publishMutex_);
+    const MutexLock publishing(publishMutex_);
     std::vector<RecordPtr> own;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (udid_ != udid) {
             return false;
         }
@@ -254,7 +255,8 @@ bool ProfileService::Join(ProfileNetwork& network, const std::string& udid) {
 }
 
 void ProfileService::Leave() {
-    const std::scoped_lock leaving(publishMutex_, mutex_);
+    const MutexLock leaving(publishMutex_);
+    const MutexLock lock(mutex_);
     network_ = nullptr;
     isJoined_ = false;
     for (const ProfileStep& step : table_.ForgetAllBut(udid_)) {
@@ -263,7 +265,7 @@ void ProfileService::Leave() {
 }
 
 bool ProfileService::OnPut(const RecordPtr& record, WriterId writer) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const std::string& udid = record->profile.GetDeviceId();
     if (!isJoined_ || udid == udid_) {
         return false;
@@ -280,14 +282,14 @@ bool ProfileService::OnPut(const RecordPtr& record, WriterId writer) {
 }
 
 void ProfileService::OnDelete(const std::string& udid, const ProfileName& name) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (udid != udid_) {
         subscriptions_.Add(table_.Delete(udid, name));
     }
 }
 
 void ProfileService::OnGone(const std::string& udid, WriterId writer) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const ProfileStep& step : table_.Forget(udid, writer)) {
         subscriptions_.Add(step);
     }

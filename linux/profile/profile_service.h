@@ -15,11 +15,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "linux/base/device_notes.h"
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/profile/profile_code.h"
 #include "linux/profile/profile_network.h"
@@ -104,24 +104,24 @@ private:
     // Destroyed with no lock held.
     using Ended = ProfileSubscriptions::SubscriptionPtr;
 
-    std::string UdidOf(const std::string& deviceId) const;  // under mutex_
+    std::string UdidOf(const std::string& deviceId) const REQUIRES(mutex_);
     int32_t Put(ProfileKind kind, CharacteristicProfile profile);
     void NoteRefusal(const ProfileRecord& record, ProfileCode code);
-    int32_t Commit(const RecordPtr& record, bool isDeleted);  // under publishMutex_
+    int32_t Commit(const RecordPtr& record, bool isDeleted) REQUIRES(publishMutex_);
 
     DeviceNotes& notes_;
 
     // One change of this device's profiles at a time, so that the store, the table and the network get all of them in
     // one order: held while the store commits and while the network takes the change. Taken before mutex_.
-    std::mutex publishMutex_;
-    std::unique_ptr<ProfileStore> store_;  // guarded by publishMutex_; there while open
-    ProfileNetwork* network_ = nullptr;    // guarded by publishMutex_
+    Mutex publishMutex_;
+    std::unique_ptr<ProfileStore> store_ GUARDED_BY(publishMutex_);  // there while open
+    ProfileNetwork* network_ GUARDED_BY(publishMutex_) = nullptr;
 
-    mutable std::mutex mutex_;            // never held across a call out
-    std::string udid_;                    // guarded by mutex_; empty while closed
-    bool isJoined_ = false;               // guarded by mutex_; a network may tell what peers publish
-    ProfileTable table_;                  // guarded by mutex_
-    ProfileSubscriptions subscriptions_;  // guarded by mutex_
+    mutable Mutex mutex_;                       // never held across a call out
+    std::string udid_ GUARDED_BY(mutex_);       // empty while closed
+    bool isJoined_ GUARDED_BY(mutex_) = false;  // a network may tell what peers publish
+    ProfileTable table_ GUARDED_BY(mutex_);
+    ProfileSubscriptions subscriptions_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

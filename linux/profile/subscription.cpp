@@ -14,7 +14,7 @@ Subscription::Subscription(ThreadPool& pool, ChangeQueue::Teller tell)
 
 void Subscription::Add(const ProfileStep& step) {
     {
-        const std::scoped_lock lock(receiver_->mutex);
+        const MutexLock lock(receiver_->mutex);
         receiver_->changes.Add(step);
     }
     calls_->Post({});
@@ -23,7 +23,7 @@ void Subscription::Add(const ProfileStep& step) {
 void Subscription::End() {
     ChangeQueue dropped;
     {
-        const std::scoped_lock lock(receiver_->mutex);
+        const MutexLock lock(receiver_->mutex);
         receiver_->hasEnded = true;
         std::swap(dropped, receiver_->changes);
     }
@@ -39,7 +39,7 @@ void Subscription::Receiver::TellAll() {
     for (;;) {
         std::optional<ChangeQueue::Change> change;
         {
-            const std::scoped_lock lock(mutex);
+            const MutexLock lock(mutex);
             change = hasEnded ? std::nullopt : changes.Take();
         }
         if (!change) {

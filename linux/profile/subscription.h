@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
 #include "linux/base/mailbox.h"
+#include "linux/base/mutex.h"
 #include "linux/profile/change_queue.h"
 
 namespace ZYNE::Linux {
@@ -33,9 +33,9 @@ private:
         void TellAll();
 
         const ChangeQueue::Teller tell;
-        std::mutex mutex;
-        ChangeQueue changes;    // guarded by mutex
-        bool hasEnded = false;  // guarded by mutex
+        Mutex mutex;
+        ChangeQueue changes GUARDED_BY(mutex);
+        bool hasEnded GUARDED_BY(mutex) = false;
     };
     struct Call {};  // tells of all that waits then
 
