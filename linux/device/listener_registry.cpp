@@ -16,7 +16,7 @@ constexpr int32_t NOT_AN_ID = 6;
 
 void ListenerRegistry::RegisterEventListener(int eventType, std::shared_ptr<CollaborationFwk::EventListener> listener) {
     if (listener) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         listeners_[eventType].push_back(std::move(listener));
     }
 }
@@ -30,7 +30,7 @@ ListenerRegistry::CollaborationId ListenerRegistry::FetchCollaborationId(const s
 }
 
 ListenerRegistry::Listeners ListenerRegistry::Of(int eventType) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto listeners = listeners_.find(eventType);
     return listeners == listeners_.end() ? Listeners() : listeners->second;
 }

@@ -3,10 +3,10 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "platform/host/listener_manager.h"
 
 namespace ZYNE::Linux {
@@ -26,8 +26,8 @@ public:
     Listeners Of(int eventType) const;
 
 private:
-    mutable std::mutex mutex_;
-    std::map<int, Listeners> listeners_;  // guarded by mutex_; by event type
+    mutable Mutex mutex_;
+    std::map<int, Listeners> listeners_ GUARDED_BY(mutex_);  // by event type
 };
 
 }  // namespace ZYNE::Linux

@@ -6,12 +6,12 @@ using CollaborationFwk::AbilityPlugin;
 using CollaborationFwk::PluginType;
 
 bool PluginRegistry::RegisterInstance(PluginType type, AbilityPlugin* instance) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return instance != nullptr && plugins_.emplace(type, instance).second;
 }
 
 AbilityPlugin* PluginRegistry::Find(PluginType type) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto plugin = plugins_.find(type);
     return plugin == plugins_.end() ? nullptr : plugin->second;
 }

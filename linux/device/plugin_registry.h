@@ -2,8 +2,8 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 
+#include "linux/base/mutex.h"
 #include "platform/host/plugin_loader.h"
 
 namespace ZYNE::Linux {
@@ -17,8 +17,8 @@ public:
     CollaborationFwk::AbilityPlugin* Find(CollaborationFwk::PluginType type) const;
 
 private:
-    mutable std::mutex mutex_;
-    std::map<CollaborationFwk::PluginType, CollaborationFwk::AbilityPlugin*> plugins_;  // guarded by mutex_
+    mutable Mutex mutex_;
+    std::map<CollaborationFwk::PluginType, CollaborationFwk::AbilityPlugin*> plugins_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

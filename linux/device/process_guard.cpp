@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
-#include <mutex>
 #include <poll.h>
 #include <pthread.h>
 #include <string_view>
@@ -15,6 +14,7 @@
 
 #include "linux/base/hang_watch.h"
 #include "linux/base/log_domains.h"
+#include "linux/base/mutex.h"
 #include "platform/log/log_print.h"
 
 namespace ZYNE::Linux {
@@ -61,10 +61,10 @@ bool WaitForSignal(std::chrono::milliseconds limit) {
 }  // namespace
 
 struct ProcessGuard::Stop {
-    std::mutex mutex;
+    Mutex mutex;
     std::condition_variable called;
-    bool isCalled = false;  // guarded by mutex
-    bool isOver = false;    // guarded by mutex, which is held while the round is asked for
+    bool isCalled GUARDED_BY(mutex) = false;
+    bool isOver GUARDED_BY(mutex) = false;  // held while the round is asked for
 };
 
 ProcessGuard::ProcessGuard(Options options) : stop_(std::make_shared<Stop>()) {
@@ -74,12 +74,12 @@ ProcessGuard::ProcessGuard(Options options) : stop_(std::make_shared<Stop>()) {
 }
 
 ProcessGuard::~ProcessGuard() {
-    const std::scoped_lock lock(stop_->mutex);
+    const MutexLock lock(stop_->mutex);
     stop_->isOver = true;
 }
 
 bool ProcessGuard::HasHung(const Options& options, Stop& stop, HangWatch& watch) {
-    const std::scoped_lock lock(stop.mutex);
+    const MutexLock lock(stop.mutex);
     return !stop.isOver && watch.Look(options.lastRound());
 }
 
@@ -92,7 +92,7 @@ void ProcessGuard::Work(const Options& options, Stop& stop) {
         }
     }
     {
-        const std::scoped_lock lock(stop.mutex);
+        const MutexLock lock(stop.mutex);
         stop.isCalled = true;
     }
     stop.called.notify_all();
@@ -101,8 +101,8 @@ void ProcessGuard::Work(const Options& options, Stop& stop) {
 }
 
 void ProcessGuard::WaitForStop() const {
-    std::unique_lock lock(stop_->mutex);
-    stop_->called.wait(lock, [&] { return stop_->isCalled; });
+    MutexLock lock(stop_->mutex);
+    stop_->called.wait(lock, [this]() REQUIRES(stop_->mutex) { return stop_->isCalled; });
 }
 
 }  // namespace ZYNE::Linux

@@ -10,14 +10,14 @@
 namespace ZYNE::Linux {
 
 void SystemRoot::Set(std::string directory) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     directory_ = std::move(directory);
 }
 
 std::string SystemRoot::Locate(const std::string& path) const {
     std::string located;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         located = directory_ + path;
     }
     std::error_code error;

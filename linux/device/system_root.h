@@ -1,8 +1,9 @@
 // The directory that stands for the read-only system partition on this machine.
 #pragma once
 
-#include <mutex>
 #include <string>
+
+#include "linux/base/mutex.h"
 
 namespace ZYNE::Linux {
 
@@ -17,8 +18,8 @@ public:
     std::string Locate(const std::string& path) const;
 
 private:
-    mutable std::mutex mutex_;
-    std::string directory_;  // guarded by mutex_
+    mutable Mutex mutex_;
+    std::string directory_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -54,7 +54,6 @@ struct Users::Running {
 
     ThreadPool& pool;
     const Options options;
-    int32_t foreground;  // guarded by mutex_ of Users
     const std::shared_ptr<Mailbox<Switched>> mailbox =
         Mailbox<Switched>::Make(pool, [told = options.switched](const Switched& users) {
             if (told) {
@@ -73,14 +72,15 @@ void Users::Start(Options options) {
     const int32_t foreground = ReadForeground(options);
     LogPrint(LogType::CORE, LogLevel::INFO, LOG, "%{public}zu users, user %{public}d is in the foreground",
         options.users.size(), foreground);
-    std::shared_ptr<Running> running(new Running{pool_, std::move(options), foreground});
-    const std::scoped_lock lock(mutex_);
+    std::shared_ptr<Running> running(new Running{pool_, std::move(options)});
+    const MutexLock lock(mutex_);
     running_ = std::move(running);
+    foreground_ = foreground;
 }
 
 void Users::Stop() {
     std::shared_ptr<Running> running;  // destroyed without the lock
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     running.swap(running_);
     if (running) {
         running->mailbox->Close();
@@ -88,7 +88,7 @@ void Users::Stop() {
 }
 
 void Users::Switch(int32_t id) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!running_) {
         throw std::runtime_error("no user can be switched to: the device is starting or ending");
     }
@@ -96,14 +96,14 @@ void Users::Switch(int32_t id) {
         throw std::runtime_error(
             "there is no user " + std::to_string(id) + "; the users are: " + NameUsers(running_->options.users));
     }
-    const int32_t before = running_->foreground;
+    const int32_t before = foreground_;
     if (id == before) {
         return;
     }
     WriteKeptFile(running_->options.file, std::to_string(id) + '\n');
-    running_->foreground = id;
+    foreground_ = id;
     if (!running_->mailbox->Post({before, id})) {
-        running_->foreground = before;
+        foreground_ = before;
         WriteKeptFile(running_->options.file, std::to_string(before) + '\n');
         throw std::runtime_error("no user can be switched to: the device is ending");
     }
@@ -111,21 +111,21 @@ void Users::Switch(int32_t id) {
 }
 
 std::vector<User> Users::List() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return running_ ? running_->options.users : std::vector<User>();
 }
 
 int32_t Users::GetForeground(int32_t& id) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!running_) {
         return USERS_NOT_UP;
     }
-    id = running_->foreground;
+    id = foreground_;
     return USER_OK;
 }
 
 int32_t Users::GetType(int32_t id, OsAccountType& type) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!running_) {
         return USERS_NOT_UP;
     }

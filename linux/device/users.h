@@ -15,10 +15,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "platform/account/os_account_manager.h"
 
@@ -77,8 +77,9 @@ private:
     struct Running;
 
     ThreadPool& pool_;
-    mutable std::mutex mutex_;          // held while a switch is kept, which keeps the order
-    std::shared_ptr<Running> running_;  // guarded by mutex_; null while it is not up
+    mutable Mutex mutex_;                                  // held while a switch is kept, which keeps the order
+    std::shared_ptr<Running> running_ GUARDED_BY(mutex_);  // null while it is not up
+    int32_t foreground_ GUARDED_BY(mutex_) = 0;            // while it is up
 };
 
 }  // namespace ZYNE::Linux
