@@ -11,17 +11,17 @@ constexpr size_t MOST_IDS = 1024;
 }  // namespace
 
 void DisplayTable::SetServer(const std::optional<std::vector<DisplayArea>>& displays) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     server_ = displays ? std::optional(Number(*displays)) : std::nullopt;
 }
 
 void DisplayTable::SetScripted(const std::vector<DisplayArea>& displays) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     scripted_ = Number(displays);
 }
 
 bool DisplayTable::HasServer() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return server_.has_value();
 }
 
@@ -47,7 +47,7 @@ const DisplayTable::Entries& DisplayTable::Current() const {
 }
 
 sptr<Display> DisplayTable::Default() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const Entries& entries = Current();
     if (entries.empty()) {
         return nullptr;
@@ -60,7 +60,7 @@ sptr<Display> DisplayTable::Default() const {
 }
 
 sptr<Display> DisplayTable::Find(uint64_t id) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Entry& entry : Current()) {
         if (static_cast<uint64_t>(entry.id) == id) {
             return MakeDisplay(entry);
@@ -74,7 +74,7 @@ sptr<Display> DisplayTable::MakeDisplay(const Entry& entry) {
 }
 
 DisplayPlace DisplayTable::Locate(DesktopPoint point) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Entry& entry : Current()) {
         if (entry.area.Contains(point)) {
             return {entry.id, point.x - entry.area.x, point.y - entry.area.y};
@@ -84,7 +84,7 @@ DisplayPlace DisplayTable::Locate(DesktopPoint point) const {
 }
 
 DesktopPoint DisplayTable::Confine(DesktopPoint from, DesktopPoint to) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const Entries& entries = Current();
     const auto on = [&](DesktopPoint point) {
         return std::ranges::find_if(entries, [&](const Entry& entry) { return entry.area.Contains(point); });

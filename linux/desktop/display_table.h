@@ -3,12 +3,12 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/desktop/input_event.h"
 #include "platform/display/display.h"
 
@@ -57,16 +57,16 @@ private:
     };
     using Entries = std::vector<Entry>;
 
-    Entries Number(const std::vector<DisplayArea>& displays);  // under mutex_
-    int32_t IdOf(const DisplayArea& area);                     // under mutex_
-    const Entries& Current() const;                            // under mutex_
+    Entries Number(const std::vector<DisplayArea>& displays) REQUIRES(mutex_);
+    int32_t IdOf(const DisplayArea& area) REQUIRES(mutex_);
+    const Entries& Current() const REQUIRES(mutex_);
     static sptr<Display> MakeDisplay(const Entry& entry);
 
-    mutable std::mutex mutex_;
-    std::map<std::tuple<std::string, int32_t, int32_t>, int32_t> ids_;  // guarded by mutex_; by name, width, height
-    int32_t lastId_ = 0;                                                // guarded by mutex_
-    std::optional<Entries> server_;                                     // guarded by mutex_
-    Entries scripted_;                                                  // guarded by mutex_
+    mutable Mutex mutex_;
+    std::map<std::tuple<std::string, int32_t, int32_t>, int32_t> ids_ GUARDED_BY(mutex_);  // by name, width, height
+    int32_t lastId_ GUARDED_BY(mutex_) = 0;
+    std::optional<Entries> server_ GUARDED_BY(mutex_);
+    Entries scripted_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

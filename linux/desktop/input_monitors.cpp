@@ -71,7 +71,7 @@ int32_t InputMonitors::Add(InputManager::PointerMonitor monitor) {
 
 int32_t InputMonitors::Add(bool watchesKeys, std::function<void(const InputEvent& event)> call) {
     auto events = Mailbox<InputEvent>::Make(pool_, std::move(call), {.join = &JoinOrMakeRoom});
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (monitors_.size() >= MOST_MONITORS) {
         return NOT_ADDED;
     }
@@ -82,7 +82,7 @@ int32_t InputMonitors::Add(bool watchesKeys, std::function<void(const InputEvent
 bool InputMonitors::Remove(int32_t monitorId) {
     // Destroyed with no lock held: what the monitor holds may end with it.
     decltype(monitors_)::node_type removed;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     removed = monitors_.extract(monitorId);
     if (removed) {
         removed.mapped().events->Close();
@@ -92,7 +92,7 @@ bool InputMonitors::Remove(int32_t monitorId) {
 
 void InputMonitors::RemoveAll() {
     decltype(monitors_) removed;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     removed.swap(monitors_);
     for (const auto& [id, monitor] : removed) {
         monitor.events->Close();
@@ -100,7 +100,7 @@ void InputMonitors::RemoveAll() {
 }
 
 void InputMonitors::Deliver(const std::vector<InputEvent>& events) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const InputEvent& event : events) {
         const bool isKey = std::holds_alternative<KeyChange>(event);
         for (const auto& [id, monitor] : monitors_) {

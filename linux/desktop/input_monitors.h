@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "linux/base/mailbox.h"
+#include "linux/base/mutex.h"
 #include "linux/desktop/input_event.h"
 #include "platform/input/input_manager.h"
 
@@ -45,9 +45,9 @@ private:
     int32_t Add(bool watchesKeys, std::function<void(const InputEvent& event)> call);
 
     ThreadPool& pool_;
-    std::mutex mutex_;                     // taken before the mailboxes' locks
-    std::map<int32_t, Monitor> monitors_;  // guarded by mutex_
-    int32_t lastId_ = 0;                   // guarded by mutex_
+    Mutex mutex_;  // taken before the mailboxes' locks
+    std::map<int32_t, Monitor> monitors_ GUARDED_BY(mutex_);
+    int32_t lastId_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace ZYNE::Linux

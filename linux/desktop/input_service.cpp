@@ -13,7 +13,7 @@ constexpr auto SERVER_LIMIT = 1s;
 }  // namespace
 
 void InputService::Start(const InputOptions& options) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!options.scripted) {
         server_.Start(options.display);
     }
@@ -21,7 +21,7 @@ void InputService::Start(const InputOptions& options) {
 }
 
 void InputService::Stop() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     isStarted_ = false;
     monitors_.RemoveAll();
     server_.Stop();
@@ -39,7 +39,7 @@ template <typename Monitor>
 int32_t InputService::Add(Monitor monitor) {
     int32_t monitorId = NOT_ADDED;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (isStarted_) {
             monitorId = monitors_.Add(std::move(monitor));
         }
@@ -52,7 +52,7 @@ int32_t InputService::Add(Monitor monitor) {
 }
 
 void InputService::RemoveMonitor(int32_t monitorId) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!monitors_.Remove(monitorId)) {
         server_.SetWanted(false);
     }
@@ -60,7 +60,7 @@ void InputService::RemoveMonitor(int32_t monitorId) {
 
 sptr<Display> InputService::GetDefaultDisplay() {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         server_.SetWanted(true);
     }
     server_.AwaitAttempt(SERVER_LIMIT);
@@ -72,7 +72,7 @@ sptr<Display> InputService::GetDisplayById(uint64_t displayId) {
 }
 
 bool InputService::DeliverScripted(const std::vector<InputEvent>& events) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!isStarted_ || displays_.HasServer()) {
         return false;
     }

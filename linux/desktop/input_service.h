@@ -11,10 +11,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/desktop/display_table.h"
 #include "linux/desktop/input_monitors.h"
 #include "linux/desktop/x_input_source.h"
@@ -67,8 +67,8 @@ private:
     int32_t Add(Monitor monitor);
 
     // Never held while a monitor runs or somebody waits for the server. Taken before the locks of the members.
-    std::mutex mutex_;
-    bool isStarted_ = false;  // guarded by mutex_
+    Mutex mutex_;
+    bool isStarted_ GUARDED_BY(mutex_) = false;
     DisplayTable displays_;
     InputMonitors monitors_;
     XInputSource server_{displays_, monitors_};

@@ -21,7 +21,7 @@ InteractionCode Check(uint32_t direction, double coefficient) {
 int32_t LinuxInteractionManager::SetDamplingCoefficient(uint32_t direction, double coefficient) {
     const InteractionCode code = Check(direction, coefficient);
     if (code == INTERACTION_OK) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         coefficients_[direction] = coefficient;
     }
     LogPrint(LogType::CORE, code == INTERACTION_OK ? LogLevel::INFO : LogLevel::WARN, LOG,
@@ -31,7 +31,7 @@ int32_t LinuxInteractionManager::SetDamplingCoefficient(uint32_t direction, doub
 }
 
 std::optional<double> LinuxInteractionManager::GetDamplingCoefficient(uint32_t direction) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return direction < DIRECTIONS ? coefficients_[direction] : std::nullopt;
 }
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <array>
-#include <mutex>
 #include <optional>
 
+#include "linux/base/mutex.h"
 #include "platform/interaction/interaction_manager.h"
 
 namespace ZYNE::Linux {
@@ -31,8 +31,8 @@ public:
     std::optional<double> GetDamplingCoefficient(uint32_t direction) const;
 
 private:
-    mutable std::mutex mutex_;
-    std::array<std::optional<double>, DIRECTIONS> coefficients_;  // guarded by mutex_
+    mutable Mutex mutex_;
+    std::array<std::optional<double>, DIRECTIONS> coefficients_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -44,7 +44,7 @@ std::shared_ptr<RunningLock> PowerManager::CreateRunningLock(const std::string& 
 }
 
 int32_t PowerManager::Lock(const RunningLock* lock, const std::string& name, int32_t timeoutMs) {
-    const std::scoped_lock guard(mutex_);
+    const MutexLock guard(mutex_);
     if (stopped_ || timeoutMs <= 0) {
         return stopped_ ? POWER_STOPPED : POWER_BAD_TIMEOUT;
     }
@@ -85,7 +85,7 @@ bool PowerManager::StartWatch() {
 }
 
 void PowerManager::UnLock(const RunningLock* lock) {
-    const std::scoped_lock guard(mutex_);
+    const MutexLock guard(mutex_);
     if (const auto at = locked_.find(lock); at != locked_.end()) {
         Release(at);
         changed_.notify_all();
@@ -99,7 +99,7 @@ PowerManager::LockedMap::iterator PowerManager::Release(LockedMap::iterator at) 
 }
 
 void PowerManager::Watch() {
-    std::unique_lock guard(mutex_);
+    MutexLock guard(mutex_);
     while (!locked_.empty()) {
         const auto next = std::min_element(locked_.begin(), locked_.end(),
             [](const auto& one, const auto& other) { return one.second.deadline < other.second.deadline; });
@@ -113,7 +113,7 @@ void PowerManager::Watch() {
 }
 
 void PowerManager::Stop() {
-    const std::scoped_lock guard(mutex_);
+    const MutexLock guard(mutex_);
     stopped_ = true;
     for (auto at = locked_.begin(); at != locked_.end();) {
         at = Release(at);

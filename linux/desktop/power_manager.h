@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 #include "linux/desktop/screen_inhibitor.h"
 #include "platform/power/power_mgr_client.h"
@@ -52,22 +52,21 @@ private:
     int32_t Lock(const RunningLock* lock, const std::string& name, int32_t timeoutMs);
     void UnLock(const RunningLock* lock);
 
-    // All under mutex_.
-    bool Inhibit(Locked& locked, const std::string& name);
-    bool StartWatch();
-    LockedMap::iterator Release(LockedMap::iterator at);
+    bool Inhibit(Locked& locked, const std::string& name) REQUIRES(mutex_);
+    bool StartWatch() REQUIRES(mutex_);
+    LockedMap::iterator Release(LockedMap::iterator at) REQUIRES(mutex_);
 
     void Watch();
 
     ThreadPool& pool_;
     TimeSource& time_;
-    std::mutex mutex_;  // held while the desktop is asked, so that requests and releases keep their order
+    Mutex mutex_;  // held while the desktop is asked, so that requests and releases keep their order
     std::condition_variable changed_;  // a deadline is new, or something was unlocked
-    ScreenInhibitor inhibitor_;        // guarded by mutex_
-    LockedMap locked_;                 // guarded by mutex_
-    bool watching_ = false;            // guarded by mutex_; Watch is posted or runs
-    bool stopped_ = false;             // guarded by mutex_
-    bool complained_ = false;          // guarded by mutex_; the log says that the screen cannot be kept on
+    ScreenInhibitor inhibitor_ GUARDED_BY(mutex_);
+    LockedMap locked_ GUARDED_BY(mutex_);
+    bool watching_ GUARDED_BY(mutex_) = false;  // Watch is posted or runs
+    bool stopped_ GUARDED_BY(mutex_) = false;
+    bool complained_ GUARDED_BY(mutex_) = false;  // the log says that the screen cannot be kept on
 };
 
 }  // namespace ZYNE::Linux

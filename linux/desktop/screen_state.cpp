@@ -32,7 +32,7 @@ ScreenStatus ReadStatus(sd_bus_message* message) {
 }  // namespace
 
 void ScreenState::Start(EventLoop& loop, Handler handler) {
-    const std::scoped_lock starting(mutex_);
+    const MutexLock starting(mutex_);
     if (loop_) {
         return;
     }
@@ -54,7 +54,7 @@ void ScreenState::Start(EventLoop& loop, Handler handler) {
 }
 
 void ScreenState::Stop() {
-    const std::scoped_lock stopping(mutex_);
+    const MutexLock stopping(mutex_);
     EventLoop* const loop = std::exchange(loop_, nullptr);
     if (!loop) {
         return;
@@ -71,7 +71,7 @@ void ScreenState::Stop() {
 
 void ScreenState::Set(ScreenStatus status) {
     set_ = status;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (loop_) {
         loop_->Run([this] { Tell(); });
     }

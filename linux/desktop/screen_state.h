@@ -11,10 +11,10 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "linux/base/event_loop.h"
 #include "linux/base/mailbox.h"
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_connection.h"
 #include "linux/desktop/screen_status.h"
 
@@ -71,8 +71,8 @@ private:
     ScreenStatus told_ = SCREEN_UNKNOWN;
     std::shared_ptr<Mailbox<ScreenStatus>> handler_;
 
-    std::mutex mutex_;           // one start or stop at a time
-    EventLoop* loop_ = nullptr;  // guarded by mutex_; null while stopped
+    Mutex mutex_;                                   // one start or stop at a time
+    EventLoop* loop_ GUARDED_BY(mutex_) = nullptr;  // null while stopped
 };
 
 }  // namespace ZYNE::Linux

@@ -28,7 +28,7 @@ bool ScriptedInput::Configure(const std::vector<DisplayArea>& displays) {
     if (!std::ranges::all_of(displays, IsValid)) {
         return false;
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     service_.SetScriptedDisplays(displays);
     return true;
 }
@@ -38,7 +38,7 @@ bool ScriptedInput::Move(int32_t dx, int32_t dy) {
     input.deviceId = DEVICE_ID;
     input.x = dx;
     input.y = dy;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return Tell(input, {Step(point_.x, dx), Step(point_.y, dy)});
 }
 
@@ -46,7 +46,7 @@ bool ScriptedInput::MoveTo(int32_t x, int32_t y) {
     RawInput input;
     input.deviceId = DEVICE_ID;
     input.motion = RawInput::Motion::ABSOLUTE;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return Tell(input, {x, y});
 }
 
@@ -68,7 +68,7 @@ bool ScriptedInput::TellSwitch(RawInput::Kind kind, int32_t code, bool isPressed
     input.deviceId = DEVICE_ID;
     input.code = code;
     input.isPressed = isPressed;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return Tell(input, point_);
 }
 

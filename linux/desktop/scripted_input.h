@@ -7,9 +7,9 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/desktop/display_table.h"
 #include "linux/desktop/event_assembler.h"
 #include "linux/desktop/input_service.h"
@@ -41,13 +41,13 @@ public:
     bool Key(int32_t code, bool isPressed);
 
 private:
-    bool Tell(const RawInput& input, DesktopPoint to);  // under mutex_
+    bool Tell(const RawInput& input, DesktopPoint to) REQUIRES(mutex_);
     bool TellSwitch(RawInput::Kind kind, int32_t code, bool isPressed);
 
     InputService& service_;
-    std::mutex mutex_;          // held while the events are queued, which keeps their order
-    DesktopPoint point_;        // guarded by mutex_
-    EventAssembler assembler_;  // guarded by mutex_
+    Mutex mutex_;  // held while the events are queued, which keeps their order
+    DesktopPoint point_ GUARDED_BY(mutex_);
+    EventAssembler assembler_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

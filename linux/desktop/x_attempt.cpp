@@ -34,7 +34,7 @@ void XAttempt::Run(const std::string& display) noexcept {
 }
 
 void XAttempt::End(std::unique_ptr<XConnection> connection, std::string trouble) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     connection_ = std::move(connection);
     trouble_ = std::move(trouble);
     isOver_ = true;
@@ -42,12 +42,12 @@ void XAttempt::End(std::unique_ptr<XConnection> connection, std::string trouble)
 }
 
 bool XAttempt::IsOver() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return isOver_;
 }
 
 std::unique_ptr<XConnection> XAttempt::Take() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!connection_) {
         throw std::runtime_error(trouble_);
     }

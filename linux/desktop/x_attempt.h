@@ -2,9 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/base/unique_fd.h"
 #include "linux/desktop/x_connection.h"
 
@@ -30,10 +30,10 @@ private:
     void End(std::unique_ptr<XConnection> connection, std::string trouble);
 
     const UniqueFd over_;
-    std::mutex mutex_;
-    std::unique_ptr<XConnection> connection_;  // guarded by mutex_
-    std::string trouble_;                      // guarded by mutex_; why there is no connection
-    bool isOver_ = false;                      // guarded by mutex_
+    Mutex mutex_;
+    std::unique_ptr<XConnection> connection_ GUARDED_BY(mutex_);
+    std::string trouble_ GUARDED_BY(mutex_);  // why there is no connection
+    bool isOver_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

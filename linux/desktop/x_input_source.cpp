@@ -57,7 +57,7 @@ void XInputSource::Start(const std::string& display) {
     if (!wake_) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     thread_ = std::thread([this] { Run(); });
     isRunning_ = true;
 }
@@ -67,7 +67,7 @@ void XInputSource::Stop() {
         return;
     }
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         isRunning_ = isWanted_ = hasTried_ = false;
         eventfd_write(wake_.Get(), 1);
         // A server that no longer answers must not block the thread.
@@ -81,7 +81,7 @@ void XInputSource::Stop() {
 }
 
 void XInputSource::SetWanted(bool isWanted) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!isRunning_ || isWanted_ == isWanted) {
         return;
     }
@@ -91,8 +91,8 @@ void XInputSource::SetWanted(bool isWanted) {
 }
 
 void XInputSource::AwaitAttempt(std::chrono::milliseconds limit) {
-    std::unique_lock lock(mutex_);
-    attemptEnded_.wait_for(lock, limit, [&] { return hasTried_ || !isWanted_ || !isRunning_; });
+    MutexLock lock(mutex_);
+    attemptEnded_.wait_for(lock, limit, [&]() REQUIRES(mutex_) { return hasTried_ || !isWanted_ || !isRunning_; });
 }
 
 void XInputSource::Run() {
@@ -108,12 +108,12 @@ void XInputSource::Run() {
 }
 
 bool XInputSource::IsRunning() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return isRunning_;
 }
 
 bool XInputSource::IsWanted() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return isWanted_;
 }
 
@@ -209,7 +209,7 @@ bool XInputSource::TellBurst(XConnection& connection, EventAssembler& assembler)
 }
 
 void XInputSource::SetConnection(int fd) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     connection_ = fd;
     if (fd >= 0 && !isRunning_) {
         shutdown(fd, SHUT_RDWR);
@@ -218,7 +218,7 @@ void XInputSource::SetConnection(int fd) {
 
 // Whether it is still wanted. It may have been unwanted for a moment, so waiters are notified each time.
 bool XInputSource::EndAttempt() {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isWanted_ && !hasTried_) {
         hasTried_ = true;
         attemptEnded_.notify_all();

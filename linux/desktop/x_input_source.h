@@ -4,11 +4,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 
+#include "linux/base/mutex.h"
 #include "linux/base/unique_fd.h"
 #include "linux/desktop/display_table.h"
 #include "linux/desktop/input_monitors.h"
@@ -69,12 +69,12 @@ private:
     std::shared_ptr<XAttempt> attempt_;
     std::thread thread_;
 
-    std::mutex mutex_;
+    Mutex mutex_;
     std::condition_variable attemptEnded_;  // hasTried_ has become true, or nobody waits any more
-    bool isRunning_ = false;                // guarded by mutex_
-    bool isWanted_ = false;                 // guarded by mutex_
-    bool hasTried_ = false;                 // guarded by mutex_; the server was tried since it became wanted
-    int connection_ = -1;                   // guarded by mutex_; the descriptor of the connection, while there is one
+    bool isRunning_ GUARDED_BY(mutex_) = false;
+    bool isWanted_ GUARDED_BY(mutex_) = false;
+    bool hasTried_ GUARDED_BY(mutex_) = false;  // the server was tried since it became wanted
+    int connection_ GUARDED_BY(mutex_) = -1;    // the descriptor of the connection, while there is one
 };
 
 }  // namespace ZYNE::Linux
