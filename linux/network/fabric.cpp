@@ -9,12 +9,12 @@
 namespace ZYNE::Linux {
 
 void Fabric::SetDeviceStateHandler(DeviceStateHandler handler) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     std::swap(handler_, handler);
 }
 
 void Fabric::SetScreenStatus(int32_t status) {
-    const std::scoped_lock setting(screenMutex_);
+    const MutexLock setting(screenMutex_);
     screenStatus_ = ToScreenStatus(status);
     if (const auto node = Node()) {
         node->SetScreenStatus(screenStatus_);
@@ -22,13 +22,13 @@ void Fabric::SetScreenStatus(int32_t status) {
 }
 
 void Fabric::Start(const FabricOptions& options) {
-    const std::scoped_lock starting(startMutex_);
+    const MutexLock starting(startMutex_);
     if (Node()) {
         throw std::runtime_error("the network runs already");
     }
     DeviceStateHandler handler;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         handler = handler_;
     }
     const auto node = std::make_shared<FabricNode>(host_, options, std::move(handler));
@@ -37,7 +37,7 @@ void Fabric::Start(const FabricOptions& options) {
     // Callbacks and requests, which come from here on, find the network running.
     SetNode(node);
     {
-        const std::scoped_lock setting(screenMutex_);
+        const MutexLock setting(screenMutex_);
         node->SetScreenStatus(screenStatus_);
     }
     try {
@@ -49,12 +49,12 @@ void Fabric::Start(const FabricOptions& options) {
 }
 
 std::shared_ptr<FabricNode> Fabric::SetNode(std::shared_ptr<FabricNode> node) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return std::exchange(node_, std::move(node));
 }
 
 void Fabric::Stop() {
-    const std::scoped_lock stopping(startMutex_);
+    const MutexLock stopping(startMutex_);
     if (const auto node = SetNode(nullptr)) {
         node->Stop();
     }
@@ -102,7 +102,7 @@ bool Fabric::TakeRevocations(const std::string& document) {
 }
 
 std::shared_ptr<FabricNode> Fabric::Node() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return node_;
 }
 

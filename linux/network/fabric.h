@@ -8,11 +8,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/desktop/screen_status.h"
 #include "linux/network/fabric_host.h"
 #include "linux/network/fabric_options.h"
@@ -87,14 +87,14 @@ private:
     std::shared_ptr<FabricNode> SetNode(std::shared_ptr<FabricNode> node);
 
     const FabricHost host_;
-    std::mutex startMutex_;  // one start or stop at a time; taken before the others
+    Mutex startMutex_;  // one start or stop at a time; taken before the others
     // Held while the status is announced: the last one that was set is the one that is announced last. Taken before
     // mutex_.
-    std::mutex screenMutex_;
-    ScreenStatus screenStatus_ = SCREEN_UNKNOWN;  // guarded by screenMutex_
-    mutable std::mutex mutex_;
-    DeviceStateHandler handler_;        // guarded by mutex_
-    std::shared_ptr<FabricNode> node_;  // guarded by mutex_
+    Mutex screenMutex_;
+    ScreenStatus screenStatus_ GUARDED_BY(screenMutex_) = SCREEN_UNKNOWN;
+    mutable Mutex mutex_;
+    DeviceStateHandler handler_ GUARDED_BY(mutex_);
+    std::shared_ptr<FabricNode> node_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Linux

@@ -116,7 +116,7 @@ void FabricNode::Begin() {
 void FabricNode::Follow(const std::vector<NetworkInterface>& interfaces) {
     doors_->listeners.Follow(interfaces);
     {
-        const std::scoped_lock lock(statusMutex_);
+        const MutexLock lock(statusMutex_);
         interfaces_ = interfaces;
     }
     TellWhereWeListen();
@@ -137,7 +137,7 @@ void FabricNode::TellWhereWeListen() {
     if (doors_->beacon) {
         doors_->beacon->Follow(interfaces_, port);
     }
-    const std::scoped_lock lock(statusMutex_);
+    const MutexLock lock(statusMutex_);
     port_ = port;
     problem_ = doors_->listeners.Problem();
 }
@@ -339,7 +339,7 @@ NetworkStatus FabricNode::Status() {
     for (const std::string& name : options_.interfaces) {
         wanted += (wanted.empty() ? "" : ", ") + name;
     }
-    const std::scoped_lock lock(statusMutex_);
+    const MutexLock lock(statusMutex_);
     status.port = port_;
     for (const NetworkInterface& interface : interfaces_) {
         NetworkStatus::Interface& shown = status.interfaces.emplace_back();

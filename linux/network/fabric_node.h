@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <ctime>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "linux/account/revocation_file.h"
+#include "linux/base/mutex.h"
 #include "linux/network/control/control_channel.h"
 #include "linux/network/device_events.h"
 #include "linux/network/discovery/beacon.h"
@@ -110,10 +110,10 @@ private:
     const std::shared_ptr<ControlChannel> control_;
     ProfileChannel profiles_;
     DeviceEvents events_;
-    std::mutex statusMutex_;
+    Mutex statusMutex_;
     std::vector<NetworkInterface> interfaces_;  // written on the loop's thread under statusMutex_
-    uint16_t port_ = 0;                         // guarded by statusMutex_
-    std::string problem_;                       // guarded by statusMutex_
+    uint16_t port_ GUARDED_BY(statusMutex_) = 0;
+    std::string problem_ GUARDED_BY(statusMutex_);
 
     // The loop's thread alone.
     DeviceFacts facts_;

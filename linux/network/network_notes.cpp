@@ -11,7 +11,7 @@ void NetworkNotes::Add(const std::string& kind, const std::string& text) {
     const auto now = now_();
     bool isToBeLogged = false;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         const auto known = std::ranges::find_if(
             notes_, [&](const Kept& kept) { return kept.note.kind == kind && kept.note.text == text; });
         const bool isDue = known == notes_.end() || now - known->logged >= LASTS;
@@ -51,7 +51,7 @@ bool NetworkNotes::MayLog(Clock::time_point now) {
 std::vector<NetworkNotes::Note> NetworkNotes::Recent() {
     const auto now = now_();
     std::vector<Note> recent;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Kept& kept : notes_) {
         if (now - kept.at < LASTS) {
             recent.push_back(kept.note);

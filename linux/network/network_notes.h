@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/network/network_status.h"
 
 namespace ZYNE::Linux {
@@ -37,14 +37,14 @@ private:
         Clock::time_point logged;  // when it was logged last
     };
 
-    bool MayLog(Clock::time_point now);  // under mutex_
+    bool MayLog(Clock::time_point now) REQUIRES(mutex_);
 
     const std::function<Clock::time_point()> now_;
-    std::mutex mutex_;
-    std::list<Kept> notes_;       // guarded by mutex_; the latest in front
-    Clock::time_point minute_{};  // guarded by mutex_; when the one that runs began
-    size_t logged_ = 0;           // guarded by mutex_; in this minute
-    size_t suppressed_ = 0;       // guarded by mutex_; likewise
+    Mutex mutex_;
+    std::list<Kept> notes_ GUARDED_BY(mutex_);       // the latest in front
+    Clock::time_point minute_ GUARDED_BY(mutex_){};  // when the one that runs began
+    size_t logged_ GUARDED_BY(mutex_) = 0;           // in this minute
+    size_t suppressed_ GUARDED_BY(mutex_) = 0;       // likewise
 };
 
 }  // namespace ZYNE::Linux

@@ -6,7 +6,7 @@ namespace ZYNE::Linux {
 
 RequestGate::Place RequestGate::Enter(const std::string& networkId, ControlMessage& request) {
     const size_t bytes = request.service.commandProp.size();
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     Requests& requests = requests_[networkId];
     if (requests.underWay < MOST_UNDER_WAY) {
         ++requests.underWay;
@@ -21,7 +21,7 @@ RequestGate::Place RequestGate::Enter(const std::string& networkId, ControlMessa
 }
 
 std::optional<ControlMessage> RequestGate::Leave(const std::string& networkId) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = requests_.find(networkId);
     if (found == requests_.end()) {
         return std::nullopt;
@@ -41,7 +41,7 @@ std::optional<ControlMessage> RequestGate::Leave(const std::string& networkId) {
 
 void RequestGate::Forget(const std::string& networkId) {
     std::map<std::string, Requests>::node_type gone;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     gone = requests_.extract(networkId);
 }
 

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/network/control/control_message.h"
 
 namespace ZYNE::Linux {
@@ -37,8 +37,8 @@ private:
         std::deque<ControlMessage> waiting;
     };
 
-    std::mutex mutex_;                          // a leaf
-    std::map<std::string, Requests> requests_;  // guarded by mutex_; by network id, none without requests
+    Mutex mutex_;                                                  // a leaf
+    std::map<std::string, Requests> requests_ GUARDED_BY(mutex_);  // by network id, none without requests
 };
 
 }  // namespace ZYNE::Linux

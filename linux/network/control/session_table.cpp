@@ -40,7 +40,7 @@ int32_t SessionTable::NewNumber() {
 }
 
 int32_t SessionTable::Open(const std::string& networkId, const std::string& collaborationId) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (opened_.size() >= MOST_OPENED) {
         opened_.erase(std::ranges::min_element(opened_, {}, [](const auto& entry) { return entry.second.since; }));
     }
@@ -50,14 +50,14 @@ int32_t SessionTable::Open(const std::string& networkId, const std::string& coll
 }
 
 int32_t SessionTable::Serve(const std::string& networkId, int32_t openersNumber, Commands commands) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const int32_t number = NewNumber();
     served_.emplace(number, Served{networkId, openersNumber, std::move(commands), now_()});
     return number;
 }
 
 std::optional<SessionTable::Opened> SessionTable::TakeOpened(int32_t number, const std::string& networkId) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto session = opened_.find(number);
     if (session == opened_.end() || session->second.networkId != networkId) {
         return std::nullopt;
@@ -66,7 +66,7 @@ std::optional<SessionTable::Opened> SessionTable::TakeOpened(int32_t number, con
 }
 
 std::optional<std::pair<std::string, int32_t>> SessionTable::FindServed(int32_t number) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto session = served_.find(number);
     if (session == served_.end()) {
         return std::nullopt;
@@ -76,7 +76,7 @@ std::optional<std::pair<std::string, int32_t>> SessionTable::FindServed(int32_t 
 
 bool SessionTable::End(int32_t number) {
     std::map<int32_t, Served>::node_type ended;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     opened_.erase(number);
     ended = served_.extract(number);
     return !ended.empty();
@@ -88,7 +88,7 @@ std::vector<std::string> SessionTable::EndAllWith(const std::string& networkId) 
     };
     std::vector<Served> ended;
     std::vector<std::string> ids;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     ended = TakeIf(served_, isWithIt);
     for (Opened& session : TakeIf(opened_, isWithIt)) {
         ids.push_back(std::move(session.collaborationId));
@@ -103,7 +103,7 @@ std::vector<std::string> SessionTable::EndOld() {
     };
     std::vector<Served> ended;
     std::vector<std::string> networkIds;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     ended = TakeIf(served_, isOld);
     TakeIf(opened_, isOld);
     networkIds.reserve(ended.size());

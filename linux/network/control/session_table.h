@@ -6,11 +6,11 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "platform/host/command.h"
 
 namespace ZYNE::Linux {
@@ -60,13 +60,13 @@ public:
     std::vector<std::string> EndOld();
 
 private:
-    int32_t NewNumber();  // under mutex_
+    int32_t NewNumber() REQUIRES(mutex_);
 
     const std::function<Clock::time_point()> now_;
-    mutable std::mutex mutex_;
-    uint32_t lastNumber_;               // guarded by mutex_
-    std::map<int32_t, Opened> opened_;  // guarded by mutex_; by number
-    std::map<int32_t, Served> served_;  // guarded by mutex_; by number. A command is not destroyed under the mutex
+    mutable Mutex mutex_;
+    uint32_t lastNumber_ GUARDED_BY(mutex_);
+    std::map<int32_t, Opened> opened_ GUARDED_BY(mutex_);  // by number
+    std::map<int32_t, Served> served_ GUARDED_BY(mutex_);  // by number. A command is not destroyed under the mutex
 };
 
 }  // namespace ZYNE::Linux

@@ -131,7 +131,7 @@ void SecureChannel::Watch() {
     if (!isOpener) {
         challenge_.resize(CHALLENGE_BYTES);
         Must(RAND_bytes(reinterpret_cast<unsigned char*>(challenge_.data()), CHALLENGE_BYTES), "no random numbers");
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         ciphertext_ = challenge_;
         Pump();
     }
@@ -143,7 +143,7 @@ void SecureChannel::OnEvents(uint32_t events) {
         return;
     }
     if ((events & POLLOUT) != 0) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         waitsForRoom_ = false;
         source_.SetEvents(POLLIN);
         Pump();
@@ -166,7 +166,7 @@ void SecureChannel::OnConnected() {
         Fail(std::generic_category().message(error));
         return;
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     state_ = State::AT_THE_GATE;
     source_.SetEvents(POLLIN);
 }
@@ -205,7 +205,7 @@ bool SecureChannel::TakeChallenge(std::string_view& bytes) {
     if (gate_.size() < CHALLENGE_BYTES) {
         return false;
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     state_ = State::HANDSHAKE;
     SSL_do_handshake(ssl_.get());
     TakeCiphertext();
@@ -238,7 +238,7 @@ bool SecureChannel::TakeProof(std::string_view& bytes) {
         return false;
     }
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         state_ = State::HANDSHAKE;
     }
     const auto handlers = handlers_;
@@ -254,7 +254,7 @@ void SecureChannel::Decrypt(std::string_view bytes) {
     std::string problem;
     bool hasOpened = false;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         ERR_clear_error();
         if (!bytes.empty()) {
             BIO_write(SSL_get_rbio(ssl_.get()), bytes.data(), static_cast<int>(bytes.size()));
@@ -283,7 +283,7 @@ void SecureChannel::Decrypt(std::string_view bytes) {
     }
 }
 
-// Under mutex_. Whether it is done now.
+// Whether it is done now.
 bool SecureChannel::DoHandshake(std::string& problem) {
     const int result = SSL_do_handshake(ssl_.get());
     // An alert that says why it has failed is sent as well.
@@ -302,7 +302,7 @@ bool SecureChannel::DoHandshake(std::string& problem) {
 void SecureChannel::TellOpen() {
     CertificateHandle certificate;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         certificate.reset(SSL_get1_peer_certificate(ssl_.get()));
     }
     const auto handlers = handlers_;
@@ -363,7 +363,7 @@ bool SecureChannel::TakeFrame(Stream stream, uint8_t flags, std::string_view con
 
 bool SecureChannel::Send(Stream stream, std::string message) {
     const auto at = static_cast<size_t>(stream);
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (state_ != State::OPEN || isBroken_ || message.empty() || message.size() > MostBytes(stream) ||
         waiting_.at(at) + message.size() > MOST_WAITING) {
         return false;
@@ -512,7 +512,7 @@ void SecureChannel::WaitForRoom() {
 }
 
 size_t SecureChannel::Waiting(Stream stream) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return waiting_.at(static_cast<size_t>(stream));
 }
 
@@ -559,7 +559,7 @@ void SecureChannel::End() {
     source_ = {};
     closing_ = {};
     handlers_ = std::make_shared<const Handlers>();
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     state_ = State::ENDED;
     socket_.Reset();
     small_.clear();
@@ -570,7 +570,7 @@ void SecureChannel::End() {
 void SecureChannel::EndWhenSent() {
     bool isOpen = false;
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         isOpen = state_ == State::OPEN && !isBroken_;
         if (isOpen) {
             state_ = State::CLOSING;

@@ -15,12 +15,12 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "linux/base/event_loop.h"
+#include "linux/base/mutex.h"
 #include "linux/base/unique_fd.h"
 #include "linux/network/link/endpoint.h"
 #include "linux/network/link/meeting_key.h"
@@ -112,23 +112,22 @@ private:
     bool TakeChallenge(std::string_view& bytes);
     bool TakeProof(std::string_view& bytes);
     void Decrypt(std::string_view bytes);
-    bool DoHandshake(std::string& problem);
+    bool DoHandshake(std::string& problem) REQUIRES(mutex_);
     void TellOpen();
     bool TakeFrames();
     bool TakeFrame(Stream stream, uint8_t flags, std::string_view content);
     void Fail(const std::string& reason);
     void FailSoon(std::string reason);
 
-    // All under mutex_.
-    void Pump();
-    bool SendCiphertext();
-    bool EncryptSmall();
-    bool EncryptLargeFrames();
-    bool EncryptFrameOf(size_t stream);
-    bool Encrypt(std::string_view text);
-    void TakeCiphertext();
-    bool HasToSend() const;
-    void WaitForRoom();
+    void Pump() REQUIRES(mutex_);
+    bool SendCiphertext() REQUIRES(mutex_);
+    bool EncryptSmall() REQUIRES(mutex_);
+    bool EncryptLargeFrames() REQUIRES(mutex_);
+    bool EncryptFrameOf(size_t stream) REQUIRES(mutex_);
+    bool Encrypt(std::string_view text) REQUIRES(mutex_);
+    void TakeCiphertext() REQUIRES(mutex_);
+    bool HasToSend() const REQUIRES(mutex_);
+    void WaitForRoom() REQUIRES(mutex_);
 
     EventLoop& loop_;
     const MeetingKey key_;
@@ -149,17 +148,17 @@ private:
     std::atomic<Clock::rep> lastReceived_{0};
     std::atomic<Clock::rep> lastSent_{0};
 
-    mutable std::mutex mutex_;               // a leaf; held while the socket takes bytes, which it does at once or not
-    State state_;                            // written on the loop's thread under mutex_
-    UniqueFd socket_;                        // changed on the loop's thread under mutex_
-    TlsContext::Ssl ssl_;                    // guarded by mutex_
-    std::deque<std::string> small_;          // guarded by mutex_; frames
-    std::array<Large, STREAMS> large_;       // guarded by mutex_
-    std::array<size_t, STREAMS> waiting_{};  // guarded by mutex_; bytes of messages that are not encrypted yet
-    size_t turn_ = 0;                        // guarded by mutex_; whose large message comes next
-    std::string ciphertext_;                 // guarded by mutex_; not sent yet
-    bool waitsForRoom_ = false;              // guarded by mutex_; the loop waits until the socket takes more
-    bool isBroken_ = false;                  // guarded by mutex_
+    mutable Mutex mutex_;  // a leaf; held while the socket takes bytes, which it does at once or not
+    State state_;          // written on the loop's thread under mutex_
+    UniqueFd socket_;      // changed on the loop's thread under mutex_
+    TlsContext::Ssl ssl_ GUARDED_BY(mutex_);
+    std::deque<std::string> small_ GUARDED_BY(mutex_);  // frames
+    std::array<Large, STREAMS> large_ GUARDED_BY(mutex_);
+    std::array<size_t, STREAMS> waiting_ GUARDED_BY(mutex_){};  // bytes of messages that are not encrypted yet
+    size_t turn_ GUARDED_BY(mutex_) = 0;                        // whose large message comes next
+    std::string ciphertext_ GUARDED_BY(mutex_);                 // not sent yet
+    bool waitsForRoom_ GUARDED_BY(mutex_) = false;              // the loop waits until the socket takes more
+    bool isBroken_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

@@ -25,12 +25,12 @@ PeerShares::Share& PeerShares::Of(const std::string& udid) {
 }
 
 std::shared_ptr<LogShare> PeerShares::LogOf(const std::string& udid) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return Of(udid).log;
 }
 
 bool PeerShares::OnExcess(const std::string& udid) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     Share& share = Of(udid);
     const auto now = share.used;
     share.excess.Add(now, FORGIVEN, 2 * TOLERATED);
@@ -50,7 +50,7 @@ bool PeerShares::OnExcess(const std::string& udid) {
 }
 
 bool PeerShares::OnNewLink(const std::string& udid) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     Share& share = Of(udid);
     share.links.Add(share.used, FORGIVEN_LINKS, TOLERATED_LINKS);
     if (share.links.level < TOLERATED_LINKS || share.used < share.aloneUntil) {
@@ -62,7 +62,7 @@ bool PeerShares::OnNewLink(const std::string& udid) {
 }
 
 bool PeerShares::IsLeftAlone(const std::string& udid) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto share = shares_.find(udid);
     return share != shares_.end() && now_() < share->second.aloneUntil;
 }

@@ -6,9 +6,9 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/log/log_share.h"
 
 namespace ZYNE::Linux {
@@ -62,11 +62,11 @@ private:
         Clock::time_point used{};
     };
 
-    Share& Of(const std::string& udid);  // under mutex_
+    Share& Of(const std::string& udid) REQUIRES(mutex_);
 
     const std::function<Clock::time_point()> now_;
-    std::mutex mutex_;
-    std::map<std::string, Share> shares_;  // guarded by mutex_; by udid
+    Mutex mutex_;
+    std::map<std::string, Share> shares_ GUARDED_BY(mutex_);  // by udid
 };
 
 }  // namespace ZYNE::Linux

@@ -6,13 +6,13 @@
 namespace ZYNE::Linux {
 
 bool PeerTable::MayPut(const std::string& udid) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     return peers_.size() < MOST_PEERS || peers_.contains(udid);
 }
 
 void PeerTable::Put(PeerPtr peer) {
     const Announcement& device = peer->device;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     Known& known = peers_[device.udid];
     if (known.networkIds.empty() || known.networkIds.front() != device.networkId) {
         std::erase(known.networkIds, device.networkId);
@@ -27,7 +27,7 @@ void PeerTable::Put(PeerPtr peer) {
 }
 
 PeerPtr PeerTable::FindByUdid(const std::string& udid) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto known = peers_.find(udid);
     return known == peers_.end() ? nullptr : known->second.peer;
 }
@@ -38,7 +38,7 @@ PeerPtr PeerTable::FindOnline(const std::string& networkId) const {
 }
 
 std::vector<PeerPtr> PeerTable::All() const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     std::vector<PeerPtr> all;
     all.reserve(peers_.size());
     for (const auto& [udid, known] : peers_) {
@@ -48,7 +48,7 @@ std::vector<PeerPtr> PeerTable::All() const {
 }
 
 std::string PeerTable::UdidOf(const std::string& networkId) const {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto known = udids_.find(networkId);
     return known == udids_.end() ? "" : known->second;
 }

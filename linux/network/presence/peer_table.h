@@ -3,11 +3,11 @@
 
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/network/link/link.h"
 #include "linux/network/presence/announcement.h"
 
@@ -51,9 +51,9 @@ private:
         std::deque<std::string> networkIds;  // the latest in front
     };
 
-    mutable std::mutex mutex_;
-    std::unordered_map<std::string, Known> peers_;        // guarded by mutex_; by udid
-    std::unordered_map<std::string, std::string> udids_;  // guarded by mutex_; by network id, those in peers_
+    mutable Mutex mutex_;
+    std::unordered_map<std::string, Known> peers_ GUARDED_BY(mutex_);        // by udid
+    std::unordered_map<std::string, std::string> udids_ GUARDED_BY(mutex_);  // by network id, those in peers_
 };
 
 }  // namespace ZYNE::Linux

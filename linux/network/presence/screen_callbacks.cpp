@@ -26,7 +26,7 @@ FabricCode ScreenCallbacks::Put(
     }
     std::shared_ptr<Changes> changes = Changes::Make(
         pool_, [callback](const DmDeviceInfo& device) { callback->OnDeviceScreenStatus(device); }, {.join = &Replace});
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     std::swap(callbacks_[pkgName], changes);
     if (changes) {
         changes->Close();
@@ -36,7 +36,7 @@ FabricCode ScreenCallbacks::Put(
 
 FabricCode ScreenCallbacks::Remove(const std::string& pkgName) {
     std::map<std::string, std::shared_ptr<Changes>>::node_type removed;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     removed = callbacks_.extract(pkgName);
     if (removed.empty()) {
         return FABRIC_INVALID_ARGUMENT;
@@ -46,7 +46,7 @@ FabricCode ScreenCallbacks::Remove(const std::string& pkgName) {
 }
 
 void ScreenCallbacks::Tell(const DmDeviceInfo& device) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [pkgName, changes] : callbacks_) {
         changes->Post(device);
     }

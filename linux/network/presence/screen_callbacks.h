@@ -3,10 +3,10 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "linux/base/mailbox.h"
+#include "linux/base/mutex.h"
 #include "linux/network/presence/fabric_code.h"
 #include "platform/device_manager/device_screen_status_callback.h"
 
@@ -30,8 +30,8 @@ private:
     using Changes = Mailbox<DmDeviceInfo>;
 
     ThreadPool& pool_;
-    std::mutex mutex_;
-    std::map<std::string, std::shared_ptr<Changes>> callbacks_;  // guarded by mutex_; by package
+    Mutex mutex_;
+    std::map<std::string, std::shared_ptr<Changes>> callbacks_ GUARDED_BY(mutex_);  // by package
 };
 
 }  // namespace ZYNE::Linux

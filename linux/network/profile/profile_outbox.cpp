@@ -6,7 +6,7 @@
 namespace ZYNE::Linux {
 
 void ProfileOutbox::Publish(const RecordPtr& record, bool isDeleted) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     changes_.Add(record, isDeleted);
     for (auto& [udid, feed] : feeds_) {
         feed.SendMore();
@@ -15,26 +15,26 @@ void ProfileOutbox::Publish(const RecordPtr& record, bool isDeleted) {
 }
 
 void ProfileOutbox::OnUp(const std::string& udid, ProfileSend send) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     feeds_.erase(udid);
     feeds_.try_emplace(udid, changes_, std::move(send));
 }
 
 void ProfileOutbox::OnDown(const std::string& udid) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     feeds_.erase(udid);
     DropOldDeletions();
     taken_.notify_all();
 }
 
 bool ProfileOutbox::OnResume(const std::string& udid, const Wire::ProfileResume& resume) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto feed = feeds_.find(udid);
     return feed != feeds_.end() && feed->second.Begin(resume, run_);
 }
 
 bool ProfileOutbox::OnAck(const std::string& udid, const Wire::ProfileAck& ack) {
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto feed = feeds_.find(udid);
     const bool isKnown = feed != feeds_.end() && feed->second.OnAck(ack);
     if (isWaitedFor_ && IsTaken()) {
@@ -67,9 +67,9 @@ bool ProfileOutbox::IsTaken() const {
 }
 
 bool ProfileOutbox::WaitUntilTaken(std::chrono::nanoseconds longest) {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     isWaitedFor_ = true;
-    const bool isTaken = taken_.wait_for(lock, longest, [this] { return IsTaken(); });
+    const bool isTaken = taken_.wait_for(lock, longest, [this]() REQUIRES(mutex_) { return IsTaken(); });
     isWaitedFor_ = false;
     return isTaken;
 }

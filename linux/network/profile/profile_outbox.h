@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 
+#include "linux/base/mutex.h"
 #include "linux/network/profile/profile.pb.h"
 #include "linux/network/profile/profile_changes.h"
 #include "linux/network/profile/profile_feed.h"
@@ -42,17 +42,17 @@ public:
     bool WaitUntilTaken(std::chrono::nanoseconds longest);
 
 private:
-    void DropOldDeletions();  // under mutex_
-    bool IsTaken() const;     // under mutex_
+    void DropOldDeletions() REQUIRES(mutex_);
+    bool IsTaken() const REQUIRES(mutex_);
 
     const std::string run_;
     const std::function<void(const std::string& udid)> onBehind_;
 
-    std::mutex mutex_;
+    Mutex mutex_;
     std::condition_variable taken_;
-    ProfileChanges changes_;                    // guarded by mutex_
-    std::map<std::string, ProfileFeed> feeds_;  // guarded by mutex_; by udid
-    bool isWaitedFor_ = false;                  // guarded by mutex_; somebody waits for taken_
+    ProfileChanges changes_ GUARDED_BY(mutex_);
+    std::map<std::string, ProfileFeed> feeds_ GUARDED_BY(mutex_);  // by udid
+    bool isWaitedFor_ GUARDED_BY(mutex_) = false;                  // somebody waits for taken_
 };
 
 }  // namespace ZYNE::Linux
