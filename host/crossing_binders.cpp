@@ -25,7 +25,7 @@ private:
 };
 
 void CrossingBinders::Bind(const std::string& caller, bool bind) {
-    const std::scoped_lock lock(mutex_);
+    const Linux::MutexLock lock(mutex_);
     if (bind) {
         Add(caller);
     } else {
@@ -52,7 +52,7 @@ void CrossingBinders::Add(const std::string& caller) {
 }
 
 void CrossingBinders::Forget(const std::string& caller) {
-    const std::scoped_lock lock(mutex_);
+    const Linux::MutexLock lock(mutex_);
     if (binders_.erase(caller) > 0 && binders_.empty()) {
         KeyMouseServiceManager::GetInstance().BindKeymouseServiceReq(false);
     }

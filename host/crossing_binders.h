@@ -3,10 +3,10 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
+#include "linux/base/mutex.h"
 #include "linux/services/device_bus.h"
 #include "platform/ipc/remote_object.h"
 
@@ -24,12 +24,12 @@ private:
     using Binder = std::pair<sptr<IRemoteObject>, sptr<IRemoteObject::DeathRecipient>>;
     class Recipient;
 
-    void Add(const std::string& caller);  // under mutex_
+    void Add(const std::string& caller) REQUIRES(mutex_);
     void Forget(const std::string& caller);
 
     Linux::DeviceBus& bus_;
-    std::mutex mutex_;                       // held while the library is told, so that both agree
-    std::map<std::string, Binder> binders_;  // guarded by mutex_; by connection
+    Linux::Mutex mutex_;  // held while the library is told, so that both agree
+    std::map<std::string, Binder> binders_ GUARDED_BY(mutex_);  // by connection
 };
 
 }  // namespace ZYNE::Host

@@ -87,7 +87,7 @@ void CrossingListeners::Add(const std::string& caller, const std::string& event,
     const Key key(type, ProcessOf(*bus, caller));
     const sptr<IRemoteObject> remote = RemoteOf(*bus, key.second, connection);
     const sptr<IRemoteObject::DeathRecipient> recipient = MakeSptr<Recipient>(weak_from_this(), key);
-    const std::scoped_lock lock(mutex_);
+    const Linux::MutexLock lock(mutex_);
     if (const auto known = registrations_.find(key); known != registrations_.end()) {
         if (known->second.remote == remote) {
             return;
@@ -118,7 +118,7 @@ void CrossingListeners::Remove(const std::string& caller, const std::string& eve
     const Key key(TypeOf(event), ProcessOf(*ClientOf(bus_), caller));
     sptr<IRemoteObject> remote;
     {
-        const std::scoped_lock lock(mutex_);
+        const Linux::MutexLock lock(mutex_);
         if (const auto found = registrations_.find(key); found != registrations_.end()) {
             remote = found->second.remote;
         }
@@ -128,7 +128,7 @@ void CrossingListeners::Remove(const std::string& caller, const std::string& eve
 
 void CrossingListeners::Forget(const Key& key, const sptr<IRemoteObject>& remote) {
     Registration registration;  // dropped without the lock: the remote may end with it
-    const std::scoped_lock lock(mutex_);
+    const Linux::MutexLock lock(mutex_);
     const auto found = registrations_.find(key);
     if (found == registrations_.end() || found->second.remote != remote) {
         return;

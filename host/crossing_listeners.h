@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
+#include "linux/base/mutex.h"
 #include "linux/services/device_bus.h"
 #include "platform/ipc/remote_object.h"
 
@@ -31,15 +31,14 @@ private:
     };
     class Recipient;
 
-    // With mutex_ held.
-    bool IsFull(const std::string& type) const;
+    bool IsFull(const std::string& type) const REQUIRES(mutex_);
     // Does nothing when `remote` is not the one that is registered.
     void Forget(const Key& key, const sptr<IRemoteObject>& remote);
 
     Linux::DeviceBus& bus_;
     // Held while the library is told, so that both agree: it never calls back meanwhile.
-    std::mutex mutex_;
-    std::map<Key, Registration> registrations_;  // guarded by mutex_
+    Linux::Mutex mutex_;
+    std::map<Key, Registration> registrations_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ZYNE::Host
