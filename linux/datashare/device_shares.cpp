@@ -120,7 +120,7 @@ void DeviceShares::RunReturning() {
             if (!connection) {
                 wake_.wait_for(lock, pause, [this]() REQUIRES(mutex_) { return isClosed_; });
             } else if (!isClosed_) {
-                connection_ = std::move(connection);
+                connection_.swap(connection);
             }
         }
         if (!isClosed_) {
