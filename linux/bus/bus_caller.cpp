@@ -71,13 +71,6 @@ int CallFor(sd_bus* bus, const BusMethod& method, std::chrono::microseconds time
     return IRemoteObject::OK;
 }
 
-// Drops anything else that was sent to this connection: late answers, signals, calls of others.
-void DropUnasked(sd_bus* bus) {
-    uint64_t queued = 0;
-    while (sd_bus_get_n_queued_read(bus, &queued) >= 0 && queued > 0 && sd_bus_process(bus, nullptr) > 0) {
-    }
-}
-
 }  // namespace
 
 BusMethod BusDaemonMethod(const std::string& name) {
@@ -120,6 +113,14 @@ int BusCaller::CallOn(sd_bus* bus, const BusMethod& method, Clock::time_point de
     }
 }
 
+// What is dropped: late answers, signals, strangers' calls.
+bool BusCaller::IsFitForNext(sd_bus* bus) {
+    uint64_t queued = 0;
+    while (sd_bus_get_n_queued_read(bus, &queued) >= 0 && queued > 0 && sd_bus_process(bus, nullptr) > 0) {
+    }
+    return sd_bus_is_open(bus) > 0;
+}
+
 BusHandle BusCaller::Borrow(Clock::time_point deadline) {
     {
         const MutexLock lock(mutex_);
@@ -136,8 +137,7 @@ BusHandle BusCaller::Borrow(Clock::time_point deadline) {
 }
 
 void BusCaller::GiveBack(BusHandle bus) {
-    DropUnasked(bus.get());
-    if (sd_bus_is_open(bus.get()) <= 0) {
+    if (!IsFitForNext(bus.get())) {
         return;
     }
     const MutexLock lock(mutex_);

@@ -44,6 +44,9 @@ public:
     static int CallOn(sd_bus* bus, const BusMethod& method, Clock::time_point deadline, const Access& write,
         const Access& read, std::string* error = nullptr) noexcept;
 
+    // Whether the connection may be kept after CallOn for the next call. Drops what else was sent to it.
+    static bool IsFitForNext(sd_bus* bus);
+
     // Closes idle connections. Later calls answer DEAD; those under way go on.
     void Close();
 

@@ -99,7 +99,7 @@ int DirectLines::Offer(const Key& key, int socket, BusCaller::Clock::time_point 
 
 // None: the line has ended.
 void DirectLines::GiveBack(const Key& key, BusHandle line) {
-    if (line && !IsConnected(line.get())) {
+    if (line && !BusCaller::IsFitForNext(line.get())) {
         line.reset();
     }
     const std::scoped_lock lock(mutex_);

@@ -60,7 +60,7 @@ int32_t HandleRequest(
 }
 
 bool DirectServer::Add(UniqueFd socket, std::vector<Object> objects, const IPCContext& caller) noexcept {
-    std::list<Line> ended;
+    std::list<Line> ended;  // destroyed without the lock
     {
         const std::scoped_lock lock(mutex_);
         for (auto at = lines_.begin(); at != lines_.end();) {
@@ -87,9 +87,6 @@ bool DirectServer::Add(UniqueFd socket, std::vector<Object> objects, const IPCCo
             std::erase_if(lines_, [](const Line& line) { return !line.thread.joinable(); });
             return false;
         }
-    }
-    for (Line& line : ended) {
-        line.thread.join();
     }
     return true;
 }
@@ -121,9 +118,6 @@ void DirectServer::Stop() {
         }
     }
     // Nobody adds any more, and the threads mark their lines under the lock.
-    for (Line& line : lines_) {
-        line.thread.join();
-    }
     lines_.clear();
 }
 

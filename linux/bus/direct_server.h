@@ -49,6 +49,16 @@ private:
     static constexpr size_t MOST_LINES = 8;
 
     struct Line {
+        Line() = default;
+        Line(const Line&) = delete;
+        Line& operator=(const Line&) = delete;
+        // Not under the lock, which the thread takes at its end.
+        ~Line() {
+            if (thread.joinable()) {
+                thread.join();
+            }
+        }
+
         UniqueFd socket;  // the same as the thread's, to wake it
         bool hasEnded = false;
         std::thread thread;

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <memory>
+#include <sstream>
 
 namespace ZYNE::CollaborationFwk {
 namespace {
@@ -22,9 +23,9 @@ bool JsonUtils::StringToJsonInternal(const std::string& text, Json::Value* out) 
         return false;
     }
     try {
-        static const Json::CharReaderBuilder builder;
+        // Making one takes longer than reading a short text. It begins anew with each text, whatever became of the last.
+        thread_local const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
         Json::Value parsed;  // half filled when the text turns out to be bad
-        const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
         if (!reader->parse(text.data(), text.data() + text.size(), &parsed, nullptr)) {
             return false;
         }
@@ -36,8 +37,10 @@ bool JsonUtils::StringToJsonInternal(const std::string& text, Json::Value* out) 
 }
 
 std::string JsonUtils::ToStyledString(const Json::Value& value) {
-    static const Json::StreamWriterBuilder builder;
-    return Json::writeString(builder, value) + '\n';
+    thread_local const std::unique_ptr<Json::StreamWriter> writer(Json::StreamWriterBuilder().newStreamWriter());
+    std::ostringstream text;
+    writer->write(value, &text);
+    return text.str() + '\n';
 }
 
 bool JsonUtils::GetInt(Json::Value& obj, const std::string& key, int& out) {
