@@ -65,11 +65,11 @@ CrossingWatch::CrossingWatch(
     Device& device, std::vector<std::string> events, std::function<void(const CrossingEvent&)> told)
     : device_(device), events_(std::move(events)), mailbox_(Linux::Mailbox<CrossingEvent>::Make(pool_,
                                                        [this, told = std::move(told)](const CrossingEvent& event) {
-                                                           { const std::scoped_lock registered(registering_); }
+                                                           { const Linux::MutexLock registered(registering_); }
                                                            told(event);
                                                        },
                                                        {MOST_WAITING})) {
-    const std::scoped_lock registering(registering_);  // `told` may use the device
+    const Linux::MutexLock registering(registering_);  // `told` may use the device
     const DeviceEntry& entry = device_.Entry();
     try {
         server_ = std::make_unique<Server>(entry.busAddress, *mailbox_);

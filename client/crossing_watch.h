@@ -10,13 +10,13 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "client/crossing_events.h"
 #include "client/device.h"
 #include "linux/base/mailbox.h"
+#include "linux/base/mutex.h"
 #include "linux/base/thread_pool.h"
 
 namespace ZYNE::Client {
@@ -46,7 +46,7 @@ private:
     Device& device_;
     const std::vector<std::string> events_;
     Linux::ThreadPool pool_{1};
-    std::mutex registering_;  // held until all is registered: nothing is told before that
+    Linux::Mutex registering_;  // held until all is registered: nothing is told before that
     const std::shared_ptr<Linux::Mailbox<CrossingEvent>> mailbox_;
     std::unique_ptr<Server> server_;
 };

@@ -53,7 +53,7 @@ void BusServer::ServeStop(const std::string& path) {
 void BusServer::ServeLines(const std::string& path) {
     static const sd_bus_vtable LINES[] = {SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD(BusWire::CONNECT, "h", "", &BusServer::OnConnect, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
-    const std::scoped_lock lock(busMutex_);
+    const MutexLock lock(busMutex_);
     Check(sd_bus_add_object_vtable(bus_.get(), nullptr, path.c_str(), BusWire::LINES_INTERFACE, LINES, this),
         "cannot serve direct lines at " + path);
 }

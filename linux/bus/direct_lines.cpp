@@ -45,7 +45,7 @@ std::optional<int> DirectLines::Call(const BusMethod& method, BusCaller::Clock::
 
 BusHandle DirectLines::Borrow(const Key& key, BusCaller::Clock::time_point deadline) {
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (isClosed_) {
             return nullptr;
         }
@@ -72,7 +72,7 @@ BusHandle DirectLines::Open(const Key& key, BusCaller::Clock::time_point deadlin
     const int result = own ? Offer(key, others.Get(), deadline) : IRemoteObject::TOO_LARGE;
     others.Reset();  // or its end would not show
     if (result != IRemoteObject::OK) {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         if (result == IRemoteObject::DEAD) {
             services_.erase(key);
         } else if (result == IRemoteObject::REFUSED && services_.contains(key)) {
@@ -102,7 +102,7 @@ void DirectLines::GiveBack(const Key& key, BusHandle line) {
     if (line && !BusCaller::IsFitForNext(line.get())) {
         line.reset();
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = services_.find(key);
     if (found == services_.end()) {
         return;  // and with the process the line
@@ -116,7 +116,7 @@ void DirectLines::GiveBack(const Key& key, BusHandle line) {
 
 void DirectLines::Forget(const std::string& uniqueName) {
     std::map<Key, Service> gone;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     for (auto at = services_.lower_bound(Key(uniqueName, ""));
          at != services_.end() && at->first.first == uniqueName;) {
         gone.insert(services_.extract(at++));
@@ -125,7 +125,7 @@ void DirectLines::Forget(const std::string& uniqueName) {
 
 void DirectLines::Close() {
     std::map<Key, Service> ended;
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     isClosed_ = true;
     ended.swap(services_);
 }

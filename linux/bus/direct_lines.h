@@ -9,12 +9,12 @@
 #include <chrono>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/bus/bus_caller.h"
 
 namespace ZYNE::Linux {
@@ -52,9 +52,9 @@ private:
     void GiveBack(const Key& key, BusHandle line);
 
     const std::shared_ptr<BusCaller> caller_;
-    std::mutex mutex_;
-    std::map<Key, Service> services_;  // guarded by mutex_
-    bool isClosed_ = false;            // guarded by mutex_
+    Mutex mutex_;
+    std::map<Key, Service> services_ GUARDED_BY(mutex_);
+    bool isClosed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux

@@ -62,7 +62,7 @@ int32_t HandleRequest(
 bool DirectServer::Add(UniqueFd socket, std::vector<Object> objects, const IPCContext& caller) noexcept {
     std::list<Line> ended;  // destroyed without the lock
     {
-        const std::scoped_lock lock(mutex_);
+        const MutexLock lock(mutex_);
         for (auto at = lines_.begin(); at != lines_.end();) {
             const auto line = at++;
             if (line->hasEnded) {
@@ -104,21 +104,19 @@ void DirectServer::Serve(
     } catch (const std::exception&) {
         // The device notices that the line has ended, and goes by the bus.
     }
-    const std::scoped_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     line.socket.Reset();
     line.hasEnded = true;
 }
 
 void DirectServer::Stop() {
-    {
-        const std::scoped_lock lock(mutex_);
-        isStopped_ = true;
-        for (const Line& line : lines_) {
-            shutdown(line.socket.Get(), SHUT_RD);
-        }
+    std::list<Line> last;  // joined without the lock
+    const MutexLock lock(mutex_);
+    isStopped_ = true;
+    for (const Line& line : lines_) {
+        shutdown(line.socket.Get(), SHUT_RD);
     }
-    // Nobody adds any more, and the threads mark their lines under the lock.
-    lines_.clear();
+    last.splice(last.end(), lines_);
 }
 
 }  // namespace ZYNE::Linux

@@ -5,11 +5,11 @@
 
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "linux/base/mutex.h"
 #include "linux/base/unique_fd.h"
 #include "linux/bus/bus_wire.h"
 #include "platform/ipc/ipc_context.h"
@@ -66,9 +66,9 @@ private:
 
     void Serve(Line& line, UniqueFd socket, const std::vector<Object>& objects, const IPCContext& caller) noexcept;
 
-    std::mutex mutex_;
-    std::list<Line> lines_;   // guarded by mutex_
-    bool isStopped_ = false;  // guarded by mutex_
+    Mutex mutex_;
+    std::list<Line> lines_ GUARDED_BY(mutex_);
+    bool isStopped_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace ZYNE::Linux
