@@ -19,7 +19,7 @@ using CollaborationFwk::KeyMouseServiceManager;
 using Clock = std::chrono::steady_clock;
 
 constexpr int EVENTS = 1000000;
-constexpr size_t MOST_DEVICES = 10000;
+constexpr size_t MAX_DEVICES = 10000;
 
 template <typename Operation>
 double Nanoseconds(Operation operation) {
@@ -65,7 +65,7 @@ void MeasureDecisions(Testing::SimulatedDevice& device) {
     KeyMouseServiceManager& manager = KeyMouseServiceManager::GetInstance();
     manager.SetLocalDeviceUdid();
     std::printf("%8s %16s %16s\n", "devices", "ms a decision", "us a device");
-    for (size_t count = MOST_DEVICES / 8; count <= MOST_DEVICES; count *= 2) {
+    for (size_t count = MAX_DEVICES / 8; count <= MAX_DEVICES; count *= 2) {
         AddDevices(device, count);
         device.journal.Clear();
         const double taken = Nanoseconds([&] { manager.StartOrStopKeyMouseService(true); });

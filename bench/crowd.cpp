@@ -18,7 +18,7 @@ using Linux::LinkIdentity;
 using Linux::LinkPtr;
 using Linux::LinkRefusal;
 
-constexpr std::chrono::seconds LONGEST_DIAL{5};
+constexpr std::chrono::seconds MAX_DIAL{5};
 
 LinkIdentity NewIdentity(const std::string& account) {
     const std::string udid = Linux::NewUdid();
@@ -44,7 +44,7 @@ public:
         if (connect(made.Get(), to.Get(), to.Size()) != 0 && errno != EINPROGRESS) {
             throw std::runtime_error("the crowd cannot connect");
         }
-        links_.Dial(1, std::move(made), to, LONGEST_DIAL);
+        links_.Dial(1, std::move(made), to, MAX_DIAL);
     }
 
     void OnUp(const LinkPtr&, const Linux::DeviceFacts&) override {}

@@ -36,7 +36,7 @@ using Testing::Process;
 
 constexpr int CLIENTS = 10;
 constexpr auto PAUSE = std::chrono::milliseconds(15);  // so that each arrival is on its own
-constexpr int LONGEST_MS = 5000;
+constexpr int MAX_MS = 5000;
 
 int64_t Now() {
     return Clock::now().time_since_epoch().count();
@@ -57,7 +57,7 @@ public:
     int64_t Hear() {
         pollfd file{socket_, POLLIN, 0};
         int64_t heard = 0;
-        if (poll(&file, 1, LONGEST_MS) != 1 || recv(socket_, &heard, sizeof(heard), 0) != sizeof(heard)) {
+        if (poll(&file, 1, MAX_MS) != 1 || recv(socket_, &heard, sizeof(heard), 0) != sizeof(heard)) {
             throw std::runtime_error("a client hears nothing");
         }
         return heard;

@@ -27,7 +27,7 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 constexpr size_t BATCHES = 4;
 constexpr size_t SUBSCRIPTIONS = 2;  // of a peer that is no TV
 constexpr char SUBSCRIBED[] = "SubscribeDeviceProfile ret: 0";
-constexpr auto LONGEST = std::chrono::minutes(1);
+constexpr auto MAX_WAIT = std::chrono::minutes(1);
 
 // Counts the lines of a growing file that contain a text.
 class LineCounter {
@@ -49,7 +49,7 @@ private:
 };
 
 void WaitFor(LineCounter& lines, size_t count, const Crowd& crowd) {
-    for (const auto end = Clock::now() + LONGEST; lines.Count() < count;) {
+    for (const auto end = Clock::now() + MAX_WAIT; lines.Count() < count;) {
         if (Clock::now() > end) {
             throw std::runtime_error("the device sees " + std::to_string(lines.Count() / SUBSCRIPTIONS) +
                 " peers only; " + std::to_string(crowd.Lost()) + " links have ended");

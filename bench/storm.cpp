@@ -28,8 +28,8 @@ using Seconds = std::chrono::duration<double>;
 using Testing::Process;
 using Testing::TestDevice;
 
-constexpr auto LONGEST_START = 120s;
-constexpr auto LONGEST_END = 5s;
+constexpr auto MAX_START = 120s;
+constexpr auto MAX_END = 5s;
 constexpr auto SETTLING = 3s;  // after the start; how long the daemons still work on what they have just seen
 
 // A device under its own process, so that all can be started before any of them is up.
@@ -69,7 +69,7 @@ void Storm::Start() {
             std::vector<std::string>{COLLABD, "--config", each.device->ConfigFile()}, each.device->OutputFile());
     }
     size_t links = 0;
-    while ((links = CountLinks()) < WantedLinks() && Clock::now() - start < LONGEST_START) {
+    while ((links = CountLinks()) < WantedLinks() && Clock::now() - start < MAX_START) {
         std::this_thread::sleep_for(50ms);
     }
     const Seconds taken = Clock::now() - start;
@@ -149,7 +149,7 @@ void Storm::Stop() {
         each.process->Signal(SIGTERM);
     }
     for (Participant& each : participants_) {
-        const bool hasEnded = Testing::Eventually([&] { return each.process->HasEnded(); }, LONGEST_END);
+        const bool hasEnded = Testing::Eventually([&] { return each.process->HasEnded(); }, MAX_END);
         if (!hasEnded || each.process->Wait() != 0) {
             throw std::runtime_error(each.device->Name() +
                 (hasEnded ? " ends with status " + std::to_string(each.process->Wait()) : " does not end") + ": " +

@@ -14,8 +14,8 @@ namespace ZYNE::Cli {
 namespace {
 
 constexpr const char* NO_VALUE = "(no value)";
-constexpr size_t MOST_NAMES = 1024;  // more a peer refuses
-constexpr unsigned MOST_SECONDS = 3600;
+constexpr size_t MAX_NAMES = 1024;  // more a peer refuses
+constexpr unsigned MAX_SECONDS = 3600;
 
 std::string Meaning(int32_t code) {
     switch (code) {
@@ -68,8 +68,8 @@ struct Options {
 };
 
 void CheckNames(const std::vector<std::string>& names) {
-    if (names.size() > MOST_NAMES) {
-        throw CLI::ValidationError("NAME", "at most " + std::to_string(MOST_NAMES) + " items can be asked at once");
+    if (names.size() > MAX_NAMES) {
+        throw CLI::ValidationError("NAME", "at most " + std::to_string(MAX_NAMES) + " items can be asked at once");
     }
     std::set<std::string> seen;
     for (const std::string& name : names) {
@@ -104,7 +104,7 @@ void AddInfo(CLI::App& app, CommandLine& line) {
     get->add_option("NAME", options->names, "Items to ask for")->required();
     get->add_option("--timeout", options->timeout, "Seconds to wait for the device (the device gives the peer five)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(1U, MOST_SECONDS))
+        ->check(CLI::Range(1U, MAX_SECONDS))
         ->capture_default_str();
     get->add_flag("--json", options->json, "Print JSON");
     get->parse_complete_callback([options] { CheckNames(options->names); });

@@ -10,9 +10,9 @@
 namespace ZYNE::Cli {
 namespace {
 
-constexpr int32_t MOST_PIXELS = 32767;
-constexpr int32_t MOST_BUTTON = 255;
-constexpr int32_t MOST_KEY = 767;
+constexpr int32_t MAX_PIXELS = 32767;
+constexpr int32_t MAX_BUTTON = 255;
+constexpr int32_t MAX_KEY = 767;
 
 // A way or a place.
 struct Pixels {
@@ -61,7 +61,7 @@ int PressKey(Client::Device& device, const Press& press) {
 }
 
 void AddMoves(CLI::App& input, CommandLine& line) {
-    const CLI::Range pixels(-MOST_PIXELS, MOST_PIXELS);
+    const CLI::Range pixels(-MAX_PIXELS, MAX_PIXELS);
     CLI::App* move = input.add_subcommand("move", "Move the pointer by so many pixels");
     auto way = std::make_shared<Pixels>();
     move->add_option("DX", way->x, "To the right; negative: to the left")->required()->check(pixels);
@@ -92,10 +92,10 @@ void AddInput(CLI::App& app, CommandLine& line) {
     CLI::App* input = app.add_subcommand("input", "Pointer and keys of a device that has no display");
     input->require_subcommand(1);
     AddMoves(*input, line);
-    AddPress(input->add_subcommand("button", "A button of the mouse"), line, "1 left, 2 middle, 3 right", MOST_BUTTON,
+    AddPress(input->add_subcommand("button", "A button of the mouse"), line, "1 left, 2 middle, 3 right", MAX_BUTTON,
         PressButton);
     AddPress(input->add_subcommand("key", "A key"), line, "The key's code as in linux/input-event-codes.h: 30 is A",
-        MOST_KEY, PressKey);
+        MAX_KEY, PressKey);
 }
 
 }  // namespace ZYNE::Cli

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int LOOK_INTERVAL_MS = 100;
 constexpr size_t LINES_BY_DEFAULT = 20;
-constexpr int MOST_LINES = 1000000;
+constexpr int MAX_LINES = 1000000;
 
 // Where the last `lines` lines of the file begin.
 std::streamoff LastLines(std::ifstream& file, size_t lines) {
@@ -118,7 +118,7 @@ void AddLog(CLI::App& app, CommandLine& line) {
     auto options = std::make_shared<Options>();
     command->add_option("--lines", options->lines, "How many of the last lines to print")
         ->type_name("N")
-        ->check(CLI::Range(0, MOST_LINES))
+        ->check(CLI::Range(0, MAX_LINES))
         ->capture_default_str();
     command->add_flag("--follow", options->follow, "Go on printing new lines until the device ends");
     SetAction(*command, line, options, ShowLog);

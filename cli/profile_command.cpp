@@ -16,7 +16,7 @@
 namespace ZYNE::Cli {
 namespace {
 
-constexpr size_t MOST_SHOWN_BYTES = 80;
+constexpr size_t MAX_SHOWN_BYTES = 80;
 constexpr const char* DEVICE_HELP = "A peer, by its name or its id as 'devices' shows it, or the device itself";
 
 struct Options {
@@ -55,7 +55,7 @@ std::string Meaning(int32_t code) {
 
 // As much of a value as a table has room for.
 std::string Shown(const Client::ProfileEntry& entry) {
-    const std::string_view beginning = CutText(entry.value, MOST_SHOWN_BYTES);
+    const std::string_view beginning = CutText(entry.value, MAX_SHOWN_BYTES);
     const bool whole = entry.whole && beginning.size() == entry.value.size();
     return std::string(beginning) + (whole ? "" : "...");
 }

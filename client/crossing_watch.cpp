@@ -68,7 +68,7 @@ CrossingWatch::CrossingWatch(
                                                            { const Linux::MutexLock registered(registering_); }
                                                            told(event);
                                                        },
-                                                       {MOST_WAITING})) {
+                                                       {MAX_WAITING})) {
     const Linux::MutexLock registering(registering_);  // `told` may use the device
     const DeviceEntry& entry = device_.Entry();
     try {

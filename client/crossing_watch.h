@@ -4,7 +4,7 @@
 //     watch.Follow(stop);
 //
 // A program may take its time with an event: the device is answered before the program is told. While the program is
-// busy, up to MOST_WAITING events wait for it. Further ones are refused, and the program misses them.
+// busy, up to MAX_WAITING events wait for it. Further ones are refused, and the program misses them.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ namespace ZYNE::Client {
 // constructor and the destructor use it.
 class CrossingWatch {
 public:
-    static constexpr size_t MOST_WAITING = 1024;
+    static constexpr size_t MAX_WAITING = 1024;
 
     // Registers this process for `events`: keyboard, edge, screen, switch. From now on `told` is called with each
     // event, in the order in which the device sends them, one at a time on threads of this object. An exception of

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
 constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
-constexpr size_t MOST_BYTES = 8 << 20;  // of one text
+constexpr size_t MAX_TEXT_BYTES = 8 << 20;  // of one text
 
 std::unique_ptr<sdbus::IConnection> Connect(const DeviceEntry& device, std::chrono::milliseconds answerTime) {
     if (!device.running) {
@@ -69,7 +69,7 @@ void DeviceConnection::Follow(int stop) {
 }
 
 void DeviceConnection::CheckText(const std::string& text) {
-    if (text.size() > MOST_BYTES) {
+    if (text.size() > MAX_TEXT_BYTES) {
         throw DeviceError("a text of " + std::to_string(text.size()) + " bytes is too large");
     }
     if (text.find('\0') != std::string::npos || Str16ToStr8(Str8ToStr16(text)) != text) {

@@ -7,7 +7,7 @@
 namespace ZYNE::Host {
 
 // The bus takes messages of 16 MiB and disconnects whoever sends a larger one: no answer is longer than this.
-inline constexpr size_t MOST_REPLY_BYTES = size_t{15} << 20U;
+inline constexpr size_t MAX_REPLY_BYTES = size_t{15} << 20U;
 
 // Others may send any bytes, but the bus takes only UTF-8 without zero bytes and disconnects whoever sends anything
 // else.

@@ -25,11 +25,11 @@ size_t Distance(std::string_view left, std::string_view right) {
 }  // namespace
 
 std::string DidYouMean(std::string_view word, const std::vector<std::string>& names) {
-    constexpr size_t MOST_BYTES = 64;  // of a word that is compared
+    constexpr size_t MAX_BYTES = 64;  // of a word that is compared
     const auto closest = std::ranges::min_element(
-        names, {}, [&](const std::string& name) { return Distance(word.substr(0, MOST_BYTES), name); });
+        names, {}, [&](const std::string& name) { return Distance(word.substr(0, MAX_BYTES), name); });
     const size_t mostMistakes = word.size() > 3 ? std::max<size_t>(2, word.size() / 3) : 1;
-    if (closest == names.end() || Distance(word.substr(0, MOST_BYTES), *closest) > mostMistakes) {
+    if (closest == names.end() || Distance(word.substr(0, MAX_BYTES), *closest) > mostMistakes) {
         return {};
     }
     return ", did you mean \"" + *closest + "\"?";

@@ -23,20 +23,20 @@ using Linux::LogTarget;
 namespace fs = std::filesystem;
 
 // A device's name is also a file name, and is part of each announcement.
-constexpr size_t MOST_NAME_BYTES = 63;
+constexpr size_t MAX_NAME_BYTES = 63;
 constexpr const char* LOOPBACK = "lo";
 constexpr const char* ALL_INTERFACES = "auto";
-constexpr size_t MOST_INTERFACE_BYTES = 15;  // the kernel's limit
-constexpr size_t MOST_WORD_BYTES = 63;
+constexpr size_t MAX_INTERFACE_BYTES = 15;  // the kernel's limit
+constexpr size_t MAX_WORD_BYTES = 63;
 constexpr uint32_t LAST_PORT = 65535;
 constexpr uint32_t LAST_USER = INT32_MAX;
-constexpr size_t MOST_USERS = 100;
+constexpr size_t MAX_USERS = 100;
 constexpr uint32_t ANSWER_TIME = 500;  // in milliseconds, as the next two
 constexpr uint32_t LEAST_ANSWER_TIME = 50;
-constexpr uint32_t MOST_ANSWER_TIME = 8000;
+constexpr uint32_t MAX_ANSWER_TIME = 8000;
 constexpr uint32_t SCRIPTED_WIDTH = 1920;
 constexpr uint32_t SCRIPTED_HEIGHT = 1080;
-constexpr uint32_t MOST_PIXELS = 32767;
+constexpr uint32_t MAX_PIXELS = 32767;
 
 template <typename Value>
 using Word = std::pair<std::string_view, Value>;
@@ -53,10 +53,10 @@ constexpr std::array<Word<LogTarget>, 4> LOG_TARGETS{{{"auto", LogTarget::AUTOMA
 void CheckName(const ConfigTable& table, const std::string& key, const std::string& name) {
     std::string printable;
     AppendPrintable(printable, name);
-    if (name.empty() || name.size() > MOST_NAME_BYTES || name.front() == '.' || printable != name ||
+    if (name.empty() || name.size() > MAX_NAME_BYTES || name.front() == '.' || printable != name ||
         name.find('/') != std::string::npos) {
         table.Fail(key,
-            "must have 1 to " + std::to_string(MOST_NAME_BYTES) +
+            "must have 1 to " + std::to_string(MAX_NAME_BYTES) +
                 " bytes of printable text without a slash and without a dot in front");
     }
 }
@@ -109,7 +109,7 @@ std::vector<std::string> ReadInterfaces(ConfigTable& table) {
     const std::string key = "interface";
     std::vector<std::string> names = table.StringOrStrings(key, {LOOPBACK});
     for (const std::string& name : names) {
-        CheckWord(table, key, name, MOST_INTERFACE_BYTES);
+        CheckWord(table, key, name, MAX_INTERFACE_BYTES);
         if (std::ranges::count(names, name) > 1) {
             table.Fail(key, "names " + name + " twice");
         }
@@ -172,7 +172,7 @@ void ReadApps(const toml::table& root, const fs::path& file, Config& config) {
     ConfigTable table(root, file, "apps");
     config.appsDirectory = table.Path("directory");
     CheckExists(table, "directory", config.appsDirectory, fs::file_type::directory);
-    config.answerTime = std::chrono::milliseconds(table.Number("answer_time", ANSWER_TIME, MOST_ANSWER_TIME));
+    config.answerTime = std::chrono::milliseconds(table.Number("answer_time", ANSWER_TIME, MAX_ANSWER_TIME));
     if (config.answerTime.count() < LEAST_ANSWER_TIME) {
         table.Fail("answer_time", "must be at least " + std::to_string(LEAST_ANSWER_TIME) + " milliseconds");
     }
@@ -205,8 +205,8 @@ std::vector<Linux::User> ReadUsers(const toml::table& root, const fs::path& file
         if (std::ranges::find(users, user.id, &Linux::User::id) != users.end()) {
             table.Fail("id", std::to_string(user.id) + " is another user's");
         }
-        if (users.size() == MOST_USERS) {
-            table.Fail("id", "is one too many: there may be " + std::to_string(MOST_USERS) + " users");
+        if (users.size() == MAX_USERS) {
+            table.Fail("id", "is one too many: there may be " + std::to_string(MAX_USERS) + " users");
         }
         users.push_back(std::move(user));
     }
@@ -217,7 +217,7 @@ std::vector<Linux::User> ReadUsers(const toml::table& root, const fs::path& file
 }
 
 int32_t ReadPixels(ConfigTable& table, const std::string& key, uint32_t byDefault) {
-    const uint32_t pixels = table.Number(key, byDefault, MOST_PIXELS);
+    const uint32_t pixels = table.Number(key, byDefault, MAX_PIXELS);
     if (pixels == 0) {
         table.Fail(key, "must be at least one pixel");
     }
@@ -227,7 +227,7 @@ int32_t ReadPixels(ConfigTable& table, const std::string& key, uint32_t byDefaul
 void ReadInput(const toml::table& root, const fs::path& file, Config& config) {
     ConfigTable table(root, file, "input");
     config.input.display = table.String("display", "");
-    CheckWord(table, "display", config.input.display, MOST_WORD_BYTES);
+    CheckWord(table, "display", config.input.display, MAX_WORD_BYTES);
     config.input.scripted = table.Bool("scripted", false);
     if (config.input.scripted && !config.input.display.empty()) {
         table.Fail("display", "cannot be given when the input is scripted");

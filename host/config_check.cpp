@@ -23,8 +23,8 @@ using Linux::JsonFile;
 using Linux::JsonObjects;
 namespace fs = std::filesystem;
 
-constexpr size_t LARGEST_FILE = 4u << 20;  // bytes
-constexpr size_t MOST_PROVIDERS = 1024;    // of the provider file
+constexpr size_t MAX_FILE_BYTES = 4u << 20;  // bytes
+constexpr size_t MAX_PROVIDERS = 1024;       // of the provider file
 constexpr const char* PROVIDER_FILE = "/system/etc/CollaborationFwk/requestSaPre.json";
 
 class ConfigCheck {
@@ -93,7 +93,7 @@ private:
         for (const auto& [id, entry] : Linux::ReadSystemAbilityTable(config_.serviceTable)) {
             services_.insert(static_cast<uint32_t>(id));
         }
-        const JsonFile file = Linux::ReadJsonFile(config_.serviceTable, LARGEST_FILE);
+        const JsonFile file = Linux::ReadJsonFile(config_.serviceTable, MAX_FILE_BYTES);
         CheckMembers(file, file.root, {"abilities"});
         for (const Json::Value& ability : JsonObjects(file.root, "abilities")) {
             CheckMembers(file, ability, {"id", "busName", "exec", "path"});
@@ -106,11 +106,11 @@ private:
         if (!fs::exists(path)) {
             return;  // a device need not have one
         }
-        const JsonFile file = Linux::ReadJsonFile(path, LARGEST_FILE);
+        const JsonFile file = Linux::ReadJsonFile(path, MAX_FILE_BYTES);
         CheckMembers(file, file.root, {"info_config"});
         const std::vector<Json::Value> providers = JsonObjects(file.root, "info_config");
-        if (providers.size() > MOST_PROVIDERS) {
-            Add(file, file.root["info_config"], "there may be " + std::to_string(MOST_PROVIDERS) + " providers");
+        if (providers.size() > MAX_PROVIDERS) {
+            Add(file, file.root["info_config"], "there may be " + std::to_string(MAX_PROVIDERS) + " providers");
         }
         for (const Json::Value& provider : providers) {
             CheckProvider(file, provider);
@@ -154,7 +154,7 @@ private:
     // Its name.
     std::string CheckApp(const fs::path& folder) {
         const Linux::Bundle bundle = Linux::ReadManifest(folder);
-        const JsonFile file = Linux::ReadJsonFile(folder / "manifest.json", LARGEST_FILE);
+        const JsonFile file = Linux::ReadJsonFile(folder / "manifest.json", MAX_FILE_BYTES);
         CheckMembers(file, file.root,
             {"bundleName", "label", "version", "enabled", "user", "dataShares", "abilities", "extensions"});
         for (const char* kind : {"abilities", "extensions"}) {

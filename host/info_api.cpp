@@ -48,7 +48,7 @@ InfoAnswer AskPeer(const KnownPeer& peer, const std::vector<std::string>& names)
     const int32_t code =
         InfoCollectionService::GetInstance().GetRemoteDeviceDynamicInfo(*device, CALLER, names, answered);
     InfoAnswer answer{code, code == 0 ? InOrder(answered, names) : std::vector<Record>()};
-    if (Bytes(answer.records) > MOST_REPLY_BYTES) {
+    if (Bytes(answer.records) > MAX_REPLY_BYTES) {
         throw ApiError("TooLarge", "the answer of \"" + peer.name + "\" is too large for the bus");
     }
     return answer;

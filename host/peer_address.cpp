@@ -13,7 +13,7 @@ namespace {
 using Linux::DEFAULT_PORT;
 using Linux::PeerAddress;
 
-constexpr size_t MOST_HOST_BYTES = 253;
+constexpr size_t MAX_HOST_BYTES = 253;
 constexpr std::string_view NAME_CHARACTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
 
 bool Has(int family, const std::string& address) {
@@ -35,7 +35,7 @@ void CheckName(const std::string& host) {
     if (host.empty()) {
         throw std::invalid_argument("names no host");
     }
-    if (host.size() > MOST_HOST_BYTES || host.find_first_not_of(NAME_CHARACTERS) != std::string::npos) {
+    if (host.size() > MAX_HOST_BYTES || host.find_first_not_of(NAME_CHARACTERS) != std::string::npos) {
         throw std::invalid_argument("is no name of a host");
     }
     if (host.find_first_not_of("0123456789.") == std::string::npos && !Has(AF_INET, host)) {

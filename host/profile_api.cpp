@@ -23,8 +23,8 @@ using CollaborationFwk::DeviceProfileManager;
 using Linux::ProfileChange;
 using Linux::ProfileService;
 
-constexpr size_t MOST_LISTED_BYTES = 4096;    // of a value in a list
-constexpr size_t MOST_TOLD_BYTES = 64 << 10;  // of a value in a change
+constexpr size_t MAX_LISTED_BYTES = 4096;    // of a value in a list
+constexpr size_t MAX_TOLD_BYTES = 64 << 10;  // of a value in a change
 
 // The library does not tell an empty value from none.
 bool IsKnown(const std::string& udid, const std::string& service, const std::string& key) {
@@ -82,7 +82,7 @@ std::string ProfileApi::Get(const std::string& device, const std::string& servic
     if (value.empty() && !IsKnown(meant.udid, service, key)) {
         throw ApiError("NotFound", "nothing is known of " + key + " under the service " + service + " of " + device);
     }
-    if (value.size() > MOST_REPLY_BYTES) {
+    if (value.size() > MAX_REPLY_BYTES) {
         throw ApiError("TooLarge", "the value of \"" + key + "\" is too large for the bus");
     }
     return value;
@@ -108,11 +108,11 @@ std::vector<ProfileApi::Entry> ProfileApi::List(const std::string& device) const
     std::vector<Entry> entries;
     for (const KnownPeer& each : meant) {
         for (const ProfileService::KnownProfile& known : profiles_.List(each.udid)) {
-            entries.push_back(Host::Describe(peers, self, known.profile, MOST_LISTED_BYTES));
+            entries.push_back(Host::Describe(peers, self, known.profile, MAX_LISTED_BYTES));
             entries.back().serviceType = BusText(known.serviceType);
         }
     }
-    if (Bytes(entries) > MOST_REPLY_BYTES) {
+    if (Bytes(entries) > MAX_REPLY_BYTES) {
         throw ApiError("TooLarge", "there are too many values for one answer: list those of one device");
     }
     std::ranges::sort(entries, {},
@@ -121,7 +121,7 @@ std::vector<ProfileApi::Entry> ProfileApi::List(const std::string& device) const
 }
 
 ProfileApi::Change ProfileApi::Describe(ProfileChange change, const CharacteristicProfile& profile) const {
-    return {Word(change), Host::Describe(peers_(), ThisDevice(), profile, MOST_TOLD_BYTES)};
+    return {Word(change), Host::Describe(peers_(), ThisDevice(), profile, MAX_TOLD_BYTES)};
 }
 
 }  // namespace ZYNE::Host

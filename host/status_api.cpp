@@ -14,14 +14,14 @@ namespace {
 using CollaborationFwk::OobeStatusDependency;
 using CollaborationFwk::SetupFinding;
 
-constexpr size_t MOST_TOLD_BYTES = 256;  // of a value; a valid one has one character
+constexpr size_t MAX_TOLD_BYTES = 256;  // of a value; a valid one has one character
 
 Setup::Setting Describe(const SetupFinding& finding) {
     if (finding.code != 0 && finding.code != Linux::SHARE_NO_SUCH_ROW) {
         throw ApiError("Failed", "the setting cannot be read: result " + std::to_string(finding.code));
     }
     return {
-        finding.setting, finding.code == 0, BusTextOfAtMost(finding.value, MOST_TOLD_BYTES).text, finding.isInTheWay};
+        finding.setting, finding.code == 0, BusTextOfAtMost(finding.value, MAX_TOLD_BYTES).text, finding.isInTheWay};
 }
 
 }  // namespace

@@ -86,7 +86,7 @@ void RevokeDevice(const fs::path& accountDirectory, const std::string& udid) {
     if (list.Has(udid)) {
         throw std::runtime_error("the device " + udid + " is revoked already");
     }
-    if (list.udids.size() == MOST_REVOKED) {
+    if (list.udids.size() == MAX_REVOKED) {
         throw std::runtime_error("the account has revoked as many devices as its list can hold");
     }
     ++list.number;

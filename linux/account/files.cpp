@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr off_t MOST_BYTES = off_t{1} << 20U;
+constexpr off_t MAX_BYTES = off_t{1} << 20U;
 constexpr mode_t OF_OTHERS = S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 
 void MakeDirectory(const fs::path& directory) {
@@ -68,7 +68,7 @@ OpenFile Open(const fs::path& file) {
 }
 
 std::string ReadAll(const OpenFile& opened, const fs::path& file) {
-    if (opened.status.st_size > MOST_BYTES) {
+    if (opened.status.st_size > MAX_BYTES) {
         FailWithFile(file, EFBIG);
     }
     std::string content(static_cast<size_t>(opened.status.st_size), '\0');

@@ -53,7 +53,7 @@ Revocations Parse(std::string_view text) {
     Revocations list{ParseNumber(ValueOf(TakeLine(text), NUMBER)), {}};
     while (!text.empty()) {
         const std::string_view udid = ValueOf(TakeLine(text), UDID);
-        if (!IsUdid(udid) || (!list.udids.empty() && udid <= list.udids.back()) || list.udids.size() == MOST_REVOKED) {
+        if (!IsUdid(udid) || (!list.udids.empty() && udid <= list.udids.back()) || list.udids.size() == MAX_REVOKED) {
             throw std::runtime_error("malformed");
         }
         list.udids.emplace_back(udid);
@@ -77,7 +77,7 @@ std::string SignRevocations(const Revocations& revocations, X509& authority, EVP
 
 Revocations ReadRevocations(const std::string& document, const std::string& authorityPem) {
     try {
-        if (document.size() > MOST_REVOCATION_BYTES) {
+        if (document.size() > MAX_REVOCATION_BYTES) {
             throw std::runtime_error("too large");
         }
         return Parse(VerifiedText(document, *CertificateFromPem(authorityPem)));

@@ -11,13 +11,13 @@
 
 namespace ZYNE::Linux {
 
-inline constexpr size_t MOST_REVOKED = 1000;
+inline constexpr size_t MAX_REVOKED = 1000;
 // Of a list as a document.
-inline constexpr size_t MOST_REVOCATION_BYTES = size_t{128} << 10U;
+inline constexpr size_t MAX_REVOCATION_BYTES = size_t{128} << 10U;
 
 struct Revocations {
     uint64_t number = 0;             // the greater, the newer; 0: nothing was ever revoked
-    std::vector<std::string> udids;  // sorted, each once, at most MOST_REVOKED
+    std::vector<std::string> udids;  // sorted, each once, at most MAX_REVOKED
 
     bool Has(std::string_view udid) const;
 };

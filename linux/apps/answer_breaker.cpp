@@ -13,7 +13,7 @@ bool AnswerBreaker::TakeMiss(TimePoint sent, TimePoint now) {
     }
     lastMiss_ = now;
     pausedUntil_ = now + pause_;
-    return ++misses_ == MOST_MISSES;
+    return ++misses_ == MAX_MISSES;
 }
 
 }  // namespace ZYNE::Linux

@@ -10,7 +10,7 @@ class AnswerBreaker {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    static constexpr int MOST_MISSES = 3;
+    static constexpr int MAX_MISSES = 3;
 
     // `answerTime` is how long a request waits.
     explicit AnswerBreaker(std::chrono::milliseconds answerTime) : pause_(2 * answerTime) {}

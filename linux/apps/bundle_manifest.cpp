@@ -14,7 +14,7 @@ namespace ZYNE::Linux {
 namespace {
 
 constexpr char FILE_NAME[] = "manifest.json";
-constexpr size_t LARGEST_FILE = 1u << 20;  // bytes
+constexpr size_t MAX_FILE_BYTES = 1u << 20;  // bytes
 
 // Names are logged, compared and made into bus names.
 std::string ReadName(const Json::Value& json, const char* member) {
@@ -84,7 +84,7 @@ void ReadAbilities(const Json::Value& root, Bundle& bundle) {
 }  // namespace
 
 Bundle ReadManifest(const std::filesystem::path& folder) {
-    const JsonFile file = ReadJsonFile(folder / FILE_NAME, LARGEST_FILE);
+    const JsonFile file = ReadJsonFile(folder / FILE_NAME, MAX_FILE_BYTES);
     const Json::Value& root = file.root;
     Bundle bundle;
     bundle.folder = std::filesystem::absolute(folder);

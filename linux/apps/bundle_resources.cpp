@@ -15,7 +15,7 @@ namespace {
 
 constexpr LogDomain LOG = LogDomains::APPS;
 constexpr std::string_view PROFILE_MARK = "$profile:";
-constexpr size_t LARGEST_PROFILE = 4u << 20;  // bytes
+constexpr size_t MAX_PROFILE_BYTES = 4u << 20;  // bytes
 
 // Neither the name nor a link may lead out of the app's own folder.
 std::filesystem::path FindProfile(const std::filesystem::path& folder, const std::string& resource) {
@@ -43,7 +43,7 @@ bool AppendProfiles(const BundleCatalogue& catalogue, const std::string& bundleN
             continue;
         }
         try {
-            profiles.push_back(ReadTextFile(FindProfile(bundle->folder, each.resource), LARGEST_PROFILE));
+            profiles.push_back(ReadTextFile(FindProfile(bundle->folder, each.resource), MAX_PROFILE_BYTES));
             read = true;
         } catch (const std::exception& error) {
             LogPrint(

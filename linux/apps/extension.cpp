@@ -177,7 +177,7 @@ void Extension::KillHung(const sptr<RemoteObject>& remote) const {
     }
     LogPrint(LogType::CORE, LogLevel::WARN, LOG,
         "extension %{public}s of %{public}s has left %{public}d requests in a row unanswered and is killed",
-        element_.GetAbilityName(), element_.GetBundleName(), AnswerBreaker::MOST_MISSES);
+        element_.GetAbilityName(), element_.GetBundleName(), AnswerBreaker::MAX_MISSES);
     const ProcessHandle process = client->FindProcess(remote->GetUniqueName());
     process.Kill();
     process.WaitUntilEnded(GRACE_TIME);

@@ -180,7 +180,7 @@ void Database::Settle() {
     const auto isTight = [this] {
         return !reserve_.Fill() || FreeBytes(options_.file.parent_path()) < ALMOST_NOTHING;
     };
-    if (!error && ahead > 0 && (ahead > MOST_AHEAD_BYTES || isTight())) {
+    if (!error && ahead > 0 && (ahead > MAX_AHEAD_BYTES || isTight())) {
         // While somebody reads it is left for the next time: nobody is waited for.
         connection_.setBusyTimeout(0);
         connection_.tryExec("PRAGMA wal_checkpoint(TRUNCATE)");

@@ -50,7 +50,7 @@ private:
 class Database {
 public:
     // The most that the write-ahead file has after Settle, unless a reader in another process holds more of it.
-    static constexpr size_t MOST_AHEAD_BYTES = size_t{4} << 20U;
+    static constexpr size_t MAX_AHEAD_BYTES = size_t{4} << 20U;
 
     // Opens the file, or makes it, readable by its owner alone. A damaged file is moved to `file.damaged-DATE` and a
     // new one is started. Throws DatabaseError.

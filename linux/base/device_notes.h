@@ -21,14 +21,14 @@ public:
     };
 
     // Beyond this many the oldest is dropped.
-    static constexpr size_t MOST = 32;
+    static constexpr size_t MAX_NOTES = 32;
 
     // Replaces an earlier note of the same kind about the same thing.
     void Set(const std::string& kind, const std::string& about, const std::string& text) {
         const MutexLock lock(mutex_);
         Remove(kind, about);
         notes_.push_front({kind, about, text});
-        if (notes_.size() > MOST) {
+        if (notes_.size() > MAX_NOTES) {
             notes_.pop_back();
         }
     }

@@ -18,7 +18,7 @@ namespace ZYNE::Linux {
 namespace {
 
 // How long the loop waits when nothing happens.
-constexpr uint64_t LONGEST_WAIT_US = 2000000;
+constexpr uint64_t MAX_WAIT_US = 2000000;
 
 void Must(int result, const char* what) {
     if (result < 0) {
@@ -111,7 +111,7 @@ void EventLoop::Work() {
                 return;
             }
         }
-        sd_event_run(event_.get(), LONGEST_WAIT_US);
+        sd_event_run(event_.get(), MAX_WAIT_US);
     }
 }
 

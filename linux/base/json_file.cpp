@@ -18,7 +18,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr int MOST_NESTING = 64;
+constexpr int MAX_NESTING = 64;
 
 [[noreturn]] void Fail(const std::filesystem::path& path, const std::string& what) {
     throw std::runtime_error(path.native() + ": " + what);
@@ -40,7 +40,7 @@ bool Parse(const std::string& text, Json::Value& value, std::string& error) {
     builder["failIfExtra"] = true;
     builder["rejectDupKeys"] = true;
     builder["allowTrailingCommas"] = false;
-    builder["stackLimit"] = MOST_NESTING;
+    builder["stackLimit"] = MAX_NESTING;
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     try {
         return reader->parse(text.data(), text.data() + text.size(), &value, &error);

@@ -1,7 +1,7 @@
 // JSON files that people and apps write: read with a limit, parsed strictly, and read out by type. Anything wrong with
 // one is a std::runtime_error with one line.
 //
-//     const JsonFile file = ReadJsonFile(path, LARGEST_FILE);
+//     const JsonFile file = ReadJsonFile(path, MAX_FILE_BYTES);
 //     try {
 //         user = JsonInt(file.root, "user");
 //     } catch (const JsonError& error) {

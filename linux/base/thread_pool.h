@@ -25,10 +25,10 @@ class ThreadPool final : public CollaborationFwk::AsynThreadPool {
 public:
     // Each idle close of an app connection holds a thread for five minutes, so the limit is far above the number of
     // cores.
-    static constexpr size_t MOST_THREADS = 512;
+    static constexpr size_t MAX_THREADS = 512;
     static constexpr std::chrono::seconds IDLE_TIME{10};
 
-    explicit ThreadPool(size_t mostThreads = MOST_THREADS, std::chrono::milliseconds idleTime = IDLE_TIME);
+    explicit ThreadPool(size_t mostThreads = MAX_THREADS, std::chrono::milliseconds idleTime = IDLE_TIME);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
     // Stops.

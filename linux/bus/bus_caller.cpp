@@ -141,7 +141,7 @@ void BusCaller::GiveBack(BusHandle bus) {
         return;
     }
     const MutexLock lock(mutex_);
-    if (!closed_ && idle_.size() < MOST_IDLE) {
+    if (!closed_ && idle_.size() < MAX_IDLE) {
         idle_.push_back(std::move(bus));
     }
 }

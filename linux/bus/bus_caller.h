@@ -51,7 +51,7 @@ public:
     void Close();
 
 private:
-    static constexpr size_t MOST_IDLE = 16;
+    static constexpr size_t MAX_IDLE = 16;
 
     BusHandle Borrow(Clock::time_point deadline);
     void GiveBack(BusHandle bus);

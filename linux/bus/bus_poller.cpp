@@ -18,9 +18,9 @@ int MillisecondsUntil(uint64_t deadline) {
     }
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     const auto left = std::chrono::microseconds(deadline) - std::chrono::duration_cast<std::chrono::microseconds>(now);
-    constexpr int64_t LONGEST = 3'600'000;
+    constexpr int64_t MAX_WAIT_MS = 3'600'000;
     return static_cast<int>(
-        std::clamp<int64_t>(std::chrono::ceil<std::chrono::milliseconds>(left).count(), 0, LONGEST));
+        std::clamp<int64_t>(std::chrono::ceil<std::chrono::milliseconds>(left).count(), 0, MAX_WAIT_MS));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int MOST_AT_ONCE = 32;  // messages handled before others on the loop get their turn
+constexpr int MAX_AT_ONCE = 32;  // messages handled before others on the loop get their turn
 
 std::chrono::milliseconds TimeUntil(uint64_t deadline) {
     const auto now = std::chrono::ceil<std::chrono::microseconds>(EventLoop::Clock::now().time_since_epoch());
@@ -28,7 +28,7 @@ BusPump::BusPump(EventLoop& loop, Connection connection) : loop_(loop), connecti
 
 void BusPump::Work() {
     int result = hasEnded_ ? -1 : 1;
-    for (int i = 0; i < MOST_AT_ONCE && result > 0; ++i) {
+    for (int i = 0; i < MAX_AT_ONCE && result > 0; ++i) {
         result = connection_.process();
     }
     if (result >= 0) {

@@ -138,7 +138,7 @@ void BusServer::PassTurn(bool toAnswer) {
     {
         const MutexLock lock(stateMutex_);
         --waiting_;
-        if (!toAnswer || waiting_ > 0 || threads_ >= MOST_THREADS) {
+        if (!toAnswer || waiting_ > 0 || threads_ >= MAX_THREADS) {
             return;
         }
         ++threads_;
@@ -152,7 +152,7 @@ void BusServer::PassTurn(bool toAnswer) {
 
 bool BusServer::IsNeeded() {
     const MutexLock lock(stateMutex_);
-    return waiting_ < MOST_WAITING;
+    return waiting_ < MAX_WAITING;
 }
 
 void BusServer::EndThread() {

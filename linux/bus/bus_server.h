@@ -79,8 +79,8 @@ private:
     };
 
     // How many threads serve at most, and how many stay while there is nothing to do.
-    static constexpr size_t MOST_THREADS = 64;
-    static constexpr size_t MOST_WAITING = 4;
+    static constexpr size_t MAX_THREADS = 64;
+    static constexpr size_t MAX_WAITING = 4;
 
     void ServeRequests();
     std::optional<Request> TakeRequest();

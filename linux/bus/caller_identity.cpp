@@ -68,7 +68,7 @@ bool CallerIdentity::Find(const std::string& uniqueName, IPCContext& context) {
         return false;
     }
     const MutexLock lock(mutex_);
-    if (known_.size() >= MOST_KNOWN) {
+    if (known_.size() >= MAX_KNOWN) {
         known_.clear();
     }
     known_[uniqueName] = context;

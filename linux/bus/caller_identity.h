@@ -24,7 +24,7 @@ public:
     bool IsDevice(const std::string& uniqueName);
 
 private:
-    static constexpr size_t MOST_KNOWN = 1024;
+    static constexpr size_t MAX_KNOWN = 1024;
 
     BusCaller& caller_;
     Mutex mutex_;

@@ -55,7 +55,7 @@ BusHandle DirectLines::Borrow(const Key& key, BusCaller::Clock::time_point deadl
             service.idle.pop_back();
             return line;
         }
-        if (service.isWithout || service.open >= MOST_OPEN) {
+        if (service.isWithout || service.open >= MAX_OPEN) {
             return nullptr;
         }
         ++service.open;

@@ -44,7 +44,7 @@ private:
     };
 
     // Of one service. Further requests at the same time go over the bus.
-    static constexpr size_t MOST_OPEN = 8;
+    static constexpr size_t MAX_OPEN = 8;
 
     BusHandle Borrow(const Key& key, BusCaller::Clock::time_point deadline);
     BusHandle Open(const Key& key, BusCaller::Clock::time_point deadline);

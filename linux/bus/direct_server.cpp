@@ -69,7 +69,7 @@ bool DirectServer::Add(UniqueFd socket, std::vector<Object> objects, const IPCCo
                 ended.splice(ended.end(), lines_, line);
             }
         }
-        if (isStopped_ || lines_.size() >= MOST_LINES) {
+        if (isStopped_ || lines_.size() >= MAX_LINES) {
             return false;
         }
         UniqueFd copy(fcntl(socket.Get(), F_DUPFD_CLOEXEC, 0));

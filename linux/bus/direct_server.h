@@ -46,7 +46,7 @@ public:
     void Stop();
 
 private:
-    static constexpr size_t MOST_LINES = 8;
+    static constexpr size_t MAX_LINES = 8;
 
     struct Line {
         Line() = default;

@@ -10,7 +10,7 @@ ListenerObject::ListenerObject(std::shared_ptr<BusCaller> caller, Post post, std
     : RemoteObject(std::move(caller), std::move(post), std::move(uniqueName), std::move(path), std::move(lines)),
       dropped_(std::move(dropped)),
       queue_(Mailbox<Request>::Make(
-          post_, [](Request& request) { request.listener->SendQueued(request); }, {MOST_WAITING})) {}
+          post_, [](Request& request) { request.listener->SendQueued(request); }, {MAX_WAITING})) {}
 
 int32_t ListenerObject::SendRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) {
     if (!isSlow_) {

@@ -21,7 +21,7 @@ class ListenerObject final : public RemoteObject {
 public:
     // How long an answer may take before the listener counts as slow. A healthy listener needs a thousandth of it.
     static constexpr std::chrono::milliseconds PATIENCE{100};
-    static constexpr size_t MOST_WAITING = 256;  // requests
+    static constexpr size_t MAX_WAITING = 256;  // requests
 
     // `dropped` is called when it counts as dead although its process lives.
     ListenerObject(std::shared_ptr<BusCaller> caller, Post post, std::string uniqueName, std::string path,

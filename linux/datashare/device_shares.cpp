@@ -22,7 +22,7 @@ constexpr LogDomain LOG = LogDomains::DATA_SHARE;
 
 // The pause between attempts to reach the bus again.
 constexpr auto FIRST_PAUSE = 100ms;
-constexpr auto LONGEST_PAUSE = 2000ms;
+constexpr auto MAX_PAUSE = 2000ms;
 
 }  // namespace
 
@@ -113,7 +113,7 @@ void DeviceShares::RunReturning() {
         lock.unlock();
         connection.reset();
         lock.lock();
-        for (auto pause = FIRST_PAUSE; !isClosed_ && !connection_; pause = std::min(2 * pause, LONGEST_PAUSE)) {
+        for (auto pause = FIRST_PAUSE; !isClosed_ && !connection_; pause = std::min(2 * pause, MAX_PAUSE)) {
             lock.unlock();
             connection = Make(number, true);
             lock.lock();

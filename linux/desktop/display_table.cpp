@@ -6,7 +6,7 @@ namespace ZYNE::Linux {
 namespace {
 
 // More displays and sizes than a device ever sees. Beyond this, a display that comes back counts as new.
-constexpr size_t MOST_IDS = 1024;
+constexpr size_t MAX_IDS = 1024;
 
 }  // namespace
 
@@ -26,7 +26,7 @@ bool DisplayTable::HasServer() const {
 }
 
 DisplayTable::Entries DisplayTable::Number(const std::vector<DisplayArea>& displays) {
-    if (ids_.size() > MOST_IDS) {
+    if (ids_.size() > MAX_IDS) {
         ids_.clear();
     }
     Entries entries;

@@ -15,8 +15,8 @@ bool IsWheel(int32_t button) {
 
 // Takes the whole units out of `distance`, which keeps the rest.
 int32_t TakeWhole(double& distance) {
-    constexpr double MOST = 1 << 30;
-    const double whole = std::trunc(std::clamp(distance, -MOST, MOST));
+    constexpr double MAX_DISTANCE = 1 << 30;
+    const double whole = std::trunc(std::clamp(distance, -MAX_DISTANCE, MAX_DISTANCE));
     distance -= std::trunc(distance);
     return static_cast<int32_t>(whole);
 }

@@ -18,7 +18,7 @@ bool IsMotion(const InputEvent& event) {
 }
 
 bool JoinOrMakeRoom(std::deque<InputEvent>& waiting, InputEvent& next) {
-    if (waiting.size() >= InputMonitors::MOST_MOTIONS && IsMotion(next) && IsMotion(waiting.back())) {
+    if (waiting.size() >= InputMonitors::MAX_MOTIONS && IsMotion(next) && IsMotion(waiting.back())) {
         auto& last = std::get<PointerChange>(waiting.back());
         auto& joined = std::get<PointerChange>(next);
         joined.dx += last.dx;
@@ -26,7 +26,7 @@ bool JoinOrMakeRoom(std::deque<InputEvent>& waiting, InputEvent& next) {
         last = std::move(joined);
         return true;
     }
-    if (waiting.size() >= InputMonitors::MOST_EVENTS) {
+    if (waiting.size() >= InputMonitors::MAX_EVENTS) {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "a monitor does not return, it loses its oldest event");
         waiting.pop_front();
     }
@@ -72,7 +72,7 @@ int32_t InputMonitors::Add(InputManager::PointerMonitor monitor) {
 int32_t InputMonitors::Add(bool watchesKeys, std::function<void(const InputEvent& event)> call) {
     auto events = Mailbox<InputEvent>::Make(pool_, std::move(call), {.join = &JoinOrMakeRoom});
     const MutexLock lock(mutex_);
-    if (monitors_.size() >= MOST_MONITORS) {
+    if (monitors_.size() >= MAX_MONITORS) {
         return NOT_ADDED;
     }
     monitors_.emplace(++lastId_, Monitor{watchesKeys, std::move(events)});

@@ -17,12 +17,12 @@ namespace ZYNE::Linux {
 // Any thread. Nothing calls a monitor inline or waits for one.
 class InputMonitors {
 public:
-    static constexpr size_t MOST_MONITORS = 256;
+    static constexpr size_t MAX_MONITORS = 256;
     // How many motions may wait for a monitor. A further one is added to the last of them.
-    static constexpr size_t MOST_MOTIONS = 256;
+    static constexpr size_t MAX_MOTIONS = 256;
     // How many events may wait for it. For a further one the oldest is dropped: the monitor has not returned for
     // thousands of keys.
-    static constexpr size_t MOST_EVENTS = 4096;
+    static constexpr size_t MAX_EVENTS = 4096;
 
     explicit InputMonitors(ThreadPool& pool) : pool_(pool) {}
 

@@ -5,21 +5,21 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr int32_t MOST_PIXELS = 32767;
+constexpr int32_t MAX_PIXELS = 32767;
 
 bool IsValid(const DisplayArea& area) {
     const auto isPlace = [](int32_t pixels) {
-        return pixels >= -MOST_PIXELS && pixels <= MOST_PIXELS;
+        return pixels >= -MAX_PIXELS && pixels <= MAX_PIXELS;
     };
     const auto isSize = [](int32_t pixels) {
-        return pixels > 0 && pixels <= MOST_PIXELS;
+        return pixels > 0 && pixels <= MAX_PIXELS;
     };
     return isPlace(area.x) && isPlace(area.y) && isSize(area.width) && isSize(area.height);
 }
 
 // Limited to what a pointer can reach anyway, so that nothing overflows.
 int32_t Step(int32_t from, int32_t distance) {
-    return from + std::clamp(distance, -4 * MOST_PIXELS, 4 * MOST_PIXELS);
+    return from + std::clamp(distance, -4 * MAX_PIXELS, 4 * MAX_PIXELS);
 }
 
 }  // namespace

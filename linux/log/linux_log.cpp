@@ -19,8 +19,8 @@ using namespace std::chrono_literals;
 
 constexpr LogDomain LOG = LogDomains::LOG;
 constexpr auto GATHER_TIME = 10ms;
-constexpr size_t MOST_PENDING_BYTES = size_t{4} << 20U;
-constexpr size_t MOST_UNOPENED_BYTES = size_t{256} << 10U;
+constexpr size_t MAX_PENDING_BYTES = size_t{4} << 20U;
+constexpr size_t MAX_UNOPENED_BYTES = size_t{256} << 10U;
 
 std::terminate_handler terminateBefore = nullptr;
 
@@ -37,14 +37,14 @@ void LinuxLog::Print(LogType /*type*/, LogLevel level, const LogDomain& domain, 
             return;
         }
         LogEntry entry{std::chrono::system_clock::now(), level, domain, text.size(), false};
-        const std::string_view cut = CutText(text, MOST_LINE_BYTES);
+        const std::string_view cut = CutText(text, MAX_LINE_BYTES);
         MutexLock lock(mutex_);
         if (!opened_) {
             PrintUnopened(entry, cut);
             return;
         }
         const bool first = pending_.Empty();
-        pending_.Add(entry, cut, MOST_PENDING_BYTES);
+        pending_.Add(entry, cut, MAX_PENDING_BYTES);
         if (!writing_) {
             lock.unlock();
             WritePending();
@@ -81,7 +81,7 @@ void LinuxLog::PrintUnopened(const LogEntry& entry, std::string_view text) {
         LogLineFormatter().Append(line, entry, text);
         kept.shown = WriteAll(STDERR_FILENO, line);
     }
-    pending_.Add(kept, text, MOST_UNOPENED_BYTES);
+    pending_.Add(kept, text, MAX_UNOPENED_BYTES);
 }
 
 void LinuxLog::Open(const LogOptions& options, DeviceNotes& notes) {
@@ -140,7 +140,7 @@ void LinuxLog::ReportOverdrawn(std::chrono::steady_clock::time_point until) {
         const std::string report = overdrawn_.front().share->Report();
         overdrawn_.pop_front();
         const LogEntry entry{std::chrono::system_clock::now(), LogLevel::WARN, LOG, report.size(), false};
-        pending_.Add(entry, CutText(report, MOST_LINE_BYTES), MOST_PENDING_BYTES);
+        pending_.Add(entry, CutText(report, MAX_LINE_BYTES), MAX_PENDING_BYTES);
     }
 }
 

@@ -47,7 +47,7 @@ size_t LogFile::Bound() {
     constexpr uintmax_t OLD_SHARE = 8;
     struct statvfs disk {};
     if (fstatvfs(descriptor_, &disk) != 0) {
-        return MOST_BYTES;
+        return MAX_BYTES;
     }
     std::error_code error;
     const uintmax_t oldSize = std::filesystem::file_size(Old(), error);
@@ -55,7 +55,7 @@ size_t LogFile::Bound() {
     if (!error && oldSize > all / OLD_SHARE) {
         std::filesystem::remove(Old(), error);
     }
-    return static_cast<size_t>(std::min<uintmax_t>(MOST_BYTES, all / SHARE));
+    return static_cast<size_t>(std::min<uintmax_t>(MAX_BYTES, all / SHARE));
 }
 
 bool LogFile::Write(std::string_view lines) {
@@ -64,7 +64,7 @@ bool LogFile::Write(std::string_view lines) {
     }
     // Once more: what was renamed may be too large for an older one.
     const size_t bound = Bound();
-    if (size_ + lines.size() > bound && bound < MOST_BYTES) {
+    if (size_ + lines.size() > bound && bound < MAX_BYTES) {
         return false;
     }
     if (!WriteAll(descriptor_, lines)) {

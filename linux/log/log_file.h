@@ -13,7 +13,7 @@ namespace ZYNE::Linux {
 // have without them: where that shrinks, the older one goes.
 class LogFile {
 public:
-    static constexpr size_t MOST_BYTES = size_t{8} << 20U;
+    static constexpr size_t MAX_BYTES = size_t{8} << 20U;
 
     LogFile() = default;
     LogFile(const LogFile&) = delete;

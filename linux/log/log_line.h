@@ -11,7 +11,7 @@
 namespace ZYNE::Linux {
 
 // Longer texts are cut, in bytes.
-inline constexpr size_t MOST_LINE_BYTES = 4096;
+inline constexpr size_t MAX_LINE_BYTES = 4096;
 
 // Appends the text of a line: escaped, with its full size at the end where it was cut.
 void AppendLogText(std::string& out, const LogEntry& entry, std::string_view text);

@@ -14,7 +14,7 @@ bool LogShare::Take() {
         begin_ = now;
         taken_ = 0;
     }
-    if (taken_ == MOST_LINES) {
+    if (taken_ == MAX_LINES) {
         ++suppressed_;
         return false;
     }

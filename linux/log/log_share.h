@@ -18,7 +18,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     // At once, and in each of the times that follow one another.
-    static constexpr size_t MOST_LINES = 400;
+    static constexpr size_t MAX_LINES = 400;
     static constexpr std::chrono::minutes TIME{1};
 
     // `device` is what the log calls the peer.

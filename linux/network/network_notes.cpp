@@ -23,7 +23,7 @@ void NetworkNotes::Add(const std::string& kind, const std::string& text) {
             notes_.erase(known);
         }
         notes_.push_front({{kind, text}, now, logged});
-        if (notes_.size() > MOST) {
+        if (notes_.size() > MAX_NOTES) {
             notes_.pop_back();
         }
     }
@@ -40,7 +40,7 @@ bool NetworkNotes::MayLog(Clock::time_point now) {
         minute_ = now;
         logged_ = 0;
     }
-    if (logged_ >= MOST) {
+    if (logged_ >= MAX_NOTES) {
         ++suppressed_;
         return false;
     }

@@ -21,7 +21,7 @@ public:
 
     static constexpr std::chrono::seconds LASTS{60};
     // More are not kept, nor logged in a minute.
-    static constexpr size_t MOST = 32;
+    static constexpr size_t MAX_NOTES = 32;
 
     explicit NetworkNotes(std::function<Clock::time_point()> now = Clock::now) : now_(std::move(now)) {}
 

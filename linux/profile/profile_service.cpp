@@ -19,9 +19,9 @@ std::string Anonymous(const std::string& udid) {
 
 // Names may be long: both bounds together leave a line that can be read.
 std::string NameForPeople(const ProfileRecord& record) {
-    constexpr size_t MOST_SHOWN_BYTES = 64;
-    return record.profile.GetServiceName().substr(0, MOST_SHOWN_BYTES) + '/' +
-        record.profile.GetCharacteristicKey().substr(0, MOST_SHOWN_BYTES);
+    constexpr size_t MAX_SHOWN_BYTES = 64;
+    return record.profile.GetServiceName().substr(0, MAX_SHOWN_BYTES) + '/' +
+        record.profile.GetCharacteristicKey().substr(0, MAX_SHOWN_BYTES);
 }
 
 ProfileName CharacteristicName(const std::string& service, const std::string& key) {

@@ -25,7 +25,7 @@ ProfileCode ProfileTable::Check(const ProfileRecord& record) const {
     }
     const auto device = devices_.find(record.profile.GetDeviceId());
     if (device == devices_.end()) {
-        return devices_.size() < MOST_DEVICES ? PROFILE_OK : PROFILE_TOO_MANY;
+        return devices_.size() < MAX_DEVICES ? PROFILE_OK : PROFILE_TOO_MANY;
     }
     const Entry* known = FindEntry(record.profile.GetDeviceId(), ProfileName(record));
     if (known == nullptr && device->second.entries.size() >= ProfileBounds::RECORDS) {

@@ -45,7 +45,7 @@ public:
 
 private:
     // More than a network has: in open mode anyone can claim to be many.
-    static constexpr size_t MOST_DEVICES = 4096;
+    static constexpr size_t MAX_DEVICES = 4096;
 
     struct Entry {
         RecordPtr record;

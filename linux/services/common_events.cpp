@@ -19,10 +19,10 @@ constexpr char PUBLISHED[] = "Published";
 constexpr int32_t UNKNOWN_PUBLISHER = CommonEventSubscribeInfo::ANY_PUBLISHER;
 
 // How many events may wait for their publishers to be found out.
-constexpr size_t MOST_WAITING = 10000;
+constexpr size_t MAX_WAITING = 10000;
 
 bool IsName(const std::string& event) {
-    return !event.empty() && event.size() <= CommonEvents::LONGEST_NAME;
+    return !event.empty() && event.size() <= CommonEvents::MAX_NAME_BYTES;
 }
 
 }  // namespace
@@ -38,8 +38,7 @@ struct CommonEvents::Running {
     Running(ThreadPool& pool, std::shared_ptr<BusClient> busClient)
         : subscribers(pool), client(std::move(busClient)), ownName(client->GetConnection()->GetUniqueName()),
           received(Mailbox<Received>::Make(pool,
-              [this](const Received& each) { subscribers.Tell(each.event, FindPublisher(each.from)); },
-              {MOST_WAITING})),
+              [this](const Received& each) { subscribers.Tell(each.event, FindPublisher(each.from)); }, {MAX_WAITING})),
           published(client->GetConnection()->Listen(
               PATH, INTERFACE, PUBLISHED, [this](sd_bus_message* message) { Receive(message); })) {}
 

@@ -32,7 +32,7 @@ namespace ZYNE::Linux {
 // Any thread, except where said.
 class CommonEvents {
 public:
-    static constexpr size_t LONGEST_NAME = 255;  // bytes of an event's name
+    static constexpr size_t MAX_NAME_BYTES = 255;  // bytes of an event's name
 
     explicit CommonEvents(ThreadPool& pool);
     CommonEvents(const CommonEvents&) = delete;

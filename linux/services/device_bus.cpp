@@ -23,13 +23,13 @@ constexpr LogDomain LOG = LogDomains::BUS;
 
 constexpr char CONFIG_FILE[] = "bus.conf";
 constexpr char SERVICE_DIRECTORY[] = "services";
-constexpr size_t LONGEST_SOCKET = 107;  // bytes, the system's limit for a socket's path
+constexpr size_t MAX_SOCKET_PATH = 107;  // bytes, the system's limit for a socket's path
 constexpr std::chrono::milliseconds SERVICE_END_TIME{2000};
 
 void CheckSocket(const std::filesystem::path& socket) {
-    if (socket.native().size() > LONGEST_SOCKET) {
+    if (socket.native().size() > MAX_SOCKET_PATH) {
         throw std::runtime_error("the path " + socket.native() + " is too long for a socket, which takes " +
-            std::to_string(LONGEST_SOCKET) + " bytes");
+            std::to_string(MAX_SOCKET_PATH) + " bytes");
     }
 }
 

@@ -45,7 +45,7 @@ struct EventSubscribers::Entry {
                   const Finishing finishing{*event.delivery};
                   subscriber->OnReceiveEvent(CommonEventData(Want().SetAction(event.name)));
               },
-              {MOST_WAITING})) {}
+              {MAX_WAITING})) {}
 
     const std::shared_ptr<CommonEventSubscriber> subscriber;
     const std::shared_ptr<Mailbox<Event>> mailbox;

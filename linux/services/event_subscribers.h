@@ -21,7 +21,7 @@ namespace ZYNE::Linux {
 class EventSubscribers {
 public:
     // How many events may wait for one subscriber; it misses those beyond.
-    static constexpr size_t MOST_WAITING = 1000;
+    static constexpr size_t MAX_WAITING = 1000;
 
     explicit EventSubscribers(ThreadPool& pool);
     EventSubscribers(const EventSubscribers&) = delete;

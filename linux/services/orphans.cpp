@@ -34,7 +34,7 @@ constexpr LogDomain LOG = LogDomains::BUS;
 constexpr pid_t FIRST_OF_OTHERS = 2;  // the first process is the system's
 constexpr auto ASK_TIME = 300ms;
 constexpr auto KILL_TIME = 200ms;
-constexpr int MOST_ROUNDS = 3;  // a process may have started another one before it ended
+constexpr int MAX_ROUNDS = 3;  // a process may have started another one before it ended
 
 std::atomic<bool> isAdopting{false};
 
@@ -155,7 +155,7 @@ void ForgetEnded(pid_t spared) {
 }
 
 void EndAll(uint64_t since) {
-    for (int round = 0; isAdopting && round < MOST_ROUNDS; ++round) {
+    for (int round = 0; isAdopting && round < MAX_ROUNDS; ++round) {
         const std::vector<ProcessHandle> processes = FindDescendants(since);
         if (processes.empty()) {
             return;

@@ -12,7 +12,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr size_t LARGEST_FILE = 1u << 20;  // bytes
+constexpr size_t MAX_FILE_BYTES = 1u << 20;  // bytes
 
 SystemAbilityEntry ReadEntry(const Json::Value& json, const std::filesystem::path& directory) {
     SystemAbilityEntry entry;
@@ -36,7 +36,7 @@ SystemAbilityEntry ReadEntry(const Json::Value& json, const std::filesystem::pat
 }  // namespace
 
 SystemAbilityTable ReadSystemAbilityTable(const std::filesystem::path& file) {
-    const JsonFile json = ReadJsonFile(file, LARGEST_FILE);
+    const JsonFile json = ReadJsonFile(file, MAX_FILE_BYTES);
     const std::filesystem::path directory = std::filesystem::absolute(file).parent_path();
     SystemAbilityTable table;
     std::set<std::string> names;

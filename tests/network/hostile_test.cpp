@@ -39,8 +39,8 @@ constexpr unsigned LENIENCE = 16;  // a sanitizer takes its time, and keeps what
 constexpr unsigned LENIENCE = 1;
 #endif
 constexpr auto SLOWEST = 500ms * LENIENCE;
-constexpr size_t MOST_GROWTH_KIB = (size_t{48} << 10U) * LENIENCE;
-constexpr size_t MOST_LINES = 1000;
+constexpr size_t MAX_GROWTH_KIB = (size_t{48} << 10U) * LENIENCE;
+constexpr size_t MAX_LINES = 1000;
 
 constexpr auto FLOOD_TIME = 1200ms;
 // On its own, for tests run side by side and all hear all beacons of a port.
@@ -111,8 +111,8 @@ protected:
                   << growth << " KiB, " << Lines() - lines << " lines\n";
         EXPECT_EQ(prober.Failures(), 0u);
         EXPECT_LT(prober.Slowest99(), SLOWEST);
-        EXPECT_LT(growth, MOST_GROWTH_KIB);
-        EXPECT_LT(Lines() - lines, MOST_LINES);
+        EXPECT_LT(growth, MAX_GROWTH_KIB);
+        EXPECT_LT(Lines() - lines, MAX_LINES);
         EXPECT_EQ(pc->CountInLog("device " + Linux::Anonymous(phone->Udid()) + " is offline"), 0u);
         EXPECT_EQ(phone->CountInLog("device " + Linux::Anonymous(pc->Udid()) + " is offline"), 0u);
     }
@@ -501,7 +501,7 @@ TEST_F(Hostile, LinksThatBreakTheirRulesCostNoMoreThanTheyDo) {
         for (int i = 0; i < 64; ++i) {
             peers.push_back(std::make_unique<RawPeer>(who, port));
             for (const Stream stream : {Stream::LINK, Stream::CONTROL, Stream::PROFILE}) {
-                peers.back()->SendInParts(stream, Linux::MostBytes(stream), false);
+                peers.back()->SendInParts(stream, Linux::MaxBytes(stream), false);
             }
         }
     });
@@ -547,13 +547,13 @@ TEST_F(Hostile, SizesAreTakenUpToTheirLimitsAndNotBeyond) {
             evil->Sends(pc->Udid(), Stream::CONTROL, RequestOf(++session, NamesOf(1, "service.hello")));
             return Eventually([&] { return !answered.All().empty() && answered.All().back() == session; }, 5s);
         };
-        EXPECT_TRUE(isTaken(Stream::LINK, Padded(FactsOf("evil"), MostBytes(Stream::LINK))));
-        EXPECT_TRUE(isTaken(Stream::PROFILE, Padded(ProfileStart(), MostBytes(Stream::PROFILE))));
-        EXPECT_TRUE(isTaken(Stream::CONTROL, Padded(AnswerOf(1, "{}"), MostBytes(Stream::CONTROL))));
-        EXPECT_TRUE(isTaken(Stream::CONTROL, RequestOf(9999, std::string(Linux::MOST_REQUEST_BYTES, '['))));
-        EXPECT_TRUE(isTaken(Stream::CONTROL, AnswerOf(1, std::string(Linux::MOST_ANSWER_BYTES, '['))));
+        EXPECT_TRUE(isTaken(Stream::LINK, Padded(FactsOf("evil"), MaxBytes(Stream::LINK))));
+        EXPECT_TRUE(isTaken(Stream::PROFILE, Padded(ProfileStart(), MaxBytes(Stream::PROFILE))));
+        EXPECT_TRUE(isTaken(Stream::CONTROL, Padded(AnswerOf(1, "{}"), MaxBytes(Stream::CONTROL))));
+        EXPECT_TRUE(isTaken(Stream::CONTROL, RequestOf(9999, std::string(Linux::MAX_REQUEST_BYTES, '['))));
+        EXPECT_TRUE(isTaken(Stream::CONTROL, AnswerOf(1, std::string(Linux::MAX_ANSWER_BYTES, '['))));
         EXPECT_TRUE(
-            evil->Sends(pc->Udid(), Stream::CONTROL, RequestOf(9999, std::string(Linux::MOST_REQUEST_BYTES + 1, '['))));
+            evil->Sends(pc->Udid(), Stream::CONTROL, RequestOf(9999, std::string(Linux::MAX_REQUEST_BYTES + 1, '['))));
         EXPECT_TRUE(Eventually([&] { return !evil->HasLink(pc->Udid()); }));
     });
     Suffer("messages that are one byte too large", [&] {
@@ -561,7 +561,7 @@ TEST_F(Hostile, SizesAreTakenUpToTheirLimitsAndNotBeyond) {
         for (const Stream stream : {Stream::LINK, Stream::CONTROL, Stream::PROFILE}) {
             RawPeer peer(who, port);
             ASSERT_TRUE(peer.Join());
-            peer.SendInParts(stream, MostBytes(stream) + 1, true);
+            peer.SendInParts(stream, MaxBytes(stream) + 1, true);
             while (peer.Next()) {
             }
         }

@@ -197,10 +197,10 @@ TEST_F(Account, ListsAThousandRevokedDevicesAndNoMore) {
         return SignRevocations(list, account.Certificate(), account.Key());
     };
     Revocations list{1, {}};
-    for (size_t i = 0; i < MOST_REVOKED; ++i) {
+    for (size_t i = 0; i < MAX_REVOKED; ++i) {
         list.udids.push_back(std::to_string(1000 + i) + UDID.substr(4));
     }
-    EXPECT_LE(sign(list).size(), MOST_REVOCATION_BYTES);
+    EXPECT_LE(sign(list).size(), MAX_REVOCATION_BYTES);
     EXPECT_EQ(ReadRevocations(sign(list), Authority()).udids, list.udids);
     list.udids.push_back(OTHER_UDID);
     EXPECT_THROW(ReadRevocations(sign(list), Authority()), std::runtime_error);

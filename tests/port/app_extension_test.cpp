@@ -256,7 +256,7 @@ TEST_F(AppExtension, ThatListensAndIsFrozenKeepsNobodyWaitingTwiceAndIsDroppedUn
 
     const sptr<RemoteObject> second = listen();
     freeze(second);
-    for (size_t i = 1; i < ListenerObject::MOST_WAITING; ++i) {
+    for (size_t i = 1; i < ListenerObject::MAX_WAITING; ++i) {
         EXPECT_EQ(Send(second, "app.pid", reply), IRemoteObject::OK);
     }
     EXPECT_FALSE(second->IsDead());

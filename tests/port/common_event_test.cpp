@@ -107,7 +107,7 @@ TEST_F(CommonEvent, ReachesOtherProcessesAsASignal) {
 }
 
 TEST_F(CommonEvent, ComesInOrderAndOneWhoBlocksHoldsUpNobodyAndLosesWhatIsTooMuch) {
-    constexpr size_t MOST = EventSubscribers::MOST_WAITING;
+    constexpr size_t MAX_WAITING = EventSubscribers::MAX_WAITING;
     std::latch gate(1);
     const auto blocked = NewRecorder({"first", "more", "last"});
     blocked->gate = &gate;
@@ -123,7 +123,7 @@ TEST_F(CommonEvent, ComesInOrderAndOneWhoBlocksHoldsUpNobodyAndLosesWhatIsTooMuc
     EXPECT_TRUE(free->events.Reaches(expected.size()));
     EXPECT_EQ(free->events.All(), expected);
 
-    for (size_t i = 0; i < MOST - 1; ++i) {
+    for (size_t i = 0; i < MAX_WAITING - 1; ++i) {
         events.Publish("more", SYSTEM_SERVICE);
     }
     events.Publish("last", SYSTEM_SERVICE);
@@ -132,11 +132,11 @@ TEST_F(CommonEvent, ComesInOrderAndOneWhoBlocksHoldsUpNobodyAndLosesWhatIsTooMuc
     EXPECT_TRUE(isTold);  // to all whom it has not been lost to
     EXPECT_EQ(blocked->events.All().size(), 1U);
     gate.count_down();
-    EXPECT_EQ(blocked->events.Until("last").size(), 1 + MOST);
+    EXPECT_EQ(blocked->events.Until("last").size(), 1 + MAX_WAITING);
 }
 
 TEST_F(CommonEvent, WithoutAProperNameIsPassedOver) {
-    const std::string longest(CommonEvents::LONGEST_NAME, 'x');
+    const std::string longest(CommonEvents::MAX_NAME_BYTES, 'x');
     const auto recorder = Subscribe({"", longest, longest + 'x', "end"});
     EXPECT_FALSE(events.Publish("", SYSTEM_SERVICE));
     EXPECT_FALSE(events.Publish(longest + 'x', SYSTEM_SERVICE));

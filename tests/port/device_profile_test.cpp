@@ -594,7 +594,7 @@ TEST_F(DeviceProfileOverALink, RefusesWhatIsBeyondItsBoundsAndLosesNothingThatFi
 TEST_F(DeviceProfileOverALink, GivesUpAPeerThatTakesNothingUntilItComesAnew) {
     Up();
     Deliver();
-    for (size_t i = 0; i <= ProfileOutbox::MOST_DELETIONS + 512; ++i) {
+    for (size_t i = 0; i <= ProfileOutbox::MAX_DELETIONS + 512; ++i) {
         DeskPuts("key", std::to_string(i));
         DeskDeletes("key" + std::to_string(i));
     }
@@ -602,7 +602,7 @@ TEST_F(DeviceProfileOverALink, GivesUpAPeerThatTakesNothingUntilItComesAnew) {
     Down();
     Up();
     EXPECT_EQ(Deliver(), 1);
-    EXPECT_EQ(Get(DESK, "key"), std::to_string(ProfileOutbox::MOST_DELETIONS + 512));
+    EXPECT_EQ(Get(DESK, "key"), std::to_string(ProfileOutbox::MAX_DELETIONS + 512));
 }
 
 TEST_F(DeviceProfileOverALink, SendsWhatThreadsPutAtOnceAndWaitsUntilItIsTaken) {

@@ -89,7 +89,7 @@ TEST_F(LinkTest, CarriesFactsAndMessagesSmallOnesBeforeLargeOnes) {
     one.Dial(other.Port());
     ASSERT_TRUE(AreLinked());
     one.SetFacts({"phone", 1, 10, 2});
-    const size_t most = MostBytes(Stream::PROFILE);
+    const size_t most = MaxBytes(Stream::PROFILE);
     // While the loop of the sender does this, nothing but the first bytes of the large one can go.
     one.Do([&] {
         const LinkPtr link = one.links.FindLink(GREAT);
@@ -137,7 +137,7 @@ std::string ReadToEnd(int descriptor) {
 
 TEST_F(LinkTest, IsGivenToADeviceWhileHalfOpenConnectionsComeByTheHundred) {
     std::vector<UniqueFd> halfOpen;
-    for (size_t i = 0; i < 3 * Links::MOST_AT_THE_GATE; ++i) {
+    for (size_t i = 0; i < 3 * Links::MAX_AT_THE_GATE; ++i) {
         halfOpen.push_back(ConnectTo(one.Port()));
     }
     other.Dial(one.Port());

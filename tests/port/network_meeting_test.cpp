@@ -142,7 +142,7 @@ TEST_F(Meeting, BeaconsOfOneAccountHearEachOtherOnceASecondAfterAFloodOfNoiseToo
     const UniqueFd socket(::socket(AF_INET, SOCK_DGRAM, 0));
     const Endpoint to = *Endpoint::FromText("127.0.0.1", port);
     const std::string noise(64 + MeetingKey::SEAL_BYTES, 'n');
-    for (int i = 0; i < 3 * Beacon::MOST_PER_SECOND; ++i) {
+    for (int i = 0; i < 3 * Beacon::MAX_PER_SECOND; ++i) {
         sendto(socket.Get(), noise.data(), noise.size() - static_cast<size_t>(i % 2), 0, to.Get(), to.Size());
     }
     const auto start = EventLoop::Clock::now();

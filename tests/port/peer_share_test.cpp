@@ -29,16 +29,16 @@ TEST(RequestGate, LetsSoManyBeUnderWayHasOthersWaitInOrderUpToSoManyBytesAndRefu
         return place;
     };
     int32_t session = 0;
-    for (size_t i = 0; i < RequestGate::MOST_UNDER_WAY; ++i) {
+    for (size_t i = 0; i < RequestGate::MAX_UNDER_WAY; ++i) {
         EXPECT_EQ(enter("noisy", ++session), Place::UNDER_WAY);
     }
-    for (size_t i = 0; i < RequestGate::MOST_WAITING; ++i) {
+    for (size_t i = 0; i < RequestGate::MAX_WAITING; ++i) {
         EXPECT_EQ(enter("noisy", ++session), Place::WAITING);
     }
     EXPECT_EQ(enter("noisy", ++session), Place::REFUSED);
     EXPECT_EQ(enter("quiet", 1), Place::UNDER_WAY);
 
-    EXPECT_EQ(gate.Leave("noisy")->session, static_cast<int32_t>(RequestGate::MOST_UNDER_WAY) + 1);
+    EXPECT_EQ(gate.Leave("noisy")->session, static_cast<int32_t>(RequestGate::MAX_UNDER_WAY) + 1);
     EXPECT_EQ(enter("noisy", ++session), Place::WAITING);
     EXPECT_EQ(enter("noisy", ++session), Place::REFUSED);
     gate.Forget("noisy");
@@ -46,10 +46,10 @@ TEST(RequestGate, LetsSoManyBeUnderWayHasOthersWaitInOrderUpToSoManyBytesAndRefu
     EXPECT_EQ(gate.Leave("quiet"), std::nullopt);
     EXPECT_EQ(gate.Leave("quiet"), std::nullopt);
 
-    for (size_t i = 0; i < RequestGate::MOST_UNDER_WAY; ++i) {
+    for (size_t i = 0; i < RequestGate::MAX_UNDER_WAY; ++i) {
         enter("desk", 1);
     }
-    EXPECT_EQ(enter("desk", 2, RequestGate::MOST_WAITING_BYTES), Place::WAITING);
+    EXPECT_EQ(enter("desk", 2, RequestGate::MAX_WAITING_BYTES), Place::WAITING);
     EXPECT_EQ(enter("desk", 3), Place::REFUSED);
     EXPECT_EQ(gate.Leave("desk")->session, 2);
     EXPECT_EQ(enter("desk", 3), Place::WAITING);
@@ -97,17 +97,17 @@ TEST(PeerTable, KnowsWhoseANetworkIdIsOfSoManyRunsWhateverOthersDo) {
     }
     EXPECT_EQ(table.UdidOf("run0"), "desk");
     EXPECT_EQ(table.UdidOf("n9999"), "noisy");
-    EXPECT_EQ(table.UdidOf("n" + std::to_string(10000 - PeerTable::MOST_RUNS)), "noisy");
-    EXPECT_EQ(table.UdidOf("n" + std::to_string(9999 - PeerTable::MOST_RUNS)), "");
+    EXPECT_EQ(table.UdidOf("n" + std::to_string(10000 - PeerTable::MAX_RUNS)), "noisy");
+    EXPECT_EQ(table.UdidOf("n" + std::to_string(9999 - PeerTable::MAX_RUNS)), "");
     for (size_t peer = 0; table.MayPut("p" + std::to_string(peer)); ++peer) {
         put("p" + std::to_string(peer), "r" + std::to_string(peer));
     }
-    EXPECT_EQ(table.All().size(), PeerTable::MOST_PEERS);
+    EXPECT_EQ(table.All().size(), PeerTable::MAX_PEERS);
     EXPECT_TRUE(table.MayPut("desk"));
 }
 
 TEST(ControlMessages, ArriveAsTheyWereSentAndNotBeyondTheirBounds) {
-    ControlMessage request = RequestOf(7, MOST_REQUEST_BYTES);
+    ControlMessage request = RequestOf(7, MAX_REQUEST_BYTES);
     request.callerString = "me";
     request.service.collaborationIdStr = "00000000007-me";
     request.service.priority = -1;

@@ -40,7 +40,7 @@ TEST_F(Sessions, TakeOneAnswerFromTheDeviceThatWasAskedUnlessItHasLeft) {
 
 TEST_F(Sessions, EndWhenTheyAreTooOldAndNotBefore) {
     const int32_t number = table.Open("desk", "1-a");
-    now += SessionTable::LONGEST - 1s;
+    now += SessionTable::MAX_AGE - 1s;
     table.EndOld();
     const int32_t served = table.Serve("desk", 9, {});
     EXPECT_EQ(table.FindServed(served), std::pair(std::string("desk"), 9));

@@ -174,7 +174,7 @@ TEST_F(Store, WritesNoMoreAheadThanItsBound) {
         ASSERT_EQ(Put("large", std::string(ProfileBounds::VALUE_BYTES - 1000 * static_cast<size_t>(i), 'x')), 0);
         most = std::max(most, fs::file_size(file.string() + "-wal"));
     }
-    EXPECT_LE(most, Database::MOST_AHEAD_BYTES);
+    EXPECT_LE(most, Database::MAX_AHEAD_BYTES);
 }
 
 TEST_F(Store, OpensOnAFullDiskWhereDeletingWorksAndKeepsItsReserveAgainWhenThereIsRoom) {

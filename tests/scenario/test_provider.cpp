@@ -15,7 +15,7 @@ namespace {
 using ZYNE::IPCContext;
 using ZYNE::MessageParcel;
 
-constexpr size_t LARGEST_ANSWER = 4194304;  // bytes of the message between the devices
+constexpr size_t MAX_ANSWER_BYTES = 4194304;  // bytes of the message between the devices
 
 // What stands around the value in an answer with one item.
 size_t FrameSize(const std::string& name) {
@@ -61,7 +61,7 @@ std::string Value(const std::string& name) {
     if (kind == "late") {
         return Slept(std::chrono::milliseconds(6500));
     }
-    return std::string(LARGEST_ANSWER - FrameSize(name) + (kind == "oversize" ? 1 : 0), 'x');
+    return std::string(MAX_ANSWER_BYTES - FrameSize(name) + (kind == "oversize" ? 1 : 0), 'x');
 }
 
 std::string Reply(const std::string& name) {

@@ -13,7 +13,7 @@ namespace ZYNE::Linux {
 namespace {
 
 // Of all peers together, of messages that wait to be handled.
-constexpr size_t MOST_LARGE_BYTES = size_t{64} << 20U;
+constexpr size_t MAX_LARGE_BYTES = size_t{64} << 20U;
 
 size_t BytesOf(const ControlMessage& message) {
     return message.payload.size() + message.service.commandProp.size();
@@ -29,7 +29,7 @@ ControlChannel::ControlChannel(const Host& host, std::shared_ptr<const PeerTable
               const LogShareScope scope(large.channel->shares_->LogOf(large.link->Udid()));
               large.channel->Handle(large.link, std::move(large.message));
           },
-          {MOST_LARGE_BYTES, [](const Large& large) {
+          {MAX_LARGE_BYTES, [](const Large& large) {
                return BytesOf(large.message);
            }})) {}
 

@@ -5,9 +5,9 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr size_t MOST_ID_BYTES = 512;
-constexpr size_t MOST_CALLER_BYTES = 512;
-constexpr size_t MOST_SESSION_NAME_BYTES = 64;
+constexpr size_t MAX_ID_BYTES = 512;
+constexpr size_t MAX_CALLER_BYTES = 512;
+constexpr size_t MAX_SESSION_NAME_BYTES = 64;
 
 bool IsText(const std::string& text, size_t most) {
     return text.size() <= most && text.find('\0') == std::string::npos;
@@ -19,11 +19,11 @@ bool IsWithinBounds(const ControlMessage& message) {
     }
     switch (message.kind) {
     case ControlKind::REQUEST:
-        return IsText(message.service.collaborationIdStr, MOST_ID_BYTES) &&
-            IsText(message.callerString, MOST_CALLER_BYTES) && IsText(message.sessionName, MOST_SESSION_NAME_BYTES) &&
-            message.service.commandProp.size() <= MOST_REQUEST_BYTES;
+        return IsText(message.service.collaborationIdStr, MAX_ID_BYTES) &&
+            IsText(message.callerString, MAX_CALLER_BYTES) && IsText(message.sessionName, MAX_SESSION_NAME_BYTES) &&
+            message.service.commandProp.size() <= MAX_REQUEST_BYTES;
     case ControlKind::ANSWER:
-        return message.payload.size() <= MOST_ANSWER_BYTES;
+        return message.payload.size() <= MAX_ANSWER_BYTES;
     case ControlKind::BUSY:
         return true;
     }

@@ -29,8 +29,8 @@ struct ControlMessage {
 
 // What one message may carry, in bytes. A request is text that is parsed whole; it names no more than a thousand items.
 // Of answers the library takes 4 MiB, and says so of more.
-inline constexpr size_t MOST_REQUEST_BYTES = size_t{1} << 20U;
-inline constexpr size_t MOST_ANSWER_BYTES = size_t{5} << 20U;
+inline constexpr size_t MAX_REQUEST_BYTES = size_t{1} << 20U;
+inline constexpr size_t MAX_ANSWER_BYTES = size_t{5} << 20U;
 
 // The bytes of a message; nothing when a text is beyond its bound or has a zero byte where that has no place.
 std::optional<std::string> WriteControlMessage(const ControlMessage& message);

@@ -8,11 +8,11 @@ RequestGate::Place RequestGate::Enter(const std::string& networkId, ControlMessa
     const size_t bytes = request.service.commandProp.size();
     const MutexLock lock(mutex_);
     Requests& requests = requests_[networkId];
-    if (requests.underWay < MOST_UNDER_WAY) {
+    if (requests.underWay < MAX_UNDER_WAY) {
         ++requests.underWay;
         return Place::UNDER_WAY;
     }
-    if (requests.waiting.size() >= MOST_WAITING || requests.waitingBytes + bytes > MOST_WAITING_BYTES) {
+    if (requests.waiting.size() >= MAX_WAITING || requests.waitingBytes + bytes > MAX_WAITING_BYTES) {
         return Place::REFUSED;
     }
     requests.waitingBytes += bytes;

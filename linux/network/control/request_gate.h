@@ -15,9 +15,9 @@ namespace ZYNE::Linux {
 // Any thread.
 class RequestGate {
 public:
-    static constexpr size_t MOST_UNDER_WAY = 16;
-    static constexpr size_t MOST_WAITING = 64;
-    static constexpr size_t MOST_WAITING_BYTES = size_t{2} << 20U;
+    static constexpr size_t MAX_UNDER_WAY = 16;
+    static constexpr size_t MAX_WAITING = 64;
+    static constexpr size_t MAX_WAITING_BYTES = size_t{2} << 20U;
 
     enum class Place { UNDER_WAY, WAITING, REFUSED };
 

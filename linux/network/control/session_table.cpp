@@ -8,7 +8,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr uint32_t GREATEST_NUMBER = std::numeric_limits<int32_t>::max();
+constexpr uint32_t MAX_NUMBER = std::numeric_limits<int32_t>::max();
 
 // Moves the sessions that `matches` out of `sessions`.
 template <typename Session, typename Matches>
@@ -34,14 +34,14 @@ SessionTable::SessionTable(std::function<Clock::time_point()> now)
 int32_t SessionTable::NewNumber() {
     int32_t number = 0;
     do {
-        number = static_cast<int32_t>(++lastNumber_ & GREATEST_NUMBER);
+        number = static_cast<int32_t>(++lastNumber_ & MAX_NUMBER);
     } while (number == 0 || opened_.contains(number) || served_.contains(number));
     return number;
 }
 
 int32_t SessionTable::Open(const std::string& networkId, const std::string& collaborationId) {
     const MutexLock lock(mutex_);
-    if (opened_.size() >= MOST_OPENED) {
+    if (opened_.size() >= MAX_OPENED) {
         opened_.erase(std::ranges::min_element(opened_, {}, [](const auto& entry) { return entry.second.since; }));
     }
     const int32_t number = NewNumber();
@@ -97,7 +97,7 @@ std::vector<std::string> SessionTable::EndAllWith(const std::string& networkId) 
 }
 
 std::vector<std::string> SessionTable::EndOld() {
-    const Clock::time_point eldest = now_() - LONGEST;
+    const Clock::time_point eldest = now_() - MAX_AGE;
     const auto isOld = [&](const auto& session) {
         return session.since < eldest;
     };

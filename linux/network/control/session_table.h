@@ -22,8 +22,8 @@ public:
     using Clock = std::chrono::steady_clock;
     using Commands = std::vector<std::shared_ptr<CollaborationFwk::Command>>;
 
-    static constexpr std::chrono::seconds LONGEST{60};
-    static constexpr size_t MOST_OPENED = 4096;
+    static constexpr std::chrono::seconds MAX_AGE{60};
+    static constexpr size_t MAX_OPENED = 4096;
 
     struct Opened {
         std::string networkId;  // of the device that was asked

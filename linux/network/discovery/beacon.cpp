@@ -25,7 +25,7 @@ constexpr size_t ID_AT = 1;
 constexpr size_t ID_BYTES = 32;
 constexpr size_t PORT_AT = ID_AT + ID_BYTES;
 constexpr char VERSION = 1;
-static_assert(TEXT_BYTES + MeetingKey::SEAL_BYTES < BeaconSocket::MOST_BYTES, "a longer datagram must be told apart");
+static_assert(TEXT_BYTES + MeetingKey::SEAL_BYTES < BeaconSocket::MAX_BYTES, "a longer datagram must be told apart");
 
 std::string Write(const std::string& networkId, uint16_t port) {
     std::string text(1, VERSION);
@@ -142,7 +142,7 @@ bool Beacon::Take(std::string_view datagram, const Endpoint& from, int interface
 bool Beacon::TakeToken() {
     const Clock::time_point now = Clock::now();
     const std::chrono::duration<double> passed = now - std::exchange(lastToken_, now);
-    tokens_ = std::min<double>(MOST_PER_SECOND, tokens_ + passed.count() * MOST_PER_SECOND);
+    tokens_ = std::min<double>(MAX_PER_SECOND, tokens_ + passed.count() * MAX_PER_SECOND);
     if (tokens_ < 1) {
         return false;
     }
@@ -150,7 +150,7 @@ bool Beacon::TakeToken() {
     return true;
 }
 
-// As they are forgotten together, MOST_PER_SECOND bounds their number.
+// As they are forgotten together, MAX_PER_SECOND bounds their number.
 bool Beacon::IsNews(const Heard& heard) {
     const Clock::time_point now = Clock::now();
     if (now - second_ >= 1s) {

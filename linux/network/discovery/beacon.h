@@ -37,7 +37,7 @@ public:
 
     // How many datagrams it takes, of whatever kind, in one second and at once. While there are more the sockets are
     // not read, and the kernel drops what they cannot hold.
-    static constexpr int MOST_PER_SECOND = 1000;
+    static constexpr int MAX_PER_SECOND = 1000;
 
     // A copy of `key` is kept. The same network id at the same place is told once a second at most. Datagrams that are
     // not of this account are dropped without a line in the log. Throws std::runtime_error when the network id is none.
@@ -76,7 +76,7 @@ private:
     std::set<std::string> warnings_;  // those logged
     std::set<std::string> told_;      // network ids with addresses, since second_
     Clock::time_point second_;
-    double tokens_ = MOST_PER_SECOND;
+    double tokens_ = MAX_PER_SECOND;
     Clock::time_point lastToken_;
     EventLoop::Source again_;   // set while an announcement is to be sent again
     EventLoop::Source resume_;  // set while sockets may wait for tokens

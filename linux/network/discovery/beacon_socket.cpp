@@ -13,7 +13,7 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr int MOST_AT_ONCE = 32;  // datagrams taken before others on the loop get their turn
+constexpr int MAX_AT_ONCE = 32;  // datagrams taken before others on the loop get their turn
 constexpr const char* GROUP_IPV4 = "239.255.47.21";
 constexpr const char* GROUP_IPV6 = "ff02::4721";
 
@@ -120,8 +120,8 @@ void BeaconSocket::Resume() const {
 }
 
 void BeaconSocket::Take() {
-    std::array<char, MOST_BYTES> datagram{};
-    for (int i = 0; i < MOST_AT_ONCE; ++i) {
+    std::array<char, MAX_BYTES> datagram{};
+    for (int i = 0; i < MAX_AT_ONCE; ++i) {
         sockaddr_storage address{};
         socklen_t addressSize = sizeof(address);
         auto* from = reinterpret_cast<sockaddr*>(&address);

@@ -17,7 +17,7 @@ namespace ZYNE::Linux {
 class BeaconSocket {
 public:
     // No datagram is longer.
-    static constexpr size_t MOST_BYTES = 128;
+    static constexpr size_t MAX_BYTES = 128;
 
     // A longer datagram is given cut off. Called from the loop; it must not end the socket. False: no more for now.
     using Handler = std::function<bool(std::string_view datagram, const Endpoint& from)>;

@@ -31,10 +31,10 @@ constexpr auto CLONE_PAUSE = 1000ms;
 constexpr auto REFUSED_PAUSE = 20s;
 
 // What was found, and not listed, is given up then.
-constexpr auto LONGEST_UNHEARD = std::chrono::minutes(10);
+constexpr auto MAX_UNHEARD = std::chrono::minutes(10);
 // A device of the account could tell of any number. Where nobody has been met yet, so many are tried at a time.
-constexpr size_t MOST_PLACES = 2048;
-constexpr size_t MOST_TRIED_AT_ONCE = 64;
+constexpr size_t MAX_PLACES = 2048;
+constexpr size_t MAX_TRIED_AT_ONCE = 64;
 
 bool IsLoopback(const Endpoint& endpoint) {
     const std::string address = endpoint.AddressText();
@@ -128,7 +128,7 @@ Dialer::Place& Dialer::FindOrAdd(const Endpoint& where, const std::string& udid,
         }
         return *found;
     }
-    if (places_.size() >= MOST_PLACES) {
+    if (places_.size() >= MAX_PLACES) {
         const auto eldest = std::ranges::min_element(places_, {},
             [](const Place& place) { return std::tuple(!IsUncertain(place), place.isTrying, place.heard); });
         places_.erase(eldest);
@@ -136,7 +136,7 @@ Dialer::Place& Dialer::FindOrAdd(const Endpoint& where, const std::string& udid,
     Place& place = places_.emplace_back();
     place.id = ++lastId_;
     place.addresses = {where};
-    place.next = place.since = Clock::now() + LONGEST_UNHEARD;
+    place.next = place.since = Clock::now() + MAX_UNHEARD;
     return place;
 }
 
@@ -217,7 +217,7 @@ size_t Dialer::UncertainTries() const {
 
 // Sets the timer for what is due next. An attempt that ends makes room for another, and calls this.
 void Dialer::Schedule() {
-    const bool hasRoom = UncertainTries() < MOST_TRIED_AT_ONCE;
+    const bool hasRoom = UncertainTries() < MAX_TRIED_AT_ONCE;
     std::optional<Clock::time_point> next;
     for (const Place& place : places_) {
         const bool mayBeTried = !IsSatisfied(place) && (hasRoom || !IsUncertain(place));
@@ -236,12 +236,12 @@ void Dialer::Schedule() {
 void Dialer::Work() {
     const auto now = Clock::now();
     std::erase_if(places_, [&](const Place& place) {
-        return place.listed.host.empty() && !IsSatisfied(place) && now - place.heard > LONGEST_UNHEARD;
+        return place.listed.host.empty() && !IsSatisfied(place) && now - place.heard > MAX_UNHEARD;
     });
     size_t tries = UncertainTries();
     for (Place& place : places_) {
         const bool isUncertain = IsUncertain(place);
-        if (!IsSatisfied(place) && place.next <= now && (!isUncertain || tries < MOST_TRIED_AT_ONCE)) {
+        if (!IsSatisfied(place) && place.next <= now && (!isUncertain || tries < MAX_TRIED_AT_ONCE)) {
             Try(place);
             tries += isUncertain ? 1 : 0;
         }

@@ -18,10 +18,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int BACKLOG = 128;
-constexpr int MOST_AT_ONCE = 16;    // connections taken before others on the loop get their turn
+constexpr int MAX_AT_ONCE = 16;     // connections taken before others on the loop get their turn
 constexpr auto PAUSE_TIME = 100ms;  // while no descriptor is left
 constexpr auto RETRY_TIME = 5s;
-constexpr int MOST_PORTS = 5;  // tried, when each turns out to be taken on one of the interfaces
+constexpr int MAX_PORTS = 5;  // tried, when each turns out to be taken on one of the interfaces
 
 void Must(bool succeeded) {
     if (!succeeded) {
@@ -81,7 +81,7 @@ public:
 
 private:
     void Accept() {
-        for (int i = 0; i < MOST_AT_ONCE; ++i) {
+        for (int i = 0; i < MAX_AT_ONCE; ++i) {
             sockaddr_storage address{};
             socklen_t size = sizeof(address);
             auto* from = reinterpret_cast<sockaddr*>(&address);
@@ -133,7 +133,7 @@ void Listeners::Follow(const std::vector<NetworkInterface>& interfaces) {
             [&](const NetworkInterface& each) { return IsSame(each, socket->Interface()); });
     });
     Outcome outcome = OpenMissing(interfaces);
-    for (int tries = 1; outcome.isTaken && mayBeOther_ && tries < MOST_PORTS; ++tries) {
+    for (int tries = 1; outcome.isTaken && mayBeOther_ && tries < MAX_PORTS; ++tries) {
         sockets_.clear();
         port_ = 0;
         outcome = OpenMissing(interfaces);

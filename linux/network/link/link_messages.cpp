@@ -11,7 +11,7 @@ namespace {
 
 using Wire::Refusal;
 
-constexpr size_t MOST_NAME_BYTES = 64;
+constexpr size_t MAX_NAME_BYTES = 64;
 
 constexpr std::array<std::pair<LinkRefusal, Refusal::Kind>, 8> REFUSALS{
     {{LinkRefusal::DUPLICATE, Refusal::DUPLICATE}, {LinkRefusal::CLONE, Refusal::CLONE},
@@ -31,7 +31,7 @@ Wire::Facts ToWire(const DeviceFacts& facts) {
 }
 
 std::optional<DeviceFacts> FromWire(const Wire::Facts& facts) {
-    if (facts.name().size() > MOST_NAME_BYTES) {
+    if (facts.name().size() > MAX_NAME_BYTES) {
         return std::nullopt;
     }
     DeviceFacts read{"", facts.type(), facts.os_type(), facts.screen_status()};

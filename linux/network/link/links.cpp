@@ -24,7 +24,7 @@ constexpr auto LATE_TICK = 400ms;
 constexpr auto HEARTBEAT = 350ms;
 constexpr auto LOSSY_HEARTBEAT = 150ms;
 // A peer that is not heard for so long has gone: two heartbeats may be lost, or one sent again late.
-constexpr auto LONGEST_SILENCE = 1000ms;
+constexpr auto MAX_SILENCE = 1000ms;
 
 constexpr auto GATE_LIMIT = 3s;
 constexpr auto GREETING_LIMIT = 5s;
@@ -33,11 +33,11 @@ constexpr auto READY_LIMIT = 1s;
 constexpr auto RIVAL_PROOF = 500ms;
 
 // Words and addresses that a peer sends are shown on terminals, and are not trusted.
-constexpr size_t MOST_WORDS = 200;
+constexpr size_t MAX_WORDS = 200;
 
 std::string Shown(std::string_view text) {
     std::string shown;
-    AppendPrintable(shown, text.substr(0, MOST_WORDS));
+    AppendPrintable(shown, text.substr(0, MAX_WORDS));
     return shown;
 }
 
@@ -70,7 +70,7 @@ void Links::Accept(UniqueFd socket, const Endpoint& from) {
     if (isLeaving_) {
         return;
     }
-    MakeRoom(Phase::AT_THE_GATE, MOST_AT_THE_GATE);
+    MakeRoom(Phase::AT_THE_GATE, MAX_AT_THE_GATE);
     Add(SecureChannel::Role::ACCEPTOR, std::move(socket), from, 0);
 }
 
@@ -117,7 +117,7 @@ void Links::MakeRoom(Phase phase, size_t most) {
 SecureChannel::Handlers Links::HandlersOf(uint64_t id) {
     // The connection is there for as long as its channel calls.
     return {[this, id] {
-                MakeRoom(Phase::GREETING, MOST_GREETING);
+                MakeRoom(Phase::GREETING, MAX_GREETING);
                 const ConnectionPtr connection = Find(id);
                 connection->phase = Phase::GREETING;
                 connection->limit = Clock::now() + GREETING_LIMIT;
@@ -463,7 +463,7 @@ void Links::TellDialled(Connection& connection, bool isLink, LinkRefusal refusal
 void Links::Tick() {
     const auto now = Clock::now();
     if (now - std::exchange(lastTick_, now) > LATE_TICK) {
-        judgeFrom_ = now + LONGEST_SILENCE;
+        judgeFrom_ = now + MAX_SILENCE;
     }
     std::vector<ConnectionPtr> all;
     for (const auto& [id, connection] : connections_) {
@@ -491,7 +491,7 @@ void Links::CheckConnection(const ConnectionPtr& connection, Clock::time_point n
     channel.AdaptToLoss();
     if (connection->phase != Phase::UP && mayJudge && now > connection->limit) {
         Remove(connection, "it takes too long", LinkRefusal::OTHER);
-    } else if (isHeld && mayJudge && now - channel.LastReceived() > LONGEST_SILENCE && !channel.HasUnread()) {
+    } else if (isHeld && mayJudge && now - channel.LastReceived() > MAX_SILENCE && !channel.HasUnread()) {
         Remove(connection, "it is silent", LinkRefusal::OTHER);
     } else if (isHeld && std::time(nullptr) > connection->validUntil) {
         Refuse(connection, LinkRefusal::OTHER, "its certificate has ended");

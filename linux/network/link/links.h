@@ -63,12 +63,12 @@ protected:
 //
 // A connection passes the gate (it knows the meeting key), then TLS, then both sides say Hello; the decider of the pair
 // says Begin, the other Ready. Whoever has not come so far in time is cut off; of strangers at the gate there are at
-// most MOST_AT_THE_GATE, the eldest goes for a new one, so that half-open connections cost nothing more.
+// most MAX_AT_THE_GATE, the eldest goes for a new one, so that half-open connections cost nothing more.
 class Links {
 public:
     static constexpr uint32_t VERSION = 1;
-    static constexpr size_t MOST_AT_THE_GATE = 128;
-    static constexpr size_t MOST_GREETING = 128;
+    static constexpr size_t MAX_AT_THE_GATE = 128;
+    static constexpr size_t MAX_GREETING = 128;
 
     Links(EventLoop& loop, LinkIdentity identity, LinksUser& user);
     Links(const Links&) = delete;

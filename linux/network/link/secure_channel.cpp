@@ -32,21 +32,21 @@ constexpr size_t WAITING_COST = 64;
 
 // The first bytes of TLS: one record.
 constexpr size_t RECORD_HEADER_BYTES = 5;
-constexpr size_t MOST_HELLO_BYTES = 2048;
+constexpr size_t MAX_HELLO_BYTES = 2048;
 
 // A socket is read from for so long, or so many times, before others get their turn: many small messages take longer
 // than one large one. So many bytes are read at once.
-constexpr std::chrono::milliseconds LONGEST_TURN{2};
-constexpr int MOST_READS = 16;
+constexpr std::chrono::milliseconds MAX_TURN{2};
+constexpr int MAX_READS = 16;
 constexpr size_t READ_BYTES = size_t{32} << 10U;
 // Of memory for what is read, between turns.
-constexpr size_t MOST_KEPT_BYTES = 2 * READ_BYTES;
+constexpr size_t MAX_KEPT_BYTES = 2 * READ_BYTES;
 
 // So much may lie in the kernel unsent before the next frame of a large message follows: what a small message has to
 // wait for.
 constexpr int UNSENT_BYTES = 16 << 10;
 
-constexpr std::chrono::milliseconds LONGEST_CLOSING{200};
+constexpr std::chrono::milliseconds MAX_CLOSING{200};
 
 void SetOption(int socket, int level, int option, int value) {
     setsockopt(socket, level, option, &value, sizeof(value));
@@ -152,8 +152,8 @@ void SecureChannel::OnEvents(uint32_t events) {
         }
     }
     if ((events & ~static_cast<uint32_t>(POLLOUT)) != 0) {
-        const auto end = Clock::now() + LONGEST_TURN;
-        for (int reads = 0; reads < MOST_READS && Receive() && Clock::now() < end; ++reads) {
+        const auto end = Clock::now() + MAX_TURN;
+        for (int reads = 0; reads < MAX_READS && Receive() && Clock::now() < end; ++reads) {
         }
     }
 }
@@ -223,7 +223,7 @@ bool SecureChannel::TakeProof(std::string_view& bytes) {
         return false;
     }
     const size_t hello = Number(gate_, BEFORE_HELLO - 2);
-    if (hello > MOST_HELLO_BYTES) {
+    if (hello > MAX_HELLO_BYTES) {
         Fail("not a device of the account");
         return false;
     }
@@ -331,7 +331,7 @@ bool SecureChannel::TakeFrames() {
     }
     if (goesOn) {
         received_.erase(0, received_.size() - rest.size());
-        if (received_.empty() && received_.capacity() > MOST_KEPT_BYTES) {
+        if (received_.empty() && received_.capacity() > MAX_KEPT_BYTES) {
             received_.shrink_to_fit();
         }
     }
@@ -349,7 +349,7 @@ bool SecureChannel::TakeFrame(Stream stream, uint8_t flags, std::string_view con
     }
     std::string& parts = parts_.at(static_cast<size_t>(stream));
     const bool isWelcome = !handlers->takesLarge || handlers->takesLarge();
-    if (!isWelcome || parts.size() + content.size() > MostBytes(stream)) {
+    if (!isWelcome || parts.size() + content.size() > MaxBytes(stream)) {
         Fail("a message is too large");
         return false;
     }
@@ -364,8 +364,8 @@ bool SecureChannel::TakeFrame(Stream stream, uint8_t flags, std::string_view con
 bool SecureChannel::Send(Stream stream, std::string message) {
     const auto at = static_cast<size_t>(stream);
     const MutexLock lock(mutex_);
-    if (state_ != State::OPEN || isBroken_ || message.empty() || message.size() > MostBytes(stream) ||
-        waiting_.at(at) + message.size() > MOST_WAITING) {
+    if (state_ != State::OPEN || isBroken_ || message.empty() || message.size() > MaxBytes(stream) ||
+        waiting_.at(at) + message.size() > MAX_WAITING) {
         return false;
     }
     waiting_.at(at) += message.size();
@@ -586,7 +586,7 @@ void SecureChannel::EndWhenSent() {
         return;
     }
     handlers_ = std::make_shared<const Handlers>(Handlers{});
-    closing_ = loop_.After(LONGEST_CLOSING, [self = shared_from_this()] { self->End(); });
+    closing_ = loop_.After(MAX_CLOSING, [self = shared_from_this()] { self->End(); });
 }
 
 }  // namespace ZYNE::Linux

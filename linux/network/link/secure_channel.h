@@ -37,7 +37,7 @@ public:
     // A message of more than this is large.
     static constexpr size_t LARGE_BYTES = size_t{16} << 10U;
     // As many bytes may wait to be sent on one stream; then Send refuses.
-    static constexpr size_t MOST_WAITING = size_t{9} << 20U;
+    static constexpr size_t MAX_WAITING = size_t{9} << 20U;
 
     enum class Role { OPENER, ACCEPTOR };
 

@@ -16,10 +16,10 @@ enum class Stream : uint8_t {
 inline constexpr size_t STREAMS = 3;
 
 // What one message of a stream may have, in bytes. A peer that sends more loses its link.
-constexpr size_t MostBytes(Stream stream) {
-    constexpr std::array<size_t, STREAMS> MOST{
+constexpr size_t MaxBytes(Stream stream) {
+    constexpr std::array<size_t, STREAMS> MAX_BYTES{
         size_t{256} << 10U, (size_t{5} << 20U) + 4096, (size_t{4} << 20U) + 4096};
-    return MOST.at(static_cast<size_t>(stream));
+    return MAX_BYTES.at(static_cast<size_t>(stream));
 }
 
 }  // namespace ZYNE::Linux

@@ -10,12 +10,12 @@ namespace {
 constexpr int OPEN_MODE_DAYS = 3650;
 
 // The chain is checked against the account's authority alone, which signs devices itself.
-constexpr int LONGEST_CHAIN = 1;
+constexpr int MAX_CHAIN = 1;
 
 void TrustAuthority(SSL_CTX& context, const std::string& pem) {
     const CertificateHandle authority = CertificateFromPem(pem);
     Must(X509_STORE_add_cert(SSL_CTX_get_cert_store(&context), authority.get()), "the authority cannot be trusted");
-    SSL_CTX_set_verify_depth(&context, LONGEST_CHAIN);
+    SSL_CTX_set_verify_depth(&context, MAX_CHAIN);
     SSL_CTX_set_verify(&context, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
 }
 

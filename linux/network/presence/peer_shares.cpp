@@ -13,7 +13,7 @@ void PeerShares::Measure::Add(Clock::time_point now, double perSecond, double mo
 }
 
 PeerShares::Share& PeerShares::Of(const std::string& udid) {
-    if (shares_.size() >= MOST_PEERS && !shares_.contains(udid)) {
+    if (shares_.size() >= MAX_PEERS && !shares_.contains(udid)) {
         shares_.erase(std::ranges::min_element(shares_, {}, [](const auto& named) { return named.second.used; }));
     }
     Share& share = shares_[udid];

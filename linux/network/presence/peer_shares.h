@@ -44,7 +44,7 @@ public:
 
 private:
     // More than a network has: in open mode anyone can claim to be many.
-    static constexpr size_t MOST_PEERS = 4096;
+    static constexpr size_t MAX_PEERS = 4096;
 
     // Fills with each event and runs empty with time.
     struct Measure {

@@ -7,7 +7,7 @@ namespace ZYNE::Linux {
 
 bool PeerTable::MayPut(const std::string& udid) const {
     const MutexLock lock(mutex_);
-    return peers_.size() < MOST_PEERS || peers_.contains(udid);
+    return peers_.size() < MAX_PEERS || peers_.contains(udid);
 }
 
 void PeerTable::Put(PeerPtr peer) {
@@ -19,7 +19,7 @@ void PeerTable::Put(PeerPtr peer) {
         known.networkIds.push_front(device.networkId);
         udids_[device.networkId] = device.udid;
     }
-    if (known.networkIds.size() > MOST_RUNS) {
+    if (known.networkIds.size() > MAX_RUNS) {
         udids_.erase(known.networkIds.back());
         known.networkIds.pop_back();
     }

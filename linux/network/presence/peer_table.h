@@ -27,9 +27,9 @@ using PeerPtr = std::shared_ptr<const Peer>;
 class PeerTable {
 public:
     // At this many, new devices are refused.
-    static constexpr size_t MOST_PEERS = 1024;
+    static constexpr size_t MAX_PEERS = 1024;
     // The network ids of so many of its last runs are known of each device, the present one among them.
-    static constexpr size_t MOST_RUNS = 8;
+    static constexpr size_t MAX_RUNS = 8;
 
     // Whether there is room for the device, or it is known.
     bool MayPut(const std::string& udid) const;

@@ -69,7 +69,7 @@ ProfileInbox::Peer* ProfileInbox::FindThere(const std::string& udid) {
 bool ProfileInbox::OnStart(const std::string& udid, const Wire::ProfileStart& start) {
     Peer* const peer = FindThere(udid);
     if (peer == nullptr || std::exchange(peer->link->hasStarted, true) || start.run().empty() ||
-        start.run().size() > MOST_RUN_BYTES) {
+        start.run().size() > MAX_RUN_BYTES) {
         return false;
     }
     if (start.is_snapshot()) {
@@ -146,7 +146,7 @@ bool ProfileInbox::IsTooLong(const std::string& udid, Peer& peer, const Wire::Pr
 ProfileInbox::Result ProfileInbox::Delete(
     const std::string& udid, Peer& peer, const Wire::ProfileChange& change, const ProfileName& name) {
     if (change.is_overtaking()) {
-        if (peer.deleted.size() >= MOST_OVERTAKING) {
+        if (peer.deleted.size() >= MAX_OVERTAKING) {
             return Result::NONSENSE;
         }
         peer.deleted[name] = change.sequence();

@@ -49,10 +49,10 @@ public:
 
 private:
     // More deletions that have overtaken a value no device has at a time: all its values together have no more frames.
-    static constexpr size_t MOST_OVERTAKING = 2048;
+    static constexpr size_t MAX_OVERTAKING = 2048;
     // What a record costs beside its bytes, about.
     static constexpr size_t RECORD_BYTES = 256;
-    static constexpr size_t MOST_RUN_BYTES = 64;
+    static constexpr size_t MAX_RUN_BYTES = 64;
 
     enum class Result { APPLIED, REFUSED, NONSENSE };
 

@@ -50,7 +50,7 @@ void ProfileOutbox::DropOldDeletions() {
             if (!feed.Needs(oldest)) {
                 continue;
             }
-            if (changes_.CountOfDeletions() <= MOST_DELETIONS) {
+            if (changes_.CountOfDeletions() <= MAX_DELETIONS) {
                 return;
             }
             feed.GiveUp();

@@ -21,7 +21,7 @@ public:
     // As many deletions are kept for peers that are away.
     static constexpr size_t KEPT_DELETIONS = 1024;
     // More are not kept for a peer that takes nothing.
-    static constexpr size_t MOST_DELETIONS = 16384;
+    static constexpr size_t MAX_DELETIONS = 16384;
 
     // `run` tells this run of the device from the others. `onBehind` gets a peer that takes so little that it is sent
     // nothing any more, until it has a new link.

@@ -11,14 +11,14 @@ class ProfileShare {
 public:
     using Clock = std::chrono::steady_clock;
 
-    static constexpr double MOST_A_SECOND = 20000;
-    static constexpr double MOST_AT_ONCE = 20000;  // a whole profile is 4096
+    static constexpr double MAX_PER_SECOND = 20000;
+    static constexpr double MAX_AT_ONCE = 20000;  // a whole profile is 4096
 
     explicit ProfileShare(Clock::time_point now) : last_(now) {}
 
     // Counts a change. False when it is one too many.
     bool Take(Clock::time_point now) {
-        left_ = std::min(MOST_AT_ONCE, left_ + std::chrono::duration<double>(now - last_).count() * MOST_A_SECOND);
+        left_ = std::min(MAX_AT_ONCE, left_ + std::chrono::duration<double>(now - last_).count() * MAX_PER_SECOND);
         last_ = now;
         if (left_ < 1) {
             return false;
@@ -28,7 +28,7 @@ public:
     }
 
 private:
-    double left_ = MOST_AT_ONCE;
+    double left_ = MAX_AT_ONCE;
     Clock::time_point last_;
 };
 
