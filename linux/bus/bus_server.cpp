@@ -68,12 +68,12 @@ bool BusServer::Run() {
         const MutexLock lock(stateMutex_);
         ++threads_;
     }
-    ServeRequests();
-    lines_.Stop();
+    ServeRequests();  // which may end long before the others do: what serves is any of them
     {
         MutexLock lock(stateMutex_);
         allGone_.wait(lock, [this]() REQUIRES(stateMutex_) { return threads_ == 0; });
     }
+    lines_.Stop();
     const MutexLock lock(busMutex_);
     sd_bus_flush(bus_.get());
     return !busGone_;
