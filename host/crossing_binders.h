@@ -28,7 +28,7 @@ private:
     void Forget(const std::string& caller);
 
     Linux::DeviceBus& bus_;
-    Linux::Mutex mutex_;  // held while the library is told, so that both agree
+    Linux::Mutex mutex_;                                        // held while the library is told, so that both agree
     std::map<std::string, Binder> binders_ GUARDED_BY(mutex_);  // by connection
 };
 
