@@ -178,7 +178,7 @@ int32_t ProfileService::Commit(const RecordPtr& record, bool isDeleted) {
     if (network_ != nullptr) {
         network_->Publish(record, isDeleted);
     }
-    GuardedCall("settling the profiles", [this] { store_->Settle(); });
+    GuardedCall("settling the profiles", [&store = *store_] { store.Settle(); });
     return PROFILE_OK;
 }
 
