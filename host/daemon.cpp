@@ -108,9 +108,7 @@ void Daemon::Start() {
     OpenDevice();
     // Before other threads use the bus library: its first use sets up what all connections share, without a lock.
     StartApi();
-    device_.StartDesktop(
-        {config_.users, [](int32_t, int32_t) { KeyMouseServiceManager::GetInstance().OnEventUserSwitched(); },
-            config_.input, {config_.scriptedDisplay}});
+    StartDesktop();
     StartLibrary();
     JoinNetwork();
     StartCrossing();
@@ -161,6 +159,17 @@ void Daemon::StartApi() {
     device_.profiles.SetWatcher([this](Linux::ProfileChange change, const CharacteristicProfile& profile) {
         api_->TellProfileChanged(change, profile);
     });
+}
+
+void Daemon::StartDesktop() {
+    Linux::DesktopOptions options;
+    options.users = config_.users;
+    options.userSwitched = [](int32_t, int32_t) {
+        KeyMouseServiceManager::GetInstance().OnEventUserSwitched();
+    };
+    options.input = config_.input;
+    options.scriptedDisplays = {config_.scriptedDisplay};
+    device_.StartDesktop(options);
 }
 
 // Before other devices can see this one, so that requests find the library with its providers. The scan of apps ends

@@ -36,6 +36,7 @@ private:
     void OpenLog();
     void OpenDevice();
     void StartApi();
+    void StartDesktop();
     void StartLibrary();
     void JoinNetwork();
     void StartCrossing();

@@ -56,7 +56,10 @@ protected:
         options.runtimeDirectory = directory / "run";
         options.appsDirectory = directory / "apps";
         device.Open(options);
-        device.StartDesktop({{{100, "Anna"}}, {}, {"", true}, {{"left", 0, 0, 100, 100}}});
+        DesktopOptions desktop;
+        desktop.users = {{100, "Anna"}};
+        desktop.input.scripted = true;
+        device.StartDesktop(desktop);
         FabricOptions network;
         network.deviceName = "self";
         network.trust = FabricOptions::Trust::OPEN;
