@@ -36,8 +36,8 @@ void ListenerObject::SendQueued(Request& request) {
     }
 }
 
+// What waits in the queue finds it dead.
 void ListenerObject::Drop() {
-    queue_->Close();
     if (Die()) {
         dropped_();
     }
