@@ -33,7 +33,7 @@ int32_t FabricDeviceManager::GetLocalDeviceInfo(const std::string& /*pkgName*/, 
 
 int32_t FabricDeviceManager::RegisterDeviceScreenStatusCallback(
     const std::string& pkgName, std::shared_ptr<DeviceScreenStatusCallback> callback) {
-    return screens_.Put(pkgName, std::move(callback));
+    return screens_.Put(pkgName, callback);
 }
 
 int32_t FabricDeviceManager::UnRegisterDeviceScreenStatusCallback(const std::string& pkgName) {
