@@ -79,7 +79,7 @@ TEST_F(Devices, FollowEachOtherAHundredTimesAndLeaveNothing) {
     DataShareValuesBucket row;
     row.Put("KEYWORD", "song");
     std::shared_ptr<DataShareHelper> last;
-    Left before{};
+    Left before = Left::Count();
     for (int i = 0; i <= 100; ++i) {
         LinuxDevice device;
         Start(device);
@@ -91,10 +91,10 @@ TEST_F(Devices, FollowEachOtherAHundredTimesAndLeaveNothing) {
         device.Stop();
         EXPECT_LT(last->Insert(Uri(SHARE), row), 0);
         if (i == 0) {
-            before = Left::Count();  // what libraries keep from their first use stays
+            before.files = Left::Count().files;  // what libraries keep from their first use stays
         }
     }
-    EXPECT_EQ(Left::Count(), before);
+    EXPECT_TRUE(Eventually([&] { return Left::Count() == before; }));  // a thread is listed a moment longer
 }
 
 TEST_F(Devices, AreReachedThroughTheSeamAndLeaveItRefusingEverythingWhenTheyEnd) {
