@@ -41,9 +41,8 @@ public:
             std::move(rules));
     }
 
-    // On the threads that `post` finds; it calls nothing back, and gives false when it does not take the task.
-    using Poster = std::function<bool(std::function<void()> task)>;
-    static std::shared_ptr<Mailbox> Make(Poster post, std::function<void(Event&)> receive, Rules rules = {}) {
+    // On the threads that `post` finds; it is called under the mailbox's lock, and calls nothing back.
+    static std::shared_ptr<Mailbox> Make(Linux::Post post, std::function<void(Event&)> receive, Rules rules = {}) {
         return std::shared_ptr<Mailbox>(new Mailbox(std::move(post), std::move(receive), std::move(rules)));
     }
 
@@ -85,7 +84,7 @@ public:
     }
 
 private:
-    Mailbox(Poster post, std::function<void(Event&)> receive, Rules rules)
+    Mailbox(Linux::Post post, std::function<void(Event&)> receive, Rules rules)
         : post_(std::move(post)), receive_(std::move(receive)), rules_(std::move(rules)) {}
 
     size_t Weigh(const Event& event) const { return rules_.weigh ? rules_.weigh(event) : 1; }
@@ -111,7 +110,7 @@ private:
         handled_.notify_all();
     }
 
-    const Poster post_;
+    const Linux::Post post_;
     const std::function<void(Event&)> receive_;
     const Rules rules_;
     Mutex mutex_;  // held while `post_` is asked

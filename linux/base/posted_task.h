@@ -10,6 +10,9 @@
 
 namespace ZYNE::Linux {
 
+// Has a task run on another thread, and never here; false when it does not take it.
+using Post = std::function<bool(std::function<void()> task)>;
+
 // One thread at a time.
 class PostedTask {
 public:

@@ -51,7 +51,7 @@ bool ThreadPool::AddTaskSoon(const std::function<void()>& task) {
     return AddAsynTask(task, POOL_PARAM) || AddLaterTask(RETRY_TIME, task);
 }
 
-std::function<bool(std::function<void()> task)> ThreadPool::Poster() {
+Post ThreadPool::Poster() {
     return [this](std::function<void()> task) {
         return AddAsynTask(std::move(task), POOL_PARAM);
     };

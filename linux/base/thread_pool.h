@@ -46,7 +46,7 @@ public:
     bool AddTaskSoon(const std::function<void()>& task);
 
     // What has tasks run by this pool as AddAsynTask does, for those who need no more of it. It must outlive the use.
-    std::function<bool(std::function<void()> task)> Poster();
+    Post Poster();
 
     // Refuses new tasks from now on and waits, for `limit` at most, until those accepted have ended. Returns whether
     // they have. Not to be called by a task.

@@ -2,15 +2,12 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 
 #include "linux/base/mutex.h"
+#include "linux/base/posted_task.h"
 #include "platform/ipc/remote_object.h"
 
 namespace ZYNE::Linux {
-
-// Runs a task on another thread. False when it cannot.
-using Post = std::function<bool(std::function<void()>)>;
 
 // Any thread.
 class MortalObject : public IRemoteObject {

@@ -60,15 +60,7 @@ protected:
         desktop.users = {{100, "Anna"}};
         desktop.input.scripted = true;
         device.StartDesktop(desktop);
-        FabricOptions network;
-        network.deviceName = "self";
-        network.trust = FabricOptions::Trust::OPEN;
-        network.accountName = directory.filename();
-        network.udid = SELF;
-        network.stateDirectory = directory;
-        network.port = 0;
-        network.hasBeacon = false;
-        device.JoinNetwork(network, {});
+        device.JoinNetwork(OpenNetwork(directory, SELF), {});
     }
     static std::shared_ptr<DataShareHelper> Helper(LinuxDevice& device) {
         return MakeDataShareHelper(device.shares, device.dataShare->AsObject(), SHARE, "", 2);

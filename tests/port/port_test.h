@@ -41,6 +41,19 @@ protected:
     fs::path directory;
 };
 
+// The network of a device that is alone until somebody dials it.
+inline FabricOptions OpenNetwork(const fs::path& directory, const std::string& udid) {
+    FabricOptions options;
+    options.deviceName = "self";
+    options.trust = FabricOptions::Trust::OPEN;
+    options.accountName = directory.filename();
+    options.udid = udid;
+    options.stateDirectory = directory;
+    options.port = 0;
+    options.hasBeacon = false;
+    return options;
+}
+
 // Has a device too, of which nothing runs.
 class DeviceTest : public PortTest {
 protected:

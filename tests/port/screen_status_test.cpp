@@ -105,13 +105,7 @@ protected:
         Fabric& fabric = device.network;
         fabric.SetDeviceStateHandler([this](int state, const DmDeviceInfo&) { states.Add(state); });
         fabric.SetScreenStatus(SCREEN_ON);
-        FabricOptions options;
-        options.deviceName = "self";
-        options.trust = FabricOptions::Trust::OPEN;
-        options.accountName = directory.filename();
-        options.udid = SELF;
-        options.port = 0;
-        options.hasBeacon = false;
+        const FabricOptions options = OpenNetwork(directory, SELF);
         fabric.Start(options);
         peer.emplace(OpenIdentity(DESK, options.accountName));
     }
