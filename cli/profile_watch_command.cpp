@@ -7,7 +7,7 @@
 #include "cli/json_output.h"
 #include "cli/stop_signals.h"
 #include "cli/time_stamp.h"
-#include "client/profile_watch.h"
+#include "client/device_watch.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
@@ -59,7 +59,7 @@ int WatchProfiles(const DeviceChoice& choice, const Options& options) {
         // A device that nobody has seen is more often misspelt than waited for.
         filter.device = device.Info().FindPeer(filter.device).id;
     }
-    Client::ProfileWatch watch(device, [&](const Client::ProfileChange& change) {
+    Client::DeviceWatch watch(device, {.profile = [&](const Client::ProfileChange& change) {
         if (!Passes(filter, change.entry)) {
             return;
         }
@@ -69,7 +69,7 @@ int WatchProfiles(const DeviceChoice& choice, const Options& options) {
             PrintLine(change);
         }
         stop.RaiseUnlessWritable(std::cout);
-    });
+    }});
     std::cerr << "watching until interrupted\n";
     watch.Follow(stop.Descriptor());
     return 0;

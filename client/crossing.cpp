@@ -67,4 +67,12 @@ void Crossing::SetScreen(int32_t status) {
     connection_.Call(&DeviceProxy::SetScreen, status);
 }
 
+int32_t Crossing::GetScreen() {
+    return connection_.Call(&DeviceProxy::GetScreen);
+}
+
+DeskOptions Crossing::GetDeskOptions() {
+    return std::make_from_tuple<DeskOptions>(connection_.Call(&DeviceProxy::GetDeskOptions));
+}
+
 }  // namespace ZYNE::Client

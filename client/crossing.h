@@ -40,6 +40,17 @@ struct Switches {
     std::vector<PeerSwitch> peers;  // those that are online, in the order of names
 };
 
+// How the pointer crosses, as the device's configuration has it.
+struct DeskOptions {
+    std::string display;            // the display server's name; empty when the device uses none
+    int32_t push;                   // pixels
+    int32_t corner;                 // pixels
+    std::vector<int32_t> modifier;  // key codes, one of which must be held; empty for none
+    bool drags;
+    std::vector<int32_t> homeKeys;  // key codes
+    bool clipboard;
+};
+
 // Part of a Device; see there for threads and errors.
 class Crossing {
 public:
@@ -77,6 +88,11 @@ public:
 
     // Sets the state of the device's screen: on (1), off (0), locked (2), or as the desktop says (-1).
     void SetScreen(int32_t status);
+    // Likewise; DeviceWatch tells of changes.
+    int32_t GetScreen();
+
+    // For the companion.
+    DeskOptions GetDeskOptions();
 
 private:
     DeviceConnection& connection_;

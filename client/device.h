@@ -11,7 +11,7 @@
 //     phone.Settings().Put("user_setup_complete", "1", ZYNE::Client::Settings::ALL_USERS);
 //
 // Texts are UTF-8 without zero bytes, of 8 MiB at most. The connection lasts until the device ends; a program that goes
-// on after that must find the device again. ProfileWatch and CrossingWatch tell of changes and events.
+// on after that must find the device again. DeviceWatch and CrossingWatch tell of changes and events.
 #pragma once
 
 #include <chrono>
@@ -99,7 +99,7 @@ public:
     bool TakeRevocations(const std::string& document);
 
 private:
-    friend class ProfileWatch;
+    friend class DeviceWatch;
 
     const DeviceEntry entry_;
     const std::unique_ptr<DeviceConnection> connection_;

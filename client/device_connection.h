@@ -37,6 +37,7 @@ private:
     void onProfileChanged(const std::string& /*change*/, const std::string& /*deviceName*/,
         const std::string& /*deviceId*/, const std::string& /*service*/, const std::string& /*key*/,
         const std::string& /*value*/, const bool& /*whole*/) override {}
+    void onScreenChanged(const int32_t& /*status*/) override {}
 };
 
 // One thread at a time.

@@ -1,4 +1,4 @@
-// The values that devices publish, as the device that is asked knows them. ProfileWatch tells of changes.
+// The values that devices publish, as the device that is asked knows them. DeviceWatch tells of changes.
 #pragma once
 
 #include <cstdint>

@@ -12,6 +12,7 @@
 #include "host/closest_name.h"
 #include "host/config_table.h"
 #include "host/device_type_name.h"
+#include "host/key_names.h"
 #include "host/peer_address.h"
 #include "platform/log/printable_text.h"
 
@@ -37,6 +38,7 @@ constexpr uint32_t MAX_ANSWER_TIME = 8000;
 constexpr uint32_t SCRIPTED_WIDTH = 1920;
 constexpr uint32_t SCRIPTED_HEIGHT = 1080;
 constexpr uint32_t MAX_PIXELS = 32767;
+constexpr const char* HOME_KEYS = "ctrl+alt+escape";
 
 template <typename Value>
 using Word = std::pair<std::string_view, Value>;
@@ -238,6 +240,25 @@ void ReadInput(const toml::table& root, const fs::path& file, Config& config) {
     table.RefuseOthers();
 }
 
+void ReadDesk(const toml::table& root, const fs::path& file, DeskOptions& desk) {
+    ConfigTable table(root, file, "desk");
+    desk.push = static_cast<int32_t>(table.Number("push", 0, MAX_PIXELS));
+    desk.corner = static_cast<int32_t>(table.Number("corner", 0, MAX_PIXELS));
+    const std::string modifier = table.String("modifier", "");
+    desk.modifier = KeysOfName(modifier);
+    if (!modifier.empty() && desk.modifier.size() != 2) {
+        table.Fail("modifier", "must be shift, ctrl, alt or super");
+    }
+    desk.drags = table.Bool("drags", false);
+    const auto homeKeys = ReadKeyCombination(table.String("home_keys", HOME_KEYS));
+    if (!homeKeys || homeKeys->size() < 2) {
+        table.Fail("home_keys", "must be two keys or more joined by +, such as \"ctrl+alt+escape\"");
+    }
+    desk.homeKeys = *homeKeys;
+    desk.clipboard = table.Bool("clipboard", true);
+    table.RefuseOthers();
+}
+
 void ReadLog(const toml::table& root, const fs::path& file, Linux::LogOptions& log) {
     ConfigTable table(root, file, "log");
     log.level = table.Choice("level", LOG_LEVELS, "info");
@@ -248,7 +269,7 @@ void ReadLog(const toml::table& root, const fs::path& file, Linux::LogOptions& l
 
 void RefuseOtherTables(const toml::table& root, const fs::path& file) {
     static const std::vector<std::string> KNOWN{
-        "device", "account", "network", "apps", "services", "user", "input", "log"};
+        "device", "account", "network", "apps", "services", "user", "input", "desk", "log"};
     for (const auto& [key, node] : root) {
         if (std::ranges::find(KNOWN, key.str()) == KNOWN.end()) {
             throw ConfigError(file.string() + ":" + std::to_string(node.source().begin.line) + ": " +
@@ -284,6 +305,7 @@ Config ReadConfig(const fs::path& file) {
     ReadServices(root, file, config);
     config.users = ReadUsers(root, file);
     ReadInput(root, file, config);
+    ReadDesk(root, file, config.desk);
     ReadLog(root, file, config.log);
     return config;
 }

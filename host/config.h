@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/desk_options.h"
 #include "linux/desktop/display_table.h"
 #include "linux/desktop/input_service.h"
 #include "linux/device/users.h"
@@ -25,9 +26,10 @@ struct Config {
     std::vector<Linux::User> users;  // at least one, each id once
     Linux::InputOptions input;
     Linux::DisplayArea scriptedDisplay;  // used while there is no display server
-    std::string interfacePlace;          // file, line and key of the interfaces, for messages
-    Linux::FabricOptions fabric;         // the udid and the state directory are not set
-    Linux::LogOptions log;               // the file and the device are not set
+    DeskOptions desk;
+    std::string interfacePlace;   // file, line and key of the interfaces, for messages
+    Linux::FabricOptions fabric;  // the udid and the state directory are not set
+    Linux::LogOptions log;        // the file and the device are not set
 };
 
 // What is wrong with a configuration, as one line: the file, the line and the key.

@@ -63,6 +63,8 @@ public:
     Adaptor& operator=(const Adaptor&) = delete;
     ~Adaptor() { unregisterAdaptor(); }
 
+    void TellScreenChanged(ScreenStatus status) { emitScreenChanged(status); }
+
 private:
     void AddListener(sdbus::Result<>&& result, std::string event, std::string connection) override {
         AnswerWhenDone(
@@ -137,6 +139,21 @@ private:
         AnswerWhenDone(std::move(result), [this, status] { SetScreenStatus(device_.screen, status); });
     }
 
+    void GetScreen(sdbus::Result<int32_t>&& result) override {
+        calls_.Answer(std::move(result), {Caller(), 0},
+            [this] { return std::tuple(static_cast<int32_t>(device_.screen.Get())); });
+    }
+
+    void GetDeskOptions(
+        sdbus::Result<std::string, int32_t, int32_t, std::vector<int32_t>, bool, std::vector<int32_t>, bool>&& result)
+        override {
+        calls_.Answer(std::move(result), {Caller(), 0}, [this] {
+            const DeskOptions& desk = options_.desk;
+            return std::tuple(
+                options_.display, desk.push, desk.corner, desk.modifier, desk.drags, desk.homeKeys, desk.clipboard);
+        });
+    }
+
     // The connection of the program that asks, while its request is taken.
     std::string Caller() const { return Client::CallingConnection(getObject()); }
 
@@ -166,5 +183,9 @@ CrossingApi::CrossingApi(sdbus::IConnection& connection, const std::string& obje
     : adaptor_(std::make_unique<Adaptor>(connection, objectPath, std::move(options))) {}
 
 CrossingApi::~CrossingApi() = default;
+
+void CrossingApi::TellScreenChanged(ScreenStatus status) {
+    adaptor_->TellScreenChanged(status);
+}
 
 }  // namespace ZYNE::Host

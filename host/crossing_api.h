@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/desk_options.h"
 #include "host/known_peer.h"
 #include "linux/linux_device.h"
 
@@ -24,6 +25,8 @@ public:
         Linux::LinuxDevice& device;
         std::function<std::vector<KnownPeer>()> peers;  // any thread
         ProgramCalls& calls;
+        std::string display;  // the display server's name; empty when none is used
+        DeskOptions desk;
     };
 
     // Serves on the object `objectPath` of `connection`, which must outlive it, as must the device and the calls.
@@ -32,6 +35,9 @@ public:
     CrossingApi& operator=(const CrossingApi&) = delete;
     // All requests must have ended before.
     ~CrossingApi();
+
+    // Tells programs that the state of this device's screen has changed. Any thread.
+    void TellScreenChanged(Linux::ScreenStatus status);
 
 private:
     class Adaptor;

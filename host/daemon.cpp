@@ -1,6 +1,7 @@
 #include "host/daemon.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <future>
 #include <utility>
 
@@ -89,6 +90,12 @@ std::string OwnUdid(const Config& config) {
     return IsOpen(config) ? KeptUdid(config.stateDirectory) : Linux::LoadCredentials(config.fabric.credentials).udid;
 }
 
+// Empty when no display server is used.
+std::string DisplayName(const Linux::InputOptions& input) {
+    const char* display = std::getenv("DISPLAY");
+    return input.scripted ? "" : !input.display.empty() ? input.display : display == nullptr ? "" : display;
+}
+
 void FindApps() {
     AppInfoCollection::GetInstance()->Init();
 }
@@ -152,6 +159,8 @@ void Daemon::StartApi() {
         .accountMode = IsOpen(config_) ? "open" : "account",
         .peers = [this] { return KnownPeers(device_.network); },
         .network = [this] { return StatusWithNotes(device_); },
+        .display = DisplayName(config_.input),
+        .desk = config_.desk,
         .onLost =
             [this] {
                 OnBusLost();
@@ -169,6 +178,9 @@ void Daemon::StartDesktop() {
     };
     options.input = config_.input;
     options.scriptedDisplays = {config_.scriptedDisplay};
+    options.screenChanged = [this](Linux::ScreenStatus status) {
+        api_->TellScreenChanged(status);
+    };
     device_.StartDesktop(options);
 }
 

@@ -173,8 +173,8 @@ DeviceApi::DeviceApi(Options options)
     try {
         connection_ = sdbus::createSessionBusConnectionWithAddress(options_.device.bus.GetAddress());
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
-        crossing_ = std::make_unique<CrossingApi>(
-            *connection_, OBJECT_PATH, CrossingApi::Options{options_.device, options_.peers, *calls_});
+        crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH,
+            CrossingApi::Options{options_.device, options_.peers, *calls_, options_.display, options_.desk});
         connection_->requestName(Client::BusName(BUS_NAME));
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());
@@ -231,22 +231,26 @@ DeviceApi::~DeviceApi() {
     Stop();
 }
 
-void DeviceApi::TellDevicesChanged() {
+// Signals that cannot be sent are logged: nobody waits for them.
+void DeviceApi::Emit(const char* signal, const std::function<void()>& emit) {
     try {
-        adaptor_->emitDevicesChanged();
+        emit();
         Wake();
-    } catch (const sdbus::Error& error) {
-        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "DevicesChanged was not sent: %{public}s", error.what());
+    } catch (const std::exception& error) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "%{public}s was not sent: %{public}s", signal, error.what());
     }
 }
 
+void DeviceApi::TellDevicesChanged() {
+    Emit("DevicesChanged", [this] { adaptor_->emitDevicesChanged(); });
+}
+
+void DeviceApi::TellScreenChanged(Linux::ScreenStatus status) {
+    Emit("ScreenChanged", [&] { crossing_->TellScreenChanged(status); });
+}
+
 void DeviceApi::TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile) {
-    try {
-        adaptor_->TellProfileChanged(change, profile);
-        Wake();
-    } catch (const std::exception& error) {
-        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "ProfileChanged was not sent: %{public}s", error.what());
-    }
+    Emit("ProfileChanged", [&] { adaptor_->TellProfileChanged(change, profile); });
 }
 
 }  // namespace ZYNE::Host

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/desk_options.h"
 #include "host/known_peer.h"
 #include "linux/bus/bus_pump.h"
 #include "linux/linux_device.h"
@@ -33,7 +34,9 @@ public:
         std::string accountMode;
         std::function<std::vector<KnownPeer>()> peers;  // any thread
         std::function<Linux::NetworkStatus()> network;  // any thread
-        std::function<void()> onLost;                   // the bus is gone; on the loop's thread
+        std::string display;                            // as for CrossingApi, as is the next
+        DeskOptions desk;
+        std::function<void()> onLost;  // the bus is gone; on the loop's thread
     };
 
     // Serves from now on. Throws std::runtime_error when the bus cannot be reached.
@@ -49,6 +52,9 @@ public:
     // Tells programs that the peers have changed.
     void TellDevicesChanged();
 
+    // Tells programs of the state of this device's screen.
+    void TellScreenChanged(Linux::ScreenStatus status);
+
     // Tells programs of a change in a profile, of a peer or of this device. Changes of one characteristic must be told
     // one after another.
     void TellProfileChanged(Linux::ProfileChange change, const CharacteristicProfile& profile);
@@ -57,6 +63,7 @@ private:
     class Adaptor;
 
     int Process();
+    void Emit(const char* signal, const std::function<void()>& emit);
     Linux::BusInterest GetInterest() const;
     void Wake();
 

@@ -90,7 +90,12 @@ void LinuxDevice::StartDesktop(const DesktopOptions& options) {
     events.Start(bus.GetClient());
     input.Start(options.input);
     scriptedInput.Configure(options.scriptedDisplays);
-    screen.Start(*bus.GetLoop(), [this](ScreenStatus status) { network.SetScreenStatus(status); });
+    screen.Start(*bus.GetLoop(), [this, tell = options.screenChanged](ScreenStatus status) {
+        network.SetScreenStatus(status);
+        if (tell) {
+            tell(status);
+        }
+    });
 }
 
 void LinuxDevice::JoinNetwork(const FabricOptions& options, Fabric::DeviceStateHandler handler) {

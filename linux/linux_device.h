@@ -60,7 +60,8 @@ struct DesktopOptions {
     std::vector<User> users;                                        // at least one
     std::function<void(int32_t before, int32_t now)> userSwitched;  // see Users
     InputOptions input;
-    std::vector<DisplayArea> scriptedDisplays;  // stand in while there is no display server
+    std::function<void(ScreenStatus status)> screenChanged;  // on the pool; may be empty
+    std::vector<DisplayArea> scriptedDisplays;               // stand in while there is no display server
 };
 
 // Built, started and stopped by the process's main thread. Its parts are for any thread, and are there until it is

@@ -80,7 +80,7 @@ void ScreenState::Set(ScreenStatus status) {
 void ScreenState::Tell() {
     const ScreenStatus set = set_;
     const ScreenStatus status = set != SCREEN_UNKNOWN ? set : desktop_;
-    if (std::exchange(told_, status) != status) {
+    if (told_.exchange(status) != status) {
         LogPrint(LogType::CORE, LogLevel::INFO, LOG, "the screen's status is %{public}d", status);
         handler_->Post(status);
     }

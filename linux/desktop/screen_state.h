@@ -45,6 +45,8 @@ public:
     // From now on the status is `status`, whatever the desktop says. SCREEN_UNKNOWN leaves it to the desktop again.
     // Before Start as well.
     void Set(ScreenStatus status);
+    // As it was told last; SCREEN_UNKNOWN before that.
+    ScreenStatus Get() const { return told_; }
 
 private:
     // All on the loop's thread.
@@ -62,13 +64,13 @@ private:
     ThreadPool& pool_;
     const std::chrono::milliseconds retryTime_;
     std::atomic<ScreenStatus> set_ = SCREEN_UNKNOWN;
+    std::atomic<ScreenStatus> told_ = SCREEN_UNKNOWN;  // written on the loop's thread
 
     // The loop's thread alone.
     EventLoop* ownLoop_ = nullptr;
     std::shared_ptr<BusConnection> bus_;  // null while there is no session bus
     EventLoop::Source retry_;
     ScreenStatus desktop_ = SCREEN_UNKNOWN;
-    ScreenStatus told_ = SCREEN_UNKNOWN;
     std::shared_ptr<Mailbox<ScreenStatus>> handler_;
 
     Mutex mutex_;                                   // one start or stop at a time
