@@ -77,6 +77,8 @@ struct JsonOption {
 // Each adds one command to the parser, with the commands under it.
 void AddAccount(CLI::App& app, CommandLine& line);
 void AddCompanion(CLI::App& app, CommandLine& line);
+void AddDesk(CLI::App& app, CommandLine& line);
+void AddDeskShow(CLI::App& desk, CommandLine& line);
 void AddDevice(CLI::App& app, CommandLine& line);
 void AddDevices(CLI::App& app, CommandLine& line);
 void AddExplain(CLI::App& app, CommandLine& line);

@@ -9,6 +9,7 @@
 #include "cli/command.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
+#include "client/desk.h"
 
 namespace ZYNE::Cli {
 namespace {
@@ -49,12 +50,22 @@ std::string HintFor(const Client::CrossingRule& rule, bool isPeerTrusted) {
     return rule.holds || hint == HINTS.end() ? std::string() : std::string(hint->text);
 }
 
+std::string HintFor(const Client::DeskFact& fact) {
+    const auto* const hint = std::ranges::find(HINTS, fact.name, &Hint::rule);
+    return fact.holds || hint == HINTS.end() ? std::string() : std::string(hint->text);
+}
+
 bool IsAllowed(const std::vector<Client::CrossingRule>& rules) {
     return std::ranges::all_of(rules, [](const auto& rule) { return rule.holds || !rule.isRequired; });
 }
 
 bool Starts(const std::vector<Client::CrossingRule>& rules) {
     return IsAllowed(rules) && Holds(rules, CONNECTED);
+}
+
+// Whether the pointer would cross now.
+bool Crosses(const std::vector<Client::CrossingRule>& rules, const std::vector<Client::DeskFact>& facts) {
+    return Starts(rules) && !facts.empty() && std::ranges::all_of(facts, &Client::DeskFact::holds);
 }
 
 std::string Conclusion(const std::vector<Client::CrossingRule>& rules) {
@@ -64,18 +75,23 @@ std::string Conclusion(const std::vector<Client::CrossingRule>& rules) {
     return IsAllowed(rules) ? " may start, but the companion is not connected" : " does not start";
 }
 
-void PrintTable(const std::string& peer, const std::vector<Client::CrossingRule>& rules) {
+void PrintTable(const std::string& peer, const std::vector<Client::CrossingRule>& rules,
+    const std::vector<Client::DeskFact>& facts) {
     TextTable table({"RULE", "HOLDS", "NEEDED", "WHAT TO DO"});
     for (const Client::CrossingRule& rule : rules) {
         table.AddRow({rule.name, rule.holds ? "yes" : "no", rule.isRequired ? "yes" : "no",
             HintFor(rule, Holds(rules, TRUSTED))});
     }
+    for (const Client::DeskFact& fact : facts) {
+        table.AddRow({fact.name, fact.holds ? "yes" : "no", "yes", HintFor(fact)});
+    }
     table.Print(std::cout);
-    TextTable conclusion({"crossing with " + peer + Conclusion(rules)});
+    const char* pointer = !Starts(rules) ? "" : Crosses(rules, facts) ? "; the pointer crosses" : "; the pointer stays";
+    TextTable conclusion({"crossing with " + peer + Conclusion(rules) + pointer});
     conclusion.Print(std::cout << '\n');
 }
 
-Json::Value ToJson(const std::vector<Client::CrossingRule>& rules) {
+Json::Value ToJson(const std::vector<Client::CrossingRule>& rules, const std::vector<Client::DeskFact>& facts) {
     Json::Value root(Json::objectValue);
     root["allowed"] = IsAllowed(rules);
     root["starts"] = Starts(rules);
@@ -87,6 +103,14 @@ Json::Value ToJson(const std::vector<Client::CrossingRule>& rules) {
         entry["needed"] = rule.isRequired;
         entry["whatToDo"] = HintFor(rule, Holds(rules, TRUSTED));
     }
+    root["crosses"] = Crosses(rules, facts);
+    Json::Value& companion = root["companionRules"] = Json::arrayValue;
+    for (const Client::DeskFact& fact : facts) {
+        Json::Value& entry = companion.append(Json::objectValue);
+        entry["rule"] = fact.name;
+        entry["holds"] = fact.holds;
+        entry["whatToDo"] = HintFor(fact);
+    }
     return root;
 }
 
@@ -95,12 +119,23 @@ struct Options {
     bool json = false;
 };
 
+// What the companion says of the pointer's way; nothing while it does not run.
+std::vector<Client::DeskFact> AskCompanion(Client::Device& device, const std::string& peerId) {
+    try {
+        return Client::Desk(device.Entry()).Explain(peerId);
+    } catch (const Client::CompanionMissing&) {
+        return {};
+    }
+}
+
 int ExplainCrossing(Client::Device& device, const Options& options) {
     const std::vector<Client::CrossingRule> rules = device.Crossing().Explain(options.peer);
+    const Client::PeerName peer = device.Info().FindPeer(options.peer);
+    const std::vector<Client::DeskFact> facts = AskCompanion(device, peer.id);
     if (options.json) {
-        PrintJson(ToJson(rules));
+        PrintJson(ToJson(rules, facts));
     } else {
-        PrintTable(device.Info().FindPeer(options.peer).name, rules);
+        PrintTable(peer.name, rules, facts);
     }
     return Starts(rules) ? 0 : STATUS_OF_NO;
 }

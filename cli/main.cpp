@@ -95,6 +95,7 @@ int Main(int argc, char** argv) {
     ZYNE::Cli::AddInput(app, line);
     ZYNE::Cli::AddLog(app, line);
     ZYNE::Cli::AddAccount(app, line);
+    ZYNE::Cli::AddDesk(app, line);
     ZYNE::Cli::AddDevice(app, line);
     app.footer(FOOTER);  // the commands would take it over if they were added later
     try {

@@ -1,10 +1,9 @@
 #include "client/device_connection.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <poll.h>
 
+#include "client/device_bus.h"
 #include "platform/ipc/string_conversion.h"
 
 namespace ZYNE::Client {
@@ -13,22 +12,6 @@ namespace {
 constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
 constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
 constexpr size_t MAX_TEXT_BYTES = 8 << 20;  // of one text
-
-std::unique_ptr<sdbus::IConnection> Connect(const DeviceEntry& device, std::chrono::milliseconds answerTime) {
-    if (!device.running) {
-        throw DeviceError("the device \"" + device.name + "\" is not running");
-    }
-    if (device.busAddress.empty()) {
-        throw DeviceError("the device \"" + device.name + "\" is starting");
-    }
-    try {
-        auto connection = sdbus::createSessionBusConnectionWithAddress(device.busAddress);
-        connection->setMethodCallTimeout(answerTime);
-        return connection;
-    } catch (const sdbus::Error& error) {
-        throw DeviceError("the device \"" + device.name + "\" cannot be reached: " + error.getMessage());
-    }
-}
 
 std::string Explain(const std::string& device, const sdbus::Error& error) {
     const std::string& name = error.getName();
@@ -49,23 +32,10 @@ std::string Explain(const std::string& device, const sdbus::Error& error) {
 DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BusName(BUS_NAME), sdbus::ObjectPath(OBJECT_PATH)) {}
 
 DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime)
-    : name_(device.name), connection_(Connect(device, answerTime)), proxy_(*connection_) {}
+    : name_(device.name), connection_(ConnectTo(device, answerTime)), proxy_(*connection_) {}
 
 void DeviceConnection::Follow(int stop) {
-    try {
-        for (;;) {
-            while (ProcessPending(*connection_)) {
-            }
-            const auto bus = connection_->getEventLoopPollData();
-            std::array<pollfd, 2> polled{{{bus.fd, bus.events, 0}, {stop, POLLIN, 0}}};
-            poll(polled.data(), polled.size(), bus.getPollTimeout());
-            if (polled[1].revents != 0) {
-                return;
-            }
-        }
-    } catch (const sdbus::Error&) {
-        throw DeviceError("the device \"" + name_ + "\" has ended");
-    }
+    FollowBus(*connection_, name_, stop);
 }
 
 void DeviceConnection::CheckText(const std::string& text) {
