@@ -33,6 +33,8 @@ linux/network linux platform
 linux linux platform
 client client linux/apps/extension_name linux/base linux/bus linux/datashare platform
 cli cli client linux/account linux/base linux/bus platform
+companion/core companion/core companion/desktop/desktop platform
+companion/desktop companion/desktop companion/core linux/base platform
 samples samples client linux/base linux/bus platform
 RULES
 if grep -rnE --include='*.h' --include='*.cpp' '#include <' platform | grep -vE '#include <[a-z_]+(\.h)?>' ; then

@@ -1,10 +1,13 @@
 // Points, screens and sides, as everything of the companion counts them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace ZYNE::Companion {
+
+inline constexpr size_t MAX_NAME_BYTES = 64;  // of a display or a device, in messages and placements
 
 // Pixels from the upper left corner of the desktop that all screens of a device are parts of.
 struct Point {

@@ -17,13 +17,16 @@
 namespace ZYNE::Companion {
 
 inline constexpr uint16_t WIRE_VERSION = 1;
-inline constexpr size_t MAX_NAME_BYTES = 64;  // of a display or a device in a message
+inline constexpr int64_t MAX_TOTAL = int64_t{1} << 56U;  // of a Total, either way
+inline constexpr int32_t MAX_SCROLL = 12000;             // of a Wheel, either way
 
 // A stay of one device's pointer at another device, numbered by the former; never 0.
 using Visit = uint32_t;
 
-// How far the pointer has been moved since it entered, in 1/65536 of a pixel.
+// How far the pointer has been moved since it entered, in 1/65536 of a pixel. `number` grows with each motion, so that
+// the newest of several is known.
 struct Total {
+    uint32_t number = 0;
     int64_t x = 0;
     int64_t y = 0;
 
@@ -91,20 +94,18 @@ struct Wheel {
     Total total;
     Scroll scroll;
 };
-// From where the pointer is: it has left over an edge, for `device`, which may be the one that it came from.
+// From where the pointer is: it has left over an edge, for `device`, which may be the one that it came from. What has
+// been moved beyond `total` has had no effect yet.
 struct Left {
     Visit visit = 0;
+    Total total;
     std::string device;
     Gate gate;
 };
-// From either side: the visit is over.
+// From either side: the visit is over, and the sender has let go of all that it held for it.
 struct Ended {
     Visit visit = 0;
     Reason reason = Reason::ASKED;
-};
-// From where the pointer is: somebody there wants it to go home.
-struct GoHome {
-    Visit visit = 0;
 };
 // Something was copied; bit N stands for the content type N. `number` grows.
 struct Copied {
@@ -127,14 +128,16 @@ struct Echo {
     uint64_t micros = 0;  // as it came
 };
 
-using Message = std::variant<Hello, Status, Enter, Entered, Refused, Key, Click, Wheel, Left, Ended, GoHome, Copied,
-    Move, Alive, Echo>;
+// The place of an alternative is its number on the wire; Hello stays the first for ever.
+using Message =
+    std::variant<Hello, Status, Enter, Entered, Refused, Key, Click, Wheel, Left, Ended, Copied, Move, Alive, Echo>;
 
 // Whether it goes over "motion".
 bool IsLatest(const Message& message);
 
 std::string Write(const Message& message);
-// Nothing when the bytes are not exactly one message with sensible values.
+// Nothing when the bytes are not exactly one message of this version with sensible values. Only Hello is read whatever
+// its version.
 std::optional<Message> Read(std::string_view bytes);
 
 // In a few words, for people.
