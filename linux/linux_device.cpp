@@ -26,6 +26,16 @@ constexpr const char* FOREGROUND_USER_FILE = "foreground_user";
 
 std::atomic<LinuxDevice*> current{nullptr};
 
+ChannelDeclaration FindChannel(const BundleManager& bundles, const std::string& app, const std::string& name) {
+    const auto catalogue = bundles.GetCatalogue();
+    const Bundle* const bundle = catalogue->Find(app);
+    if (bundle == nullptr || !bundle->enabled) {
+        return ChannelDeclaration::NO_APP;
+    }
+    return std::ranges::count(bundle->channels, name) > 0 ? ChannelDeclaration::DECLARED
+                                                          : ChannelDeclaration::NO_CHANNEL;
+}
+
 }  // namespace
 
 LinuxDevice::LinuxDevice() : LinuxDevice(Unreached()) {
@@ -36,7 +46,8 @@ LinuxDevice::LinuxDevice() : LinuxDevice(Unreached()) {
 }
 
 LinuxDevice::LinuxDevice(Unreached)
-    : network({pool, profiles, peerScreens, LoadedLibrary::Get().plugins, LoadedLibrary::Get().listeners}) {}
+    : network({pool, profiles, peerScreens, LoadedLibrary::Get().plugins, LoadedLibrary::Get().listeners,
+          [this](const std::string& app, const std::string& name) { return FindChannel(*bundles, app, name); }}) {}
 
 LinuxDevice::~LinuxDevice() {
     Stop();

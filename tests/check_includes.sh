@@ -27,6 +27,7 @@ linux/desktop linux/desktop linux/bus linux/base platform
 linux/network/link linux/network/link linux/account linux/base platform
 linux/network/discovery linux/network/discovery linux/network/link linux/bus linux/base platform
 linux/network/presence linux/network/presence linux/network/link linux/desktop linux/log linux/base platform
+linux/network/channel linux/network/channel linux/network/presence linux/network/link linux/account linux/base platform
 linux/network/control linux/network/control linux/network/presence linux/network/link linux/device linux/base platform
 linux/network/profile linux/network/profile linux/network/presence linux/network/link linux/profile linux/base platform
 linux/network linux platform

@@ -15,13 +15,18 @@ namespace {
 
 constexpr char FILE_NAME[] = "manifest.json";
 constexpr size_t MAX_FILE_BYTES = 1u << 20;  // bytes
+constexpr size_t MAX_CHANNEL_BYTES = 128;     // of a channel's name
 
 // Names are logged, compared and made into bus names.
+bool IsName(const std::string& name) {
+    return !name.empty() && std::none_of(name.begin(), name.end(), [](char character) {
+        return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
+    });
+}
+
 std::string ReadName(const Json::Value& json, const char* member) {
     std::string name = JsonString(json, member);
-    const bool printable = std::none_of(name.begin(), name.end(),
-        [](char character) { return static_cast<unsigned char>(character) < ' ' || character == '\x7f'; });
-    if (name.empty() || !printable) {
+    if (!IsName(name)) {
         throw JsonError(json, std::string("\"") + member + "\" must be a name");
     }
     return name;
@@ -68,6 +73,16 @@ std::vector<std::string> ReadDataShares(const Json::Value& root) {
     return shares;
 }
 
+std::vector<std::string> ReadChannels(const Json::Value& root) {
+    std::vector<std::string> channels = JsonStrings(root, "channels");
+    for (const std::string& channel : channels) {
+        if (!IsName(channel) || channel.size() > MAX_CHANNEL_BYTES) {
+            throw JsonError(root["channels"], "\"channels\" must be names of at most 128 bytes");
+        }
+    }
+    return channels;
+}
+
 void ReadAbilities(const Json::Value& root, Bundle& bundle) {
     std::set<std::string> names;
     for (const Json::Value& json : JsonObjects(root, "abilities")) {
@@ -95,6 +110,7 @@ Bundle ReadManifest(const std::filesystem::path& folder) {
         bundle.enabled = JsonBool(root, "enabled", true);
         bundle.user = JsonInt(root, "user", DEVICE_USER);
         bundle.dataShares = ReadDataShares(root);
+        bundle.channels = ReadChannels(root);
         ReadAbilities(root, bundle);
     } catch (const JsonError& error) {
         throw std::runtime_error(file.Place(error.Offset()) + error.what());

@@ -6,6 +6,7 @@
 //         "enabled": true, "user": 100,                optional, these are the defaults
 //         "dataShares": ["datashare:///org.example.deskfacts"],
 //                                                      optional: the app's own shared data, see docs/data_share.md
+//         "channels": ["notes"],                       optional: its channels to peers, see docs/channels.md
 //         "abilities": [],                             optional
 //         "extensions": [{
 //             "name": "FactsExtension",
@@ -50,6 +51,7 @@ struct Bundle {
     bool enabled = true;
     int32_t user = DEVICE_USER;
     std::vector<std::string> dataShares;
+    std::vector<std::string> channels;
     std::vector<BundleAbility> abilities;
     std::vector<BundleExtension> extensions;
 };

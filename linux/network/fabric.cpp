@@ -101,6 +101,20 @@ bool Fabric::TakeRevocations(const std::string& document) {
     return node->TakeRevocations(document);
 }
 
+uint32_t Fabric::OpenChannel(ChannelWish wish, ChannelAnswer answer) {
+    if (const auto node = Node()) {
+        return node->Channels().Open(std::move(wish), std::move(answer));
+    }
+    answer(ChannelRefusal::STOPPED, UniqueFd());
+    return 0;
+}
+
+void Fabric::WithdrawChannel(uint32_t number) {
+    if (const auto node = Node()) {
+        node->Channels().Withdraw(number);
+    }
+}
+
 std::shared_ptr<FabricNode> Fabric::Node() const {
     const MutexLock lock(mutex_);
     return node_;

@@ -14,6 +14,7 @@
 
 #include "linux/base/mutex.h"
 #include "linux/desktop/screen_status.h"
+#include "linux/network/channel/channel_room.h"
 #include "linux/network/fabric_host.h"
 #include "linux/network/fabric_options.h"
 #include "linux/network/network_status.h"
@@ -78,6 +79,11 @@ public:
     // Takes a list of revoked devices that the account's authority has signed, obeys it and passes it on. False when it
     // is no news. Throws std::runtime_error with one line when it is not such a list, or the fabric does not run.
     bool TakeRevocations(const std::string& document);
+
+    // Opens a channel of an app; see ChannelRoom. The wish's number; 0 when the network does not run, which the answer
+    // tells before this returns.
+    uint32_t OpenChannel(ChannelWish wish, ChannelAnswer answer);
+    void WithdrawChannel(uint32_t number);
 
     // What the seam's operations work on; null while it does not run.
     std::shared_ptr<FabricNode> Node() const;

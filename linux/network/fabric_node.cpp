@@ -87,6 +87,8 @@ FabricNode::FabricNode(
       loop_(std::make_shared<EventLoop>("collabd-net")), revocations_(OpenRevocations(options, identity)),
       control_(std::make_shared<ControlChannel>(
           ControlChannel::Host{host.pool, host.plugins, host.listeners}, peers_, shares_, ExcessHandler())),
+      channels_(std::make_shared<ChannelRoom>(
+          ChannelRoom::Host{loop_, self_.udid, host.declares, peers_, ExcessHandler()})),
       profiles_(self_.udid, identity.link.run, host.profiles,
           {ExcessHandler(),
               [this](const std::string& udid) {
@@ -203,6 +205,11 @@ bool FabricNode::OnMessage(const LinkPtr& link, Stream stream, std::string_view 
         const LogShareScope scope(shares_->LogOf(link->Udid()));
         return profiles_.OnLinkMessage(link, message);
     }
+    case Stream::CHANNEL:
+    case Stream::BULK: {
+        const LogShareScope scope(shares_->LogOf(link->Udid()));
+        return channels_->OnMessage(link, stream, message);
+    }
     default:
         return false;
     }
@@ -215,6 +222,7 @@ void FabricNode::OnDown(const LinkPtr& link, const std::string& reason) {
     gone.link = nullptr;
     peers_->Put(std::make_shared<const Peer>(std::move(gone)));
     profiles_.OnLinkDown(link);
+    channels_->OnDown(link);
     events_.Add(link->Udid(), control_->OnDown(link));
     if (doors_) {
         doors_->dialer.OnDown(link->Udid(), link->NetworkId());
@@ -357,6 +365,7 @@ void FabricNode::Stop() {
     bool hasLinks = false;
     loop_->Run([&] {
         doors_.reset();
+        channels_->Stop();
         hasLinks = !links_.All().empty();
         links_.Leave();
     });

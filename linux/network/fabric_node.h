@@ -11,6 +11,7 @@
 
 #include "linux/account/revocation_file.h"
 #include "linux/base/mutex.h"
+#include "linux/network/channel/channel_room.h"
 #include "linux/network/control/control_channel.h"
 #include "linux/network/device_events.h"
 #include "linux/network/discovery/beacon.h"
@@ -47,6 +48,7 @@ public:
     const Announcement& Self() const { return self_; }
     const PeerTable& Peers() const { return *peers_; }
     ControlChannel& Control() { return *control_; }
+    ChannelRoom& Channels() { return *channels_; }
 
     NetworkStatus Status();
     EventLoop::Clock::time_point LastRound() const { return loop_->LastRound(); }
@@ -79,6 +81,7 @@ private:
     void OnFacts(const LinkPtr& link, const DeviceFacts& facts) override;
     bool OnMessage(const LinkPtr& link, Stream stream, std::string_view message) override;
     void OnDown(const LinkPtr& link, const std::string& reason) override;
+    void OnRoom(const LinkPtr& link) override { channels_->OnRoom(link); }
     void OnDialled(uint64_t dial, const std::string& udid, bool isLink, LinkRefusal refusal) override;
     void OnFailed(const std::string& udid, LinkRefusal refusal) override;
     void OnPlace(const std::string& udid, const Endpoint& place) override;
@@ -108,6 +111,7 @@ private:
     const std::shared_ptr<PeerTable> peers_ = std::make_shared<PeerTable>();
     const std::shared_ptr<RevocationFile> revocations_;  // in account mode
     const std::shared_ptr<ControlChannel> control_;
+    const std::shared_ptr<ChannelRoom> channels_;
     ProfileChannel profiles_;
     DeviceEvents events_;
     Mutex statusMutex_;

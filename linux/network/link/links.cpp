@@ -133,6 +133,11 @@ SecureChannel::Handlers Links::HandlersOf(uint64_t id) {
         },
         [this, id] {
             return Find(id)->phase == Phase::UP;
+        },
+        [this, id] {
+            if (const ConnectionPtr connection = Find(id); connection->phase == Phase::UP) {
+                user_.OnRoom(connection->link);
+            }
         }};
 }
 

@@ -37,6 +37,8 @@ public:
     // False ends the link: the message is none of this stream.
     virtual bool OnMessage(const LinkPtr& link, Stream stream, std::string_view message) = 0;
     virtual void OnDown(const LinkPtr& link, const std::string& reason) = 0;
+    // Less waits on the link than before. Not after each message: once the link's socket has had no room.
+    virtual void OnRoom(const LinkPtr& /*link*/) {}
 
     // A connection that was dialled as `dial` has come to its end: as a link (NONE), or without becoming one. `udid` is
     // empty when the other side has not proved who it is. Once for each.
@@ -66,7 +68,7 @@ protected:
 // most MAX_AT_THE_GATE, the eldest goes for a new one, so that half-open connections cost nothing more.
 class Links {
 public:
-    static constexpr uint32_t VERSION = 1;
+    static constexpr uint32_t VERSION = 2;
     static constexpr size_t MAX_AT_THE_GATE = 128;
     static constexpr size_t MAX_GREETING = 128;
 

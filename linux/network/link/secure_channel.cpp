@@ -77,6 +77,10 @@ std::string Frame(Stream stream, uint8_t flags, std::string_view content) {
     return frame.append(content);
 }
 
+bool IsLarge(Stream stream, size_t bytes) {
+    return bytes > SecureChannel::LARGE_BYTES || stream == Stream::BULK;
+}
+
 size_t Number(std::string_view bytes, size_t at) {
     return (static_cast<size_t>(static_cast<uint8_t>(bytes[at])) << 8U) | static_cast<uint8_t>(bytes[at + 1]);
 }
@@ -143,6 +147,17 @@ void SecureChannel::OnEvents(uint32_t events) {
         return;
     }
     if ((events & POLLOUT) != 0) {
+        OnRoom();
+    }
+    if (state_ != State::ENDED && (events & ~static_cast<uint32_t>(POLLOUT)) != 0) {
+        const auto end = Clock::now() + MAX_TURN;
+        for (int reads = 0; reads < MAX_READS && Receive() && Clock::now() < end; ++reads) {
+        }
+    }
+}
+
+void SecureChannel::OnRoom() {
+    {
         const MutexLock lock(mutex_);
         waitsForRoom_ = false;
         source_.SetEvents(POLLIN);
@@ -151,10 +166,9 @@ void SecureChannel::OnEvents(uint32_t events) {
             shutdown(socket_.Get(), SHUT_WR);
         }
     }
-    if ((events & ~static_cast<uint32_t>(POLLOUT)) != 0) {
-        const auto end = Clock::now() + MAX_TURN;
-        for (int reads = 0; reads < MAX_READS && Receive() && Clock::now() < end; ++reads) {
-        }
+    const auto handlers = handlers_;
+    if (handlers->onRoom) {
+        handlers->onRoom();
     }
 }
 
@@ -369,7 +383,7 @@ bool SecureChannel::Send(Stream stream, std::string message) {
         return false;
     }
     waiting_.at(at) += message.size();
-    if (message.size() <= LARGE_BYTES) {
+    if (!IsLarge(stream, message.size())) {
         waiting_.at(at) += WAITING_COST;
         small_.push_back(Frame(stream, 0, message));
     } else {
@@ -442,14 +456,22 @@ bool SecureChannel::EncryptLargeFrames() {
     // On a network that loses much, and so is slow, a small message has less before it.
     const int most = hasAdapted_ ? 1 : FRAMES_AT_ONCE;
     for (int frames = 0; frames < most && std::ranges::any_of(large_, isWaiting); ++frames) {
-        while (large_.at(turn_ % STREAMS).messages.empty()) {
-            ++turn_;
-        }
-        if (!EncryptFrameOf(turn_++ % STREAMS)) {
+        if (!EncryptFrameOf(NextLarge())) {
             return false;
         }
     }
     return true;
+}
+
+// Of the streams that have a large message, the one whose turn it is; BULK when it is the only one.
+size_t SecureChannel::NextLarge() {
+    for (size_t tried = 0; tried < STREAMS; ++tried) {
+        const size_t stream = turn_++ % STREAMS;
+        if (stream != static_cast<size_t>(Stream::BULK) && !large_.at(stream).messages.empty()) {
+            return stream;
+        }
+    }
+    return static_cast<size_t>(Stream::BULK);
 }
 
 bool SecureChannel::EncryptFrameOf(size_t stream) {
@@ -535,6 +557,10 @@ void SecureChannel::AdaptToLoss() {
 
 Endpoint SecureChannel::LocalEnd() const {
     return socket_ ? Endpoint::OfSocket(socket_.Get()) : Endpoint();
+}
+
+Endpoint SecureChannel::RemoteEnd() const {
+    return socket_ ? Endpoint::OfPeer(socket_.Get()) : Endpoint();
 }
 
 // The failure of a send, which may be on any thread.

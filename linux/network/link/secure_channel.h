@@ -5,7 +5,8 @@
 // nothing more. So a stranger sees no certificate, whether it connects itself or relays what others send.
 //
 // A message is cut into frames of at most 16 KiB. Small messages go before the next frame of a large one, and of large
-// ones of several streams each gets its turn; messages of one stream of one size class keep their order.
+// ones of several streams each gets its turn; messages of one stream of one size class keep their order. On the
+// stream BULK all messages are large, and go when no other stream has one.
 #pragma once
 
 #include <array>
@@ -51,6 +52,8 @@ public:
         std::function<void(const std::string& reason)> onEnd;
         // Whether large messages are taken as yet; without it they are.
         std::function<bool()> takesLarge{};
+        // Less waits than before, now that the socket has room again.
+        std::function<void()> onRoom{};
     };
 
     // `socket` is connected, or connecting, and does not block. `handlers` are destroyed when it ends.
@@ -82,6 +85,8 @@ public:
     bool HasHeard() const { return state_ != State::CONNECTING && (hasHeard_ || HasUnread()); }
     // The loop's thread. This device's end; nothing sensible once it has ended.
     Endpoint LocalEnd() const;
+    // Likewise the other end.
+    Endpoint RemoteEnd() const;
 
     // Use Start.
     SecureChannel(EventLoop& loop, TlsContext::Ssl ssl, const MeetingKey& key, Role role, UniqueFd socket,
@@ -106,6 +111,7 @@ private:
 
     void Watch();
     void OnEvents(uint32_t events);
+    void OnRoom();
     void OnConnected();
     bool Receive();
     bool TakeAtTheGate(std::string_view& bytes);
@@ -123,6 +129,7 @@ private:
     bool SendCiphertext() REQUIRES(mutex_);
     bool EncryptSmall() REQUIRES(mutex_);
     bool EncryptLargeFrames() REQUIRES(mutex_);
+    size_t NextLarge() REQUIRES(mutex_);
     bool EncryptFrameOf(size_t stream) REQUIRES(mutex_);
     bool Encrypt(std::string_view text) REQUIRES(mutex_);
     void TakeCiphertext() REQUIRES(mutex_);
