@@ -81,8 +81,8 @@ bool Holds(const Surroundings& around, const Placement& placement) {
 void Store(Client::Device& device, const Surroundings& around, const Placement& placement,
     const std::set<std::string>& replaced) {
     Client::Profiles profiles = device.Profiles();
-    Check(profiles.Put(PROFILE_SERVICE, SERVICE_TYPE, Companion::PLACEMENT_KEY + NewId(),
-        Companion::WritePlacements({placement})));
+    Check(profiles.Put(
+        PROFILE_SERVICE, SERVICE_TYPE, Companion::PLACEMENT_KEY + NewId(), Companion::WritePlacements({placement})));
     for (const std::string& id : replaced) {
         profiles.Delete(PROFILE_SERVICE, Companion::PLACEMENT_KEY + id);
     }
@@ -165,7 +165,8 @@ void AddPlace(CLI::App& desk, CommandLine& line) {
         ->required()
         ->check(CLI::IsMember({"left", "right", "top", "bottom"}));
     command->add_option("--display", options->display, "Beside that display of this device; else beside all of it");
-    command->add_option("--part", options->part, "Beside that part of the side, FROM-TO in percent from the top or left");
+    command->add_option(
+        "--part", options->part, "Beside that part of the side, FROM-TO in percent from the top or left");
     command->add_option("--peer-display", options->peerDisplay, "That display of the peer; else all of it");
     command->add_option("--peer-part", options->peerPart, "That part of the peer's side, in percent");
     command->add_flag("--add", options->add, "Beside where the peer lies already; else instead");

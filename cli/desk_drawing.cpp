@@ -4,7 +4,6 @@
 #include <set>
 #include <utility>
 
-
 namespace ZYNE::Cli {
 namespace {
 

@@ -128,7 +128,8 @@ Json::Value ToJson(const Surroundings& around, const std::optional<Client::DeskS
         root["peer"] = state->peer.empty() ? "" : around.NameOf(state->peer);
         root["eventsSent"] = Json::UInt64(state->sent);
         root["eventsDropped"] = Json::UInt64(state->dropped);
-        root["roundTripMicroseconds"] = state->roundTrip < 0 ? Json::Value() : Json::Value(Json::Int64(state->roundTrip));
+        root["roundTripMicroseconds"] =
+            state->roundTrip < 0 ? Json::Value() : Json::Value(Json::Int64(state->roundTrip));
     }
     return root;
 }

@@ -29,6 +29,7 @@ Examples:
   collabctl --device Desk profile watch Phone
   collabctl --device Phone setting put user_setup_complete 1
   collabctl --device Phone switch on
+  collabctl --device Phone desk place Desk right
   collabctl --device Phone explain Desk
   collabctl --device Desk watch keyboard edge
   collabctl --device Phone log --follow
@@ -86,6 +87,7 @@ int Main(int argc, char** argv) {
     ZYNE::Cli::AddProfile(app, line);
     ZYNE::Cli::AddSetting(app, line);
     ZYNE::Cli::AddSwitch(app, line);
+    ZYNE::Cli::AddDesk(app, line);
     ZYNE::Cli::AddExplain(app, line);
     ZYNE::Cli::AddCompanion(app, line);
     ZYNE::Cli::AddWatch(app, line);
@@ -95,7 +97,6 @@ int Main(int argc, char** argv) {
     ZYNE::Cli::AddInput(app, line);
     ZYNE::Cli::AddLog(app, line);
     ZYNE::Cli::AddAccount(app, line);
-    ZYNE::Cli::AddDesk(app, line);
     ZYNE::Cli::AddDevice(app, line);
     app.footer(FOOTER);  // the commands would take it over if they were added later
     try {

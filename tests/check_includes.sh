@@ -33,7 +33,7 @@ linux/network/profile linux/network/profile linux/network/presence linux/network
 linux/network linux platform
 linux linux platform
 client client linux/apps/extension_name linux/base linux/bus linux/datashare platform
-cli cli client linux/account linux/base linux/bus platform
+cli cli client companion/core companion/placements linux/account linux/base linux/bus platform
 companion/core companion/core companion/desktop/desktop platform
 companion/desktop companion/desktop companion/core linux/base platform
 samples samples client linux/base linux/bus platform
