@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "client/channels.h"
 #include "client/crossing.h"
 #include "client/device_error.h"
 #include "client/device_registry.h"
@@ -87,6 +88,7 @@ public:
     Client::Profiles Profiles() { return Client::Profiles(*connection_); }
     Client::Crossing Crossing() { return Client::Crossing(*connection_); }
     Client::Settings Settings() { return Client::Settings(*connection_); }
+    Client::Channels Channels() { return Client::Channels(*connection_); }
 
     std::string Name();
     std::string Type();  // phone, tablet, pc, tv

@@ -32,7 +32,7 @@ std::string Explain(const std::string& device, const sdbus::Error& error) {
 DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BusName(BUS_NAME), sdbus::ObjectPath(OBJECT_PATH)) {}
 
 DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime)
-    : name_(device.name), connection_(ConnectTo(device, answerTime)), proxy_(*connection_) {}
+    : name_(device.name), answerTime_(answerTime), connection_(ConnectTo(device, answerTime)), proxy_(*connection_) {}
 
 void DeviceConnection::Follow(int stop) {
     FollowBus(*connection_, name_, stop);

@@ -18,10 +18,11 @@
 
 namespace ZYNE::Client {
 
-// Both interfaces of the device's object. It has no event loop: the calling thread itself waits for its answer on the
+// The interfaces of the device's object. It has no event loop: the calling thread itself waits for its answer on the
 // socket.
 class DeviceProxy
-    : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy, io::collaborationfwk::Crossing1_proxy> {
+    : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy, io::collaborationfwk::Crossing1_proxy,
+          io::collaborationfwk::Channels1_proxy> {
 public:
     using Bus = sdbus::IConnection;
 
@@ -59,6 +60,15 @@ public:
         }
     }
 
+    // The same, where the device may wait for so much longer before it answers.
+    template <typename Interface, typename Answer, typename... Parameters, typename... Arguments>
+    Answer CallFor(std::chrono::milliseconds longer, Answer (Interface::*method)(Parameters...),
+        const Arguments&... arguments) {
+        connection_->setMethodCallTimeout(answerTime_ + longer);
+        const RestoredTime restored{*connection_, answerTime_};
+        return Call(method, arguments...);
+    }
+
     // Makes a `Signals`, a DeviceProxy that gets signals during Follow. Throws DeviceError.
     template <typename Signals, typename Handler>
     std::unique_ptr<Signals> Listen(Handler handler) {
@@ -79,10 +89,18 @@ private:
     static void CheckText(const std::string& text);
     static void CheckText(const std::vector<std::string>& texts);
     static void CheckText(int32_t /*number*/) {}
+    static void CheckText(uint32_t /*number*/) {}
+
+    struct RestoredTime {
+        sdbus::IConnection& connection;
+        const std::chrono::milliseconds time;
+        ~RestoredTime() { connection.setMethodCallTimeout(time); }
+    };
 
     [[noreturn]] void Throw(const sdbus::Error& error) const;
 
     const std::string name_;  // of the device
+    const std::chrono::milliseconds answerTime_;
     const std::unique_ptr<sdbus::IConnection> connection_;
     DeviceProxy proxy_;
 };

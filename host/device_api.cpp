@@ -14,6 +14,7 @@
 #include "client/device_api_adaptor.h"
 #include "host/api_error.h"
 #include "host/bus_text.h"
+#include "host/channel_api.h"
 #include "host/crossing_api.h"
 #include "host/device_type_name.h"
 #include "host/info_api.h"
@@ -175,6 +176,10 @@ DeviceApi::DeviceApi(Options options)
         adaptor_ = std::make_unique<Adaptor>(*connection_, options_, *calls_);
         crossing_ = std::make_unique<CrossingApi>(*connection_, OBJECT_PATH,
             CrossingApi::Options{options_.device, options_.peers, *calls_, options_.display, options_.desk});
+        channels_ = std::make_unique<ChannelApi>(
+            *connection_, OBJECT_PATH, ChannelApi::Options{options_.device, options_.peers, [this] {
+                                                               Wake();
+                                                           }});
         connection_->requestName(Client::BusName(BUS_NAME));
     } catch (const sdbus::Error& error) {
         throw std::runtime_error("the device's interface cannot be served on its bus: " + error.getMessage());

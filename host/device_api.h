@@ -21,6 +21,7 @@ class IConnection;
 
 namespace ZYNE::Host {
 
+class ChannelApi;
 class CrossingApi;
 class ProgramCalls;
 
@@ -72,6 +73,7 @@ private:
     std::unique_ptr<sdbus::IConnection> connection_;
     std::unique_ptr<Adaptor> adaptor_;
     std::unique_ptr<CrossingApi> crossing_;
+    std::unique_ptr<ChannelApi> channels_;
     std::atomic<bool> stopping_{false};
     std::unique_ptr<Linux::BusPump> pump_;  // the loop's thread alone
 };
