@@ -12,28 +12,23 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "companion/core/crossing_rules.h"
+#include "companion/core/desk.h"
+#include "companion/core/edge_push.h"
+#include "companion/core/guest.h"
 #include "companion/core/input.h"
+#include "companion/core/luggage.h"
 #include "companion/core/message.h"
+#include "companion/core/peer_states.h"
 #include "companion/core/placement.h"
 #include "companion/desktop/desktop.h"
 
 namespace ZYNE::Companion {
-
-// How an edge is crossed, and what brings the pointer home.
-struct CrossingRules {
-    int32_t push = 0;            // pixels that the pointer is pushed on at the edge; 0 crosses at once
-    int32_t corner = 0;          // pixels from a corner, on either side, that never cross
-    std::set<KeyCode> modifier;  // one of them must be held; empty for none
-    bool drags = false;          // whether a pointer with a button down crosses
-    std::set<KeyCode> homeKeys;  // held together they bring the pointer home: left and right of a modifier count alike
-};
 
 // Sends to companions of peers; a device is named by its id.
 class Peers {
@@ -45,7 +40,7 @@ protected:
     ~Peers() = default;
 };
 
-// What has happened to the pointer, for people.
+// What has happened to the pointer, for people. REFUSED of one peer comes once a second at the most.
 struct Passage {
     enum class Kind { ENTERED, CAME_HOME, GUEST_CAME, GUEST_LEFT, REFUSED };
     Kind kind = Kind::ENTERED;
@@ -84,7 +79,8 @@ public:
     CrossingMachine(std::string self, Desktop& desktop, Peers& peers, PassageWatch& watch);
 
     void SetRules(const CrossingRules& rules);
-    // All that hold for this device: its own, and those of its peers, mirrored.
+    // All that hold for this device: its own, and those of its peers, mirrored. A pointer that is away stays there when
+    // its way back goes: the keys and Return bring it home.
     void SetPlacements(std::vector<Placement> placements);
 
     void OnScreens(const std::vector<Screen>& screens, TimePoint now);
@@ -92,7 +88,7 @@ public:
     void OnKey(const KeyChange& key, TimePoint now);
     void OnButton(const ButtonChange& button, TimePoint now);
     void OnScroll(const Scroll& scroll, TimePoint now);
-    // This device's own screen.
+    // This device's own session: nobody may use it from elsewhere, and its keyboard is wanted here.
     void OnLocked(bool isLocked, TimePoint now);
 
     // The channels to the peer's companion are open, or gone.
@@ -100,7 +96,10 @@ public:
     void OnPeerDown(const std::string& peer, TimePoint now);
     // What the device tells of a peer's screen, which may be sooner than the peer's own word.
     void OnPeerLocked(const std::string& peer, bool isLocked, TimePoint now);
+    // Copied is nothing to this class.
     void OnMessage(const std::string& peer, const Message& message, TimePoint now);
+    // It has sent what Read does not take.
+    void OnNonsense(const std::string& peer);
 
     // Brings the pointer home from wherever it is; a guest's as well. False when nobody is away.
     bool Return(TimePoint now);
@@ -116,6 +115,93 @@ public:
     const Counters& GetCounters() const;
     // What must hold for crossing to `peer`, in the order in which it is asked.
     std::vector<CrossingFact> Explain(const std::string& peer) const;
+
+private:
+    // Every input: ends a visit of which nothing was heard for too long. What has been waiting while this process was
+    // stopped is met by that, too.
+    void CheckTime(TimePoint now);
+
+    // Of peers, see crossing_peers.cpp.
+    bool Send(const std::string& peer, const Message& message);
+    void SendStatus();
+    bool IsReady(const std::string& peer) const;
+    void CheckPeer(const std::string& peer, TimePoint now);
+    void Drop() { ++counters_.dropped; }
+    void Tell(Passage::Kind kind, const std::string& peer, Reason reason, const std::string& words = {});
+    void TellRefusal(const std::string& peer, Reason reason, const std::string& words, TimePoint now);
+
+    // What ends a visit, on either side: with a word to the peer, or when it knows already.
+    void EndVisit(Reason reason, TimePoint now);
+    void FinishVisit(Reason reason, TimePoint now);
+    void BeginVisit(State state, const std::string& peer, Visit visit, TimePoint now);
+    bool IsVisit(const std::string& peer, Visit visit) const;
+    bool IsVisit(const std::string& peer, Visit visit, State state) const;
+
+    // This device's own pointer, see crossing_away.cpp.
+    bool IsOut() const { return state_ == State::LEAVING || state_ == State::AWAY; }
+    void MoveAtHome(const Motion& motion, TimePoint now);
+    bool TryLeave(Side side, TimePoint now);
+    void Depart(const Crossing& crossing, const Locks& locks, TimePoint now);
+    void GoOn(const Left& left, TimePoint now);
+    void ComeHome(Reason reason, Point at, TimePoint now);
+    void SendAway(const Message& message, TimePoint now);
+
+    // The pointer of a peer here, see crossing_host.cpp.
+    std::optional<Reason> WhyNoGuest(const std::string& peer) const;
+    void TakeIn(const std::string& peer, const Enter& enter, TimePoint now);
+    bool MoveGuest(const Total& total, TimePoint now);
+    void PushGuest(const Shift& shift, TimePoint now);
+    bool TryLetGo(Side side);
+    void EndGuest(Reason reason);
+
+    // One for each message; the peer is up and has our version.
+    void Handle(const std::string& peer, const Hello& hello, TimePoint now);
+    void Handle(const std::string& peer, const Status& status, TimePoint now);
+    void Handle(const std::string& peer, const Enter& enter, TimePoint now);
+    void Handle(const std::string& peer, const Entered& entered, TimePoint now);
+    void Handle(const std::string& peer, const Refused& refused, TimePoint now);
+    void Handle(const std::string& peer, const Key& key, TimePoint now);
+    void Handle(const std::string& peer, const Click& click, TimePoint now);
+    void Handle(const std::string& peer, const Wheel& wheel, TimePoint now);
+    void Handle(const std::string& peer, const Left& left, TimePoint now);
+    void Handle(const std::string& peer, const Ended& ended, TimePoint now);
+    void Handle(const std::string& peer, const Copied& copied, TimePoint now);
+    void Handle(const std::string& peer, const Move& move, TimePoint now);
+    void Handle(const std::string& peer, const Alive& alive, TimePoint now);
+    void Handle(const std::string& peer, const Echo& echo, TimePoint now);
+
+    const std::string self_;
+    Desktop& desktop_;
+    Peers& peers_;
+    PassageWatch& watch_;
+
+    CrossingRules rules_;
+    std::vector<Placement> placements_;
+    PeerStates known_;
+    Desk desk_;
+    bool isLocked_ = false;
+    bool isStopped_ = false;
+    std::set<KeyCode> held_;  // by persons at this device
+    Counters counters_;
+
+    State state_ = State::HOME;
+    EdgePush push_;                 // of the pointer that is here, this device's own or the guest
+    std::optional<Point> pointer_;  // this device's own while it is at home, once it has moved
+
+    // Of a visit; all but the first two mean nothing at home.
+    std::string peer_;
+    Visit visit_ = 0;
+    TimePoint heard_;      // something of this visit, last
+    TimePoint nextAlive_;  // to be sent
+
+    uint32_t departures_ = 0;
+    TimePoint answerDue_;      // while LEAVING
+    bool hasEntered_ = false;  // some peer, since it left home
+    Point homePoint_;          // where the pointer left
+    Side homeSide_ = Side::LEFT;
+    Luggage luggage_;
+
+    Guest guest_;
 };
 
 }  // namespace ZYNE::Companion
