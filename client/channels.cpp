@@ -7,24 +7,10 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 
+#include "client/channel_kind_text.h"
 #include "client/device_connection.h"
 
 namespace ZYNE::Client {
-namespace {
-
-std::string TextOf(ChannelKind kind) {
-    switch (kind) {
-    case ChannelKind::BULK:
-        return "bulk";
-    case ChannelKind::LATEST:
-        return "latest";
-    default:
-        return "reliable";
-    }
-}
-
-}  // namespace
-
 Linux::UniqueFd Channels::Open(const std::string& app, const std::string& peer, const std::string& name,
     ChannelKind kind, std::chrono::milliseconds time) {
     auto [descriptor, peerId] = connection_.CallFor(

@@ -18,6 +18,7 @@ inline constexpr LogDomain SCREEN{0xD00463A, "Screen"};
 inline constexpr LogDomain STORE{0xD00463B, "Store"};
 inline constexpr LogDomain EVENT{0xD00463C, "Event"};
 inline constexpr LogDomain DEVICE{0xD004640, "Device"};
+inline constexpr LogDomain COMPANION{0xD004641, "Companion"};
 inline constexpr LogDomain FABRIC{0xD004700, "Fabric"};
 inline constexpr LogDomain NETWORK{0xD004701, "Network"};
 inline constexpr LogDomain PROFILE{0xD004702, "Profile"};
