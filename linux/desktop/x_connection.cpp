@@ -1,13 +1,7 @@
 #include "linux/desktop/x_connection.h"
 
 #include <array>
-#include <bit>
-#include <cstdlib>
-#include <optional>
-#include <span>
 #include <stdexcept>
-#include <string_view>
-#include <tuple>
 #include <utility>
 
 #include <xcb/randr.h>
@@ -16,14 +10,6 @@
 namespace ZYNE::Linux {
 namespace {
 
-constexpr uint32_t RAW_EVENTS = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
-    XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
-    XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
-constexpr uint16_t DISPLAY_EVENTS =
-    XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE;
-
-// The server counts keys from 8 where the kernel counts from 0.
-constexpr uint32_t FIRST_KEY_CODE = 8;
 constexpr uint32_t LAST_CODE = 255;
 
 struct DeviceEvents {
@@ -31,58 +17,13 @@ struct DeviceEvents {
     uint32_t mask;
 };
 
-// Whether request number `earlier` was made before number `later`; the numbers wrap around.
-bool IsBefore(uint32_t earlier, uint32_t later) {
-    return static_cast<int32_t>(earlier - later) < 0;
-}
-
-double ToDouble(const xcb_input_fp3232_t& value) {
-    constexpr double UNIT = 4294967296.0;
-    return value.integral + value.frac / UNIT;
-}
-
-// The test extension's devices carry this at the end of their names; they report distances and coordinates alike.
-bool IsTestDevice(std::string_view name) {
-    return name.ends_with("XTEST pointer");
-}
-
 RawInput::Motion MotionOf(const xcb_input_xi_device_info_t& device) {
-    const char* name = xcb_input_xi_device_info_name(&device);
-    if (IsTestDevice({name, static_cast<size_t>(xcb_input_xi_device_info_name_length(&device))})) {
+    if (IsTestPointer(NameOf(device))) {
         return RawInput::Motion::EITHER;
     }
-    auto at = xcb_input_xi_device_info_classes_iterator(&device);
-    for (; at.rem > 0; xcb_input_device_class_next(&at)) {
-        const auto* axis = reinterpret_cast<const xcb_input_valuator_class_t*>(at.data);
-        if (axis->type == XCB_INPUT_DEVICE_CLASS_TYPE_VALUATOR && axis->number == 0 &&
-            axis->mode == XCB_INPUT_VALUATOR_MODE_ABSOLUTE) {
-            return RawInput::Motion::ABSOLUTE;
-        }
-    }
-    return RawInput::Motion::RELATIVE;
-}
-
-// What the device itself reported on its axes 0 and 1. Empty when the report is about other axes, such as the wheel's,
-// or the event is shorter than it says.
-std::optional<std::pair<double, double>> Axes(const xcb_input_raw_motion_event_t& event) {
-    const auto* mask = reinterpret_cast<const uint32_t*>(&event + 1);
-    const size_t maskSize = event.valuators_len;
-    if (maskSize == 0 || maskSize > event.length) {
-        return std::nullopt;
-    }
-    size_t count = 0;
-    for (const uint32_t word : std::span(mask, maskSize)) {
-        count += static_cast<size_t>(std::popcount(word));
-    }
-    constexpr size_t WORDS_PER_AXIS = 2 * sizeof(xcb_input_fp3232_t) / sizeof(uint32_t);
-    if ((mask[0] & 3U) == 0 || maskSize + count * WORDS_PER_AXIS > event.length) {
-        return std::nullopt;
-    }
-    // The values after the server's acceleration come first.
-    const auto* value = reinterpret_cast<const xcb_input_fp3232_t*>(mask + maskSize) + count;
-    const double x = (mask[0] & 1U) != 0 ? ToDouble(*value++) : 0;
-    const double y = (mask[0] & 2U) != 0 ? ToDouble(*value) : 0;
-    return std::pair(x, y);
+    const auto* axis = AxisOf(device, 0);
+    return axis != nullptr && axis->mode == XCB_INPUT_VALUATOR_MODE_ABSOLUTE ? RawInput::Motion::ABSOLUTE
+                                                                             : RawInput::Motion::RELATIVE;
 }
 
 std::set<int32_t> ButtonsOf(uint16_t state) {
@@ -97,55 +38,25 @@ std::set<int32_t> ButtonsOf(uint16_t state) {
 
 }  // namespace
 
-void XConnection::Free::operator()(void* reply) const {
-    std::free(reply);
-}
-
-void XConnection::Free::operator()(xcb_connection_t* connection) const {
-    xcb_disconnect(connection);
-}
-
 std::unique_ptr<XConnection> XConnection::Open(const std::string& display) {
-    int screenNumber = 0;
-    ConnectionPtr connection(xcb_connect(display.empty() ? nullptr : display.c_str(), &screenNumber));
-    if (xcb_connection_has_error(connection.get()) != 0) {
-        throw std::runtime_error("no X server can be reached");
-    }
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection.get()));
-    for (; screenNumber > 0 && screens.rem > 1; --screenNumber) {
-        xcb_screen_next(&screens);
-    }
-    if (screens.rem == 0) {
-        throw std::runtime_error("the X server has no screen");
-    }
-    std::unique_ptr<XConnection> opened(new XConnection(std::move(connection), *screens.data));
+    std::unique_ptr<XConnection> opened(new XConnection(OpenX(display)));
     opened->UseDisplays();
     opened->LearnDevices();
     opened->UseInput();
     return opened;
 }
 
-XConnection::XConnection(ConnectionPtr connection, const xcb_screen_t& screen)
-    : connection_(std::move(connection)), root_(screen.root) {
-    rootArea_ = {"screen", 0, 0, screen.width_in_pixels, screen.height_in_pixels, true};
+XConnection::XConnection(XLink link) : connection_(std::move(link.connection)), root_(link.screen->root) {
+    rootArea_ = {"screen", 0, 0, link.screen->width_in_pixels, link.screen->height_in_pixels, true};
 }
 
 // Asks for the pointer before it reads events: the answer includes what happened up to then, the rest comes as events.
 void XConnection::UseInput() {
-    const auto* extension = xcb_get_extension_data(connection_.get(), &xcb_input_id);
-    if (extension == nullptr || extension->present == 0) {
-        throw std::runtime_error("the X server has no input extension");
-    }
-    inputOpcode_ = extension->major_opcode;
-    const ReplyPtr<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
-        connection_.get(), xcb_input_xi_query_version(connection_.get(), 2, 2), nullptr));
-    if (!version || version->major_version < 2 || (version->major_version == 2 && version->minor_version < 2)) {
-        throw std::runtime_error("the X server's input extension is older than 2.2");
-    }
+    inputOpcode_ = UseXInput(connection_.get());
     ReadBurst(opening_);
-    const std::array<DeviceEvents, 2> events{{{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, RAW_EVENTS},
+    const std::array<DeviceEvents, 2> events{{{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, X_RAW_EVENTS},
         {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}}};
-    const ReplyPtr<xcb_generic_error_t> error(xcb_request_check(connection_.get(),
+    const XReply<xcb_generic_error_t> error(xcb_request_check(connection_.get(),
         xcb_input_xi_select_events_checked(connection_.get(), root_, events.size(), &events[0].head)));
     if (error || !IsAlive()) {
         throw std::runtime_error("the X server does not tell of raw input");
@@ -155,21 +66,12 @@ void XConnection::UseInput() {
 void XConnection::UseDisplays() {
     const uint32_t rootEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection_.get(), root_, XCB_CW_EVENT_MASK, &rootEvents);
-    const auto* extension = xcb_get_extension_data(connection_.get(), &xcb_randr_id);
-    if (extension == nullptr || extension->present == 0) {
-        return;
-    }
-    const ReplyPtr<xcb_randr_query_version_reply_t> version(
-        xcb_randr_query_version_reply(connection_.get(), xcb_randr_query_version(connection_.get(), 1, 5), nullptr));
-    if (version && version->major_version == 1 && version->minor_version >= 5) {
-        firstDisplayEvent_ = extension->first_event;
-        xcb_randr_select_input(connection_.get(), root_, DISPLAY_EVENTS);
-    }
+    firstDisplayEvent_ = UseXMonitors(connection_.get(), root_);
 }
 
 void XConnection::LearnDevices() {
     devices_.clear();
-    const ReplyPtr<xcb_input_xi_query_device_reply_t> reply(xcb_input_xi_query_device_reply(
+    const XReply<xcb_input_xi_query_device_reply_t> reply(xcb_input_xi_query_device_reply(
         connection_.get(), xcb_input_xi_query_device(connection_.get(), XCB_INPUT_DEVICE_ALL), nullptr));
     if (!reply) {
         return;
@@ -198,7 +100,7 @@ bool XConnection::HasEvent() {
 // An event that the server made before it answered comes before the answer, with the number of an earlier request.
 bool XConnection::ReadBurst(Burst& burst) {
     const auto question = xcb_query_pointer(connection_.get(), root_);
-    const ReplyPtr<xcb_query_pointer_reply_t> answer(xcb_query_pointer_reply(connection_.get(), question, nullptr));
+    const XReply<xcb_query_pointer_reply_t> answer(xcb_query_pointer_reply(connection_.get(), question, nullptr));
     if (!answer) {
         return false;
     }
@@ -245,14 +147,14 @@ void XConnection::TakeInput(const xcb_ge_generic_event_t& event, Burst& burst) {
         return TakeSwitch(raw, RawInput::Kind::BUTTON, 0, burst);
     case XCB_INPUT_RAW_KEY_PRESS:
     case XCB_INPUT_RAW_KEY_RELEASE:
-        return TakeSwitch(raw, RawInput::Kind::KEY, FIRST_KEY_CODE, burst);
+        return TakeSwitch(raw, RawInput::Kind::KEY, X_FIRST_KEY, burst);
     default:
         return;
     }
 }
 
 void XConnection::TakeMotion(const xcb_input_raw_motion_event_t& event, Burst& burst) {
-    const auto axes = Axes(event);
+    const auto axes = RawAxes(event, XValues::REPORTED);
     if (!axes) {
         return;
     }
@@ -260,7 +162,8 @@ void XConnection::TakeMotion(const xcb_input_raw_motion_event_t& event, Burst& b
     input.deviceId = event.sourceid;
     const auto device = devices_.find(event.sourceid);
     input.motion = device != devices_.end() ? device->second : RawInput::Motion::RELATIVE;
-    std::tie(input.x, input.y) = *axes;
+    input.x = axes->x.value_or(0);
+    input.y = axes->y.value_or(0);
     burst.inputs.push_back(input);
 }
 
@@ -282,26 +185,11 @@ std::vector<DisplayArea> XConnection::GetDisplays() {
         return {rootArea_};
     }
     std::vector<DisplayArea> displays;
-    const ReplyPtr<xcb_randr_get_monitors_reply_t> reply(
-        xcb_randr_get_monitors_reply(connection_.get(), xcb_randr_get_monitors(connection_.get(), root_, 1), nullptr));
-    if (!reply) {
-        return displays;
-    }
-    for (auto at = xcb_randr_get_monitors_monitors_iterator(reply.get()); at.rem > 0;
-         xcb_randr_monitor_info_next(&at)) {
-        const xcb_randr_monitor_info_t& monitor = *at.data;
+    for (XMonitor& monitor : GetXMonitors(connection_.get(), root_)) {
         displays.push_back(
-            {AtomName(monitor.name), monitor.x, monitor.y, monitor.width, monitor.height, monitor.primary != 0});
+            {std::move(monitor.name), monitor.x, monitor.y, monitor.width, monitor.height, monitor.isPrimary});
     }
     return displays;
-}
-
-std::string XConnection::AtomName(xcb_atom_t atom) {
-    const ReplyPtr<xcb_get_atom_name_reply_t> reply(
-        xcb_get_atom_name_reply(connection_.get(), xcb_get_atom_name(connection_.get(), atom), nullptr));
-    return reply ? std::string(xcb_get_atom_name_name(reply.get()),
-                       static_cast<size_t>(xcb_get_atom_name_name_length(reply.get())))
-                 : std::string();
 }
 
 }  // namespace ZYNE::Linux

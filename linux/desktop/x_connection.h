@@ -13,13 +13,13 @@
 
 #include "linux/desktop/display_table.h"
 #include "linux/desktop/event_assembler.h"
+#include "linux/desktop/x_link.h"
 
 namespace ZYNE::Linux {
 
 // One thread at a time.
 //
-// Uses XCB: there a server that goes away is an error of this connection, whereas Xlib ends the process or needs a
-// handler that all libraries in the process share. Nothing is grabbed; raw events come whoever has the focus or a grab.
+// Nothing is grabbed; raw events come whoever has the focus or a grab.
 class XConnection {
 public:
     // What happened up to one moment, and where the pointer was at that moment.
@@ -53,15 +53,7 @@ public:
     std::vector<DisplayArea> GetDisplays();
 
 private:
-    struct Free {
-        void operator()(void* reply) const;
-        void operator()(xcb_connection_t* connection) const;
-    };
-    template <typename Reply>
-    using ReplyPtr = std::unique_ptr<Reply, Free>;
-    using ConnectionPtr = std::unique_ptr<xcb_connection_t, Free>;
-
-    XConnection(ConnectionPtr connection, const xcb_screen_t& screen);
+    explicit XConnection(XLink link);
 
     void UseInput();
     void UseDisplays();
@@ -72,15 +64,14 @@ private:
     // A key or button.
     void TakeSwitch(
         const xcb_input_raw_button_press_event_t& event, RawInput::Kind kind, uint32_t firstCode, Burst& burst);
-    std::string AtomName(xcb_atom_t atom);
 
-    const ConnectionPtr connection_;
+    const std::unique_ptr<xcb_connection_t, FreeOfX> connection_;
     const xcb_window_t root_;
     DisplayArea rootArea_;
     uint8_t inputOpcode_ = 0;
     uint8_t firstDisplayEvent_ = 0;  // 0 when the server cannot tell of displays
     std::map<uint16_t, RawInput::Motion> devices_;
-    ReplyPtr<xcb_generic_event_t> next_;  // read already; part of the next burst
+    XEvent next_;  // read already; part of the next burst
     Burst opening_;
 };
 
