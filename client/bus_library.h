@@ -18,8 +18,8 @@ using BusName = decltype(std::declval<const sdbus::IConnection&>().getUniqueName
 using BusErrorName = std::remove_cvref_t<decltype(std::declval<const sdbus::Error&>().getName())>;
 
 // What the answer to a call that nobody waits in begins with: holds an error, or is empty.
-using AsyncError = std::conditional_t<std::is_same_v<BusName, std::string>, const sdbus::Error*,
-    std::optional<sdbus::Error>>;
+using AsyncError =
+    std::conditional_t<std::is_same_v<BusName, std::string>, const sdbus::Error*, std::optional<sdbus::Error>>;
 
 // Handles one thing that waits on `connection`; false when there was none.
 bool ProcessPending(auto& connection) {

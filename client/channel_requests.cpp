@@ -33,11 +33,11 @@ public:
             .onInterface(INTERFACE)
             .withTimeout(time + ANSWER_TIME)
             .withArguments(app, peer, name, TextOf(kind), static_cast<uint32_t>(time.count()))
-            .uponReplyInvoke([answer = std::move(answer)](AsyncError error, sdbus::UnixFd channel,
-                                 const std::string& /*peerId*/) {
-                answer(error ? Linux::UniqueFd() : Linux::UniqueFd(channel.release()),
-                    error ? error->getMessage() : std::string());
-            });
+            .uponReplyInvoke(
+                [answer = std::move(answer)](AsyncError error, sdbus::UnixFd channel, const std::string& /*peerId*/) {
+                    answer(error ? Linux::UniqueFd() : Linux::UniqueFd(channel.release()),
+                        error ? error->getMessage() : std::string());
+                });
     }
 
 private:

@@ -20,9 +20,8 @@ namespace ZYNE::Client {
 
 // The interfaces of the device's object. It has no event loop: the calling thread itself waits for its answer on the
 // socket.
-class DeviceProxy
-    : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy, io::collaborationfwk::Crossing1_proxy,
-          io::collaborationfwk::Channels1_proxy> {
+class DeviceProxy : public sdbus::ProxyInterfaces<io::collaborationfwk::Device1_proxy,
+                        io::collaborationfwk::Crossing1_proxy, io::collaborationfwk::Channels1_proxy> {
 public:
     using Bus = sdbus::IConnection;
 
@@ -62,8 +61,8 @@ public:
 
     // The same, where the device may wait for so much longer before it answers.
     template <typename Interface, typename Answer, typename... Parameters, typename... Arguments>
-    Answer CallFor(std::chrono::milliseconds longer, Answer (Interface::*method)(Parameters...),
-        const Arguments&... arguments) {
+    Answer CallFor(
+        std::chrono::milliseconds longer, Answer (Interface::*method)(Parameters...), const Arguments&... arguments) {
         connection_->setMethodCallTimeout(answerTime_ + longer);
         const RestoredTime restored{*connection_, answerTime_};
         return Call(method, arguments...);

@@ -43,7 +43,10 @@ DeviceFollower::DeviceFollower(const Client::DeviceEntry& entry, FollowerHandler
                       }
                   },
               .peers = [this] { Wake(); },
-              .screen = [this](int32_t) { Wake(); }}),
+              .screen =
+                  [this](int32_t) {
+                      Wake();
+                  }}),
       peers_(entry),
       crossing_(peers_, {"screen", "switch"}, [this](const Client::CrossingEvent& event) { OnCrossing(event); }),
       thread_([this] { Run(); }) {}

@@ -58,7 +58,7 @@ private:
     const Linux::UniqueFd wake_;
     Client::Device device_;  // the thread's from its start on
     Client::DeviceWatch watch_;
-    Client::Device peers_;    // that of the watch of crossing
+    Client::Device peers_;  // that of the watch of crossing
     Client::CrossingWatch crossing_;
 
     Linux::Mutex mutex_;

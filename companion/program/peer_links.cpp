@@ -20,8 +20,8 @@ struct LaneKind {
 };
 
 // The first one waits until the peer's companion is there at all; then the others follow at once.
-constexpr std::array<LaneKind, 3> LANES_BY_NUMBER{{{"desk", ChannelKind::RELIABLE, 60s},
-    {"motion", ChannelKind::LATEST, 5s}, {"clipboard", ChannelKind::BULK, 5s}}};
+constexpr std::array<LaneKind, 3> LANES_BY_NUMBER{
+    {{"desk", ChannelKind::RELIABLE, 60s}, {"motion", ChannelKind::LATEST, 5s}, {"clipboard", ChannelKind::BULK, 5s}}};
 
 constexpr auto RETRY_TIME = 500ms;
 constexpr auto REOPEN_TIME = 50ms;  // after all were open
@@ -31,8 +31,7 @@ constexpr int MAX_AT_ONCE = 64;
 
 }  // namespace
 
-PeerLinks::PeerLinks(
-    Linux::EventLoop& loop, Client::ChannelRequests& requests, std::string app, PeerLinksUser& user)
+PeerLinks::PeerLinks(Linux::EventLoop& loop, Client::ChannelRequests& requests, std::string app, PeerLinksUser& user)
     : loop_(loop), requests_(requests), app_(std::move(app)), user_(user) {}
 
 PeerLinks::~PeerLinks() = default;
@@ -51,6 +50,13 @@ void PeerLinks::SetPeers(const std::set<std::string>& peers) {
         if (isNew) {
             Open(id, peer->second);
         }
+    }
+}
+
+void PeerLinks::Drop(const std::string& id) {
+    if (Peer* const peer = FindUp(id)) {
+        Close(id, *peer);
+        Retry(id, RETRY_TIME);
     }
 }
 
@@ -94,8 +100,8 @@ void PeerLinks::OnOpened(const std::string& id, uint64_t attempt, UniqueFd socke
 
 void PeerLinks::Watch(const std::string& id, Lane lane) {
     Channel& channel = peers_.at(id).channels.at(lane);
-    channel.source = loop_.Watch(channel.socket.Get(), EPOLLIN,
-        [this, id, lane](uint32_t events) { OnReadable(id, lane, events); });
+    channel.source =
+        loop_.Watch(channel.socket.Get(), EPOLLIN, [this, id, lane](uint32_t events) { OnReadable(id, lane, events); });
 }
 
 void PeerLinks::OnReadable(const std::string& id, Lane lane, uint32_t events) {

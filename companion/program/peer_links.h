@@ -48,6 +48,9 @@ public:
     // The peers that are there, by their ids. Channels with others are closed, and their user told.
     void SetPeers(const std::set<std::string>& peers);
 
+    // Closes the channels with a peer, and opens them anew.
+    void Drop(const std::string& peer);
+
     bool Send(const std::string& peer, const Message& message) override;
 
     enum class Sent { DONE, NO_ROOM, GONE };
