@@ -1,5 +1,8 @@
+#include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <thread>
 #include <variant>
 #include <vector>
 
@@ -10,6 +13,7 @@
 #include "cli/stop_signals.h"
 #include "cli/time_stamp.h"
 #include "client/crossing_watch.h"
+#include "client/desk.h"
 #include "platform/log/printable_text.h"
 
 namespace ZYNE::Cli {
@@ -52,6 +56,25 @@ public:
         PrintJsonLine(object);
     }
 
+    // `device` knows the peer's name.
+    void operator()(Client::Device& device, const Client::Passage& passage) const {
+        const std::string name = NameOf(device, passage.peer);
+        if (!json_) {
+            std::string line = "desk  " + passage.what + "  ";
+            AppendPrintable(line, name.empty() ? passage.peer : name);
+            line += "  ";
+            AppendPrintable(line, passage.why);
+            PrintLine(line);
+            return;
+        }
+        Json::Value object = Begin("desk");
+        object["what"] = passage.what;
+        object["device"] = name;
+        object["deviceId"] = passage.peer;
+        object["why"] = passage.why;
+        PrintJsonLine(object);
+    }
+
     void operator()(const Client::EdgeEvent& event) const {
         if (!json_) {
             PrintLine("edge  screen " + std::to_string(event.screenId) + "  at " + Pair(event.x, event.y) +
@@ -75,7 +98,11 @@ private:
         return std::to_string(first) + "," + std::to_string(second);
     }
 
-    static void PrintLine(const std::string& text) { std::cout << TimeStamp() << "  " << text << std::endl; }
+    // One write for each line: events of both kinds come on threads of their own.
+    static void PrintLine(const std::string& text) {
+        std::cout << TimeStamp() + "  " + text + '\n';
+        std::cout.flush();
+    }
 
     static Json::Value Begin(const char* event) {
         Json::Value object(Json::objectValue);
@@ -85,7 +112,7 @@ private:
     }
 
     void PrintPeerEvent(const char* event, const std::string& networkId, int32_t status) const {
-        const std::string name = NameOf(networkId);
+        const std::string name = NameOf(device_, networkId);
         if (!json_) {
             std::string line = std::string(event) + "  ";
             AppendPrintable(line, name.empty() ? networkId : name);
@@ -100,9 +127,9 @@ private:
     }
 
     // Empty when the device does not know the peer.
-    std::string NameOf(const std::string& networkId) const {
+    static std::string NameOf(Client::Device& device, const std::string& peer) {
         try {
-            return device_.Info().FindPeer(networkId).name;
+            return device.Info().FindPeer(peer).name;
         } catch (const Client::DeviceError&) {
             return {};
         }
@@ -117,15 +144,50 @@ struct Options {
     bool json = false;
 };
 
+constexpr const char* DESK = "desk";
+
+// Follows the pointer's way between devices beside the other events.
+class PassageThread {
+public:
+    PassageThread(const Client::DeviceEntry& entry, const EventPrinter& print, const StopSignals& stop)
+        : device_(entry), desk_(entry), thread_([this, &print, &stop] { Run(print, stop); }) {}
+    PassageThread(const PassageThread&) = delete;
+    PassageThread& operator=(const PassageThread&) = delete;
+    // Once the stop signal has come, or the device has ended.
+    ~PassageThread() { thread_.join(); }
+
+private:
+    void Run(const EventPrinter& print, const StopSignals& stop) noexcept {
+        try {
+            desk_.Follow(stop.Descriptor(), [&](const Client::Passage& passage) {
+                print(device_, passage);
+                stop.RaiseUnlessWritable(std::cout);
+            });
+        } catch (const std::exception&) {
+            // The device has ended: whoever follows the other events says so.
+        }
+    }
+
+    Client::Device device_;
+    Client::Desk desk_;
+    std::thread thread_;
+};
+
 // Until the user interrupts. Throws when the device has ended.
 int WatchCrossing(const DeviceChoice& choice, const Options& options) {
     const StopSignals stop;
     Client::Device device(ChooseDevice(choice));
     const EventPrinter print(device, options.json);
-    Client::CrossingWatch watch(device, options.events, [&](const Client::CrossingEvent& event) {
+    std::vector<std::string> events = options.events;
+    const bool hasDesk = std::erase(events, DESK) > 0;
+    Client::CrossingWatch watch(device, events, [&](const Client::CrossingEvent& event) {
         std::visit(print, event);
         stop.RaiseUnlessWritable(std::cout);
     });
+    std::optional<PassageThread> passages;
+    if (hasDesk) {
+        passages.emplace(device.Entry(), print, stop);
+    }
     std::cerr << "watching until interrupted\n";
     watch.Follow(stop.Descriptor());
     return 0;
@@ -138,9 +200,10 @@ void AddWatch(CLI::App& app, CommandLine& line) {
     auto options = std::make_shared<Options>();
     command
         ->add_option("EVENT", options->events,
-            "keyboard: keys; edge: the pointer arrives at an edge; screen, switch: those of peers change")
+            "keyboard: keys; edge: the pointer arrives at an edge; screen, switch: those of peers change; desk: the "
+            "pointer goes to a peer, comes home, and why")
         ->required()
-        ->check(CLI::IsMember({"keyboard", "edge", "screen", "switch"}));
+        ->check(CLI::IsMember({"keyboard", "edge", "screen", "switch", DESK}));
     command->add_flag("--json", options->json, "Print one JSON object a line");
     SetAction(*command, line, options, WatchCrossing);
 }
