@@ -128,8 +128,8 @@ private:
                 loop.Post([this, call, refusal, end] { Answer(*call, refusal, std::move(*end)); });
             });
         const auto bus = options_.device.bus.GetClient();
-        call->program = bus ? bus->GetRemote(Client::CallingConnection(getObject()), Linux::BusWire::DEFAULT_PATH)
-                            : nullptr;
+        call->program =
+            bus ? bus->GetRemote(Client::CallingConnection(getObject()), Linux::BusWire::DEFAULT_PATH) : nullptr;
         call->withdrawal = MakeSptr<Withdrawal>(options_.device.network, number);
         if (!call->program || !call->program->AddDeathRecipient(call->withdrawal)) {
             options_.device.network.WithdrawChannel(number);

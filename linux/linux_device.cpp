@@ -47,7 +47,9 @@ LinuxDevice::LinuxDevice() : LinuxDevice(Unreached()) {
 
 LinuxDevice::LinuxDevice(Unreached)
     : network({pool, profiles, peerScreens, LoadedLibrary::Get().plugins, LoadedLibrary::Get().listeners,
-          [this](const std::string& app, const std::string& name) { return FindChannel(*bundles, app, name); }}) {}
+          [this](const std::string& app, const std::string& name) {
+              return FindChannel(*bundles, app, name);
+          }}) {}
 
 LinuxDevice::~LinuxDevice() {
     Stop();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char FILE_NAME[] = "manifest.json";
 constexpr size_t MAX_FILE_BYTES = 1u << 20;  // bytes
-constexpr size_t MAX_CHANNEL_BYTES = 128;     // of a channel's name
+constexpr size_t MAX_CHANNEL_BYTES = 128;    // of a channel's name
 
 // Names are logged, compared and made into bus names.
 bool IsName(const std::string& name) {

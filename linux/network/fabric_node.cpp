@@ -87,8 +87,8 @@ FabricNode::FabricNode(
       loop_(std::make_shared<EventLoop>("collabd-net")), revocations_(OpenRevocations(options, identity)),
       control_(std::make_shared<ControlChannel>(
           ControlChannel::Host{host.pool, host.plugins, host.listeners}, peers_, shares_, ExcessHandler())),
-      channels_(std::make_shared<ChannelRoom>(
-          ChannelRoom::Host{loop_, self_.udid, host.declares, peers_, ExcessHandler()})),
+      channels_(
+          std::make_shared<ChannelRoom>(ChannelRoom::Host{loop_, self_.udid, host.declares, peers_, ExcessHandler()})),
       profiles_(self_.udid, identity.link.run, host.profiles,
           {ExcessHandler(),
               [this](const std::string& udid) {

@@ -10,8 +10,7 @@ constexpr size_t MAX_BYTES = MAX_MESSAGE_BYTES + sizeof(uint64_t);
 
 }  // namespace
 
-AppChannel::AppChannel(Ends ends, UniqueFd& app)
-    : ends_(std::move(ends)), socket_(ends_.loop, ends_.name.kind, app) {}
+AppChannel::AppChannel(Ends ends, UniqueFd& app) : ends_(std::move(ends)), socket_(ends_.loop, ends_.name.kind, app) {}
 
 void AppChannel::Start() {
     socket_.Start(weak_from_this());

@@ -99,8 +99,7 @@ void AppSocket::Read(AppSocketUser& user, bool hasEnded) {
         return;
     }
     Batch& batch = OwnBatch();
-    const int count =
-        recvmmsg(socket_.Get(), batch.headers.data(), static_cast<unsigned>(most), MSG_DONTWAIT, nullptr);
+    const int count = recvmmsg(socket_.Get(), batch.headers.data(), static_cast<unsigned>(most), MSG_DONTWAIT, nullptr);
     if (count <= 0) {
         if (errno != EAGAIN && errno != EINTR) {
             user.OnAppGone(nullptr);

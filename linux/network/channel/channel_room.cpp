@@ -91,8 +91,7 @@ void ChannelRoom::Begin(uint32_t number, ChannelWish wish, ChannelAnswer answer)
     if (waiting.name.kind == ChannelKind::LATEST) {
         waiting.datagrams = MakeDatagrams(*host_.loop, *link);
     }
-    waiting.limit =
-        host_.loop->After(wish.time, [this, number] { Refuse(number, ChannelRefusal::NOBODY); });
+    waiting.limit = host_.loop->After(wish.time, [this, number] { Refuse(number, ChannelRefusal::NOBODY); });
     SendOffer(number, waiting);
     FindOfferFor(number);
 }
@@ -122,7 +121,8 @@ size_t ChannelRoom::CountOf(const std::string& app) const {
     const auto isOpenOfApp = [&](const auto& each) {
         return each.second->Name().app == app;
     };
-    return static_cast<size_t>(std::ranges::count_if(waiting_, isOfApp) + std::ranges::count_if(channels_, isOpenOfApp));
+    return static_cast<size_t>(
+        std::ranges::count_if(waiting_, isOfApp) + std::ranges::count_if(channels_, isOpenOfApp));
 }
 
 void ChannelRoom::SendOffer(uint32_t number, const Waiting& waiting) const {
@@ -143,8 +143,8 @@ void ChannelRoom::FindOfferFor(uint32_t number) {
     if (offers == offers_.end()) {
         return;
     }
-    const auto found = std::ranges::find_if(
-        offers->second, [&](const auto& offer) { return offer.second.name == waiting.name; });
+    const auto found =
+        std::ranges::find_if(offers->second, [&](const auto& offer) { return offer.second.name == waiting.name; });
     if (found != offers->second.end()) {
         const auto taken = offers->second.extract(found);
         Match(number, taken.key(), taken.mapped());
@@ -215,8 +215,8 @@ bool ChannelRoom::OnOffer(const LinkPtr& link, const Wire::ChannelOffer& wire) {
     if (!IsMatcher(link)) {
         return true;  // the other side will say when it has found a pair
     }
-    const auto found = std::ranges::find_if(waiting_,
-        [&](const auto& each) { return each.second.link == link && each.second.name == offer.name; });
+    const auto found = std::ranges::find_if(
+        waiting_, [&](const auto& each) { return each.second.link == link && each.second.name == offer.name; });
     if (found != waiting_.end()) {
         Match(found->first, wire.number(), offer);
         return true;
@@ -298,9 +298,8 @@ void ChannelRoom::OnWithdrawal(const LinkPtr& link, uint32_t number) {
     if (const auto offers = offers_.find(link); offers != offers_.end()) {
         offers->second.erase(number);
     }
-    const auto channel = std::ranges::find_if(channels_, [&](const auto& each) {
-        return each.second->OwnLink() == link && each.second->PeersNumber() == number;
-    });
+    const auto channel = std::ranges::find_if(channels_,
+        [&](const auto& each) { return each.second->OwnLink() == link && each.second->PeersNumber() == number; });
     if (channel != channels_.end()) {
         const std::shared_ptr<AppChannel> ended = channel->second;
         ended->OnPart({ChannelPart::Type::END, ended->Own(), {}});

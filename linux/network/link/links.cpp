@@ -131,9 +131,7 @@ SecureChannel::Handlers Links::HandlersOf(uint64_t id) {
             }
             Remove(connection, reason, LinkRefusal::OTHER);
         },
-        [this, id] {
-            return Find(id)->phase == Phase::UP;
-        },
+        [this, id] { return Find(id)->phase == Phase::UP; },
         [this, id] {
             if (const ConnectionPtr connection = Find(id); connection->phase == Phase::UP) {
                 user_.OnRoom(connection->link);

@@ -19,9 +19,8 @@ inline constexpr size_t STREAMS = 5;
 
 // What one message of a stream may have, in bytes. A peer that sends more loses its link.
 constexpr size_t MaxBytes(Stream stream) {
-    constexpr std::array<size_t, STREAMS> MAX_BYTES{
-        size_t{256} << 10U, (size_t{5} << 20U) + 4096, (size_t{4} << 20U) + 4096, size_t{16} << 10U,
-        (size_t{64} << 10U) + 64};
+    constexpr std::array<size_t, STREAMS> MAX_BYTES{size_t{256} << 10U, (size_t{5} << 20U) + 4096,
+        (size_t{4} << 20U) + 4096, size_t{16} << 10U, (size_t{64} << 10U) + 64};
     return MAX_BYTES.at(static_cast<size_t>(stream));
 }
 
