@@ -73,6 +73,7 @@ public:
     void SetFacts(const DeviceFacts& facts) {
         loop_.Run([&] { links.SetFacts(facts); });
     }
+    EventLoop& Loop() { return loop_; }
     void Do(const std::function<void()>& what) { loop_.Run(what); }
     bool HasLink(const std::string& udid) {
         bool has = false;
