@@ -1,5 +1,7 @@
 #include "client/channels.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <tuple>
@@ -13,8 +15,9 @@
 namespace ZYNE::Client {
 Linux::UniqueFd Channels::Open(const std::string& app, const std::string& peer, const std::string& name,
     ChannelKind kind, std::chrono::milliseconds time) {
+    const auto milliseconds = std::clamp<int64_t>(time.count(), 0, UINT32_MAX);
     auto [descriptor, peerId] = connection_.CallFor(
-        time, &DeviceProxy::Open, app, peer, name, TextOf(kind), static_cast<uint32_t>(time.count()));
+        time, &DeviceProxy::Open, app, peer, name, TextOf(kind), static_cast<uint32_t>(milliseconds));
     return Linux::UniqueFd(descriptor.release());
 }
 
@@ -27,7 +30,7 @@ bool SendMessage(int channel, std::string_view message) {
 }
 
 std::optional<std::string> ReceiveMessage(int channel) {
-    std::string message(MAX_MESSAGE_BYTES, '\0');
+    static thread_local std::array<char, MAX_MESSAGE_BYTES> message;
     ssize_t count = -1;
     do {
         count = recv(channel, message.data(), message.size(), 0);
@@ -35,8 +38,7 @@ std::optional<std::string> ReceiveMessage(int channel) {
     if (count <= 0) {
         return std::nullopt;
     }
-    message.resize(static_cast<size_t>(count));
-    return message;
+    return std::string(message.data(), static_cast<size_t>(count));
 }
 
 }  // namespace ZYNE::Client

@@ -2,6 +2,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <fstream>
 #include <future>
@@ -42,6 +43,8 @@ constexpr auto SLOWEST = 500ms * LENIENCE;
 constexpr size_t MAX_GROWTH_KIB = (size_t{48} << 10U) * LENIENCE;
 constexpr size_t MAX_LINES = 1000;
 
+constexpr std::array<Stream, Linux::STREAMS> ALL_STREAMS{
+    Stream::LINK, Stream::CONTROL, Stream::PROFILE, Stream::CHANNEL, Stream::BULK};
 constexpr auto FLOOD_TIME = 1200ms;
 // On its own, for tests run side by side and all hear all beacons of a port.
 constexpr uint16_t BEACON_PORT = 47921;
@@ -454,7 +457,14 @@ TEST_F(Hostile, FloodsOfADeviceOfTheAccountDoNotReachOthers) {
             2000 / LENIENCE},
         {"512 requests that take long", Stream::CONTROL, [&](size_t i) { return RequestOf(i + 1, slow); }, 2s, 512},
         {"notices of being busy", Stream::CONTROL, always(Field(3, Field(1, 1)))},
-        {"200,000 records", Stream::PROFILE, RecordOf, 2s, 200001}};
+        {"200,000 records", Stream::PROFILE, RecordOf, 2s, 200001},
+        {"offers of a channel", Stream::CHANNEL,
+            [](size_t i) {
+                const std::string name = Field(2, "com.talvex.peerdesk") + Field(3, std::string(100, 'n'));
+                return std::string(1, '\0') + Field(1, Field(1, i) + name + Field(4, 1));
+            }},
+        {"messages of channels that are not open", Stream::CHANNEL,
+            always(std::string("\2\0\0\0\1", 5) + std::string(10000, 'x'))}};
     for (const Row& row : floods) {
         Suffer(row.name, [&] {
             const auto evil = Join();
@@ -473,7 +483,8 @@ TEST_F(Hostile, FloodsOfADeviceOfTheAccountDoNotReachOthers) {
 TEST_F(Hostile, LinksThatBreakTheirRulesCostNoMoreThanTheyDo) {
     // Begin, Ready, too long a name; a change before the start, two beginnings, a message that was never sent.
     const std::vector<std::pair<Stream, std::string>> rubbish{{Stream::LINK, "rubbish"}, {Stream::CONTROL, "rubbish"},
-        {Stream::PROFILE, "rubbish"}, {Stream::LINK, Field(2, Field(1, 1))}, {Stream::LINK, Field(3, Field(1, 1))},
+        {Stream::PROFILE, "rubbish"}, {Stream::CHANNEL, "rubbish"}, {Stream::BULK, "rubbish"},
+        {Stream::LINK, Field(2, Field(1, 1))}, {Stream::LINK, Field(3, Field(1, 1))},
         {Stream::LINK, FactsOf(std::string(65, 'n'))}, {Stream::PROFILE, ChangeOf(1, "service", "key", "value")},
         {Stream::PROFILE, Field(1, Field(1, "another") + Field(2, 1000))}, {Stream::PROFILE, Field(4, Field(1, 9999))}};
     for (const char first : {'z', '-'}) {
@@ -500,7 +511,7 @@ TEST_F(Hostile, LinksThatBreakTheirRulesCostNoMoreThanTheyDo) {
         std::vector<std::unique_ptr<RawPeer>> peers;
         for (int i = 0; i < 64; ++i) {
             peers.push_back(std::make_unique<RawPeer>(who, port));
-            for (const Stream stream : {Stream::LINK, Stream::CONTROL, Stream::PROFILE}) {
+            for (const Stream stream : ALL_STREAMS) {
                 peers.back()->SendInParts(stream, Linux::MaxBytes(stream), false);
             }
         }
@@ -558,7 +569,7 @@ TEST_F(Hostile, SizesAreTakenUpToTheirLimitsAndNotBeyond) {
     });
     Suffer("messages that are one byte too large", [&] {
         const LinkIdentity who = Enroll();
-        for (const Stream stream : {Stream::LINK, Stream::CONTROL, Stream::PROFILE}) {
+        for (const Stream stream : ALL_STREAMS) {
             RawPeer peer(who, port);
             ASSERT_TRUE(peer.Join());
             peer.SendInParts(stream, MaxBytes(stream) + 1, true);

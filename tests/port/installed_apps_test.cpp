@@ -88,6 +88,16 @@ TEST_F(InstalledApps, DeclareSharedDataThatIsTheirOwn) {
         BundleCatalogue(directory).GetDataShares(), ElementsAre("datashare:///good.app", "datashare:///good.more/a"));
 }
 
+TEST_F(InstalledApps, DeclareTheirChannels) {
+    Install("good.app", R"(, "channels": ["one", "two"])");
+    EXPECT_THAT(ReadManifest(directory / "good.app").channels, ElementsAre("one", "two"));
+    for (const std::string& channels : {std::string(R"("one")"), std::string("[7]"), std::string(R"([""])"),
+             std::string(R"(["a\u0007"])"), "[\"" + std::string(129, 'n') + "\"]"}) {
+        Write("wrong/manifest.json", R"({"bundleName": "wrong", "channels": )" + channels + "}");
+        ExpectRefused("wrong", "channels");
+    }
+}
+
 TEST_F(InstalledApps, GiveTheirProfilesAndNothingFromOutsideTheirFolder) {
     Install("a.app");
     Write("a.app/resources/profile/info.json", "the profile");

@@ -94,12 +94,13 @@ TEST_F(LinkTest, CarriesFactsAndMessagesSmallOnesBeforeLargeOnes) {
     one.Do([&] {
         const LinkPtr link = one.links.FindLink(GREAT);
         EXPECT_TRUE(link->Send(Stream::PROFILE, std::string(most, 'x')));
+        EXPECT_TRUE(link->Send(Stream::BULK, std::string(30, 'x')));
         EXPECT_TRUE(link->Send(Stream::PROFILE, std::string(10, 'x')));
         EXPECT_TRUE(link->Send(Stream::CONTROL, std::string(20, 'x')));
         EXPECT_FALSE(link->Send(Stream::PROFILE, std::string(most + 1, 'x')));
     });
-    EXPECT_TRUE(sizes.Reaches(3));
-    EXPECT_THAT(sizes.All(), ElementsAre(10, 20, most));
+    EXPECT_TRUE(sizes.Reaches(4));
+    EXPECT_THAT(sizes.All(), ElementsAre(10, 20, most, 30)) << "bulk is the last, small as it is";
     EXPECT_TRUE(other.told.Reaches(3));
     EXPECT_THAT(other.told.All(), ElementsAre("up", "facts phone 1", "facts phone 2"));
 }

@@ -1,5 +1,7 @@
 // Channels between an app of two devices: what arrives, what ends them, what is refused, and that nobody slows others.
+#include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -126,6 +128,9 @@ TEST_F(Channels, EndAtBothEndsWhenAnAppItsDeviceOrWhatItSaysHasGone) {
     StartWithApp();
     for (const ChannelKind kind : KINDS) {
         Ends ends = OpenBoth(kind);
+        ASSERT_TRUE(SendMessage(ends.pc.Get(), "not read"));
+        pollfd unread{ends.phone.Get(), POLLIN, 0};
+        ASSERT_EQ(poll(&unread, 1, 30000), 1);
         ASSERT_TRUE(SendMessage(ends.phone.Get(), "last"));
         EXPECT_EQ(kind == ChannelKind::LATEST ? ReceiveMessage(ends.pc.Get()) : "last", "last");
         ends.phone.Reset();
@@ -249,26 +254,46 @@ TEST_F(Channels, OfTheLatestDropWhatIsOldWhileItsReaderIsSlow) {
     EXPECT_LT(count, MANY / 2);
 }
 
-TEST_F(Channels, LetTwoPeopleChatAndEndWithAProgramThatIsKilled) {
-    StartWith(R"("channels": [])", R"("channels": [])");
-    const auto chat = [&](TestDevice& device, const std::string& peer, const std::string& typed) {
-        return std::make_unique<Process>(std::vector<std::string>{"/bin/sh", "-c",
-                                             "(" + typed + ") | exec " CHAT " --device " + device.Name() + " " + peer},
-            directory / (device.Name() + ".txt"));
-    };
-    const auto said = [&](const std::string& device) {
-        return ReadAll(directory / (device + ".txt"));
-    };
-    for (TestDevice* device : {phone, pc}) {
-        device->Stop();
+TEST_F(Channels, LetTwoPeopleChatAndForgetProgramsThatAreKilled) {
+    phone = &Add("phone", {.type = "phone"});
+    pc = &Add("pc");
+    for (const TestDevice* device : {phone, pc}) {
         std::filesystem::create_directory_symlink(
             std::filesystem::path(CHAT).parent_path().parent_path(), device->Directory() / "apps/org.example.chat");
+        ASSERT_EQ(mkfifo((directory / (device->Name() + ".in")).c_str(), 0600), 0);
     }
     StartBoth();
-    const auto pcs = chat(*pc, "phone", "sleep 60");
-    auto phones = chat(*phone, "pc", "echo hello; sleep 60");
-    EXPECT_TRUE(Eventually([&] { return said("pc") == "hello\n"; })) << said("pc") << said("phone");
+    const auto start = [&](const TestDevice& device, const TestDevice& peer) {
+        const std::string typed = directory / (device.Name() + ".in");
+        return std::make_unique<Process>(
+            std::vector<std::string>{
+                "/bin/sh", "-c", "exec " CHAT " --device " + device.Name() + " " + peer.Name() + " <>" + typed},
+            directory / (device.Name() + ".txt"));
+    };
+    const auto pcs = start(*pc, *phone);
+    auto phones = start(*phone, *pc);
+    std::ofstream(directory / "phone.in") << "hello" << std::endl;
+    EXPECT_TRUE(Eventually([&] { return ReadAll(directory / "pc.txt") == "hello\n"; }));
     phones.reset();
+    EXPECT_EQ(pcs->Wait(), 0) << ReadAll(directory / "pc.txt");
+
+    const auto isRefused = [&](const std::string& words) {
+        try {
+            phone->Api().Channels().Open("org.example.chat", "pc", "talk", ChannelKind::RELIABLE, 0ms);
+            return false;
+        } catch (const Client::DeviceError& error) {
+            return std::string(error.what()).find(words) != std::string::npos;
+        }
+    };
+    std::vector<std::unique_ptr<Process>> waiting;
+    for (int i = 0; i < 32; ++i) {
+        waiting.push_back(start(*phone, *pc));
+    }
+    EXPECT_TRUE(Eventually([&] { return isRefused("has too many channels"); }));
+    waiting.clear();
+    EXPECT_TRUE(Eventually([&] { return isRefused("in time"); }));
+    EXPECT_THROW(pc->Api().Channels().Open("org.example.chat", "phone", "talk", ChannelKind::RELIABLE, 100ms),
+        Client::DeviceError);
 }
 
 }  // namespace

@@ -101,7 +101,8 @@ void AppSocket::Read(AppSocketUser& user, bool hasEnded) {
     Batch& batch = OwnBatch();
     const int count = recvmmsg(socket_.Get(), batch.headers.data(), static_cast<unsigned>(most), MSG_DONTWAIT, nullptr);
     if (count <= 0) {
-        if (errno != EAGAIN && errno != EINTR) {
+        // That the app has closed with something unread is told once, before what it has sent.
+        if (errno != EAGAIN && errno != EINTR && errno != ECONNRESET) {
             user.OnAppGone(nullptr);
         }
         return;

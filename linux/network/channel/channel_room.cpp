@@ -100,6 +100,9 @@ ChannelRefusal ChannelRoom::Judge(const ChannelWish& wish, const LinkPtr& link) 
     if (isStopped_) {
         return ChannelRefusal::STOPPED;
     }
+    if (wish.name.app.size() > MAX_NAME_BYTES) {
+        return ChannelRefusal::NO_APP;
+    }
     switch (host_.declares(wish.name.app, wish.name.name)) {
     case ChannelDeclaration::NO_APP:
         return ChannelRefusal::NO_APP;
