@@ -66,10 +66,10 @@ void SimulatedWorld::Step() {
     }
     if (!isCalm_) {
         Act();
-        if (OneIn(700)) {
-            Disturb(Any(), Any());
+        if (OneIn(400)) {
+            Disturb(AnyBusy(), Any());
         }
-        if (OneIn(2500)) {
+        if (OneIn(2000)) {
             Mend();
         }
     }
@@ -285,7 +285,7 @@ void SimulatedWorld::Tell(Device& device, const Input& input) {
 }
 
 void SimulatedWorld::Disturb(Device& device, Device& peer) {
-    switch (Roll(8)) {
+    switch (Roll(10)) {
     case 0:
         SetLink(device, peer, OneIn(2));
         break;
@@ -308,11 +308,18 @@ void SimulatedWorld::Disturb(Device& device, Device& peer) {
     case 6:
         GoHome(device);
         break;
+    case 7:
+        OpenLinks();
+        break;
     default:
-        for (size_t index = 0; index < devices_.size(); ++index) {
-            SetLink(*devices_[index], *devices_[(index + 1) % devices_.size()], true);
-        }
+        DisturbProcess(device);
     }
+}
+
+// Rather one that has a visit.
+SimulatedWorld::Device& SimulatedWorld::AnyBusy() {
+    Device& device = Any();
+    return device.IsOut() || device.IsHost() ? device : Any();
 }
 
 void SimulatedWorld::DisturbProcess(Device& device) {
@@ -472,8 +479,16 @@ void SimulatedWorld::Mend() {
         LetGo(*device);
     }
     Place(true);
+    OpenLinks();
+}
+
+void SimulatedWorld::OpenLinks() {
     for (size_t index = 0; index < devices_.size(); ++index) {
-        SetLink(*devices_[index], *devices_[(index + 1) % devices_.size()], true);
+        Device& device = *devices_[index];
+        Device& next = *devices_[(index + 1) % devices_.size()];
+        if (device.ways.at(next.index).opened == 0) {
+            SetLink(device, next, true);
+        }
     }
 }
 

@@ -104,6 +104,7 @@ private:
     void Start(Device& device);
     void Kill(Device& device);
     void SetLink(Device& one, Device& other, bool isOpen);
+    void OpenLinks();
     void SetScreens(Device& device, std::vector<Screen> screens);
     void SetLocked(Device& device, bool isLocked);
     void Place(bool asUsual);
@@ -123,6 +124,7 @@ private:
     bool Runs(const Device& device) const { return device.machine && now_ >= device.stoppedUntil; }
     uint32_t Roll(uint32_t sides) { return static_cast<uint32_t>(random_() % sides); }
     bool OneIn(uint32_t times) { return Roll(times) == 0; }
+    Device& AnyBusy();
     Device& Any() { return *devices_[Roll(static_cast<uint32_t>(devices_.size()))]; }
     Millis Some(uint32_t most) { return Millis(Roll(most)); }
     TimePoint In(Millis time) const { return now_ + std::chrono::duration_cast<TimePoint::duration>(time); }
