@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
-#include <utility>
 
 #include <xcb/xtest.h>
 
@@ -65,9 +64,6 @@ void Injector::Press(uint8_t key, bool isDown) {
     }
     if (isDown) {
         keeper_.MarkKey(key, true);
-        std::erase(releasedKeys_, key);
-    } else {
-        releasedKeys_.push_back(key);
     }
     Send(isDown ? XCB_KEY_PRESS : XCB_KEY_RELEASE, key, {OwnEvents::Kind::KEY, isDown, key, {}});
 }
@@ -85,9 +81,6 @@ void Injector::SendButton(Button button, bool isDown) {
     }
     if (isDown) {
         keeper_.MarkButton(button, true);
-        std::erase(releasedButtons_, button);
-    } else {
-        releasedButtons_.push_back(button);
     }
     Send(isDown ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, button, {OwnEvents::Kind::BUTTON, isDown, button, {}});
 }
@@ -133,11 +126,25 @@ void Injector::ReleaseAll() {
 
 void Injector::Flush() {
     xcb_flush(connection_);
-    for (const uint8_t key : std::exchange(releasedKeys_, {})) {
-        keeper_.MarkKey(key, false);
+}
+
+void Injector::Confirm(const OwnEvents::Event& event) {
+    if (event.kind == OwnEvents::Kind::KEY && !event.isDown && !keys_.contains(static_cast<uint8_t>(event.code))) {
+        keeper_.MarkKey(event.code, false);
+    } else if (event.kind == OwnEvents::Kind::BUTTON && !event.isDown &&
+        !buttons_.contains(static_cast<Button>(event.code))) {
+        keeper_.MarkButton(event.code, false);
     }
-    for (const Button button : std::exchange(releasedButtons_, {})) {
-        keeper_.MarkButton(button, false);
+}
+
+void Injector::WaitUntilDone() {
+    const Linux::XReply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    for (uint32_t key = 0; key < KeeperBoard::KEYS; ++key) {
+        Confirm({OwnEvents::Kind::KEY, false, key, {}});
+    }
+    for (uint32_t button = 0; button < KeeperBoard::BUTTONS; ++button) {
+        Confirm({OwnEvents::Kind::BUTTON, false, button, {}});
     }
 }
 

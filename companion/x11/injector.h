@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <set>
-#include <vector>
 
 #include <xcb/xcb.h>
 
@@ -14,7 +13,7 @@
 
 namespace ZYNE::Companion {
 
-// The loop's thread. Nothing waits for the server, but SetLocks. What is pressed already is not pressed once more, and
+// The loop's thread. Nothing but WaitUntilDone waits for the server. What is pressed already is not pressed once more, and
 // only what was pressed here is released.
 class Injector {
 public:
@@ -31,6 +30,12 @@ public:
     void ReleaseAll();
     void Flush();
 
+    // The server has done that of ours: a key or button that went up needs no keeper any more. What was only sent may be
+    // lost when this process dies.
+    void Confirm(const OwnEvents::Event& event);
+    // Waits until it has done all.
+    void WaitUntilDone();
+
 private:
     void Press(uint8_t key, bool isDown);  // as the server counts
     void Tap(Button button, int32_t times);
@@ -45,9 +50,6 @@ private:
     Keeper& keeper_;
     std::set<uint8_t> keys_;  // down
     std::set<Button> buttons_;
-    // Released by requests that may not have been sent yet: the keeper lets go of them until they have.
-    std::vector<uint8_t> releasedKeys_;
-    std::vector<Button> releasedButtons_;
     Scroll rest_;  // less than a notch
 };
 

@@ -7,8 +7,8 @@
 
 namespace ZYNE::Companion {
 
-// In memory that both processes share. The companion sets a bit before it presses, and clears it when the release has
-// been sent; nobody else writes.
+// In memory that both processes share. The companion sets a bit before it presses, and clears it when the server has
+// told of the release: what was sent but not read is lost when a client dies. Nobody else writes.
 struct KeeperBoard {
     static constexpr uint32_t KEYS = 256;  // as the server counts them
     static constexpr uint32_t BUTTONS = 32;

@@ -46,7 +46,8 @@ bool IsThere(xcb_connection_t* connection, xcb_window_t window) {
                xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr)) != nullptr;
 }
 
-// The companion's last requests may still wait at the server. It takes away the companion's windows after them.
+// The companion's last requests may still be under way in the server, which takes away the companion's windows after
+// them.
 void WaitForWindow(xcb_connection_t* connection, xcb_window_t window) {
     const auto end = Clock::now() + LONGEST_DEATH;
     while (Clock::now() < end && IsThere(connection, window)) {

@@ -22,7 +22,9 @@ std::string Utf8ToLatin1(std::string_view text) {
     const auto byte = [text](size_t index) -> unsigned {
         return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
     };
-    const auto isMore = [&](size_t index) { return (byte(index) & 0xC0U) == 0x80U; };
+    const auto isMore = [&](size_t index) {
+        return (byte(index) & 0xC0U) == 0x80U;
+    };
     std::string latin1;
     for (size_t at = 0; at < text.size(); ++at) {
         const unsigned first = byte(at);

@@ -48,7 +48,10 @@ Distance MotionMeter::Add(uint16_t device, const AxisValues& values) {
 Distance MotionMeter::Settle(Point pointer) {
     const Point before = pointer_;
     const bool byDistance = IsThere(pointer, Clamp(before.x + sum_.dx, before.y + sum_.dy));
-    const bool byPlace = IsThere(pointer, Clamp(last_.x.value_or(before.x), last_.y.value_or(before.y)));
+    // Nobody names a place where there is none.
+    const Point place{
+        static_cast<int32_t>(last_.x.value_or(before.x)), static_cast<int32_t>(last_.y.value_or(before.y))};
+    const bool byPlace = IsThere(pointer, place);
     const Distance distance = SettleAs(byDistance == byPlace ? wasAbsolute_ : byPlace);
     SetPointer(pointer);
     return distance;

@@ -41,8 +41,7 @@ void SelectionOffer::OnRequest(const xcb_selection_request_event_t& event) {
     if (request->event.property == XCB_NONE) {
         request->event.property = event.target;
     }
-    const bool isEarlier =
-        event.time != XCB_CURRENT_TIME && static_cast<int32_t>(event.time - time_) < 0;
+    const bool isEarlier = event.time != XCB_CURRENT_TIME && static_cast<int32_t>(event.time - time_) < 0;
     if (event.selection != atoms_.clipboard || types_.empty() || isEarlier) {
         Answer(*request, false);
     } else if (event.target == atoms_.multiple) {
@@ -55,8 +54,8 @@ void SelectionOffer::OnRequest(const xcb_selection_request_event_t& event) {
 
 void SelectionOffer::StartSeveral(const std::shared_ptr<Request>& request) {
     const Linux::XReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection_,
-        xcb_get_property(connection_, 0, request->event.requestor, request->event.property, XCB_ATOM_ANY, 0,
-            2 * MOST_PAIRS),
+        xcb_get_property(
+            connection_, 0, request->event.requestor, request->event.property, XCB_ATOM_ANY, 0, 2 * MOST_PAIRS),
         nullptr));
     if (!reply || reply->format != BITS_32 || reply->value_len < 2) {
         return Answer(*request, false);
@@ -76,8 +75,8 @@ void SelectionOffer::Start(const Conversion& conversion) {
         return AnswerTargets(conversion);
     }
     if (conversion.target == atoms_.timestamp) {
-        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, conversion.property, XCB_ATOM_INTEGER,
-            BITS_32, 1, &time_);
+        xcb_change_property(
+            connection_, XCB_PROP_MODE_REPLACE, window, conversion.property, XCB_ATOM_INTEGER, BITS_32, 1, &time_);
         return Finish(conversion, true);
     }
     const auto offered = std::ranges::find_if(types_, [&](ContentType type) {
@@ -129,15 +128,15 @@ void SelectionOffer::Put(const Conversion& conversion, const std::shared_ptr<con
     const uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(connection_, window, XCB_CW_EVENT_MASK, &events);
     const auto size = static_cast<uint32_t>(content->size());
-    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, conversion.property, atoms_.incremental, BITS_32,
-        1, &size);
+    xcb_change_property(
+        connection_, XCB_PROP_MODE_REPLACE, window, conversion.property, atoms_.incremental, BITS_32, 1, &size);
     LimitTime(transfers_.insert(
         transfers_.end(), {window, conversion.property, conversion.target, content, 0, Linux::EventLoop::Source()}));
 }
 
 void SelectionOffer::OnProperty(const xcb_property_notify_event_t& event) {
-    const auto transfer = std::ranges::find_if(transfers_,
-        [&](const Transfer& one) { return one.window == event.window && one.property == event.atom; });
+    const auto transfer = std::ranges::find_if(
+        transfers_, [&](const Transfer& one) { return one.window == event.window && one.property == event.atom; });
     if (transfer != transfers_.end() && event.state == XCB_PROPERTY_DELETE) {
         SendPiece(transfer);
     }

@@ -19,9 +19,9 @@ constexpr uint32_t SLICE = 64 * 1024 / 4;  // in units of four bytes
 SelectionReader::SelectionReader(
     Linux::EventLoop& loop, xcb_connection_t* connection, xcb_window_t window, const ClipboardAtoms& atoms)
     : loop_(loop), connection_(connection), window_(window), atoms_(atoms) {
-    const std::array<std::pair<std::string_view, xcb_atom_t*>, 4> wanted{{{"COMPANION_CONTENT_0", &properties_[0]},
-        {"COMPANION_CONTENT_1", &properties_[1]}, {"COMPANION_CONTENT_2", &properties_[2]},
-        {"COMPANION_CONTENT_3", &properties_[3]}}};
+    const std::array<std::pair<std::string_view, xcb_atom_t*>, 4> wanted{
+        {{"COMPANION_CONTENT_0", &properties_[0]}, {"COMPANION_CONTENT_1", &properties_[1]},
+            {"COMPANION_CONTENT_2", &properties_[2]}, {"COMPANION_CONTENT_3", &properties_[3]}}};
     LearnAtoms(connection, wanted);
 }
 
@@ -39,8 +39,7 @@ void SelectionReader::StartNext() {
     offset_ = 0;
     const Request& request = requests_.front();
     xcb_delete_property(connection_, window_, properties_[round_]);
-    xcb_convert_selection(
-        connection_, window_, atoms_.clipboard, request.target, properties_[round_], request.time);
+    xcb_convert_selection(connection_, window_, atoms_.clipboard, request.target, properties_[round_], request.time);
     xcb_flush(connection_);
     limit_ = loop_.After(LIMIT, [this] { Finish(std::nullopt); });
 }
@@ -54,8 +53,8 @@ void SelectionReader::Cancel() {
 }
 
 void SelectionReader::OnNotify(const xcb_selection_notify_event_t& event) {
-    const bool isAnswer = !requests_.empty() && event.selection == atoms_.clipboard &&
-        event.target == requests_.front().target;
+    const bool isAnswer =
+        !requests_.empty() && event.selection == atoms_.clipboard && event.target == requests_.front().target;
     if (!isAnswer) {
         return;
     }

@@ -57,7 +57,7 @@ private:
     size_t round_ = 0;  // which of them
     bool hasSlice_ = false;
     bool isIncremental_ = false;
-    std::string bytes_;  // so far
+    std::string bytes_;    // so far
     uint32_t offset_ = 0;  // in the property, in units of four bytes
     Linux::EventLoop::Source limit_;
 };

@@ -51,8 +51,8 @@ XClipboard::XClipboard(Linux::EventLoop& loop, const std::string& display)
 
 void XClipboard::Start(Listener& listener) {
     listener_ = &listener;
-    const XReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-        connection_, xcb_get_selection_owner(connection_, atoms_.clipboard), nullptr));
+    const XReply<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(connection_, xcb_get_selection_owner(connection_, atoms_.clipboard), nullptr));
     input_ = loop_.Watch(xcb_get_file_descriptor(connection_), POLLIN, [this](uint32_t) { OnReadable(); });
     if (owner && owner->owner != XCB_NONE) {
         OnOwner(owner->owner, XCB_CURRENT_TIME);
@@ -63,8 +63,7 @@ void XClipboard::Start(Listener& listener) {
 // An offer counts from the server's time on, which comes with an event.
 void XClipboard::Offer(const std::vector<ContentType>& types) {
     toOffer_ = types;
-    xcb_change_property(
-        connection_, XCB_PROP_MODE_REPLACE, window_, atoms_.stamp, XCB_ATOM_STRING, 8, 0, nullptr);
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, atoms_.stamp, XCB_ATOM_STRING, 8, 0, nullptr);
     xcb_flush(connection_);
     TakeSoon();
 }
@@ -75,8 +74,7 @@ void XClipboard::TakeOffer(xcb_timestamp_t now) {
         return;
     }
     offer_.Set(*types, now);
-    xcb_set_selection_owner(
-        connection_, types->empty() ? xcb_window_t{XCB_NONE} : window_, atoms_.clipboard, now);
+    xcb_set_selection_owner(connection_, types->empty() ? xcb_window_t{XCB_NONE} : window_, atoms_.clipboard, now);
     xcb_flush(connection_);
 }
 
@@ -163,7 +161,9 @@ void XClipboard::OnTargets(const std::optional<std::string>& targets) {
     if (!atoms.empty()) {
         std::memcpy(atoms.data(), targets->data(), atoms.size() * sizeof(xcb_atom_t));
     }
-    const auto has = [&atoms](xcb_atom_t atom) { return std::ranges::find(atoms, atom) != atoms.end(); };
+    const auto has = [&atoms](xcb_atom_t atom) {
+        return std::ranges::find(atoms, atom) != atoms.end();
+    };
     for (const xcb_atom_t text : {atoms_.utf8, atoms_.plainUtf8, atoms_.latin1}) {
         if (has(text)) {
             copied_.try_emplace(ContentType::TEXT, text);

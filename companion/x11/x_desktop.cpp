@@ -89,7 +89,7 @@ XDesktop::XDesktop(Linux::EventLoop& loop, const Options& options)
 XDesktop::~XDesktop() {
     Release(meter_.Pointer());
     ReleaseAll();
-    Flush();
+    injector_->WaitUntilDone();
 }
 
 void XDesktop::Start(Listener& listener) {
@@ -282,19 +282,30 @@ void XDesktop::Take(const xcb_generic_event_t& event) {
 }
 
 void XDesktop::TakeRaw(const RawReport& report, uint32_t sequence) {
-    const auto isOwn = [&](OwnEvents::Kind kind, Point to = {}) {
-        return report.isTestDevice && own_.Take(sequence, {kind, report.isDown, report.code, to});
-    };
-    switch (report.kind) {
-    case RawReport::Kind::MOTION: {
-        const Point to{
-            static_cast<int32_t>(report.axes.x.value_or(-1)), static_cast<int32_t>(report.axes.y.value_or(-1))};
-        return isOwn(OwnEvents::Kind::MOTION, to) ? void() : TakeMotion(report);
+    OwnEvents::Event event{OwnEvents::Kind::BUTTON, report.isDown, report.code, {}};
+    if (report.kind == RawReport::Kind::MOTION) {
+        event = {OwnEvents::Kind::MOTION, false, 0,
+            {static_cast<int32_t>(report.axes.x.value_or(-1)), static_cast<int32_t>(report.axes.y.value_or(-1))}};
+    } else if (report.kind == RawReport::Kind::KEY) {
+        event.kind = OwnEvents::Kind::KEY;
     }
-    case RawReport::Kind::KEY:
-        return TakeKey(report, isOwn(OwnEvents::Kind::KEY));
-    default:
-        return isOwn(OwnEvents::Kind::BUTTON) ? void() : TakeButton(report);
+    if (report.isTestDevice && own_.Take(sequence, event)) {
+        TakeOwn(event);
+    } else if (report.kind == RawReport::Kind::MOTION) {
+        TakeMotion(report);
+    } else if (report.kind == RawReport::Kind::KEY) {
+        TakeKey(report);
+    } else {
+        TakeButton(report);
+    }
+}
+
+void XDesktop::TakeOwn(const OwnEvents::Event& event) {
+    injector_->Confirm(event);
+    if (event.kind == OwnEvents::Kind::KEY && event.isDown) {
+        ownKeys_.insert(event.code);
+    } else if (event.kind == OwnEvents::Kind::KEY) {
+        ownKeys_.erase(event.code);
     }
 }
 
@@ -308,11 +319,7 @@ void XDesktop::TakeMotion(const RawReport& report) {
 }
 
 // The server repeats the press of a key that stays down.
-void XDesktop::TakeKey(const RawReport& report, bool isOwn) {
-    if (isOwn) {
-        report.isDown ? (void)ownKeys_.insert(report.code) : (void)ownKeys_.erase(report.code);
-        return;
-    }
+void XDesktop::TakeKey(const RawReport& report) {
     const std::pair key(report.device, report.code);
     const bool isRepeated = report.isDown && !downKeys_.insert(key).second;
     if (!report.isDown) {

@@ -79,8 +79,9 @@ private:
     void TakeQueuedBefore(uint32_t sequence);
     void Take(const xcb_generic_event_t& event);
     void TakeRaw(const RawReport& report, uint32_t sequence);
+    void TakeOwn(const OwnEvents::Event& event);
     void TakeMotion(const RawReport& report);
-    void TakeKey(const RawReport& report, bool isOwn);
+    void TakeKey(const RawReport& report);
     void TakeButton(const RawReport& report);
     void TakePlace(Point pointer, uint32_t sequence);
     // Adds to the last step when that is a motion.

@@ -1,27 +1,26 @@
 // A display, a companion's view of it, and what it tells, for tests.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <xcb/xcb.h>
 
 #include "companion/x11/x_desktop.h"
 #include "linux/base/event_loop.h"
+#include "tests/companion/x_program.h"
 #include "tests/scenario/process.h"
 #include "tests/scenario/x_server.h"
 
 namespace ZYNE::Companion {
 
-// Writes what it is told: "move 10 -4", "key 30 down", "button 1 up", "scroll 0 120", "screens 2", "lost". Motions in a
-// row are summed up in `moved` and leave no line when they are not wanted.
+// Writes what it is told: "key 30 down", "button 1 up", "scroll 0 120", "screens 2", "lost". Motions are summed up.
 class Journal final : public Desktop::Listener {
 public:
     void OnMotion(const Motion& motion) override {
@@ -51,12 +50,29 @@ private:
     }
 };
 
+// One Xvfb, of a directory of its own.
+class ServerTest : public testing::Test {
+protected:
+    ServerTest() {
+        std::string path = (std::filesystem::temp_directory_path() / "cfwkXXXXXX").string();
+        directory = mkdtemp(path.data());
+        server.emplace(directory, "800x600");
+    }
+    ~ServerTest() override {
+        server.reset();
+        std::filesystem::remove_all(directory);
+    }
+
+    std::filesystem::path directory;
+    std::optional<Testing::XServer> server;
+};
+
 // One Xvfb, a desktop on it with a loop of its own, and a program beside it.
-class DisplayTest : public testing::Test {
+class DisplayTest : public ServerTest {
 protected:
     DisplayTest() {
         loop.Run([this] {
-            desktop.emplace(loop, XDesktop::Options{server.Display(), COMPANION_KEEPER});
+            desktop.emplace(loop, XDesktop::Options{server->Display(), COMPANION_KEEPER});
             desktop->Start(journal);
         });
     }
@@ -91,8 +107,7 @@ protected:
         return On([this] { return std::exchange(journal.lines, {}); });
     }
 
-    std::filesystem::path directory = testing::TempDir();
-    Testing::XServer server{directory, "800x600"};
+    Testing::XProgram program{server->Display()};  // and its person
     Linux::EventLoop loop{"companion"};
     Journal journal;
     std::optional<XDesktop> desktop;
