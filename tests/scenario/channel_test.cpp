@@ -286,6 +286,7 @@ TEST_F(Channels, LetTwoPeopleChatAndForgetProgramsThatAreKilled) {
         }
     };
     std::vector<std::unique_ptr<Process>> waiting;
+    waiting.reserve(33);
     for (int i = 0; i < 33; ++i) {
         waiting.push_back(start(*phone, *pc));
     }
