@@ -355,7 +355,7 @@ TEST_F(ChannelRoomTest, RefusesWhatNobodyHasAndKeepsFewOffers) {
     withdrawal.mutable_withdrawal()->set_number(100);
     EXPECT_TRUE(Says(withdrawal) && Offers(200));
     Opens();
-    EXPECT_TRUE(heard.Reaches(5));
+    EXPECT_TRUE(heard.Reaches(5) && answers.Reaches(1));
     EXPECT_THAT(heard.All(), ElementsAre("refusal 1", "refusal 2", "refusal 0", "offer", "match 101"));
     // A program that has left waits no longer, and who withdraws just after the match has its channel ended.
     withdrawal.mutable_withdrawal()->set_number(101);
