@@ -114,7 +114,9 @@ void CrossingMachine::ComeHome(Reason reason, Point at, TimePoint now) {
 // What a person does, to where the pointer is. Without a way for it the visit is over: a key that gets lost would stay
 // pressed there.
 void CrossingMachine::SendAway(const Message& message, TimePoint now) {
-    if (!Send(peer_, message) && !IsLatest(message)) {
+    if (Send(peer_, message)) {
+        ++counters_.sent;
+    } else if (!IsLatest(message)) {
         EndVisit(Reason::GONE, now);
     }
 }

@@ -58,8 +58,8 @@ protected:
 };
 
 struct Counters {
-    uint64_t sent = 0;     // events that were sent to peers
-    uint64_t dropped = 0;  // those that no channel took, or that came too late or made no sense
+    uint64_t sent = 0;     // motions, keys, buttons and wheel, to peers
+    uint64_t dropped = 0;  // messages that no channel took, or that came too late or made no sense
     std::optional<std::chrono::microseconds> roundTrip;  // the last
 };
 

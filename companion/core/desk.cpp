@@ -144,7 +144,7 @@ std::optional<Crossing> Desk::Over(Point at, Side side, const std::vector<Placem
         }
         return std::nullopt;
     };
-    if (const std::optional<Crossing> atDisplay = screen->name.empty() ? std::nullopt : find(screen->name)) {
+    if (std::optional<Crossing> atDisplay = screen->name.empty() ? std::nullopt : find(screen->name)) {
         return atDisplay;
     }
     return HasScreenBeyond(at, side) ? std::nullopt : find("");
@@ -164,8 +164,8 @@ Point Desk::Entry(const Gate& gate) const {
         at.y += gate.side == Side::BOTTOM ? outline.height - 1 : 0;
     }
     const Screen* named = ScreenNamed(gate.display);
-    const Screen& screen = named != nullptr ? *named : OutermostScreen(at, gate.side);
-    return Inside(screen, Clamp(screen, at), gate.side);
+    const Screen* screen = named != nullptr ? named : OutermostScreen(at, gate.side);
+    return screen == nullptr ? at : Inside(*screen, Clamp(*screen, at), gate.side);
 }
 
 const Screen* Desk::ScreenAt(Point point) const {
@@ -188,7 +188,7 @@ const Screen* Desk::NearestScreen(Point point) const {
     return found == screens_.end() ? nullptr : &*found;
 }
 
-const Screen& Desk::OutermostScreen(Point at, Side side) const {
+const Screen* Desk::OutermostScreen(Point at, Side side) const {
     const Screen* outermost = nullptr;
     for (const Screen& screen : screens_) {
         const Point nearest = Clamp(screen, at);
@@ -197,7 +197,7 @@ const Screen& Desk::OutermostScreen(Point at, Side side) const {
             outermost = &screen;
         }
     }
-    return outermost != nullptr ? *outermost : *NearestScreen(at);
+    return outermost != nullptr ? outermost : NearestScreen(at);
 }
 
 Screen Desk::Outline(const std::string& display) const {

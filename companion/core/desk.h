@@ -71,7 +71,7 @@ private:
     const Screen* ScreenNamed(const std::string& name) const;
     const Screen* NearestScreen(Point point) const;
     // The one that a line inwards from `at`, on the outline of the desk, meets first; the nearest when it meets none.
-    const Screen& OutermostScreen(Point at, Side side) const;
+    const Screen* OutermostScreen(Point at, Side side) const;
     // What `display` stands for: its rectangle, or the one around all screens.
     Screen Outline(const std::string& display) const;
     bool HasScreenBeyond(Point at, Side side) const;

@@ -8,7 +8,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 const Desk DESK({{"one", 0, 0, 100, 100}});
 constexpr EdgePush::TimePoint NOW{std::chrono::hours(1)};

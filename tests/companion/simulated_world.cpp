@@ -7,7 +7,7 @@
 namespace ZYNE::Companion {
 namespace {
 
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 constexpr KeyCode ESCAPE = 1;
 constexpr KeyCode CTRL = 29;
@@ -520,6 +520,8 @@ void SimulatedWorld::CrossFrom(Device& device, double dx) {
     const bool isPressed = device.IsOut() && Named(device.machine->Peer()).desktop.pressedKeys.count(LETTER) == 1;
     Expect(isPressed, device, "a key goes where the pointer is");
     LetGo(device);
+    Rest(600);
+    Expect(device.IsOut(), device, "a visit lasts while nothing happens");
     GoHome(device);
     Rest(100);
 }
