@@ -22,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 
 // A companion may die in a core dump while the server is busy.
 constexpr std::chrono::seconds LONGEST_DEATH{10};
-constexpr std::chrono::milliseconds LOOK_AGAIN{20};
+constexpr std::chrono::milliseconds LOOK_AGAIN{5};
 
 void DropEvents(xcb_connection_t* connection) {
     while (Linux::XEvent(xcb_poll_for_event(connection))) {

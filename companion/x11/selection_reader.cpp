@@ -26,7 +26,8 @@ SelectionReader::SelectionReader(
 }
 
 void SelectionReader::Read(xcb_atom_t target, xcb_timestamp_t time, Done done) {
-    requests_.push_back({target, time, std::move(done)});
+    const auto request = requests_.insert(requests_.end(), {target, time, std::move(done), {}});
+    request->limit = loop_.After(LIMIT, [this, request] { Finish(request, std::nullopt); });
     if (requests_.size() == 1) {
         StartNext();
     }
@@ -41,11 +42,9 @@ void SelectionReader::StartNext() {
     xcb_delete_property(connection_, window_, properties_[round_]);
     xcb_convert_selection(connection_, window_, atoms_.clipboard, request.target, properties_[round_], request.time);
     xcb_flush(connection_);
-    limit_ = loop_.After(LIMIT, [this] { Finish(std::nullopt); });
 }
 
 void SelectionReader::Cancel() {
-    limit_ = {};
     hasSlice_ = false;
     for (const Request& request : std::exchange(requests_, {})) {
         request.done(std::nullopt);
@@ -59,7 +58,7 @@ void SelectionReader::OnNotify(const xcb_selection_notify_event_t& event) {
         return;
     }
     if (event.property == XCB_NONE) {
-        Finish(std::nullopt);
+        Finish(requests_.begin(), std::nullopt);
     } else if (event.property == properties_[round_]) {
         hasSlice_ = true;
     }
@@ -79,7 +78,7 @@ void SelectionReader::TakeSlice() {
     const Linux::XReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection_,
         xcb_get_property(connection_, 1, window_, properties_[round_], XCB_ATOM_ANY, offset_, SLICE), nullptr));
     if (!reply || reply->type == XCB_NONE) {
-        return isIncremental_ ? void() : Finish(std::nullopt);
+        return isIncremental_ ? void() : Finish(requests_.begin(), std::nullopt);
     }
     if (reply->type == atoms_.incremental && !isIncremental_) {
         isIncremental_ = true;
@@ -88,7 +87,7 @@ void SelectionReader::TakeSlice() {
     const auto length = static_cast<size_t>(xcb_get_property_value_length(reply.get()));
     bytes_.append(static_cast<const char*>(xcb_get_property_value(reply.get())), length);
     if (bytes_.size() + reply->bytes_after > Clipboard::MAX_BYTES) {
-        return Finish(std::nullopt);
+        return Finish(requests_.begin(), std::nullopt);
     }
     if (reply->bytes_after > 0) {
         offset_ += SLICE;
@@ -98,16 +97,18 @@ void SelectionReader::TakeSlice() {
     const bool isLast = !isIncremental_ || (length == 0 && offset_ == 0);
     offset_ = 0;
     if (isLast) {
-        Finish(std::exchange(bytes_, {}));
+        Finish(requests_.begin(), std::exchange(bytes_, {}));
     }
 }
 
-void SelectionReader::Finish(std::optional<std::string> bytes) {
-    limit_ = {};
-    hasSlice_ = false;
-    const Done done = std::move(requests_.front().done);
-    requests_.pop_front();
-    if (!requests_.empty()) {
+void SelectionReader::Finish(Requests::iterator request, std::optional<std::string> bytes) {
+    const bool wasUnderWay = request == requests_.begin();
+    const Done done = std::move(request->done);
+    requests_.erase(request);
+    if (wasUnderWay) {
+        hasSlice_ = false;
+    }
+    if (wasUnderWay && !requests_.empty()) {
         StartNext();
     }
     done(std::move(bytes));

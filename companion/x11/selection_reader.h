@@ -3,8 +3,8 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
 #include <functional>
+#include <list>
 #include <optional>
 #include <string>
 
@@ -42,16 +42,18 @@ private:
         xcb_atom_t target;
         xcb_timestamp_t time;
         Done done;
+        Linux::EventLoop::Source limit;
     };
+    using Requests = std::list<Request>;
 
     void StartNext();
-    void Finish(std::optional<std::string> bytes);
+    void Finish(Requests::iterator request, std::optional<std::string> bytes);
 
     Linux::EventLoop& loop_;
     xcb_connection_t* const connection_;
     const xcb_window_t window_;
     const ClipboardAtoms& atoms_;
-    std::deque<Request> requests_;  // the first is under way
+    Requests requests_;  // the first is under way
     // A late answer to a request that was given up must not be taken for the next one's: they use different properties.
     std::array<xcb_atom_t, 4> properties_{};
     size_t round_ = 0;  // which of them
@@ -59,7 +61,6 @@ private:
     bool isIncremental_ = false;
     std::string bytes_;    // so far
     uint32_t offset_ = 0;  // in the property, in units of four bytes
-    Linux::EventLoop::Source limit_;
 };
 
 }  // namespace ZYNE::Companion

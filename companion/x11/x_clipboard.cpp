@@ -86,7 +86,7 @@ void XClipboard::Give(ContentType type, const std::string& content) {
 void XClipboard::Read(ContentType type, std::function<void(std::string content)> done) {
     const auto found = copied_.find(type);
     if (found == copied_.end()) {
-        return done({});
+        return loop_.Post([done = std::move(done)] { done({}); });
     }
     const bool isLatin1 = found->second == atoms_.latin1;
     reader_.Read(found->second, copiedAt_, [isLatin1, done = std::move(done)](std::optional<std::string> bytes) {

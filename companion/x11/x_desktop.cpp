@@ -22,6 +22,7 @@ using namespace std::chrono_literals;
 constexpr auto REST = 8ms;
 constexpr auto QUICK = 4ms;
 constexpr int32_t QUICK_ROUNDS = 8;
+constexpr size_t WORTH_A_REST = 3;       // events in one
 constexpr int32_t FAR_FROM_EDGES = 100;  // pixels
 constexpr int32_t FAR_IN_ROUNDS = 16;    // motions like the last one
 
@@ -87,7 +88,7 @@ XDesktop::XDesktop(Linux::EventLoop& loop, const Options& options)
 }
 
 XDesktop::~XDesktop() {
-    Release(meter_.Pointer());
+    Release(capturedAt_);
     ReleaseAll();
     injector_->WaitUntilDone();
 }
@@ -118,7 +119,7 @@ InputState XDesktop::GetState() {
         state.keys = KeysOf(*keys);
         state.locks = lockKeys_.Read(pointer->mods.locked);
     }
-    TakeQueued();
+    TakeAfterOperation();
     return state;
 }
 
@@ -158,14 +159,20 @@ std::string XDesktop::Capture(bool withButtons) {
     }
     TakeQueued();
     if (grab_.HasPointer()) {
-        AddSettled(meter_.SettleByHabit());
-        meter_.Detach(meter_.Pointer());
-        grab_.Park();
+        DetachPointer();
     } else if (grab_.IsOn()) {
         xcb_flush(connection_);
         buttonsUp_ = loop_.Every(LOOK_AGAIN_FOR_BUTTONS, [this] { FollowButtons(); });
     }
+    TakeAfterOperation();
     return whyNot;
+}
+
+void XDesktop::DetachPointer() {
+    AddSettled(meter_.SettleByHabit());
+    capturedAt_ = meter_.Pointer();
+    meter_.Detach(capturedAt_);
+    grab_.Park();
 }
 
 // The program that held the pointer may have let go of it.
@@ -173,12 +180,9 @@ void XDesktop::FollowButtons() {
     if (grab_.TakePointer()) {
         buttonsUp_ = {};
         TakeQueued();
-        AddSettled(meter_.SettleByHabit());
-        meter_.Detach(meter_.Pointer());
-        grab_.Park();
+        DetachPointer();
     }
-    TakeQueued();
-    DeliverLater();
+    TakeAfterOperation();
 }
 
 void XDesktop::Release(Point at) {
@@ -190,7 +194,7 @@ void XDesktop::Release(Point at) {
     AddSettled(meter_.SettleByHabit());
     grab_.End(at);
     meter_.Attach(at);
-    TakeQueued();
+    TakeAfterOperation();
 }
 
 void XDesktop::MovePointer(Point to) {
@@ -214,7 +218,7 @@ void XDesktop::SetLocks(const Locks& locks) {
     if (const auto state = AskPointer()) {
         injector_->SetLocks(locks, state->mods.locked);
     }
-    TakeQueued();
+    TakeAfterOperation();
 }
 
 void XDesktop::ReleaseAll() {
@@ -223,13 +227,14 @@ void XDesktop::ReleaseAll() {
 
 void XDesktop::Flush() {
     injector_->Flush();
-    TakeQueued();
+    TakeAfterOperation();
 }
 
 void XDesktop::OnReadable() {
     if (rest_) {
         return;
     }
+    TakeQueued();
     while (const Linux::XEvent event{xcb_poll_for_event(connection_)}) {
         Take(*event);
     }
@@ -243,6 +248,10 @@ void XDesktop::TakeQueued() {
     while (const Linux::XEvent event{xcb_poll_for_queued_event(connection_)}) {
         Take(*event);
     }
+}
+
+void XDesktop::TakeAfterOperation() {
+    TakeQueued();
     if (!steps_.empty() || haveScreensChanged_) {
         DeliverLater();
     }
@@ -257,6 +266,7 @@ void XDesktop::TakeQueuedBefore(uint32_t sequence) {
 }
 
 void XDesktop::Take(const xcb_generic_event_t& event) {
+    ++taken_;
     const int type = event.response_type & 0x7f;
     if (type == 0) {
         own_.Drop(event.full_sequence);
@@ -374,6 +384,7 @@ void XDesktop::AddSettled(Distance distance) {
 // The listener may have asked for something meanwhile, and the library have read more by that.
 size_t XDesktop::Deliver() {
     size_t told = 0;
+    isDelivering_ = true;
     while (IsAlive()) {
         if (std::exchange(haveScreensChanged_, false)) {
             const std::vector<Screen> before = screens_;
@@ -396,10 +407,13 @@ size_t XDesktop::Deliver() {
         told += steps.size();
         TakeQueued();
         if (steps_.empty() && !haveScreensChanged_) {
-            return told;
+            break;
         }
     }
-    Lose();
+    isDelivering_ = false;
+    if (!IsAlive()) {
+        Lose();
+    }
     return told;
 }
 
@@ -442,7 +456,7 @@ void XDesktop::Tell(const Step& step) {
 }
 
 void XDesktop::DeliverLater() {
-    if (listener_ == nullptr || *isPosted_) {
+    if (listener_ == nullptr || isDelivering_ || *isPosted_) {
         return;
     }
     *isPosted_ = true;
@@ -467,9 +481,12 @@ void XDesktop::Lose() {
 }
 
 // What comes meanwhile waits in the socket. Captured motion is never held up, nor is a motion that could reach an edge.
+// Where little came meanwhile, nothing was spared.
 void XDesktop::Rest(size_t told) {
     const auto now = std::chrono::steady_clock::now();
-    quickRounds_ = now - std::exchange(lastRound_, now) < QUICK ? quickRounds_ + 1 : 0;
+    const bool isQuick = now - std::exchange(lastRound_, now) < QUICK;
+    const bool isBusy = std::exchange(taken_, 0) >= std::exchange(enough_, 1);
+    quickRounds_ = isQuick && isBusy ? quickRounds_ + 1 : 0;
     if (isLost_ || grab_.IsOn() || quickRounds_ < QUICK_ROUNDS || (told > 0 && !IsFarFromEdges())) {
         return;
     }
@@ -477,6 +494,7 @@ void XDesktop::Rest(size_t told) {
     rest_ = loop_.After(REST, [this] {
         rest_ = {};
         lastRound_ = std::chrono::steady_clock::now();
+        enough_ = WORTH_A_REST;
         input_.SetEvents(POLLIN);
     });
 }

@@ -75,7 +75,7 @@ private:
     void OnReadable();
     // What the library has read already, while it waited for an answer or sent.
     void TakeQueued();
-    // Likewise, but only what happened before request number `sequence`.
+    // The same, but only what happened before request number `sequence`.
     void TakeQueuedBefore(uint32_t sequence);
     void Take(const xcb_generic_event_t& event);
     void TakeRaw(const RawReport& report, uint32_t sequence);
@@ -93,10 +93,13 @@ private:
     size_t Deliver();
     void FindPointer();
     void Tell(const Step& step);
-    // For an operation that has taken something while it ran.
+    // An operation may have taken something while it ran.
+    void TakeAfterOperation();
     void DeliverLater();
     void Lose();
 
+    // The pointer has been captured.
+    void DetachPointer();
     void FollowButtons();
     void Rest(size_t told);
     bool IsFarFromEdges() const;
@@ -115,11 +118,13 @@ private:
     std::optional<Injector> injector_;
     Listener* listener_ = nullptr;
     bool isLost_ = false;
+    bool isDelivering_ = false;
 
     std::vector<Screen> screens_;
     bool haveScreensChanged_ = false;
 
     MotionMeter meter_;
+    Point capturedAt_;
     std::vector<Step> steps_;                           // taken, not told yet
     std::optional<size_t> settleAt_;                    // the step that what waits in the meter belongs to
     Distance speed_;                                    // of the last motion that was told
@@ -132,6 +137,8 @@ private:
     Linux::EventLoop::Source buttonsUp_;
     std::shared_ptr<bool> isPosted_ = std::make_shared<bool>(false);  // its posted tasks hold it weakly
     int32_t quickRounds_ = 0;
+    size_t taken_ = 0;   // events in this round
+    size_t enough_ = 1;  // of them to call it a quick one
     std::chrono::steady_clock::time_point lastRound_;
 };
 

@@ -157,13 +157,11 @@ void XProgram::AnswerRequest(const xcb_selection_request_event_t& request) {
     Sync();
 }
 
-std::vector<std::string> XProgram::PasteBoth(
-    const std::string& one, const std::string& other, const std::function<void()>& meanwhile) {
+std::vector<std::string> XProgram::PasteBoth(const std::string& one, const std::string& other) {
     const std::array<xcb_atom_t, 2> properties{Atom("FIRST"), Atom("SECOND")};
     SetAtoms(window_, "BOTH", "ATOM_PAIR", {Atom(one), properties[0], Atom(other), properties[1]});
     xcb_convert_selection(connection_, window_, Atom("CLIPBOARD"), Atom("MULTIPLE"), Atom("BOTH"), XCB_CURRENT_TIME);
     Sync();
-    meanwhile();
     bool isAnswered = false;
     Eventually([&] {
         while (const Linux::XEvent event{xcb_poll_for_event(connection_)}) {
