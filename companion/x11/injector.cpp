@@ -129,11 +129,8 @@ void Injector::Flush() {
 }
 
 void Injector::Confirm(const OwnEvents::Event& event) {
-    if (event.kind == OwnEvents::Kind::KEY && !event.isDown && !keys_.contains(static_cast<uint8_t>(event.code))) {
-        keeper_.MarkKey(event.code, false);
-    } else if (event.kind == OwnEvents::Kind::BUTTON && !event.isDown &&
-        !buttons_.contains(static_cast<Button>(event.code))) {
-        keeper_.MarkButton(event.code, false);
+    if (event.kind != OwnEvents::Kind::MOTION && !event.isDown && !own_.Expects(event.kind, event.code)) {
+        Unmark(event.kind, event.code);
     }
 }
 
@@ -141,10 +138,18 @@ void Injector::WaitUntilDone() {
     const Linux::XReply<xcb_get_input_focus_reply_t> reply(
         xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     for (uint32_t key = 0; key < KeeperBoard::KEYS; ++key) {
-        Confirm({OwnEvents::Kind::KEY, false, key, {}});
+        Unmark(OwnEvents::Kind::KEY, key);
     }
     for (uint32_t button = 0; button < KeeperBoard::BUTTONS; ++button) {
-        Confirm({OwnEvents::Kind::BUTTON, false, button, {}});
+        Unmark(OwnEvents::Kind::BUTTON, button);
+    }
+}
+
+void Injector::Unmark(OwnEvents::Kind kind, uint32_t code) {
+    if (kind == OwnEvents::Kind::KEY && !keys_.contains(static_cast<uint8_t>(code))) {
+        keeper_.MarkKey(code, false);
+    } else if (kind == OwnEvents::Kind::BUTTON && !buttons_.contains(static_cast<Button>(code))) {
+        keeper_.MarkButton(code, false);
     }
 }
 

@@ -30,8 +30,8 @@ public:
     void ReleaseAll();
     void Flush();
 
-    // The server has done that of ours: a key or button that went up needs no keeper any more. What was only sent may be
-    // lost when this process dies.
+    // The server has done that of ours. A key or button that went up, and has not been pressed once more meanwhile,
+    // needs no keeper any more; what was only sent may be lost when this process dies.
     void Confirm(const OwnEvents::Event& event);
     // Waits until it has done all.
     void WaitUntilDone();
@@ -41,6 +41,8 @@ private:
     void Tap(Button button, int32_t times);
     void SendButton(Button button, bool isDown);
     void SetLock(LockKeys::Lock lock, bool isOn, bool wanted);
+    // Nothing when it is down.
+    void Unmark(OwnEvents::Kind kind, uint32_t code);
     void Send(uint8_t type, uint8_t code, const OwnEvents::Event& event);
 
     xcb_connection_t* const connection_;

@@ -39,4 +39,9 @@ bool OwnEvents::Take(uint32_t sequence, const Event& event) {
     return true;
 }
 
+bool OwnEvents::Expects(Kind kind, uint32_t code) const {
+    return std::ranges::any_of(
+        QueueOf(kind), [&](const Own& own) { return own.event.kind == kind && own.event.code == code; });
+}
+
 }  // namespace ZYNE::Companion

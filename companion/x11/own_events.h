@@ -33,6 +33,8 @@ public:
     // Whether this event, which came with that number from the device for injections, is one of our own. It is taken
     // out then.
     bool Take(uint32_t sequence, const Event& event);
+    // Whether an injection with that key or button has made no event yet.
+    bool Expects(Kind kind, uint32_t code) const;
 
 private:
     struct Own {
@@ -41,6 +43,7 @@ private:
     };
     // Keyboard and pointer are devices of their own, each with its order.
     std::deque<Own>& QueueOf(Kind kind) { return kind == Kind::KEY ? keys_ : pointer_; }
+    const std::deque<Own>& QueueOf(Kind kind) const { return kind == Kind::KEY ? keys_ : pointer_; }
 
     std::deque<Own> keys_;
     std::deque<Own> pointer_;

@@ -73,11 +73,14 @@ TEST(OwnEventsOf, AnInjectionAreTheFirstWithItsNumberOrItsContent) {
     const OwnEvents::Event up{Kind::BUTTON, false, 1, {}};
     own.Add(10, down);
     own.Add(11, up);
+    EXPECT_TRUE(own.Expects(Kind::BUTTON, 1));
+    EXPECT_FALSE(own.Expects(Kind::KEY, 1));
     EXPECT_FALSE(own.Take(9, down)) << "somebody else's, before ours";
     EXPECT_TRUE(own.Take(10, down));
     EXPECT_FALSE(own.Take(10, down)) << "somebody else's, after ours";
     EXPECT_FALSE(own.Take(11, {Kind::BUTTON, false, 2, {}}));
     EXPECT_TRUE(own.Take(15, up)) << "late, as a program had frozen the pointer";
+    EXPECT_FALSE(own.Expects(Kind::BUTTON, 1));
 
     own.Add(20, {Kind::MOTION, false, 0, {1, 1}});
     own.Add(21, {Kind::MOTION, false, 0, {2, 2}});
