@@ -20,7 +20,7 @@ struct Hint {
     std::string_view text;
 };
 
-constexpr std::array<Hint, 10> HINTS{{
+constexpr std::array<Hint, 21> HINTS{{
     {"local switch on", "collabctl switch on"},
     {"local device type supported", "crossing is for phones, tablets and PCs"},
     {"peer trusted", "see with collabctl devices whether the peer is online"},
@@ -31,6 +31,17 @@ constexpr std::array<Hint, 10> HINTS{{
     {"companion installed", "install the app com.talvex.peerdesk on this device"},
     {"service connected", "follows when all needed rules hold; if it does not: collabctl companion restart"},
     {"reconnect attempts left", "each start counts: lost once more it stays lost, then collabctl companion restart"},
+    {"neighbour at an edge", "collabctl desk place"},
+    {"companion not stopped", "the companion is ending; see again in a moment"},
+    {"this device not locked", "unlock the screen of this device"},
+    {"this device has a display", "start an X server, and name it in the configuration as input.display"},
+    {"peer's companion running", "see with collabctl explain on the peer; if it was lost: collabctl companion restart"},
+    {"peer's companion of the same version", "install the same version on both devices"},
+    {"peer has a display", "start an X server on the peer"},
+    {"peer not locked", "unlock the screen of the peer"},
+    {"no other visit under way", "collabctl desk return"},
+    {"modifier held", "the configuration, desk.modifier, asks for a key to be held"},
+    {"nothing held", "let go of the mouse's buttons, or set desk.drags in the configuration"},
 }};
 
 constexpr std::string_view TRUSTED = "peer trusted";

@@ -65,7 +65,7 @@ public:
             Print("request " + std::to_string(code) + " is refused");
             return REFUSED;
         }
-        Print("asked to disconnect");
+        Print("request 15, disconnect");
         const ZYNE::Linux::MutexLock lock(mutex_);
         if (companion_) {
             companion_->BringHome();

@@ -147,12 +147,7 @@ Client::DeskState Companion::GetState() const {
 }
 
 std::vector<Client::DeskFact> Companion::Explain(const std::string& peer) const {
-    std::vector<Client::DeskFact> facts{{"display here", session_ != nullptr}};
-    if (session_) {
-        const std::vector<Client::DeskFact> more = session_->Explain(peer);
-        facts.insert(facts.end(), more.begin(), more.end());
-    }
-    return facts;
+    return session_ ? session_->Explain(peer) : std::vector<Client::DeskFact>{{"this device has a display", false}};
 }
 
 }  // namespace ZYNE::Companion
