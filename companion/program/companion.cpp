@@ -40,9 +40,9 @@ Companion::Companion(const CompanionOptions& options)
 
 Companion::~Companion() {
     loop_.Run([this] {
+        isEnding_ = true;
         retry_ = {};
         session_.reset();
-        around_.reset();
     });
 }
 
@@ -52,7 +52,10 @@ FollowerHandlers Companion::MakeFollowerHandlers() {
         loop_.Post([this, around] { OnSurroundings(around); });
     };
     handlers.ended = [this] {
-        loop_.Post([this] { CloseSession("the device has ended"); });
+        loop_.Post([this] {
+            around_.reset();
+            CloseSession("the device has ended");
+        });
     };
     handlers.peerScreen = [this](const std::string& peer, bool isLocked) {
         loop_.Post([this, peer, isLocked] {
@@ -106,7 +109,7 @@ void Companion::OnSurroundings(const Surroundings& around) {
 
 void Companion::OpenSession() {
     retry_ = {};
-    if (session_ || !around_) {
+    if (session_ || !around_ || isEnding_) {
         return;
     }
     try {

@@ -52,6 +52,7 @@ private:
 
     // The loop's thread alone.
     std::optional<Surroundings> around_;
+    bool isEnding_ = false;
     std::string trouble_;  // why there is no session, as it was logged
     std::unique_ptr<Session> session_;
     Linux::EventLoop::Source retry_;

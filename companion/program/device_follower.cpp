@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <exception>
+#include <poll.h>
 #include <system_error>
 #include <utility>
 
@@ -15,6 +16,7 @@ namespace ZYNE::Companion {
 namespace {
 
 constexpr LogDomain LOG = Linux::LogDomains::COMPANION;
+constexpr int RETRY_MILLISECONDS = 1000;
 constexpr int32_t SCREEN_OFF = 0;
 constexpr int32_t SCREEN_LOCKED = 2;
 constexpr char SERVICE_TYPE[] = "desk";
@@ -75,8 +77,9 @@ void DeviceFollower::Wake() const {
 void DeviceFollower::Run() noexcept {
     try {
         while (!IsStopping()) {
-            Publish();
-            Look();
+            if (!Work()) {
+                WaitBriefly();
+            }
             watch_.Follow(wake_.Get());
             eventfd_t count = 0;
             eventfd_read(wake_.Get(), &count);
@@ -85,6 +88,25 @@ void DeviceFollower::Run() noexcept {
         LogPrint(LogType::CORE, LogLevel::WARN, LOG, "the device is not followed any more: %{public}s", error.what());
         handlers_.ended();
     }
+}
+
+// False when the device did not answer: it may be busy, or stopped for a while.
+bool DeviceFollower::Work() {
+    try {
+        Publish();
+        Look();
+        return true;
+    } catch (const Client::DeviceError& error) {
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "the device is asked again: %{public}s", error.what());
+        return false;
+    }
+}
+
+// Until somebody wakes this thread, a second at most; then it goes round.
+void DeviceFollower::WaitBriefly() const {
+    pollfd woken{wake_.Get(), POLLIN, 0};
+    poll(&woken, 1, RETRY_MILLISECONDS);
+    Wake();
 }
 
 bool DeviceFollower::IsStopping() {
@@ -115,10 +137,11 @@ void DeviceFollower::Publish() {
     std::string screens;
     {
         const Linux::MutexLock lock(mutex_);
-        screens.swap(screens_);
+        screens = screens_;
     }
-    if (!screens.empty()) {
+    if (screens != published_) {
         device_.Profiles().Put(PROFILE_SERVICE, SERVICE_TYPE, SCREENS_KEY, screens);
+        published_ = screens;
     }
 }
 

@@ -50,6 +50,8 @@ private:
     void Wake() const;
     void Run() noexcept;
     bool IsStopping();
+    bool Work();
+    void WaitBriefly() const;
     void Look();
     void Publish();
     void OnCrossing(const Client::CrossingEvent& event);
@@ -63,7 +65,8 @@ private:
 
     Linux::Mutex mutex_;
     bool isStopping_ GUARDED_BY(mutex_) = false;
-    std::string screens_ GUARDED_BY(mutex_);  // to be published; empty for nothing
+    std::string screens_ GUARDED_BY(mutex_);  // to be published
+    std::string published_;                   // the thread's
     std::thread thread_;                      // last: it uses the others
 };
 
