@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
 #include <span>
 
 #include "companion/x11/atoms.h"
@@ -46,7 +45,8 @@ bool Fullscreen::IsTopmostFull(const std::vector<Screen>& screens, xcb_window_t 
     }
     const std::span children(
         xcb_query_tree_children(tree.get()), static_cast<size_t>(xcb_query_tree_children_length(tree.get())));
-    for (const xcb_window_t window : children | std::views::reverse) {
+    for (auto at = children.rbegin(); at != children.rend(); ++at) {
+        const xcb_window_t window = *at;
         const XReply<xcb_get_window_attributes_reply_t> attributes(
             xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window), nullptr));
         if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&

@@ -61,7 +61,7 @@ void SelectionOffer::StartSeveral(const std::shared_ptr<Request>& request) {
         return Answer(*request, false);
     }
     const auto* first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
-    request->pairs.assign(first, first + reply->value_len / 2 * 2);
+    request->pairs.assign(first, first + size_t{reply->value_len / 2} * 2);
     request->open = request->pairs.size() / 2;
     const std::vector<uint32_t> pairs = request->pairs;
     for (size_t pair = 0; pair < pairs.size(); pair += 2) {

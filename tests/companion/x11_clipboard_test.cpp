@@ -53,21 +53,33 @@ public:
     // What it was told last, when that comes true.
     bool HasCopied(const Types& types) {
         return Eventually([&] {
-            bool has = false;
-            loop.Run([&] { has = !copied.empty() && copied.back() == types; });
-            return has;
+            const auto now = Copied();
+            return !now.empty() && now.back() == types;
         });
+    }
+    std::vector<Types> Copied() {
+        std::vector<Types> now;
+        loop.Run([&] { now = copied; });
+        return now;
     }
     bool HasRead(size_t count) {
         size_t now = 0;
         loop.Run([&] { now = read.size(); });
         return now >= count;
     }
+    std::vector<std::string> TakeRead() {
+        std::vector<std::string> now;
+        loop.Run([&] { now = std::exchange(read, {}); });
+        return now;
+    }
+    void Forget() {
+        loop.Run([&] { copied.clear(); });
+    }
     std::vector<std::string> Read(ContentType type) {
         StartRead(type);
         StartRead(type);
         EXPECT_TRUE(Eventually([&] { return HasRead(2); }));
-        return std::exchange(read, {});
+        return TakeRead();
     }
 
     Linux::EventLoop& loop;
@@ -123,7 +135,7 @@ TEST_F(X11Clipboard, GivesWhatItOffersToOtherPrograms) {
     EXPECT_EQ(Paste("UTF8_STRING"), "") << "it cannot be had";
     side.Offer({});
     EXPECT_TRUE(Eventually([&] { return Paste("TARGETS").empty(); }));
-    EXPECT_THAT(side.copied, IsEmpty()) << "its own offers are not told";
+    EXPECT_THAT(side.Copied(), IsEmpty()) << "its own offers are not told";
 }
 
 TEST_F(X11Clipboard, ReadsWhatOtherProgramsHaveCopied) {
@@ -134,7 +146,7 @@ TEST_F(X11Clipboard, ReadsWhatOtherProgramsHaveCopied) {
         const std::string expected = size > Clipboard::MAX_BYTES ? "" : picture;
         EXPECT_TRUE(side.Read(ContentType::PNG) == std::vector(2, expected)) << size;
         EXPECT_THAT(side.Read(ContentType::TEXT), ElementsAre("", ""));
-        side.copied.clear();
+        side.Forget();
     }
     CopyFile("gr\xfc\xdf"
              "e",
@@ -162,15 +174,10 @@ TEST_F(X11Clipboard, CarriesBetweenTwoCompanions) {
 TEST_F(X11Clipboard, KeepsSecretsHere) {
     Testing::XProgram program(server->Display());
     const auto tells = [&](const std::map<std::string, std::string>& contents) {
-        const size_t before = side.copied.size();
+        side.Forget();
         program.Copy(contents);
-        const auto isTold = [&] {
-            bool is = false;
-            loop.Run([&] { is = side.copied.size() > before; });
-            return is;
-        };
-        program.Serve(isTold);
-        return side.copied.back();
+        program.Serve([&] { return !side.Copied().empty(); });
+        return side.Copied().back();
     };
     EXPECT_THAT(tells({{"UTF8_STRING", "a"}}), ElementsAre(ContentType::TEXT));
     EXPECT_THAT(tells({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "secret"}}), IsEmpty());
@@ -181,7 +188,7 @@ TEST_F(X11Clipboard, KeepsSecretsHere) {
     side.StartRead(ContentType::TEXT);
     server->Server().Signal(SIGKILL);
     EXPECT_TRUE(Eventually([&] { return side.HasRead(1); }));
-    EXPECT_THAT(side.read, ElementsAre(""));
+    EXPECT_THAT(side.TakeRead(), ElementsAre(""));
 }
 
 }  // namespace

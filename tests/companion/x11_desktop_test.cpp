@@ -155,7 +155,10 @@ TEST_F(X11Desktop, TellsWhatAPersonDoesWhileItInjectsTheSame) {
     }
     EXPECT_TRUE(Journals(expected));
     EXPECT_TRUE(Moved(400, 200));
-    EXPECT_EQ(Pointer(), (Point{301, 51}));
+    const Point before = State().pointer;
+    program.MoveBy(3, 3);
+    EXPECT_TRUE(Moved(403, 203));
+    EXPECT_EQ(Pointer(), (Point{before.x + 3, before.y + 3}));
 }
 
 TEST_F(X11Desktop, KnowsItsInjectionsWhenAProgramHasFrozenThePointer) {
