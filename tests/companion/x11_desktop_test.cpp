@@ -9,7 +9,6 @@ namespace ZYNE::Companion {
 namespace {
 
 using testing::AllOf;
-using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
 using Testing::Eventually;
