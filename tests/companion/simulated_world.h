@@ -79,7 +79,8 @@ private:
         std::deque<Input> waiting;  // while stopped
         std::array<Way, 3> ways;
         Reckoning reckoning;
-        Millis astray{0};  // how long its visit does not fit the peer's
+        Visit visit = 0;   // in the last step
+        Millis astray{0};  // how long that does not fit the peer's
         Millis stuck{0};   // how long something is pressed here that nobody holds
     };
 
@@ -133,7 +134,7 @@ private:
     std::vector<std::unique_ptr<Device>> devices_;
     std::vector<std::vector<Placement>> placements_;
     TimePoint now_{std::chrono::hours(1)};
-    Millis passed_{0};    // in the last step
+    Millis passed_{0};    // in the last step, while devices ran
     uint32_t loss_ = 5;   // percent of what goes over "motion"
     double driftX_ = 20;  // where the active person is moving
     double driftY_ = 0;
