@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <deque>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -79,9 +80,9 @@ private:
         std::deque<Input> waiting;  // while stopped
         std::array<Way, 3> ways;
         Reckoning reckoning;
-        Visit visit = 0;   // in the last step
-        Millis astray{0};  // how long that does not fit the peer's
-        Millis stuck{0};   // how long something is pressed here that nobody holds
+        Visit visit = 0;              // in the last step
+        Millis astray{0};             // how long that does not fit the peer's
+        std::map<int, Millis> stuck;  // how long a key or button is pressed here that nobody holds
     };
 
     void PassTime();
@@ -117,6 +118,7 @@ private:
 
     void Check();
     void CheckDevice(Device& device);
+    void CheckHeld(Device& device, const Device& owner);
     bool Fits(const Device& device) const;
     void Expect(bool holds, const Device& device, const std::string& rule);
 
