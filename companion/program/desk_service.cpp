@@ -19,6 +19,7 @@ namespace {
 constexpr LogDomain LOG = Linux::LogDomains::COMPANION;
 constexpr const char* BUS_NAME = "io.collaborationfwk.Desk1";
 constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Desk1";
+constexpr size_t MOST_PASSAGES = 1000;  // that wait to be told
 
 }  // namespace
 
@@ -66,14 +67,26 @@ struct DeskService::Connection {
 };
 
 DeskService::DeskService(const Client::DeviceEntry& device, Handlers handlers) try
-    : connection_(std::make_unique<Connection>(device, std::move(handlers))) {
+    : connection_(std::make_unique<Connection>(device, std::move(handlers))),
+      passages_(Linux::Mailbox<Client::Passage>::Make(
+          [this](const std::function<void()>& task) {
+              telling_.Post(task);
+              return true;
+          },
+          [this](const Client::Passage& passage) { Emit(passage); }, {MOST_PASSAGES})) {
 } catch (const sdbus::Error& error) {
     throw std::runtime_error("the desk cannot be served on the device's bus: " + error.getMessage());
 }
 
-DeskService::~DeskService() = default;
+DeskService::~DeskService() {
+    passages_->CloseAndWait();
+}
 
 void DeskService::Tell(const Client::Passage& passage) {
+    passages_->Post(passage);
+}
+
+void DeskService::Emit(const Client::Passage& passage) {
     try {
         connection_->adaptor.emitPassed(passage.what, passage.peer, passage.why);
     } catch (const sdbus::Error& error) {
