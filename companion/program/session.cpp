@@ -128,6 +128,7 @@ void Session::OnPeerUp(const std::string& peer) {
 
 void Session::OnPeerDown(const std::string& peer) {
     machine_.OnPeerDown(peer, steady_clock::now());
+    machine_.OnPeerLocked(peer, false, steady_clock::now());  // what was told of it may not hold any more
     if (exchange_) {
         exchange_->OnPeerDown(peer);
     }
