@@ -25,9 +25,25 @@ constexpr uint32_t POINTER_EVENTS = XCB_INPUT_XI_EVENT_MASK_MOTION | XCB_INPUT_X
 constexpr uint32_t KEYBOARD_EVENTS = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
 
 xcb_input_xi_grab_device_cookie_t Grab(
-    xcb_connection_t* connection, xcb_window_t root, uint16_t device, const uint32_t& events) {
-    return xcb_input_xi_grab_device(connection, root, XCB_CURRENT_TIME, XCB_NONE, device, XCB_INPUT_GRAB_MODE_22_ASYNC,
+    xcb_connection_t* connection, xcb_window_t root, xcb_cursor_t cursor, uint16_t device, const uint32_t& events) {
+    return xcb_input_xi_grab_device(connection, root, XCB_CURRENT_TIME, cursor, device, XCB_INPUT_GRAB_MODE_22_ASYNC,
         XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, 1, &events);
+}
+
+// One that shows nothing.
+xcb_cursor_t MakeEmptyCursor(xcb_connection_t* connection, xcb_window_t root) {
+    const xcb_pixmap_t nothing = xcb_generate_id(connection);
+    xcb_create_pixmap(connection, 1, nothing, root, 1, 1);
+    const xcb_gcontext_t context = xcb_generate_id(connection);
+    constexpr uint32_t BACKGROUND = 0;
+    xcb_create_gc(connection, context, nothing, XCB_GC_FOREGROUND, &BACKGROUND);
+    constexpr xcb_rectangle_t WHOLE{0, 0, 1, 1};
+    xcb_poly_fill_rectangle(connection, nothing, context, 1, &WHOLE);
+    const xcb_cursor_t cursor = xcb_generate_id(connection);
+    xcb_create_cursor(connection, cursor, nothing, nothing, 0, 0, 0, 0, 0, 0, 0, 0);
+    xcb_free_gc(connection, context);
+    xcb_free_pixmap(connection, nothing);
+    return cursor;
 }
 
 bool IsGranted(xcb_connection_t* connection, xcb_input_xi_grab_device_cookie_t cookie) {
@@ -43,6 +59,7 @@ InputGrab::InputGrab(xcb_connection_t* connection, xcb_window_t root) : connecti
         const XReply<xcb_xfixes_query_version_reply_t> version(
             xcb_xfixes_query_version_reply(connection, xcb_xfixes_query_version(connection, 5, 0), nullptr));
         if (version && version->major_version >= 4) {
+            emptyCursor_ = MakeEmptyCursor(connection, root);
             return;
         }
     }
@@ -50,8 +67,8 @@ InputGrab::InputGrab(xcb_connection_t* connection, xcb_window_t root) : connecti
 }
 
 std::string InputGrab::Begin(uint16_t pointer, uint16_t keyboard, bool withButtons) {
-    const auto keyboardCookie = Grab(connection_, root_, keyboard, KEYBOARD_EVENTS);
-    const auto pointerCookie = Grab(connection_, root_, pointer, POINTER_EVENTS);
+    const auto keyboardCookie = Grab(connection_, root_, XCB_NONE, keyboard, KEYBOARD_EVENTS);
+    const auto pointerCookie = Grab(connection_, root_, emptyCursor_, pointer, POINTER_EVENTS);
     const auto stateCookie = xcb_query_pointer(connection_, root_);
     const bool hasKeyboard = IsGranted(connection_, keyboardCookie);
     hasPointer_ = IsGranted(connection_, pointerCookie);
@@ -72,7 +89,8 @@ std::string InputGrab::Begin(uint16_t pointer, uint16_t keyboard, bool withButto
 }
 
 bool InputGrab::TakePointer() {
-    hasPointer_ = hasPointer_ || IsGranted(connection_, Grab(connection_, root_, pointer_, POINTER_EVENTS));
+    hasPointer_ =
+        hasPointer_ || IsGranted(connection_, Grab(connection_, root_, emptyCursor_, pointer_, POINTER_EVENTS));
     return hasPointer_;
 }
 

@@ -42,6 +42,7 @@ private:
 
     xcb_connection_t* const connection_;
     const xcb_window_t root_;
+    xcb_cursor_t emptyCursor_ = XCB_NONE;  // for programs that read what the pointer looks like
     Screen park_;
     uint16_t pointer_ = 0;
     uint16_t keyboard_ = 0;
