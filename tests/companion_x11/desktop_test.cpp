@@ -3,7 +3,7 @@
 #include <fstream>
 #include <random>
 
-#include "tests/companion/x11_port.h"
+#include "tests/companion_x11/port.h"
 
 namespace ZYNE::Companion {
 namespace {

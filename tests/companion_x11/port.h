@@ -14,7 +14,7 @@
 
 #include "companion/x11/x_desktop.h"
 #include "linux/base/event_loop.h"
-#include "tests/companion/x_program.h"
+#include "tests/companion_x11/x_program.h"
 #include "tests/scenario/process.h"
 #include "tests/scenario/x_server.h"
 

@@ -1,4 +1,4 @@
-#include "tests/companion/x_program.h"
+#include "tests/companion_x11/x_program.h"
 
 #include <poll.h>
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "companion/x11/x_clipboard.h"
-#include "tests/companion/x11_port.h"
+#include "tests/companion_x11/port.h"
 
 namespace ZYNE::Companion {
 namespace {
