@@ -33,14 +33,12 @@ linux/network/profile linux/network/profile linux/network/presence linux/network
 linux/network linux platform
 linux linux platform
 client client linux/apps/extension_name linux/base linux/bus linux/datashare platform
-<<<<<<< HEAD
 cli cli client companion/core companion/placements linux/account linux/base linux/bus platform
 companion/core companion/core companion/desktop/desktop platform
 companion/desktop companion/desktop companion/core linux/base platform
-=======
-cli cli client linux/account linux/base linux/bus platform
+companion/placements companion/placements companion/core platform
 companion/x11 companion/x11 companion/desktop companion/core linux/desktop/x_link linux/base platform
->>>>>>> 1374f9c (Capture and inject on an X display)
+companion/program companion client linux/base platform
 samples samples client linux/base linux/bus platform
 RULES
 if grep -rnE --include='*.h' --include='*.cpp' '#include <' platform | grep -vE '#include <[a-z_]+(\.h)?>' ; then
