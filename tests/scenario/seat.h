@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "linux/desktop/x_link.h"
-#include "tests/companion/x_program.h"
+#include "tests/companion_x11/x_program.h"
 #include "tests/scenario/x_server.h"
 
 namespace ZYNE::Testing {
