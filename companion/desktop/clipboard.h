@@ -30,6 +30,9 @@ public:
         ~Listener() = default;
     };
 
+    // Whether a program has copied something here of which OnCopied is still to come: what it is has to be asked first.
+    // May call the listener.
+    virtual bool IsCopying() = 0;
     // Offers content of another device to programs of this one, from now on; empty takes an offer back.
     virtual void Offer(const std::vector<ContentType>& types) = 0;
     // The answer to OnPaste; empty when the content cannot be had.

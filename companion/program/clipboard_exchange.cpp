@@ -53,6 +53,9 @@ std::vector<ContentType> TypesOf(uint8_t bits) {
 void ClipboardExchange::OnCopied(const std::vector<ContentType>& types) {
     ownNumber_ = ++lastNumber_;
     offer_ = Offer{"", ownNumber_, types};
+    if (!late_.empty()) {
+        TellOffer(std::exchange(late_, {}));
+    }
 }
 
 void ClipboardExchange::OnOffer(const std::string& peer, const Copied& offer) {
@@ -66,7 +69,16 @@ void ClipboardExchange::OnOffer(const std::string& peer, const Copied& offer) {
     clipboard_.Offer(types);
 }
 
+// What was copied just before is on its way.
 void ClipboardExchange::OnPointerGone(const std::string& peer) {
+    if (clipboard_.IsCopying()) {
+        late_ = peer;
+    } else {
+        TellOffer(peer);
+    }
+}
+
+void ClipboardExchange::TellOffer(const std::string& peer) {
     if (!offer_ || told_[peer] == ownNumber_) {
         return;
     }
@@ -199,6 +211,9 @@ void ClipboardExchange::OnContentRoom(const std::string& peer) {
 
 void ClipboardExchange::OnPeerDown(const std::string& peer) {
     told_.erase(peer);
+    if (late_ == peer) {
+        late_.clear();
+    }
     outgoing_.erase(peer);
     if (wanted_ && wanted_->peer == peer) {
         Finish(false);

@@ -67,6 +67,7 @@ private:
         bool isEnded = false;
     };
 
+    void TellOffer(const std::string& peer);
     void Fetch(ContentType type, Done done);
     void Ask(ContentType type, Done done);
     void Finish(bool isComplete);
@@ -82,6 +83,7 @@ private:
     std::optional<Offer> offer_;
     uint32_t ownNumber_ = 0;                    // under which this device offers it to others
     std::map<std::string, uint32_t> told_;      // the number that each peer was told last
+    std::string late_;                          // the peer to be told once what was copied last is known; may be empty
     std::optional<Wanted> wanted_;              // what is being fetched from a peer; one at a time
     std::map<std::string, Outgoing> outgoing_;  // one for each peer
 };

@@ -60,6 +60,12 @@ void XClipboard::Start(Listener& listener) {
     TakeSoon();
 }
 
+bool XClipboard::IsCopying() {
+    TakeAll();
+    TakeSoon();
+    return isCopying_;
+}
+
 // An offer counts from the server's time on, which comes with an event.
 void XClipboard::Offer(const std::vector<ContentType>& types) {
     toOffer_ = types;
@@ -96,10 +102,14 @@ void XClipboard::Read(ContentType type, std::function<void(std::string content)>
     TakeSoon();
 }
 
-void XClipboard::OnReadable() {
+void XClipboard::TakeAll() {
     while (const Linux::XEvent event{xcb_poll_for_event(connection_)}) {
         Take(*event);
     }
+}
+
+void XClipboard::OnReadable() {
+    TakeAll();
     if (reader_.HasSlice()) {
         reader_.TakeSlice();
         TakeSoon();
@@ -141,6 +151,7 @@ void XClipboard::Take(const xcb_generic_event_t& event) {
 
 void XClipboard::OnOwner(xcb_window_t owner, xcb_timestamp_t time) {
     copied_.clear();
+    isCopying_ = false;
     const bool wasOwner = std::exchange(isOwner_, owner == window_);
     if (isOwner_ || (wasOwner && owner == XCB_NONE)) {
         return;
@@ -149,6 +160,7 @@ void XClipboard::OnOwner(xcb_window_t owner, xcb_timestamp_t time) {
     if (owner == XCB_NONE) {
         return OnCopied();
     }
+    isCopying_ = true;
     reader_.Read(atoms_.targets, time, [this, time](const std::optional<std::string>& targets) {
         if (time == copiedAt_ && !isOwner_) {
             OnTargets(targets);
@@ -189,6 +201,7 @@ void XClipboard::OnTargets(const std::optional<std::string>& targets) {
 }
 
 void XClipboard::OnCopied() {
+    isCopying_ = false;
     std::vector<ContentType> types;
     for (const auto& [type, atom] : copied_) {
         types.push_back(type);

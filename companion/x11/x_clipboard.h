@@ -29,6 +29,7 @@ public:
     // From now on `listener`, which outlives this, is called; first about what is there already. Once.
     void Start(Listener& listener);
 
+    bool IsCopying() override;
     void Offer(const std::vector<ContentType>& types) override;
     void Give(ContentType type, const std::string& content) override;
     void Read(ContentType type, std::function<void(std::string content)> done) override;
@@ -40,6 +41,7 @@ private:
     void OnTargets(const std::optional<std::string>& targets);
     void OnCopied();
     void TakeOffer(xcb_timestamp_t now);
+    void TakeAll();
     // What was read already while something was sent.
     void TakeSoon();
 
@@ -54,6 +56,7 @@ private:
     Listener* listener_ = nullptr;
     std::optional<std::vector<ContentType>> toOffer_;  // until the server has said what time it is
     bool isOwner_ = false;
+    bool isCopying_ = false;  // what was copied is being asked
     xcb_timestamp_t copiedAt_ = XCB_CURRENT_TIME;
     std::map<ContentType, xcb_atom_t> copied_;  // what another program has, and how it calls it
     Linux::EventLoop::Source input_;
