@@ -1,4 +1,4 @@
-// What a configuration says of the network and of users.
+// What a configuration says of the network, of users and of the desk.
 #include "host/config.h"
 #include "tests/port/port_test.h"
 
@@ -41,7 +41,34 @@ protected:
         }
         return all;
     }
+    // "PUSH CORNER drags clipboard; MODIFIER; HOME KEYS".
+    static std::string WriteDesk(const Host::Config& config) {
+        const Host::DeskOptions& desk = config.desk;
+        std::string all = std::to_string(desk.push) + " " + std::to_string(desk.corner);
+        all += std::string(desk.drags ? " drags" : "") + (desk.clipboard ? " clipboard" : "");
+        for (const std::vector<int32_t>& keys : {desk.modifier, desk.homeKeys}) {
+            all += ";";
+            for (const int32_t key : keys) {
+                all += " " + std::to_string(key);
+            }
+        }
+        return all;
+    }
 };
+
+TEST_F(Configured, DeskIsReadOrRefusedWithAReason) {
+    const std::pair<const char*, const char*> cases[] = {{"", "0 0 clipboard;; 29 56 1"},
+        {"[desk]\npush = 30\ncorner = 5\nmodifier = 'super'\ndrags = true\nclipboard = false\nhome_keys = "
+         "'shift+f12+p'",
+            "30 5 drags; 125 126; 42 88 25"},
+        {"[desk]\nhome_keys = 'escape'", "device.toml:9: desk.home_keys must be two keys or more"},
+        {"[desk]\nhome_keys = 'ctrl+'", "must be two keys"}, {"[desk]\nhome_keys = 'ctrl+hyper'", "must be two keys"},
+        {"[desk]\nmodifier = 'a'", "desk.modifier must be shift, ctrl, alt or super"},
+        {"[desk]\npush = 32768", "must be a number from 0 to 32767"}, {"[desk]\npull = 1", "pull"}};
+    for (const auto& [text, outcome] : cases) {
+        EXPECT_THAT(Read(text, &WriteDesk), HasSubstr(outcome)) << text;
+    }
+}
 
 TEST_F(Configured, UsersAreReadOrRefusedWithAReason) {
     const std::pair<const char*, const char*> cases[] = {{"", "100 User 0;"},
