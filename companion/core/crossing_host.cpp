@@ -54,26 +54,23 @@ void CrossingMachine::Handle(const std::string& peer, const Move& move, TimePoin
 }
 
 void CrossingMachine::Handle(const std::string& peer, const Key& key, TimePoint now) {
-    if (!IsVisit(peer, key.visit, State::HOST)) {
-        Drop();
-        return;
-    }
-    heard_ = now;
-    MoveGuest(key.total, now);
-    if (state_ != State::HOST || !guest_.Press(key.key)) {
-        Drop();
-    }
-    desktop_.Flush();
+    PressForGuest(peer, key, key.key, now);
 }
 
 void CrossingMachine::Handle(const std::string& peer, const Click& click, TimePoint now) {
-    if (!IsVisit(peer, click.visit, State::HOST)) {
+    PressForGuest(peer, click, click.button, now);
+}
+
+template <typename Message, typename Change>
+void CrossingMachine::PressForGuest(
+    const std::string& peer, const Message& message, const Change& change, TimePoint now) {
+    if (!IsVisit(peer, message.visit, State::HOST)) {
         Drop();
         return;
     }
     heard_ = now;
-    MoveGuest(click.total, now);
-    if (state_ != State::HOST || !guest_.Press(click.button)) {
+    MoveGuest(message.total, now);
+    if (state_ != State::HOST || !guest_.Press(change)) {
         Drop();
     }
     desktop_.Flush();

@@ -149,6 +149,9 @@ private:
     // The pointer of a peer here, see crossing_host.cpp.
     std::optional<Reason> WhyNoGuest(const std::string& peer) const;
     void TakeIn(const std::string& peer, const Enter& enter, TimePoint now);
+    // A Key or a Click.
+    template <typename Message, typename Change>
+    void PressForGuest(const std::string& peer, const Message& message, const Change& change, TimePoint now);
     bool MoveGuest(const Total& total, TimePoint now);
     void PushGuest(const Shift& shift, TimePoint now);
     bool TryLetGo(Side side);
