@@ -264,6 +264,7 @@ TEST_F(Pointer, KnowsTheMonitorsOfBothAndFollowsTheirChanges) {
     phones->program.MoveBy(700, 0);
     EXPECT_TRUE(pcs->ComesTo({702, 450}));
     pcs->server.Resize("640x400");
+    ASSERT_TRUE(Eventually([&] { return pc->Ctl({"desk", "show"}).out.find("640x400") != std::string::npos; }));
     EXPECT_TRUE(pcs->ComesTo({639, 399}));
     phones->program.MoveBy(-39, -99);
     EXPECT_TRUE(pcs->ComesTo({600, 300}));

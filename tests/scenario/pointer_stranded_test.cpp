@@ -93,14 +93,17 @@ TEST_F(PointerStranded, ComesHomeWhenASideFallsSilentAndGoesAgainWhenItWakesUp) 
     pcs->ExpectHeard({});
     ExpectAllAtHome(A, 1);
 
-    // Only the companion of one side, while its daemon keeps the link up.
-    for (const auto& [device, companion] : {std::pair(pc, pcCompanion), std::pair(phone, phoneCompanion)}) {
-        CrossWithKeyAndButton();
-        kill(companion, SIGSTOP);
-        EXPECT_TRUE(Comes(*(device == pc ? phone : pc), "home"));
-        kill(companion, SIGCONT);
-        EXPECT_TRUE(Comes(*device, "home"));
-        ExpectAllAtHome(A, 1);
+    // Only the companion of one side, or only the daemon: the person there is not at its mercy.
+    for (const TestDevice* device : {pc, phone}) {
+        const pid_t companion = device == pc ? pcCompanion : phoneCompanion;
+        for (const pid_t process : {companion, device->Pid()}) {
+            CrossWithKeyAndButton();
+            kill(process, SIGSTOP);
+            EXPECT_TRUE(Comes(*(device == pc ? phone : pc), "home"));
+            kill(process, SIGCONT);
+            EXPECT_TRUE(Comes(*device, "home"));
+            ExpectAllAtHome(A, 1);
+        }
     }
     CrossWithKeyAndButton();
     EXPECT_EQ(pc->Ctl({"desk", "return"}).status, 0);
