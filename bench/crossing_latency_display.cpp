@@ -97,10 +97,10 @@ void Watcher::Keep(const xcb_generic_event_t& event) {
         seen.kind = Seen::Kind::MOTION;
         const auto axes =
             Linux::RawAxes(reinterpret_cast<const xcb_input_raw_motion_event_t&>(event), Linux::XValues::ACCELERATED);
-        if (!axes || !axes->x) {
+        if (!axes) {
             return;
         }
-        seen.x = *axes->x;
+        seen.x = axes->x.value_or(0);
     } else if (generic.event_type == XCB_INPUT_MOTION) {
         seen.kind = Seen::Kind::PRESENCE;
     } else {

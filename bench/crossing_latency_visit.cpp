@@ -72,14 +72,19 @@ void Visit::GoAway() {
     std::this_thread::sleep_for(REST);
 }
 
+// At home it is when nothing of what the person does is seen at the right display.
 void Visit::GoHome() {
+    Watcher watcher(right_, false);
     const auto isHome = [&] {
         person_.Move(-LEFT_WIDTH / 2);
         std::this_thread::sleep_for(100ms);
-        const int32_t before = person_.PointerX();
-        person_.Move(-5);
-        std::this_thread::sleep_for(50ms);
-        return person_.PointerX() == before - 5;
+        watcher.Take();
+        // Two that cannot be merged: at the lower or upper edge one of them is nothing.
+        for (const int16_t dy : {3, -3}) {
+            person_.Move(0, dy);
+            std::this_thread::sleep_for(100ms);
+        }
+        return watcher.Take().empty();
     };
     if (!Testing::Eventually(isHome)) {
         throw std::runtime_error("the pointer does not come home");
