@@ -1,5 +1,5 @@
 // The pointer's way over the edges, and what a person does on it.
-#include <filesystem>
+#include <csignal>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -137,6 +137,20 @@ TEST_F(Pointer, LeavesNothingPressedAndTakesModifiersAndLocksAlong) {
     GoBack();
     EXPECT_TRUE(isLit(XCB_MOD_MASK_2)) << "as they were";
     ExpectAllAtHome();
+
+    // Faster than any answer comes.
+    for (int times = 0; times < 50; ++times) {
+        phones->program.MoveBy(PHONE_WIDTH, 0);
+        phones->Press(A, true);
+        phones->PressButton(1, true);
+        phones->program.MoveBy(-PC_WIDTH, 0);
+        phones->Press(A, false);
+        phones->PressButton(1, false);
+    }
+    EXPECT_TRUE(Eventually([this] { return Where(*phone) == "home" || Where(*phone) == "away"; }));
+    phone->Ctl({"desk", "return"});
+    EXPECT_TRUE(Comes(*phone, "home") && Comes(*pc, "home"));
+    ExpectAllAtHome();
 }
 
 TEST_F(Pointer, IsBroughtHomeFromEitherSideAndByKeys) {
@@ -184,6 +198,43 @@ TEST_F(Pointer, IsBroughtHomeFromEitherSideAndByKeys) {
     ExpectAllAtHome();
 }
 
+TEST_F(Pointer, GoesOnToAThirdDeviceAndHomeFromThere) {
+    StartDesks();
+    Seat laptops(directory, "400x300");
+    TestDevice& laptop = Add("laptop", SetupOf(laptops, "pc", ""));
+    laptop.Start();
+    EXPECT_EQ(laptop.Ctl({"switch", "on"}).status, 0);
+    ASSERT_TRUE(Eventually([&] { return pc->Sees("laptop"); }));
+    EXPECT_EQ(pc->Ctl({"desk", "place", "laptop", "right"}).status, 0);
+    ASSERT_TRUE(IsReady(*pc, laptop) && ComesToSay(*phone, laptop, "peer has a display", true));
+    const auto goOn = [&] {
+        Cross();
+        phones->Press(SHIFT, true);
+        EXPECT_TRUE(Eventually([&] { return pcs->Keys().count(SHIFT) == 1; }));
+        phones->program.MoveBy(PC_WIDTH, 0);
+        ASSERT_TRUE(Comes(laptop, "host") && Comes(*pc, "home") && Comes(*phone, "away"));
+        EXPECT_TRUE(pcs->HoldsNothing());
+        laptops.program.Heard();
+        phones->program.MoveBy(100, 0);
+        phones->Press(A, true);
+        laptops.ExpectHeard({"+38"});
+    };
+    goOn();
+    EXPECT_TRUE(laptops.ComesTo({102, 150}));
+    phones->program.MoveBy(-200, 0);
+    ASSERT_TRUE(Comes(*pc, "host"));
+    EXPECT_TRUE(laptops.HoldsNothing());
+    GoBack();
+    phones->Press(SHIFT, false);
+    ExpectAllAtHome(A);
+    goOn();
+    kill(Companion(laptop), SIGKILL);
+    EXPECT_TRUE(Comes(*phone, "home"));
+    EXPECT_TRUE(laptops.HoldsNothing());
+    phones->Press(SHIFT, false);
+    ExpectAllAtHome(A);
+}
+
 TEST_F(Pointer, GoesWhereBothDevicesSayThatThePeerLies) {
     StartDesks();
     EXPECT_THAT(pc->Ctl({"desk", "show"}).out, HasSubstr("phone holds \"pc right\""));
@@ -198,18 +249,7 @@ TEST_F(Pointer, GoesWhereBothDevicesSayThatThePeerLies) {
     // Removed by the one that does not hold it: then nothing lies there, and the pointer stays.
     EXPECT_EQ(pc->Ctl({"desk", "remove", "phone"}).status, 0);
     EXPECT_NE(pc->Ctl({"desk", "remove", "phone"}).status, 0);
-    const auto says = [&](const std::string& fact, bool wanted) {
-        return Eventually([&] {
-            const std::string id = phone->Api().Info().FindPeer("pc").id;
-            for (const Client::DeskFact& each : Client::Desk(*phone->Entry()).Explain(id)) {
-                if (each.name == fact) {
-                    return each.holds == wanted;
-                }
-            }
-            return false;
-        });
-    };
-    EXPECT_TRUE(says("neighbour at an edge", false));
+    EXPECT_TRUE(ComesToSay(*phone, *pc, "neighbour at an edge", false));
     EXPECT_THAT(phone->Ctl({"explain", "pc"}).out, HasSubstr("neighbour at an edge"));
     phones->program.MoveTo(900, 200);
     phones->program.MoveBy(200, 0);
@@ -217,13 +257,13 @@ TEST_F(Pointer, GoesWhereBothDevicesSayThatThePeerLies) {
     EXPECT_EQ(Where(*phone), "home");
 
     EXPECT_EQ(pc->Ctl({"desk", "place", "phone", "bottom"}).status, 0);
-    EXPECT_TRUE(says("neighbour at an edge", true));
+    EXPECT_TRUE(ComesToSay(*phone, *pc, "neighbour at an edge", true));
     ASSERT_TRUE(PushOver({500, 100}, {0, -200}));
     ASSERT_TRUE(Comes(*phone, "away") && Comes(*pc, "host"));
     EXPECT_TRUE(pcs->ComesTo({400, PC_HEIGHT - 3}));
     // The way back goes while the pointer is away: it stays until it is asked to come.
     EXPECT_EQ(phone->Ctl({"desk", "remove", "pc"}).status, 0);
-    EXPECT_TRUE(says("neighbour at an edge", false));
+    EXPECT_TRUE(ComesToSay(*phone, *pc, "neighbour at an edge", false));
     EXPECT_EQ(Where(*phone), "away");
     EXPECT_EQ(phone->Ctl({"desk", "return"}).status, 0);
     EXPECT_TRUE(Comes(*phone, "home") && Comes(*pc, "home"));

@@ -9,22 +9,26 @@
 namespace ZYNE::Testing {
 namespace {
 
-std::string Config(const Seat& seat, const std::string& desk) {
-    return "[[user]]\nid = 100\nname = \"Anna\"\n[[user]]\nid = 101\nname = \"Bert\"\n[input]\ndisplay = \"" +
-        seat.server.Display() + "\"\n[desk]\n" + desk;
-}
-
 std::string SizeOf(int width, int height) {
     return std::to_string(width) + "x" + std::to_string(height);
 }
 
 }  // namespace
 
+DeviceSetup PointerScenario::SetupOf(const Seat& seat, const std::string& type, const std::string& desk) {
+    return {.type = type,
+        .hasCompanion = true,
+        .config = "[[user]]\nid = 100\nname = \"Anna\"\n[[user]]\nid = 101\nname = \"Bert\"\n[input]\ndisplay = \"" +
+            seat.server.Display() + "\"\n[desk]\n" + desk};
+}
+
 void PointerScenario::StartDesks(const DesksSetup& setup) {
     phones = std::make_unique<Seat>(directory, SizeOf(PHONE_WIDTH, PHONE_HEIGHT));
     pcs = std::make_unique<Seat>(directory, SizeOf(PC_WIDTH, PC_HEIGHT));
-    phone = &Add("phone", {.type = "phone", .hasCompanion = true, .config = Config(*phones, setup.phoneDesk)});
-    pc = &Add("pc", {.hasCompanion = setup.hasPcCompanion, .config = Config(*pcs, setup.pcDesk)});
+    phone = &Add("phone", SetupOf(*phones, "phone", setup.phoneDesk));
+    DeviceSetup pcSetup = SetupOf(*pcs, "pc", setup.pcDesk);
+    pcSetup.hasCompanion = setup.hasPcCompanion;
+    pc = &Add("pc", pcSetup);
     if (!setup.hasPcCompanion) {
         const auto bundle = pc->Directory() / "apps" / APP;
         std::filesystem::create_directories(bundle);
@@ -48,7 +52,7 @@ void PointerScenario::StartDesks(const DesksSetup& setup) {
 std::string PointerScenario::Where(const TestDevice& device) {
     try {
         return Client::Desk(*device.Entry()).GetState().where;
-    } catch (const Client::CompanionMissing&) {
+    } catch (const Client::DeviceError&) {
         return "none";
     }
 }
@@ -70,6 +74,16 @@ bool PointerScenario::IsReady(const TestDevice& device, const TestDevice& peer) 
         } catch (const Client::DeviceError&) {
             return false;
         }
+    });
+}
+
+bool PointerScenario::ComesToSay(
+    const TestDevice& device, const TestDevice& peer, const std::string& fact, bool holds) {
+    return Eventually([&] {
+        const std::string id = device.Api().Info().FindPeer(peer.Name()).id;
+        const auto facts = Client::Desk(*device.Entry()).Explain(id);
+        return std::ranges::any_of(
+            facts, [&](const Client::DeskFact& each) { return each.name == fact && each.holds == holds; });
     });
 }
 

@@ -30,11 +30,13 @@ protected:
     // And waits until the pointer may cross either way.
     void StartDesks(const DesksSetup& setup = {});
 
-    // Where its pointer is: home, leaving, away, host; or "none" while the companion does not run.
+    // Where its pointer is: home, leaving, away, host; or "none" while the companion does not answer.
     static std::string Where(const TestDevice& device);
     static bool Comes(const TestDevice& device, const std::string& where);
     // All that must hold for crossing to the peer comes to hold, but what is held.
     static bool IsReady(const TestDevice& device, const TestDevice& peer);
+    // Whether crossing from the device to the peer needs that, and has it, sooner or later.
+    static bool ComesToSay(const TestDevice& device, const TestDevice& peer, const std::string& fact, bool holds);
     bool AreReady() { return IsReady(*phone, *pc) && IsReady(*pc, *phone); }
 
     // Until the phone's pointer leaves over an edge.
@@ -43,6 +45,8 @@ protected:
     void Cross();
     // On the PC, while it is away.
     void Steer(Spot to);
+    // What one more device, beside these, is made of.
+    static DeviceSetup SetupOf(const Seat& seat, const std::string& type, const std::string& desk);
     // Each has its pointer, nothing is pressed and nothing is captured. Who sits at the phone lets go of the key and of
     // the button that are named.
     void ExpectAllAtHome(int key = 0, int button = 0);
