@@ -27,6 +27,7 @@ constexpr int32_t FAR_FROM_EDGES = 100;  // pixels
 constexpr int32_t FAR_IN_ROUNDS = 16;    // motions like the last one
 
 constexpr auto LOOK_AGAIN_FOR_BUTTONS = 20ms;
+constexpr auto OFF_TIME = 300ms;  // then the screens that are off are meant to be
 
 constexpr uint32_t FIRST_WHEEL_BUTTON = 4;
 constexpr uint32_t LAST_WHEEL_BUTTON = 7;
@@ -144,6 +145,26 @@ void XDesktop::ReadScreens() {
     }
     meter_.SetSize(whole->width, whole->height);
     grab_.SetScreens(screens_);
+}
+
+// All are off for a moment while their modes are set.
+void XDesktop::FollowScreens() {
+    std::vector<Screen> before = screens_;
+    ReadScreens();
+    if (screens_.empty() && !before.empty() && !areOff_) {
+        screens_ = std::move(before);
+        allOff_ = loop_.After(OFF_TIME, [this] {
+            areOff_ = true;
+            haveScreensChanged_ = true;
+            DeliverLater();
+        });
+        return;
+    }
+    allOff_ = {};
+    areOff_ = false;
+    if (screens_ != before) {
+        listener_->OnScreens(screens_);
+    }
 }
 
 std::string XDesktop::Capture(bool withButtons) {
@@ -387,11 +408,7 @@ size_t XDesktop::Deliver() {
     isDelivering_ = true;
     while (IsAlive()) {
         if (std::exchange(haveScreensChanged_, false)) {
-            const std::vector<Screen> before = screens_;
-            ReadScreens();
-            if (screens_ != before) {
-                listener_->OnScreens(screens_);
-            }
+            FollowScreens();
         }
         const auto isMotion = [](const Step& step) {
             return std::holds_alternative<Motion>(step);
@@ -476,6 +493,7 @@ void XDesktop::Lose() {
     input_ = {};
     rest_ = {};
     buttonsUp_ = {};
+    allOff_ = {};
     keeper_->Stop();
     listener_->OnLost("the connection to the X server is lost");
 }

@@ -71,6 +71,7 @@ private:
     // The modifiers that are locked, the buttons that are down and where the pointer is.
     Linux::XReply<xcb_input_xi_query_pointer_reply_t> AskPointer();
     void ReadScreens();
+    void FollowScreens();
 
     void OnReadable();
     // What the library has read already, while it waited for an answer or sent.
@@ -122,6 +123,7 @@ private:
 
     std::vector<Screen> screens_;
     bool haveScreensChanged_ = false;
+    bool areOff_ = false;  // all screens, for long enough
 
     MotionMeter meter_;
     Point capturedAt_;
@@ -134,6 +136,7 @@ private:
 
     Linux::EventLoop::Source input_;
     Linux::EventLoop::Source rest_;
+    Linux::EventLoop::Source allOff_;
     Linux::EventLoop::Source buttonsUp_;
     std::shared_ptr<bool> isPosted_ = std::make_shared<bool>(false);  // its posted tasks hold it weakly
     int32_t quickRounds_ = 0;
