@@ -314,8 +314,15 @@ TEST_F(Pointer, KnowsTheMonitorsOfBothAndFollowsTheirChanges) {
     EXPECT_TRUE(Comes(*phone, "home") && Comes(*pc, "home"));
     ExpectAllAtHome();
 
-    // The PC's display goes away with the pointer on it, and comes back.
+    // The PC's monitor is switched off with the pointer on it; later the whole display goes away, and comes back.
     EXPECT_EQ(phone->Ctl({"desk", "place", "pc", "left"}).status, 0);
+    ASSERT_TRUE(AreReady());
+    ASSERT_TRUE(PushOver({100, 300}, {-200, 0}));
+    ASSERT_TRUE(Comes(*phone, "away") && Comes(*pc, "host"));
+    pcs->server.Run("/usr/bin/xrandr", {"--fb", "640x400", "--output", "screen", "--off"});
+    EXPECT_TRUE(Comes(*phone, "home") && Comes(*pc, "home"));
+    EXPECT_EQ(Passages().back(), "home pc: no display");
+    pcs->server.Run("/usr/bin/xrandr", {"--output", "screen", "--mode", "mode640x400"});
     ASSERT_TRUE(AreReady());
     ASSERT_TRUE(PushOver({100, 300}, {-200, 0}));
     ASSERT_TRUE(Comes(*phone, "away") && Comes(*pc, "host"));
