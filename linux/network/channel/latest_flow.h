@@ -1,8 +1,9 @@
 // Both directions of a channel of the kind LATEST at one of its ends: what goes which way, and what is delivered.
 //
 // Each message gets a number. It goes as a datagram, and over the link's stream as well until datagrams are known to
-// arrive. The receiver delivers what is newer than all that it has delivered. An acknowledgement is a datagram without
-// bytes, with a number from the same row. Nothing happens unless a message is sent or comes.
+// arrive; from then on as the same datagram twice when none was sent just before. The receiver delivers what is newer
+// than all that it has delivered. An acknowledgement is a datagram without bytes, with a number from the same row.
+// Nothing happens unless a message is sent or comes.
 #pragma once
 
 #include <chrono>
@@ -52,6 +53,7 @@ private:
     const Ways ways_;
     DatagramPath path_;
     uint64_t lastNumber_;                // of what was sent
+    DatagramPath::Time sent_{};          // the last message was
     uint64_t delivered_ = 0;             // the number of the last one
     std::deque<std::string> waiting_{};  // for room on the stream, with their numbers
 };
