@@ -1,7 +1,7 @@
 // How long a motion and a key take from one display to another, on the same two displays: with two devices of ours in
 // account mode, and with Debian's barrier, plain and with TLS; and what each costs the processor at a quick mouse.
 //
-//     crossing_latency [ROUNDS]      3 unless given; about two minutes each
+//     crossing_latency [ROUNDS]      3 unless given; about four minutes each
 //
 // The time is from the request to the X server of the one display to the raw event of the other, by one clock. The floor
 // is the raw event on the motion's own display, and half of a round trip over the TLS link of devices. Each program has

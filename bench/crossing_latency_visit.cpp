@@ -80,7 +80,7 @@ void Visit::GoHome() {
         std::this_thread::sleep_for(100ms);
         watcher.Take();
         // Two that cannot be merged: at the lower or upper edge one of them is nothing.
-        for (const int16_t dy : {3, -3}) {
+        for (const auto dy : {int16_t{3}, int16_t{-3}}) {
             person_.Move(0, dy);
             std::this_thread::sleep_for(100ms);
         }
