@@ -256,7 +256,9 @@ void XDesktop::OnReadable() {
         return;
     }
     TakeQueued();
-    while (const Linux::XEvent event{xcb_poll_for_event(connection_)}) {
+    // The socket is read once: the loop comes again for what is left there, and what is here is not held up by a look.
+    for (Linux::XEvent event(xcb_poll_for_event(connection_)); event;
+         event.reset(xcb_poll_for_queued_event(connection_))) {
         Take(*event);
     }
     Rest(Deliver());
