@@ -102,37 +102,52 @@ void ClipboardExchange::Fetch(ContentType type, Done done) {
 }
 
 void ClipboardExchange::Ask(ContentType type, Done done) {
-    if (wanted_ && wanted_->peer == offer_->peer && wanted_->number == offer_->number && wanted_->type == type) {
-        wanted_->done.push_back(std::move(done));
+    const auto same = std::ranges::find_if(wanted_, [&](const Wanted& wanted) {
+        return wanted.peer == offer_->peer && wanted.number == offer_->number && wanted.type == type;
+    });
+    if (same != wanted_.end()) {
+        same->done.push_back(std::move(done));
         return;
     }
-    Finish(false);
-    wanted_ = Wanted{offer_->peer, offer_->number, type, {}, {std::move(done)}, {}};
-    wanted_->limit = loop_.After(FETCH_TIME, [this] { Finish(false); });
-    if (links_.SendContent(offer_->peer, Head(WANT, offer_->number, type)) != PeerLinks::Sent::DONE) {
+    wanted_.push_back({offer_->peer, offer_->number, type, {}, {std::move(done)}, {}});
+    if (wanted_.size() == 1) {
+        AskNext();
+    }
+}
+
+void ClipboardExchange::AskNext() {
+    Wanted& wanted = wanted_.front();
+    wanted.limit = loop_.After(FETCH_TIME, [this] { Finish(false); });
+    if (links_.SendContent(wanted.peer, Head(WANT, wanted.number, wanted.type)) != PeerLinks::Sent::DONE) {
         Finish(false);
     }
 }
 
+bool ClipboardExchange::IsWanted(const std::string& peer, uint32_t number, ContentType type) const {
+    return !wanted_.empty() && wanted_.front().peer == peer && wanted_.front().number == number &&
+        wanted_.front().type == type;
+}
+
 void ClipboardExchange::Finish(bool isComplete) {
-    if (!wanted_) {
-        return;
+    const Wanted wanted = std::move(wanted_.front());
+    wanted_.pop_front();
+    if (!wanted_.empty()) {
+        AskNext();
     }
-    const Wanted wanted = std::move(*wanted_);
-    wanted_.reset();
     for (const Done& done : wanted.done) {
         done(isComplete ? wanted.content : std::string());
     }
 }
 
 void ClipboardExchange::TakePiece(std::string_view bytes) {
+    Wanted& wanted = wanted_.front();
     if (bytes.empty()) {
         Finish(true);
-    } else if (bytes.size() > Clipboard::MAX_BYTES - wanted_->content.size()) {
+    } else if (bytes.size() > Clipboard::MAX_BYTES - wanted.content.size()) {
         Finish(false);
     } else {
-        wanted_->content += bytes;
-        wanted_->limit = loop_.After(FETCH_TIME, [this] { Finish(false); });
+        wanted.content += bytes;
+        wanted.limit = loop_.After(FETCH_TIME, [this] { Finish(false); });
     }
 }
 
@@ -145,7 +160,7 @@ void ClipboardExchange::OnContent(const std::string& peer, std::string_view mess
     const auto type = static_cast<ContentType>(message[HEAD_BYTES - 1]);
     if (kind == WANT) {
         Serve(peer, number, type);
-    } else if (wanted_ && wanted_->peer == peer && wanted_->number == number && wanted_->type == type) {
+    } else if (IsWanted(peer, number, type)) {
         if (kind == PIECE) {
             TakePiece(message.substr(HEAD_BYTES));
         } else {
@@ -155,15 +170,18 @@ void ClipboardExchange::OnContent(const std::string& peer, std::string_view mess
 }
 
 void ClipboardExchange::Serve(const std::string& peer, uint32_t number, ContentType type) {
-    // Only what the peer was told of may it have; one content at a time.
-    if (number != ownNumber_ || told_[peer] != number || outgoing_.contains(peer)) {
+    // Only what the peer was told of may it have, and no more than one content is read for it at a time.
+    const auto before = outgoing_.find(peer);
+    const bool isReading = before != outgoing_.end() && before->second.content.empty();
+    if (number != ownNumber_ || told_[peer] != number || isReading) {
         links_.SendContent(peer, Head(NONE, number, type));
         return;
     }
-    outgoing_.emplace(peer, Outgoing{number, type, {}, 0, false});
-    Fetch(type, [this, peer, number](const std::string& content) {
+    outgoing_.insert_or_assign(peer, Outgoing{number, type, {}, 0, false});  // it no longer waits for another one
+    Fetch(type, [this, peer, number, type](const std::string& content) {
         const auto outgoing = outgoing_.find(peer);
-        if (outgoing == outgoing_.end() || outgoing->second.number != number) {
+        if (outgoing == outgoing_.end() || outgoing->second.number != number || outgoing->second.type != type ||
+            !outgoing->second.content.empty()) {
             return;
         }
         if (content.empty()) {
@@ -215,7 +233,7 @@ void ClipboardExchange::OnPeerDown(const std::string& peer) {
         late_.clear();
     }
     outgoing_.erase(peer);
-    if (wanted_ && wanted_->peer == peer) {
+    while (!wanted_.empty() && wanted_.front().peer == peer) {
         Finish(false);
     }
     if (offer_ && offer_->peer == peer) {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
@@ -70,6 +71,9 @@ private:
     void TellOffer(const std::string& peer);
     void Fetch(ContentType type, Done done);
     void Ask(ContentType type, Done done);
+    void AskNext();
+    bool IsWanted(const std::string& peer, uint32_t number, ContentType type) const;
+    // What is being fetched is here, or cannot be had.
     void Finish(bool isComplete);
     void TakePiece(std::string_view bytes);
     void Serve(const std::string& peer, uint32_t number, ContentType type);
@@ -84,7 +88,7 @@ private:
     uint32_t ownNumber_ = 0;                    // under which this device offers it to others
     std::map<std::string, uint32_t> told_;      // the number that each peer was told last
     std::string late_;                          // the peer to be told once what was copied last is known; may be empty
-    std::optional<Wanted> wanted_;              // what is being fetched from a peer; one at a time
+    std::deque<Wanted> wanted_;                 // from peers, one after another: the first is being fetched
     std::map<std::string, Outgoing> outgoing_;  // one for each peer
 };
 
