@@ -16,8 +16,8 @@ constexpr const char* PNG = "image/png";
 class PointerClipboard : public PointerScenario {
 protected:
     static std::string Paste(const Seat& seat, const std::string& target) {
-        return RunCommand({"/usr/bin/env", "DISPLAY=" + seat.server.Display(), XCLIP, "-selection", "clipboard", "-o",
-                              "-t", target})
+        return RunCommand(
+            {"/usr/bin/env", "DISPLAY=" + seat.server.Display(), XCLIP, "-selection", "clipboard", "-o", "-t", target})
             .out;
     }
     static bool Pastes(const Seat& seat, const std::string& target, const std::string& content) {
@@ -70,6 +70,19 @@ TEST_F(PointerClipboard, GoesAlongBothWaysButForSecretsAndNotAgainstTheConfigura
     };
     EXPECT_TRUE(Eventually([&] { return pasted(TEXT) == "late"; }));
     EXPECT_EQ(pasted(PNG), "");
+    Return();
+
+    // A program that wants all that there is at once.
+    manager.Copy({{TEXT, "both"}, {PNG, "a picture"}});
+    Cross();
+    std::vector<std::string> both;
+    EXPECT_TRUE(Eventually([&] {
+        auto pasting = std::async(std::launch::async, [&] { return pcs->program.PasteBoth(PNG, TEXT, [] {}); });
+        manager.Serve([&] { return pasting.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+        both = pasting.get();
+        return both.back() == "both";
+    }));
+    EXPECT_THAT(both, ::testing::ElementsAre("a picture", "both"));
     Return();
     manager.Copy({{TEXT, "pass"}, {"x-kde-passwordManagerHint", "secret"}});
     Cross();

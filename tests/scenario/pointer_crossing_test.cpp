@@ -83,8 +83,7 @@ TEST_F(Pointer, EntersAtTheSameHeightDoesThereWhatIsDoneHereAndComesBack) {
     phones->ExpectHeard({"+1", "-1", "+24", "-24"});
     pcs->ExpectHeard({});
     ExpectAllAtHome();
-    EXPECT_THAT(Passages(),
-        ElementsAre(std::string("entered pc: ") + OVER_EDGE, std::string("home pc: ") + OVER_EDGE));
+    EXPECT_THAT(Passages(), ElementsAre(std::string("entered pc: ") + OVER_EDGE, std::string("home pc: ") + OVER_EDGE));
 }
 
 TEST_F(Pointer, LeavesNothingPressedAndTakesModifiersAndLocksAlong) {

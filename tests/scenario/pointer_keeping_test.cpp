@@ -81,7 +81,8 @@ TEST_F(PointerKept, ByAButtonAFullScreenAndAProgramThatHoldsIt) {
         EXPECT_TRUE(Eventually([&] {
             Push(400, 200);
             return !Passages().empty() && Passages().back() == "refused pc: the pointer cannot be taken: " + why;
-        })) << why << ::testing::PrintToString(Passages());
+        })) << why
+            << ::testing::PrintToString(Passages());
         ExpectKept(why);
         phones->program.LetGo();
     };

@@ -37,8 +37,8 @@ void PointerScenario::StartDesks(const DesksSetup& setup) {
     }
     StartBoth();
     const std::string output = directory / "watch.txt";
-    watch = std::make_unique<Process>(
-        std::vector<std::string>{COLLABCTL, "--device", "phone", "watch", "desk"}, output);
+    watch =
+        std::make_unique<Process>(std::vector<std::string>{COLLABCTL, "--device", "phone", "watch", "desk"}, output);
     ASSERT_TRUE(Eventually([&] { return Count(ReadAll(output), "watching") == 1; }));
     for (const TestDevice* device : {phone, pc}) {
         ASSERT_EQ(device->Ctl({"switch", "on"}).status, 0);
@@ -109,7 +109,8 @@ void PointerScenario::Steer(Spot to) {
         const Spot at = pcs->At();
         phones->program.MoveBy(static_cast<int16_t>(to.x - at.x), static_cast<int16_t>(to.y - at.y));
         return Eventually([&] { return pcs->At() == to; }, std::chrono::seconds(1));
-    })) << pcs->At().x << "," << pcs->At().y;
+    })) << pcs->At().x
+        << "," << pcs->At().y;
 }
 
 void PointerScenario::ExpectAllAtHome(int key, int button) {
@@ -136,10 +137,9 @@ void PointerScenario::Settle(const TestDevice& device) {
 }
 
 pid_t PointerScenario::Companion(const TestDevice& device) {
-    const Outcome outcome =
-        RunCommand({"/usr/bin/dbus-send", "--bus=" + device.Entry()->busAddress, "--print-reply=literal",
-            "--dest=org.freedesktop.DBus", "/", "org.freedesktop.DBus.GetConnectionUnixProcessID",
-            "string:com.zyne.extension.com_2etalvex_2epeerdesk.KeyMouseService"});
+    const Outcome outcome = RunCommand({"/usr/bin/dbus-send", "--bus=" + device.Entry()->busAddress,
+        "--print-reply=literal", "--dest=org.freedesktop.DBus", "/", "org.freedesktop.DBus.GetConnectionUnixProcessID",
+        "string:com.zyne.extension.com_2etalvex_2epeerdesk.KeyMouseService"});
     const size_t number = outcome.out.find_first_of("123456789", outcome.out.find("uint32") + sizeof "uint32");
     return outcome.status == 0 ? std::stoi(outcome.out.substr(number)) : 0;
 }
