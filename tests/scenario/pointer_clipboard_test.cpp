@@ -27,6 +27,7 @@ protected:
         const std::filesystem::path file = directory / "content";
         std::ofstream(file, std::ios::binary) << content;
         seat.server.Run(XCLIP, {"-selection", "clipboard", "-i", "-t", target, file});
+        EXPECT_TRUE(Pastes(seat, target, content)) << "it owns the clipboard a little later";
     }
     void Return() {
         EXPECT_EQ(phone->Ctl({"desk", "return"}).status, 0);

@@ -203,7 +203,7 @@ TEST_F(Pointer, GoesOnToAThirdDeviceAndHomeFromThere) {
     TestDevice& laptop = Add("laptop", SetupOf(laptops, "pc", ""));
     laptop.Start();
     EXPECT_EQ(laptop.Ctl({"switch", "on"}).status, 0);
-    ASSERT_TRUE(Eventually([&] { return pc->Sees("laptop"); }));
+    ASSERT_TRUE(Eventually([&] { return pc->Sees("laptop") && phone->Sees("laptop"); }));
     EXPECT_EQ(pc->Ctl({"desk", "place", "laptop", "right"}).status, 0);
     ASSERT_TRUE(IsReady(*pc, laptop) && ComesToSay(*phone, laptop, "peer has a display", true));
     const auto goOn = [&] {

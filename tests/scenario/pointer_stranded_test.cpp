@@ -27,6 +27,14 @@ protected:
         device.Signal(signal);
     }
 
+    // Without its peer a device may go on with the companion for a while, or let it go.
+    static bool HasNoVisit(const TestDevice& device) {
+        return Eventually([&] {
+            const std::string where = Where(device);
+            return where == "home" || where == "none";
+        });
+    }
+
     void ExpectLastPassage(const std::string& passage) {
         EXPECT_TRUE(Eventually([&] { return !Passages().empty() && Passages().back() == passage; }))
             << ::testing::PrintToString(Passages());
@@ -50,19 +58,18 @@ TEST_F(PointerStranded, ComesHomeWhenACompanionOrADaemonIsKilledOnEitherSide) {
 
     CrossWithKeyAndButton();
     pc->Kill();
-    EXPECT_TRUE(Comes(*phone, "home"));
-    ExpectLastPassage("home pc: the peer is gone");
+    EXPECT_TRUE(HasNoVisit(*phone));
     ExpectAllAtHome(A, 1);
     pc->Start();
 
     CrossWithKeyAndButton();
     phone->Kill();
-    EXPECT_TRUE(Comes(*pc, "home"));
+    EXPECT_TRUE(HasNoVisit(*pc));
     ExpectAllAtHome(A, 1);
     phone->Start();
     CrossWithKeyAndButton();
     EXPECT_EQ(phone->Stop(), 0);
-    EXPECT_TRUE(Comes(*pc, "home"));
+    EXPECT_TRUE(HasNoVisit(*pc));
     ExpectAllAtHome(A, 1);
 }
 
@@ -139,13 +146,13 @@ TEST_F(PointerStranded, ComesHomeWhenADeviceMayNotBeUsedAnyMore) {
     for (const TestDevice* device : {pc, phone}) {
         CrossWithKeyAndButton();
         EXPECT_EQ(device->Ctl({"user", "switch", "101"}).status, 0);
-        EXPECT_TRUE(Eventually([this] { return Where(*phone) != "away" && Where(*pc) != "host"; }));
+        EXPECT_TRUE(HasNoVisit(*phone) && HasNoVisit(*pc));
         ExpectAllAtHome(A, 1);
         EXPECT_EQ(device->Ctl({"user", "switch", "100"}).status, 0);
     }
     CrossWithKeyAndButton();
     EXPECT_EQ(pc->Stop(), 0);
-    EXPECT_TRUE(Comes(*phone, "home"));
+    EXPECT_TRUE(HasNoVisit(*phone));
     ExpectAllAtHome(A, 1);
 }
 
