@@ -44,7 +44,8 @@ public:
     // Answers those that ask, until `isEnough`.
     void Serve(const std::function<bool()>& isEnough);
     // Asks for two targets at once: what came for them, or "-" for what was refused.
-    std::vector<std::string> PasteBoth(const std::string& one, const std::string& other);
+    std::vector<std::string> PasteBoth(
+        const std::string& one, const std::string& other, const std::function<void()>& meanwhile = [] {});
 
 private:
     void Sync();
