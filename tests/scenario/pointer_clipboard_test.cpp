@@ -78,7 +78,7 @@ TEST_F(PointerClipboard, GoesAlongBothWaysButForSecretsAndNotAgainstTheConfigura
     Cross();
     std::vector<std::string> both;
     EXPECT_TRUE(Eventually([&] {
-        auto pasting = std::async(std::launch::async, [&] { return pcs->program.PasteBoth(PNG, TEXT, [] {}); });
+        auto pasting = std::async(std::launch::async, [&] { return pcs->program.PasteBoth(PNG, TEXT); });
         manager.Serve([&] { return pasting.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
         both = pasting.get();
         return both.back() == "both";
