@@ -44,8 +44,7 @@ public:
     // Answers those that ask, until `isEnough`.
     void Serve(const std::function<bool()>& isEnough);
     // Asks for two targets at once: what came for them, or "-" for what was refused.
-    std::vector<std::string> PasteBoth(
-        const std::string& one, const std::string& other, const std::function<void()>& meanwhile = [] {});
+    std::vector<std::string> PasteBoth(const std::string& one, const std::string& other);
 
 private:
     void Sync();
