@@ -1,12 +1,20 @@
 #include "companion/program/session.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+#include "linux/base/log_domains.h"
+#include "platform/log/log_print.h"
 
 namespace ZYNE::Companion {
 namespace {
 
+using namespace std::chrono_literals;
 using std::chrono::steady_clock;
+
+constexpr LogDomain LOG = Linux::LogDomains::COMPANION;
+constexpr auto COMPLAINT_PERIOD = 60s;  // of what peers send
 
 std::set<KeyCode> KeysOf(const std::vector<int32_t>& codes) {
     std::set<KeyCode> keys;
@@ -147,6 +155,11 @@ void Session::OnMessage(const std::string& peer, const Message& message) {
 
 void Session::OnNonsense(const std::string& peer) {
     machine_.OnNonsense(peer);
+    const auto now = steady_clock::now();
+    if (!complained_ || now - *complained_ >= COMPLAINT_PERIOD) {
+        complained_ = now;
+        LogPrint(LogType::CORE, LogLevel::WARN, LOG, "the companion of %{public}s sends what is no message", peer);
+    }
 }
 
 void Session::OnContent(const std::string& peer, std::string_view message) {

@@ -84,6 +84,7 @@ private:
     PeerLinks links_;
     std::optional<ClipboardExchange> exchange_;
     CrossingMachine machine_;
+    std::optional<CrossingMachine::TimePoint> complained_;  // in the log, of what a peer sent
     Linux::EventLoop::Source timer_;
     std::optional<CrossingMachine::TimePoint> armed_;  // when the timer rings
 };
