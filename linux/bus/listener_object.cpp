@@ -36,8 +36,9 @@ void ListenerObject::SendQueued(Request& request) {
     }
 }
 
-// What waits in the queue finds it dead.
+// What waits in the queue is not sent, and holds this object no longer.
 void ListenerObject::Drop() {
+    queue_->Close();
     if (Die()) {
         dropped_();
     }

@@ -48,6 +48,7 @@ TEST_F(PointerKept, FromTheEdgeByAPushTheCornersAndAModifier) {
     phones->Press(HOME, false);
     phones->Press(SHIFT, false);
     ExpectAllAtHome(CTRL);
+    EXPECT_TRUE(Eventually([this] { return Passages().size() == 2; }));
     EXPECT_THAT(Passages(), ElementsAre(HasSubstr("entered pc"), HasSubstr("home pc")));
 
     // Who sits at the PC has said that drags may cross, and drags a window's content there.
