@@ -1,6 +1,8 @@
 #include "companion/placements/placement_book.h"
 
 #include <algorithm>
+#include <iterator>
+#include <memory>
 #include <string_view>
 #include <utility>
 

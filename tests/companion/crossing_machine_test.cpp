@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <random>
+#include <utility>
 
 #include "companion/core/crossing_times.h"
 #include "tests/companion/simulated_desktop.h"

@@ -1,6 +1,7 @@
 // Links between devices: who gets one, which one stays, and what strangers learn.
 #include <poll.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <set>

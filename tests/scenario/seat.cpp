@@ -1,5 +1,6 @@
 #include "tests/scenario/seat.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iterator>
 
