@@ -72,7 +72,9 @@ int32_t Crossing::GetScreen() {
 }
 
 DeskOptions Crossing::GetDeskOptions() {
-    return std::make_from_tuple<DeskOptions>(connection_.Call(&DeviceProxy::GetDeskOptions));
+    const auto [display, push, corner, modifier, drags, homeKeys, clipboard] =
+        connection_.Call(&DeviceProxy::GetDeskOptions);
+    return {display, push, corner, modifier, drags, homeKeys, clipboard};
 }
 
 }  // namespace ZYNE::Client

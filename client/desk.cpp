@@ -1,6 +1,5 @@
 #include "client/desk.h"
 
-#include <tuple>
 #include <utility>
 
 #include "client/desk_api_proxy.h"
@@ -50,7 +49,8 @@ Desk::~Desk() = default;
 
 DeskState Desk::GetState() {
     try {
-        return std::make_from_tuple<DeskState>(connection_->proxy.GetState());
+        const auto [where, peer, sent, dropped, roundTrip] = connection_->proxy.GetState();
+        return {where, peer, sent, dropped, roundTrip};
     } catch (const sdbus::Error& error) {
         Throw(error);
     }
