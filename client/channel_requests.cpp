@@ -10,8 +10,6 @@
 namespace ZYNE::Client {
 namespace {
 
-constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
-constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
 constexpr const char* INTERFACE = "io.collaborationfwk.Channels1";
 constexpr std::chrono::seconds ANSWER_TIME{10};  // beyond what the device waits for the peer
 
@@ -20,7 +18,7 @@ constexpr std::chrono::seconds ANSWER_TIME{10};  // beyond what the device waits
 class ChannelRequests::Connection {
 public:
     explicit Connection(const DeviceEntry& device)
-        : bus_(ConnectTo(device)), proxy_(sdbus::createProxy(*bus_, BusName(BUS_NAME), ObjectPath(OBJECT_PATH))) {
+        : bus_(ConnectTo(device)), proxy_(sdbus::createProxy(*bus_, BusName(DEVICE_NAME), ObjectPath(DEVICE_PATH))) {
         bus_->enterEventLoopAsync();
     }
     Connection(const Connection&) = delete;

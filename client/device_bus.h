@@ -11,6 +11,10 @@
 
 namespace ZYNE::Client {
 
+// The device itself on its bus, and its object.
+inline constexpr const char* DEVICE_NAME = "io.collaborationfwk.Device1";
+inline constexpr const char* DEVICE_PATH = "/io/collaborationfwk/Device1";
+
 // To a running device. An answer may take `answerTime`. Throws DeviceError.
 std::unique_ptr<sdbus::IConnection> ConnectTo(
     const DeviceEntry& device, std::chrono::milliseconds answerTime = std::chrono::seconds(10));

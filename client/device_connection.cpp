@@ -9,8 +9,6 @@
 namespace ZYNE::Client {
 namespace {
 
-constexpr const char* BUS_NAME = "io.collaborationfwk.Device1";
-constexpr const char* OBJECT_PATH = "/io/collaborationfwk/Device1";
 constexpr size_t MAX_TEXT_BYTES = 8 << 20;  // of one text
 
 std::string Explain(const std::string& device, const sdbus::Error& error) {
@@ -29,7 +27,7 @@ std::string Explain(const std::string& device, const sdbus::Error& error) {
 
 }  // namespace
 
-DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BusName(BUS_NAME), sdbus::ObjectPath(OBJECT_PATH)) {}
+DeviceProxy::DeviceProxy(Bus& bus) : ProxyInterfaces(bus, BusName(DEVICE_NAME), sdbus::ObjectPath(DEVICE_PATH)) {}
 
 DeviceConnection::DeviceConnection(const DeviceEntry& device, std::chrono::milliseconds answerTime)
     : name_(device.name), answerTime_(answerTime), connection_(ConnectTo(device, answerTime)), proxy_(*connection_) {}
